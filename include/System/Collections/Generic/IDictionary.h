@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <list>
+
+#include <System/Collections/Generic/KeyValuePair.h>
+#include <System/Object.h>
+
+namespace System::Collections::Generic {
+
+// Values under keys that differ from one another. A range for gives the pairs (Key, Value) in the order in which they were added;
+// it must not add or remove meanwhile.
+template <class K, class V> class IDictionary : public Object {
+public:
+    using Iterator = typename std::list<KeyValuePair<K, V>>::const_iterator;
+
+    // The number of pairs.
+    virtual int Count() = 0;
+
+    // Puts value under a new key, behind the pairs that are there. A key that is there already: ArgumentException
+    // "Key already exists", nothing changed.
+    virtual void Add(K key, V value) = 0;
+
+    // What stands under key; it stays where it is until the pair is removed. An absent key: KeyNotFoundException with the
+    // key's text.
+    virtual V& operator[](const K& key) = 0;
+
+    // Puts value under key, in the place of the one that is there, or as Add does.
+    virtual void Set(K key, V value) = 0;
+
+    virtual bool ContainsKey(const K& key) = 0;
+
+    // Copies what stands under key into value; for an absent key false, and value stays as it was.
+    virtual bool TryGetValue(const K& key, V& value) = 0;
+
+    // Takes the pair with the key out; false where there was none.
+    virtual bool Remove(const K& key) = 0;
+
+    virtual Iterator begin() = 0;
+    virtual Iterator end() = 0;
+};
+
+} // namespace System::Collections::Generic

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include <System/Export.h>
+#include <System/Object.h>
+#include <System/String.h>
+#include <System/TimeSpan.h>
+
+namespace System {
+
+// A moment of the wall clock, to the nanosecond, in 64 bits on every machine. Immutable.
+//
+// The wall clock can be set, so that a later moment may be the smaller one. It is read by clock_gettime(CLOCK_REALTIME), once an
+// operation; a test program that defines that function puts its own clock in front of it.
+class SYSTEM_EXPORT DateTime final : public Object {
+    struct Passkey {
+        explicit Passkey() = default;
+    };
+
+public:
+    static std::shared_ptr<DateTime> Now();
+
+    // For this class alone: only it can name the first argument's type.
+    DateTime(Passkey, long long ownNanoseconds) noexcept : nanoseconds(ownNanoseconds) {}
+    ~DateTime() override;
+
+    // How long after other this moment is; negative when it is before. A null other: ArgumentNullException "other".
+    TimeSpan Subtract(const std::shared_ptr<DateTime>& other) const;
+
+    // How long ago this moment was: Now()->Subtract(this moment), without an object for the other moment.
+    TimeSpan Elapsed() const;
+
+    // The moment that is span later.
+    std::shared_ptr<DateTime> Add(TimeSpan span) const;
+
+    // Nanoseconds since 1970-01-01T00:00:00Z.
+    long long Nanoseconds() const noexcept { return nanoseconds; }
+
+    // ISO 8601 in UTC with milliseconds, cut, not rounded: "2026-11-21T08:15:30.042Z".
+    string_ptr ToString() override;
+
+private:
+    const long long nanoseconds;
+};
+
+} // namespace System

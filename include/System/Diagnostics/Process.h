@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include <System/Export.h>
+#include <System/Object.h>
+#include <System/String.h>
+
+namespace System::Diagnostics {
+
+// The running process. Any thread may ask.
+class SYSTEM_EXPORT Process final : public Object {
+public:
+    static const std::shared_ptr<Process> CURRENT_PROCESS;
+
+    ~Process() override;
+
+    // The file name of the program as it was started, without its folder.
+    const string_ptr& ProcessName() const noexcept { return processName; }
+
+    // The process id; in a forked child the child's own.
+    int Id() const noexcept;
+
+private:
+    Process();
+
+    const string_ptr processName;
+};
+
+} // namespace System::Diagnostics

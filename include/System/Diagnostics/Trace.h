@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+#include <System/Diagnostics/TraceEventType.h>
+#include <System/Diagnostics/TraceListener.h>
+#include <System/Exceptions.h>
+#include <System/Export.h>
+#include <System/String.h>
+
+namespace System::Diagnostics {
+
+// The process's trace: events go to the listeners that the application added, in the order of adding.
+//
+// Any thread may call anything at any time, from before main to the destructors of statics. The listeners of an event are called one
+// after the other on the tracing thread with no lock held. Without a listener a call costs a load and a branch. A listener
+// that throws is reported on standard error, once in its life, and the event goes on to the others.
+class SYSTEM_EXPORT Trace final {
+public:
+    Trace() = delete;
+
+    // Adds a listener behind the others; one that is added twice is called twice. Null: ArgumentNullException "listener".
+    static void AddListener(std::shared_ptr<TraceListener> listener);
+
+    // Removes the listener once; an absent one does nothing. An event that is under way may still reach it.
+    static void RemoveListener(const std::shared_ptr<TraceListener>& listener);
+
+    // The listeners of this moment.
+    static std::vector<std::shared_ptr<TraceListener>> Listeners();
+
+    // One event. Of an exception the listeners get the text that its ToString() gives.
+    static void TraceDebug(const string_ptr& text) { TraceText(TraceEventType::DEBUG, text); }
+    static void TraceDebug(const std::shared_ptr<Object>& data) { TraceObject(TraceEventType::DEBUG, data); }
+    static void TraceDebug(const Exception& exception) { TraceException(TraceEventType::DEBUG, exception); }
+    static void TraceInformation(const string_ptr& text) { TraceText(TraceEventType::INFORMATION, text); }
+    static void TraceInformation(const std::shared_ptr<Object>& data) { TraceObject(TraceEventType::INFORMATION, data); }
+    static void TraceInformation(const Exception& exception) { TraceException(TraceEventType::INFORMATION, exception); }
+    static void TraceWarning(const string_ptr& text) { TraceText(TraceEventType::WARNING, text); }
+    static void TraceWarning(const std::shared_ptr<Object>& data) { TraceObject(TraceEventType::WARNING, data); }
+    static void TraceWarning(const Exception& exception) { TraceException(TraceEventType::WARNING, exception); }
+    static void TraceError(const string_ptr& text) { TraceText(TraceEventType::ERROR, text); }
+    static void TraceError(const std::shared_ptr<Object>& data) { TraceObject(TraceEventType::ERROR, data); }
+    static void TraceError(const Exception& exception) { TraceException(TraceEventType::ERROR, exception); }
+    static void TraceFatal(const string_ptr& text) { TraceText(TraceEventType::FATAL, text); }
+    static void TraceFatal(const std::shared_ptr<Object>& data) { TraceObject(TraceEventType::FATAL, data); }
+    static void TraceFatal(const Exception& exception) { TraceException(TraceEventType::FATAL, exception); }
+
+    // Every listener's Flush.
+    static void Flush();
+
+    // Removes all listeners and calls each one's Close.
+    static void Close();
+
+private:
+    using Type = std::shared_ptr<TraceEventType>;
+
+    static void TraceText(const Type& type, const string_ptr& text) {
+        if (listenerCount.load(std::memory_order_relaxed) != 0)
+            Dispatch(type, text);
+    }
+    static void TraceObject(const Type& type, const std::shared_ptr<Object>& data) {
+        if (listenerCount.load(std::memory_order_relaxed) != 0)
+            Dispatch(type, data);
+    }
+    static void TraceException(const Type& type, const Exception& exception) {
+        if (listenerCount.load(std::memory_order_relaxed) != 0)
+            Dispatch(type, exception.ToString());
+    }
+    static void Dispatch(const Type& type, const std::shared_ptr<Object>& data);
+
+    static std::atomic<int> listenerCount;
+};
+
+} // namespace System::Diagnostics

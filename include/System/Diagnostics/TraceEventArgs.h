@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include <System/DateTime.h>
+#include <System/Export.h>
+#include <System/Object.h>
+
+namespace System::Diagnostics {
+
+// When and where a trace event happened. Immutable; made by Trace, once an event, for all listeners.
+class SYSTEM_EXPORT TraceEventArgs final : public Object {
+    struct Passkey {
+        explicit Passkey() = default;
+    };
+
+public:
+    // The event of this moment on this thread.
+    static std::shared_ptr<TraceEventArgs> Create();
+
+    // For this class alone: only it can name the first argument's type.
+    TraceEventArgs(Passkey, std::shared_ptr<DateTime> ownTimestamp, int ownProcessId, int ownThreadId) noexcept;
+    ~TraceEventArgs() override;
+
+    const std::shared_ptr<DateTime>& Timestamp() const noexcept { return timestamp; }
+
+    int ProcessId() const noexcept { return processId; }
+
+    // The kernel's id of the thread.
+    int ThreadId() const noexcept { return threadId; }
+
+private:
+    const std::shared_ptr<DateTime> timestamp;
+    const int processId;
+    const int threadId;
+};
+
+} // namespace System::Diagnostics

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include <System/Diagnostics/TraceEventArgs.h>
+#include <System/Diagnostics/TraceEventType.h>
+#include <System/Diagnostics/TraceFilter.h>
+#include <System/Export.h>
+#include <System/Object.h>
+
+namespace System::Diagnostics {
+
+// What a listener can be asked to add to its output; none exists yet.
+enum class TraceOptions { NONE = 0 };
+
+// The base of everything that receives trace events: derive, override TraceEvent, add the object to Trace.
+//
+// Trace asks the filter, not the listener itself. Events come on the thread that traces them, several at once if several threads
+// trace, with no lock held: a listener may trace, and add or remove listeners. One that throws is reported on standard error once in
+// its life and harms nobody else.
+class SYSTEM_EXPORT TraceListener : public virtual Object {
+public:
+    // Which events reach the listener; null passes all. Set it before the listener is added.
+    std::shared_ptr<TraceFilter> Filter;
+
+    // Ends the listener's work; here nothing.
+    virtual void Close();
+
+    ~TraceListener() override;
+
+    // One event: when and where, how serious, and what, by its ToString(). data is null where the tracing code passed null.
+    virtual void TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs, std::shared_ptr<TraceEventType> eventType,
+                            std::shared_ptr<Object> data) = 0;
+
+    // Brings out what the listener may have kept back; here nothing.
+    virtual void Flush();
+
+    const std::shared_ptr<TraceFilter>& GetFilter() const noexcept { return Filter; }
+    void SetFilter(std::shared_ptr<TraceFilter> filter) noexcept { Filter = std::move(filter); }
+    TraceOptions Options() const noexcept { return TraceOptions::NONE; }
+
+protected:
+    TraceListener() noexcept;
+
+private:
+    friend class Trace;
+
+    std::atomic<bool> failureReported{false};
+};
+
+} // namespace System::Diagnostics

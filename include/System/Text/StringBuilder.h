@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+#include <System/Export.h>
+#include <System/Object.h>
+#include <System/String.h>
+
+namespace System::Text {
+
+// A text in the making: pieces are appended or inserted, and ToString() gives the text so far.
+//
+// Append and Insert return the builder, so that calls chain. A piece is a text, one code unit, a number in decimal digits, or
+// any object by its ToString(); a null text or object adds nothing. Not for use by several threads at once.
+//
+//     auto builder = StringBuilder::Create();
+//     builder->Append("line ").Append(12).Append(u':');
+class SYSTEM_EXPORT StringBuilder final : public Object {
+public:
+    static std::shared_ptr<StringBuilder> Create();
+    ~StringBuilder() override;
+
+    // The number of code units so far.
+    int Length() const noexcept { return static_cast<int>(units.size()); }
+
+    // The text so far; the builder keeps it.
+    string_ptr ToString() override;
+
+    // Throws the text away; its room is kept for the next one.
+    void Clear() noexcept { units.clear(); }
+
+    StringBuilder& Append(const string_ptr& text) { return Insert(Length(), text); }
+    StringBuilder& Append(char16_t unit) {
+        units.push_back(unit);
+        return *this;
+    }
+    StringBuilder& Append(unsigned short unit) { return Append(static_cast<char16_t>(unit)); }
+    StringBuilder& Append(unsigned char number) { return Append(static_cast<unsigned long long>(number)); }
+    StringBuilder& Append(int number) { return Append(static_cast<long long>(number)); }
+    StringBuilder& Append(unsigned int number) { return Append(static_cast<unsigned long long>(number)); }
+    StringBuilder& Append(long long number) { return Insert(Length(), number); }
+    StringBuilder& Append(unsigned long long number) { return Insert(Length(), number); }
+    template <class T>
+        requires std::is_base_of_v<Object, T>
+    StringBuilder& Append(const std::shared_ptr<T>& object) {
+        return Insert(Length(), object);
+    }
+    // A char could mean a character or a number: write a text or a number.
+    StringBuilder& Append(char) = delete;
+
+    // Before the code unit at index, 0 to Length(); elsewhere ArgumentOutOfRangeException, and the text stays as it was.
+    StringBuilder& Insert(int index, const string_ptr& text);
+    StringBuilder& Insert(int index, char16_t unit);
+    StringBuilder& Insert(int index, unsigned short unit) { return Insert(index, static_cast<char16_t>(unit)); }
+    StringBuilder& Insert(int index, unsigned char number) { return Insert(index, static_cast<unsigned long long>(number)); }
+    StringBuilder& Insert(int index, int number) { return Insert(index, static_cast<long long>(number)); }
+    StringBuilder& Insert(int index, unsigned int number) { return Insert(index, static_cast<unsigned long long>(number)); }
+    StringBuilder& Insert(int index, long long number);
+    StringBuilder& Insert(int index, unsigned long long number);
+    template <class T>
+        requires std::is_base_of_v<Object, T>
+    StringBuilder& Insert(int index, const std::shared_ptr<T>& object) {
+        return Insert(index, object ? static_cast<Object&>(*object).ToString() : string_ptr());
+    }
+    StringBuilder& Insert(int index, char) = delete;
+
+private:
+    StringBuilder() noexcept;
+    void InsertUnits(int index, std::u16string_view piece);
+
+    std::u16string units;
+};
+
+} // namespace System::Text

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <mutex>
+
+#include <System/Export.h>
+
+namespace System::Threading {
+
+// A lock that one thread holds at a time. Not an object: a plain member or static, usable before and after every other static's
+// life. A thread that acquires it twice waits for itself.
+class SYSTEM_EXPORT Mutex final {
+public:
+    constexpr Mutex() noexcept = default;
+    Mutex(const Mutex&) = delete;
+    Mutex& operator=(const Mutex&) = delete;
+
+    // Waits until no other thread holds the lock, then holds it.
+    void Acquire() { mutex.lock(); }
+
+    // Gives the lock back; only its holder may.
+    void Release() { mutex.unlock(); }
+
+private:
+    std::mutex mutex;
+};
+
+} // namespace System::Threading

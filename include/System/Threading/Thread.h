@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <System/Export.h>
+
+namespace System::Threading {
+
+// Operations on the calling thread.
+class SYSTEM_EXPORT Thread final {
+public:
+    Thread() = delete;
+
+    // Sleeps at least that many microseconds; a signal that is handled meanwhile does not shorten it.
+    static void USleep(unsigned long long microseconds);
+};
+
+} // namespace System::Threading

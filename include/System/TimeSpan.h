@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+namespace System {
+
+// A length of time, negative ones included; a value, copied freely.
+class TimeSpan final {
+public:
+    constexpr explicit TimeSpan(long long ownNanoseconds = 0) noexcept : nanoseconds(ownNanoseconds) {}
+
+    // The whole length in nanoseconds, good for 292 years either way.
+    constexpr long long Nanoseconds() const noexcept { return nanoseconds; }
+
+private:
+    long long nanoseconds;
+};
+
+} // namespace System
