@@ -135,6 +135,7 @@ public:
 private:
     friend class string_ptr;
     friend struct std::hash<string_ptr>;
+    friend SYSTEM_EXPORT string_ptr operator+(const string_ptr& left, const string_ptr& right);
 
     static string_ptr FromUnits(std::u16string_view source);
     // Room for unitCount code units that the caller fills before anyone else sees the text.

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <System/Object.h>
+
+#include <functional>
+#include <typeinfo>
+
+#include "runtime/TypeName.h"
+
+namespace System {
+
+Object::Object() noexcept = default;
+Object::~Object() = default;
+
+bool Object::Equals(const std::shared_ptr<Object>& other) {
+    return other.get() == this;
+}
+
+int Object::GetHashCode() {
+    // Objects stand at multiples of 16, so the lowest bits of an address tell nothing.
+    return static_cast<int>(std::hash<const Object*>()(this) >> 4);
+}
+
+string_ptr Object::ToString() {
+    return TypeName(typeid(*this).name());
+}
+
+} // namespace System

@@ -1,0 +1,256 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <System/String.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstdint>
+#include <new>
+#include <utility>
+
+#include <System/Collections/Generic/Array.h>
+#include <System/Exceptions.h>
+#include <System/Raisers.h>
+
+#include "runtime/Length.h"
+#include "runtime/Utf.h"
+
+namespace System {
+
+using Collections::Generic::Array;
+using Collections::Generic::IArray;
+
+namespace {
+
+// The most code units that one allocation holds beside the object: on a 64-bit machine what an int counts, on a 32-bit
+// one half of what an address reaches, less some room for the object.
+constexpr std::size_t MAX_LENGTH = std::min<std::size_t>(INT_MAX, (PTRDIFF_MAX - 1024) / sizeof(char16_t));
+
+// Asks for room for code units behind the object that std::allocate_shared makes, and tells where that room is. Copies
+// of it live on inside of the object's block, where only deallocate is called: room is gone by then.
+struct Room {
+    const std::size_t unitCount;
+    char16_t* units = nullptr;
+};
+
+template <class T>
+struct RoomAllocator {
+    using value_type = T;
+
+    explicit RoomAllocator(Room* ownRoom) noexcept : room(ownRoom) {}
+    template <class Other>
+    RoomAllocator(const RoomAllocator<Other>& other) noexcept : room(other.room) {}
+
+    T* allocate(std::size_t) {
+        static_assert(sizeof(T) % alignof(char16_t) == 0);
+        auto* const block = static_cast<T*>(::operator new(sizeof(T) + room->unitCount * sizeof(char16_t)));
+        room->units = reinterpret_cast<char16_t*>(block + 1);
+        return block;
+    }
+    void deallocate(T* block, std::size_t) noexcept { ::operator delete(block); }
+
+    template <class Other>
+    bool operator==(const RoomAllocator<Other>&) const noexcept {
+        return true;
+    }
+
+    Room* room;
+};
+
+} // namespace
+
+int CheckedLength(std::size_t count, const char* name) {
+    if (count > MAX_LENGTH)
+        throw ArgumentOutOfRangeException(name);
+    return static_cast<int>(count);
+}
+
+[[gnu::init_priority(150)]] const string_ptr String::EMPTY = String::FromUnits({});
+
+string_ptr::string_ptr(const char* utf8) {
+    if (utf8)
+        *this = String::FromUtf8(utf8);
+}
+
+string_ptr::string_ptr(std::string_view utf8) : string_ptr(String::FromUtf8(utf8)) {}
+
+string_ptr::string_ptr(const std::string& utf8) : string_ptr(String::FromUtf8(utf8)) {}
+
+string_ptr::string_ptr(const char16_t* units) {
+    if (units)
+        *this = String::FromUnits(units);
+}
+
+string_ptr::string_ptr(std::u16string_view units) : string_ptr(String::FromUnits(units)) {}
+
+string_ptr::operator std::shared_ptr<Object>() const noexcept {
+    return text;
+}
+
+string_ptr operator+(const string_ptr& left, const string_ptr& right) {
+    const auto view = [](const string_ptr& text) { return text ? text->View() : std::u16string_view(); };
+    const std::u16string_view first = view(left), second = view(right);
+    char16_t* units = nullptr;
+    string_ptr both = String::Allocate(first.size() + second.size(), units);
+    std::copy(second.begin(), second.end(), std::copy(first.begin(), first.end(), units));
+    return both;
+}
+
+void string_ptr::RaiseNullReference() {
+    throw NullReferenceException("A null text was used");
+}
+
+bool string_ptr::SameUnits(const String& left, const String& right) noexcept {
+    return left.View() == right.View();
+}
+
+String::~String() = default;
+
+string_ptr String::Allocate(std::size_t unitCount, char16_t*& ownUnits) {
+    if (unitCount == 0) {
+        // Made on first use, so that statics of any other file can have empty texts; and never given back, so that they
+        // still can when this library's own statics are gone.
+        static const string_ptr& empty = *[] {
+            Room none{0};
+            return new string_ptr(std::allocate_shared<String>(RoomAllocator<String>(&none), Passkey(), none.units, 0));
+        }();
+        ownUnits = nullptr;
+        return empty;
+    }
+    const int length = CheckedLength(unitCount, "text");
+    Room room{unitCount};
+    // The allocation comes before the construction: room.units, which is handed on by reference, is set by then.
+    string_ptr text(std::allocate_shared<String>(RoomAllocator<String>(&room), Passkey(), room.units, length));
+    ownUnits = room.units;
+    return text;
+}
+
+string_ptr String::FromUnits(std::u16string_view source) {
+    char16_t* units = nullptr;
+    string_ptr text = Allocate(source.size(), units);
+    std::copy(source.begin(), source.end(), units);
+    return text;
+}
+
+string_ptr String::FromUtf8(std::string_view source) {
+    // Three bytes make at least one code unit, so this many are too many whatever they are.
+    CheckedLength(source.size() / 3, "text");
+    char16_t* units = nullptr;
+    string_ptr text = Allocate(Utf::CountUnits(source), units);
+    Utf::Decode(source, units);
+    return text;
+}
+
+string_ptr String::FromChars(unsigned short c, int count) {
+    if (count < 0)
+        _throw_not_less_exception(count, 0, "count", "zero");
+    char16_t* units = nullptr;
+    string_ptr text = Allocate(static_cast<std::size_t>(count), units);
+    std::fill_n(units, count, static_cast<char16_t>(c));
+    return text;
+}
+
+namespace {
+
+void CheckRange(int index, int partLength, int wholeLength) {
+    if (index < 0 || index > wholeLength)
+        throw ArgumentOutOfRangeException("index");
+    if (partLength < 0 || partLength > wholeLength - index)
+        throw ArgumentOutOfRangeException("length");
+}
+
+} // namespace
+
+string_ptr String::FromArray(std::shared_ptr<IArray<unsigned short>> chars, int index, int length) {
+    if (!chars)
+        _throw_argument_null_exception("chars");
+    CheckRange(index, length, chars->Length());
+    char16_t* units = nullptr;
+    string_ptr text = Allocate(static_cast<std::size_t>(length), units);
+    std::copy_n(chars->Data() + index, length, units);
+    return text;
+}
+
+char16_t String::operator[](int index) const {
+    if (index < 0 || index >= length)
+        throw ArgumentOutOfRangeException("index");
+    return units[index];
+}
+
+bool String::StartsWith(string_ptr prefix) const {
+    if (!prefix)
+        _throw_argument_null_exception("prefix");
+    return View().starts_with(prefix->View());
+}
+
+string_ptr String::Substring(int index, int partLength) const {
+    CheckRange(index, partLength, length);
+    return FromUnits(View().substr(static_cast<std::size_t>(index), static_cast<std::size_t>(partLength)));
+}
+
+std::shared_ptr<Array<string_ptr>> String::Split(string_ptr separator) const {
+    if (!separator)
+        _throw_argument_null_exception("separator");
+    if (separator->Length() == 0)
+        throw ArgumentException("The separator must not be empty");
+    const std::u16string_view mark = separator->View();
+
+    int count = 1;
+    for (std::u16string_view rest = View();; ++count) {
+        const std::size_t found = rest.find(mark);
+        if (found == rest.npos)
+            break;
+        rest.remove_prefix(found + mark.size());
+    }
+    auto parts = Array<string_ptr>::Create(count);
+    if (count == 1) {
+        (*parts)[0] =
+            string_ptr(std::const_pointer_cast<String>(std::static_pointer_cast<const String>(shared_from_this())));
+        return parts;
+    }
+    std::u16string_view rest = View();
+    for (string_ptr& part : *parts) {
+        const std::size_t found = rest.find(mark);
+        part = rest.substr(0, found);
+        rest.remove_prefix(std::min(rest.size(), found + mark.size()));
+    }
+    return parts;
+}
+
+std::shared_ptr<Array<unsigned short>> String::ToCharArray() const {
+    auto chars = Array<unsigned short>::Create(length);
+    std::copy_n(units, length, chars->Data());
+    return chars;
+}
+
+std::string String::ToUtf8() const {
+    std::string utf8;
+    Utf::Append(utf8, View());
+    return utf8;
+}
+
+bool String::Equals(const std::shared_ptr<Object>& other) {
+    const auto* text = dynamic_cast<const String*>(other.get());
+    return text && text->View() == View();
+}
+
+int String::GetHashCode() {
+    return ContentHash();
+}
+
+string_ptr String::ToString() {
+    return string_ptr(Self<String>());
+}
+
+int String::ContentHash() const noexcept {
+    int known = hash.load(std::memory_order_relaxed);
+    if (known == 0) {
+        known = static_cast<int>(std::hash<std::u16string_view>()(View()));
+        if (known == 0)
+            known = 1;
+        // Several threads may come here at once; they all store the same number.
+        hash.store(known, std::memory_order_relaxed);
+    }
+    return known;
+}
+
+} // namespace System

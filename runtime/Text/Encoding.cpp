@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <System/Text/Encoding.h>
+
+#include <string>
+#include <string_view>
+
+#include <System/Raisers.h>
+
+#include "runtime/Length.h"
+#include "runtime/Utf.h"
+
+namespace System::Text {
+
+using Collections::Generic::Array;
+using Collections::Generic::IArray;
+
+// Statics of other parts may use an encoding when they are made.
+[[gnu::init_priority(200)]] const std::shared_ptr<Encoding> Encoding::ASCII(new Encoding(Kind::ASCII));
+[[gnu::init_priority(200)]] const std::shared_ptr<Encoding> Encoding::UTF8(new Encoding(Kind::UTF8));
+
+Encoding::Encoding(Kind ownKind) noexcept : kind(ownKind) {}
+Encoding::~Encoding() = default;
+
+std::shared_ptr<Array<unsigned char>> Encoding::GetBytes(string_ptr text) const {
+    if (!text)
+        _throw_argument_null_exception("text");
+    std::u16string_view units = text->View();
+
+    std::size_t count = 0;
+    if (kind == Kind::UTF8)
+        count = Utf::CountBytes(units);
+    else
+        for (std::u16string_view rest = units; !rest.empty(); ++count)
+            Utf::TakeCodePoint(rest);
+
+    auto bytes = Array<unsigned char>::Create(CheckedLength(count, "text"));
+    unsigned char* target = bytes->Data();
+    if (kind == Kind::UTF8)
+        Utf::Encode(units, reinterpret_cast<char*>(target));
+    else
+        while (!units.empty()) {
+            const char32_t codePoint = Utf::TakeCodePoint(units);
+            *target++ = static_cast<unsigned char>(codePoint > 127 ? U'?' : codePoint);
+        }
+    return bytes;
+}
+
+string_ptr Encoding::GetString(std::shared_ptr<IArray<unsigned char>> bytes) const {
+    if (!bytes)
+        _throw_argument_null_exception("bytes");
+    const std::string_view source(reinterpret_cast<const char*>(bytes->Data()),
+                                  static_cast<std::size_t>(bytes->Length()));
+    if (kind == Kind::UTF8)
+        return source;
+
+    std::u16string units;
+    units.reserve(source.size());
+    for (const char byte : source)
+        units.push_back(static_cast<unsigned char>(byte) > 127 ? Utf::REPLACEMENT : static_cast<char16_t>(byte));
+    return std::u16string_view(units);
+}
+
+} // namespace System::Text

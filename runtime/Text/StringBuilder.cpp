@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <System/Text/StringBuilder.h>
+
+#include <charconv>
+#include <cstddef>
+
+#include <System/Exceptions.h>
+
+#include "runtime/Length.h"
+
+namespace System::Text {
+
+namespace {
+
+// A number's decimal digits as code units, without a trip over the heap.
+struct Digits {
+    template <class Number>
+    explicit Digits(Number number) noexcept {
+        char bytes[sizeof units / sizeof *units];
+        const char* const end = std::to_chars(bytes, bytes + sizeof bytes, number).ptr;
+        for (const char* byte = bytes; byte != end; ++byte)
+            units[length++] = static_cast<char16_t>(*byte);
+    }
+    std::u16string_view View() const noexcept { return {units, length}; }
+
+    char16_t units[20]; // -9223372036854775808
+    std::size_t length = 0;
+};
+
+} // namespace
+
+StringBuilder::StringBuilder() noexcept = default;
+StringBuilder::~StringBuilder() = default;
+
+std::shared_ptr<StringBuilder> StringBuilder::Create() {
+    return std::shared_ptr<StringBuilder>(new StringBuilder);
+}
+
+string_ptr StringBuilder::ToString() {
+    return std::u16string_view(units);
+}
+
+StringBuilder& StringBuilder::Insert(int index, const string_ptr& text) {
+    InsertUnits(index, text ? text->View() : std::u16string_view());
+    return *this;
+}
+
+StringBuilder& StringBuilder::Insert(int index, char16_t unit) {
+    InsertUnits(index, {&unit, 1});
+    return *this;
+}
+
+StringBuilder& StringBuilder::Insert(int index, long long number) {
+    InsertUnits(index, Digits(number).View());
+    return *this;
+}
+
+StringBuilder& StringBuilder::Insert(int index, unsigned long long number) {
+    InsertUnits(index, Digits(number).View());
+    return *this;
+}
+
+void StringBuilder::InsertUnits(int index, std::u16string_view piece) {
+    if (index < 0 || index > Length())
+        throw ArgumentOutOfRangeException("index");
+    CheckedLength(units.size() + piece.size(), "text");
+    units.insert(static_cast<std::size_t>(index), piece);
+}
+
+} // namespace System::Text
