@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include <System/Collections/Generic/Dictionary.h>
+#include <System/IDualArgFunc.h>
+#include <System/Lazy.h>
+#include <System/Object.h>
+#include <System/String.h>
+
+#include <velrix/Export.h>
+
+namespace Velrix::Settings {
+
+// Where the elements of the four status LEDs are: the path of one brightness file for each colour an LED really has.
+//
+// The link-activity LEDs show green and yellow, the status LEDs green and red; there are no keys for the others. Made
+// with the defaults of the board, or from the section "led" of the settings file; held by SettingsFile::led. Paths are
+// taken as they are written, an empty one too: a wrong one shows when its pin is opened. Read-only once the settings
+// are made, and then readable from any thread.
+class VELRIX_EXPORT LedSection final : public System::Object {
+public:
+    // Takes the section object and the value of one key.
+    using KeyHandler = System::IDualArgFunc<std::shared_ptr<LedSection>, System::string_ptr, void>;
+
+    // Each key that the section may hold, with the handler that puts its value into the field of that name.
+    static System::Lazy<
+        std::shared_ptr<System::Collections::Generic::Dictionary<System::string_ptr, std::shared_ptr<KeyHandler>>>>
+        KEY_HANDLERS;
+
+    // A section with the defaults.
+    static std::shared_ptr<LedSection> Create();
+
+    // A section with the values given and the defaults of all others. An unknown key: KeyNotFoundException with the key
+    // as its message; a null section: ArgumentNullException "section".
+    static std::shared_ptr<LedSection> FromSectionDictionary(
+        std::shared_ptr<System::Collections::Generic::IDictionary<System::string_ptr, System::string_ptr>> section);
+
+    ~LedSection() override;
+
+    System::string_ptr link_act_1_green;
+    System::string_ptr link_act_1_yellow;
+    System::string_ptr link_act_2_green;
+    System::string_ptr link_act_2_yellow;
+    System::string_ptr module_status_green;
+    System::string_ptr module_status_red;
+    System::string_ptr network_status_green;
+    System::string_ptr network_status_red;
+
+private:
+    LedSection();
+};
+
+} // namespace Velrix::Settings
