@@ -1,0 +1,48 @@
+# SPDX-License-Identifier: Apache-2.0
+# How the two shared libraries are put together: every folder is one object library, and a shared library is made of
+# object libraries. The unit tests link the object libraries, so that they reach internals that are not exported.
+
+include(GenerateExportHeader)
+
+# velrix_add_object_library(NAME name SHARED library SOURCES file... [LIBRARIES target...])
+# The objects of one folder. SHARED names the library they end up in (env or velrix). LIBRARIES names the object libraries
+# whose headers the folder may use; that passes on their include folders, not their objects.
+# Internal headers are included by their path from the root of the repository, as in "config/StateTable.h".
+function(velrix_add_object_library)
+  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME;SHARED" "SOURCES;LIBRARIES")
+  add_library(${arg_NAME} OBJECT ${arg_SOURCES})
+  set_target_properties(${arg_NAME} PROPERTIES
+    CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    POSITION_INDEPENDENT_CODE ON)
+  target_compile_definitions(${arg_NAME} PRIVATE ${arg_SHARED}_EXPORTS)
+  target_include_directories(${arg_NAME} PUBLIC
+    ${PROJECT_SOURCE_DIR}/include ${PROJECT_BINARY_DIR}/include ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${arg_NAME} PRIVATE velrix-build-options PUBLIC ${arg_LIBRARIES})
+endfunction()
+
+# velrix_add_shared_library(NAME name EXPORT_HEADER file EXPORT_MACRO macro VERSION_SCRIPT file OBJECTS target...
+#                           [LIBRARIES target...])
+# The shared library, its export header in the build folder's include/, and its alias velrix::name. The linker's version
+# script keeps everything but the library's own namespace from being exported.
+function(velrix_add_shared_library)
+  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME;EXPORT_HEADER;EXPORT_MACRO;VERSION_SCRIPT" "OBJECTS;LIBRARIES")
+  add_library(${arg_NAME} SHARED)
+  add_library(velrix::${arg_NAME} ALIAS ${arg_NAME})
+  set_target_properties(${arg_NAME} PROPERTIES
+    LINKER_LANGUAGE CXX
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    LINK_DEPENDS ${arg_VERSION_SCRIPT})
+  target_compile_features(${arg_NAME} INTERFACE cxx_std_20)
+  target_link_libraries(${arg_NAME} PRIVATE velrix-build-options ${arg_OBJECTS} PUBLIC ${arg_LIBRARIES})
+  target_link_options(${arg_NAME} PRIVATE -Wl,--version-script=${arg_VERSION_SCRIPT})
+  # Clang links the sanitizers' functions into programs only, so a library built with them has names left open.
+  if(NOT VELRIX_SANITIZE)
+    target_link_options(${arg_NAME} PRIVATE -Wl,--no-undefined)
+  endif()
+  generate_export_header(${arg_NAME}
+    EXPORT_FILE_NAME ${PROJECT_BINARY_DIR}/include/${arg_EXPORT_HEADER}
+    EXPORT_MACRO_NAME ${arg_EXPORT_MACRO})
+endfunction()

@@ -1,0 +1,54 @@
+# SPDX-License-Identifier: Apache-2.0
+# The flags every target of this build is compiled with, as one interface target, velrix-build-options. The presets choose
+# among them by the cache variables below; a plain build gets none of the optional ones.
+
+option(VELRIX_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
+option(VELRIX_COVERAGE "Count executed lines and branches (gcc --coverage)" OFF)
+option(VELRIX_HARDENING "Add the flags that make memory errors harder to exploit" OFF)
+set(VELRIX_SANITIZE "" CACHE STRING "Sanitizers to build with, a list such as address;undefined")
+
+# Without a build type the compiler optimises nothing, which nobody who builds without a preset has in mind.
+get_property(velrixMultiConfig GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
+if(NOT velrixMultiConfig AND NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Debug, Release, RelWithDebInfo or MinSizeRel" FORCE)
+endif()
+
+add_library(velrix-build-options INTERFACE)
+target_compile_features(velrix-build-options INTERFACE cxx_std_20)
+target_compile_options(velrix-build-options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Wold-style-cast
+  $<$<BOOL:${VELRIX_WARNINGS_AS_ERRORS}>:-Werror>)
+
+# A 32-bit machine counts file offsets and seconds in 32 bits unless told otherwise: files end at 2 GB and time in 2038.
+# Private to this build, since no public header mentions off_t or time_t.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  target_compile_definitions(velrix-build-options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+endif()
+
+# GCC notes on every 32-bit ARM build that passing some types changed in GCC 7.1. Nothing older than 12 builds this.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
+  target_compile_options(velrix-build-options INTERFACE -Wno-psabi)
+endif()
+
+if(VELRIX_SANITIZE)
+  list(JOIN VELRIX_SANITIZE "," velrixSanitizers)
+  # no-sanitize-recover: a finding ends the test instead of scrolling by. Frame pointers: whole stacks in the reports.
+  target_compile_options(velrix-build-options INTERFACE
+    -fsanitize=${velrixSanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(velrix-build-options INTERFACE -fsanitize=${velrixSanitizers})
+endif()
+
+if(VELRIX_COVERAGE)
+  # Atomic counters, since tests with threads would otherwise lose counts; absolute paths, so that gcov finds the sources
+  # from any folder.
+  target_compile_options(velrix-build-options INTERFACE --coverage -fprofile-update=atomic -fprofile-abs-path)
+  target_link_options(velrix-build-options INTERFACE --coverage)
+endif()
+
+if(VELRIX_HARDENING)
+  # _FORTIFY_SOURCE needs optimisation; it is undefined first because some compilers come with a level of their own.
+  # Full RELRO with immediate binding makes the tables of function addresses read-only before the program starts.
+  target_compile_options(velrix-build-options INTERFACE
+    -fstack-protector-strong -U_FORTIFY_SOURCE $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=3>)
+  target_link_options(velrix-build-options INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--as-needed)
+endif()

@@ -1,0 +1,20 @@
+# SPDX-License-Identifier: Apache-2.0
+
+if(BUILD_TESTING)
+  find_package(GTest REQUIRED)
+  include(GoogleTest)
+endif()
+
+# velrix_add_test(NAME name SOURCES file... LIBRARIES target...)
+# A GoogleTest executable whose cases are each a test of ctest, named after the folder: "settings.LedSection.KeepsUnknown...".
+# GTest::gtest is linked; name GTest::gtest_main or GTest::gmock among the libraries where the test wants them.
+# Every case runs in a process of its own, so cases must not lean on one another.
+function(velrix_add_test)
+  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;LIBRARIES")
+  add_executable(${arg_NAME} ${arg_SOURCES})
+  set_target_properties(${arg_NAME} PROPERTIES CXX_EXTENSIONS OFF)
+  target_link_libraries(${arg_NAME} PRIVATE velrix-build-options ${arg_LIBRARIES} GTest::gtest)
+  get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
+  # Listing the cases runs the program, which takes long with sanitizers, in an emulator and on a busy machine.
+  gtest_discover_tests(${arg_NAME} TEST_PREFIX ${folder}. DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 300)
+endfunction()

@@ -1,0 +1,233 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <velrix/platform/Platform.h>
+
+#include <unistd.h>
+
+#include <System/CallbackFunc.h>
+#include <System/Collections/Generic/List.h>
+#include <System/DateTime.h>
+#include <System/Diagnostics/Process.h>
+#include <System/Diagnostics/Trace.h>
+#include <System/Exceptions.h>
+#include <System/Threading/Thread.h>
+
+#include <velrix/gpio/Led.h>
+#include <velrix/gpio/LedColorProperty.h>
+#include <velrix/gpio/Sysfs_InputPin.h>
+#include <velrix/gpio/Sysfs_OutputPin.h>
+#include <velrix/settings/SettingsFile.h>
+
+namespace Velrix {
+
+using Gpio::IInputPin;
+using Gpio::ILed;
+using Gpio::IOutputPin;
+using Gpio::Led;
+using Gpio::LedColorProperty;
+using Gpio::Sysfs_InputPin;
+using Gpio::Sysfs_OutputPin;
+using Settings::LedSection;
+using Settings::OxboPinSection;
+using Settings::QorPinSection;
+using Settings::SettingsFile;
+using System::DateTime;
+using System::string_ptr;
+using System::Collections::Generic::List;
+using System::Diagnostics::Process;
+using System::Diagnostics::Trace;
+using System::Threading::Thread;
+
+namespace {
+
+// One half of the cycle of everything that flashes or toggles, in milliseconds.
+constexpr long long HALF_CYCLE_MS = 500;
+
+// What the red pin of a green and yellow LED is wired to, and the yellow one of a green and red LED: a colour that an
+// LED does not have is accepted and shown by nothing, instead of being refused.
+constexpr const char* NO_ELEMENT = "/dev/null";
+
+constexpr long long NANOSECONDS_PER_MS = 1'000'000;
+
+void Open(std::shared_ptr<IInputPin>& pin, const char* label, const string_ptr& path) {
+    pin = Sysfs_InputPin::Create(label, path);
+}
+
+void Open(std::shared_ptr<IOutputPin>& pin, const char* label, const string_ptr& path) {
+    pin = Sysfs_OutputPin::Create(label, path);
+}
+
+std::shared_ptr<IOutputPin> OpenElement(const LedSection& paths, string_ptr LedSection::*element) {
+    return Sysfs_OutputPin::Create(element ? paths.*element : string_ptr(NO_ELEMENT));
+}
+
+} // namespace
+
+System::Lazy<std::shared_ptr<Platform>> Platform::INSTANCE{
+    System::CallbackFunc<std::shared_ptr<Platform>>::Create(&Platform::Create)};
+
+Platform::Platform() noexcept = default;
+
+// clang-format off
+std::shared_ptr<Platform> Platform::Create() {
+    // First of all the owner: when something below throws, it takes what is there already through the destructor.
+    const std::shared_ptr<Platform> platform(new Platform);
+    const std::shared_ptr<SettingsFile> settings = SettingsFile::INSTANCE.Value();
+
+    const std::shared_ptr<OxboPinSection> oxbo = settings->oxbo_pin;
+    const std::shared_ptr<QorPinSection> qor = settings->qor_pin;
+    const std::shared_ptr<LedSection> led = settings->led;
+
+    //   line                            label                path
+    Open(platform->oxboIrqN,             "OXBO_IRQ_N",        oxbo->irq_n);
+    Open(platform->oxboModId0Sync,       "OXBO_MOD_ID0_SYNC", oxbo->mod_id_0_sync);
+    Open(platform->oxboMod1,             "OXBO_MOD_1",        oxbo->mod_1);
+    Open(platform->oxboRamLoaderEnable,  "OXBO_RL",           oxbo->ramloader_enable);
+    Open(platform->oxboResetN,           "OXBO_RESET1_N",     oxbo->reset_n);
+    Open(platform->qorBootloaderEnableN, "QOR_BL_N",          qor->bootloader_enable_n);
+    Open(platform->qorDpramBusyN,        "QOR_DPRAM_BUSY_N",  qor->busy_n);
+    Open(platform->qorDpramIrqN,         "QOR_DPRAM_IRQ_N",   qor->irq_n);
+    Open(platform->qorResetN,            "QOR_RESET0_N",      qor->reset_n);
+
+    static constexpr struct {
+        std::shared_ptr<ILed> Platform::*led;
+        const char* label;
+        string_ptr LedSection::*green;
+        string_ptr LedSection::*red;
+        string_ptr LedSection::*yellow;
+    } LEDS[] = {
+        {&Platform::linkActivity1Led, "LINK_ACT1", &LedSection::link_act_1_green,     nullptr,                         &LedSection::link_act_1_yellow},
+        {&Platform::linkActivity2Led, "LINK_ACT2", &LedSection::link_act_2_green,     nullptr,                         &LedSection::link_act_2_yellow},
+        {&Platform::moduleStatusLed,  "MS",        &LedSection::module_status_green,  &LedSection::module_status_red,  nullptr},
+        {&Platform::networkStatusLed, "NS",        &LedSection::network_status_green, &LedSection::network_status_red, nullptr},
+    };
+    for (const auto& row : LEDS) {
+        const std::shared_ptr<IOutputPin> green = OpenElement(*led, row.green);
+        const std::shared_ptr<IOutputPin> red = OpenElement(*led, row.red);
+        const std::shared_ptr<IOutputPin> yellow = OpenElement(*led, row.yellow);
+        (*platform).*row.led = Led::Create(row.label, green, red, yellow);
+    }
+
+    platform->webLog = WebLog::Create(settings->web_log_file);
+    platform->ledTraceListener = LedTraceListener::Create(platform->moduleStatusLed, platform->networkStatusLed,
+                                                          platform->linkActivity1Led, platform->linkActivity2Led);
+    return platform;
+}
+// clang-format on
+
+Platform::~Platform() {
+    // At the exit of the process nobody is left to catch, and after a failed Create its own exception must reach the
+    // caller.
+    try {
+        try {
+            ShutDown();
+        } catch (const System::Exception& exception) {
+            Trace::TraceError(exception);
+        } catch (const std::exception& exception) {
+            Trace::TraceError(string_ptr(exception.what()));
+        }
+    } catch (...) { // out of memory for the record
+    }
+}
+
+void Platform::Update() {
+    moduleStatusLed->Update();
+    networkStatusLed->Update();
+    linkActivity1Led->Update();
+    linkActivity2Led->Update();
+}
+
+// clang-format off
+void Platform::SetMsEnLedPowerOff()             { moduleStatusLed->Off(); }
+void Platform::SetMsEnLedMissingConfiguration() { moduleStatusLed->ToggleGreenRed(HALF_CYCLE_MS); }
+void Platform::SetMsEnLedIdle()                 { moduleStatusLed->FlashingGreen(HALF_CYCLE_MS); }
+void Platform::SetMsEnLedRunning()              { moduleStatusLed->Green(); }
+void Platform::SetMsEnLedInvalidConfiguration() { moduleStatusLed->FlashingRed(HALF_CYCLE_MS); }
+void Platform::SetMsEnLedFatalError()           { moduleStatusLed->Red(); }
+
+void Platform::SetNsLedPowerOff()               { networkStatusLed->Off(); }
+void Platform::SetNsLedConnectionEstablished()  { networkStatusLed->Green(); }
+void Platform::SetNsLedNoConnection()           { networkStatusLed->FlashingGreen(HALF_CYCLE_MS); }
+void Platform::SetNsLedFatalError()             { networkStatusLed->Red(); }
+void Platform::SetNsLedTimeout()                { networkStatusLed->FlashingRed(HALF_CYCLE_MS); }
+// clang-format on
+
+void Platform::PowerUpIndicatorTest() {
+    constexpr unsigned long long STEP_MS = 250;
+    constexpr unsigned long long TICK_US = 12'000;
+    constexpr int TICKS = 43; // 516 ms, in which both steps pass on every LED
+
+    // MS ends lit on purpose: the device is alive. Every LED shows the colours that it has and no other.
+    static constexpr struct {
+        std::shared_ptr<ILed> Platform::*led;
+        LedColorProperty::Color_e first, second, last;
+    } SEQUENCES[] = {
+        {&Platform::moduleStatusLed, LedColorProperty::GREEN, LedColorProperty::RED, LedColorProperty::GREEN},
+        {&Platform::networkStatusLed, LedColorProperty::GREEN, LedColorProperty::RED, LedColorProperty::OFF},
+        {&Platform::linkActivity1Led, LedColorProperty::GREEN, LedColorProperty::YELLOW, LedColorProperty::OFF},
+        {&Platform::linkActivity2Led, LedColorProperty::GREEN, LedColorProperty::YELLOW, LedColorProperty::OFF},
+    };
+    for (const auto& row : SEQUENCES) {
+        const auto steps = List<std::shared_ptr<LedColorProperty>>::Create();
+        steps->Add(LedColorProperty::Create(row.first, STEP_MS));
+        steps->Add(LedColorProperty::Create(row.second, STEP_MS));
+        steps->Add(LedColorProperty::Create(row.last, 0)); // no end: the sequence stops here
+        (this->*row.led)->SetSequence(steps);
+    }
+
+    for (int tick = 0; tick < TICKS; ++tick) {
+        Update();
+        Thread::USleep(TICK_US);
+    }
+}
+
+void Platform::OxboReset(bool ramLoaderEnable, long long timeout) {
+    constexpr unsigned long long PULSE_US = 1'000;
+
+    oxboResetN->SetLow();
+    if (ramLoaderEnable)
+        oxboRamLoaderEnable->SetHigh();
+    else
+        oxboRamLoaderEnable->SetLow();
+    Thread::USleep(PULSE_US);
+    oxboResetN->SetHigh();
+    if (timeout == 0)
+        return;
+
+    // No sleep between the passes: the module is seen as soon as it is ready. The line is read before the clock, so
+    // that a module which is ready ends the wait however late it is.
+    const std::shared_ptr<DateTime> start = DateTime::Now();
+    while (oxboIrqN->Get()) {
+        Update();
+        const long long elapsedMs = start->Elapsed().Nanoseconds() / NANOSECONDS_PER_MS;
+        if (timeout < elapsedMs)
+            throw System::TimeoutException();
+    }
+}
+
+void Platform::Reboot() {
+    const pid_t child = fork();
+    if (child < 0)
+        throw System::Exception("Could not fork reboot process");
+    if (child == 0) {
+        // Another thread may have held any lock at the fork, so that nothing but system calls is safe here. The path
+        // has a slash: no search, no allocation. _exit, because exit would run the destructors of statics and with them
+        // shut the board down under the parent.
+        execlp("/sbin/reboot", "/sbin/reboot", static_cast<char*>(nullptr));
+        _exit(1);
+    }
+}
+
+void Platform::ShutDown() {
+    Trace::TraceDebug("Platform::ShutDown");
+    Trace::TraceInformation("Shutting down " + Process::CURRENT_PROCESS->ProcessName());
+    // A Create that failed half-way leaves members empty.
+    if (oxboResetN)
+        oxboResetN->SetLow();
+    if (qorResetN)
+        qorResetN->SetLow();
+    if (ledTraceListener)
+        ledTraceListener->ControlLeds();
+    Trace::TraceDebug("Platform::ShutDown complete");
+}
+
+} // namespace Velrix
