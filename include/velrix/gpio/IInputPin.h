@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <System/Object.h>
+
+#include <velrix/Export.h>
+
+namespace Velrix::Gpio {
+
+// A line of the board that is read.
+//
+// Sysfs_InputPin reads one through a value file; a test puts a pin of its own in its place. ToString() is the pin's
+// label. One thread at a time.
+class VELRIX_EXPORT IInputPin : public System::Object {
+public:
+    ~IInputPin() override;
+
+    // The level of the line now: true is high, also on a line that is active when low.
+    virtual bool Get() = 0;
+
+protected:
+    IInputPin() noexcept = default;
+};
+
+} // namespace Velrix::Gpio

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <System/Object.h>
+
+#include <velrix/Export.h>
+
+namespace Velrix::Gpio {
+
+// A line of the board that is driven.
+//
+// Sysfs_OutputPin drives one through a value file; a test puts a pin of its own in its place. ToString() is the pin's
+// label. One thread at a time.
+class VELRIX_EXPORT IOutputPin : public System::Object {
+public:
+    ~IOutputPin() override;
+
+    // Drive the line high or low, whatever its level was.
+    virtual void SetHigh() = 0;
+    virtual void SetLow() = 0;
+
+protected:
+    IOutputPin() noexcept = default;
+};
+
+} // namespace Velrix::Gpio
