@@ -88,17 +88,19 @@ std::shared_ptr<Platform> Platform::Create() {
     Open(platform->qorDpramIrqN,         "QOR_DPRAM_IRQ_N",   qor->irq_n);
     Open(platform->qorResetN,            "QOR_RESET0_N",      qor->reset_n);
 
+    using Key = LedSection;
+    static constexpr string_ptr Key::*NONE = nullptr;
     static constexpr struct {
         std::shared_ptr<ILed> Platform::*led;
         const char* label;
-        string_ptr LedSection::*green;
-        string_ptr LedSection::*red;
-        string_ptr LedSection::*yellow;
+        string_ptr Key::*green;
+        string_ptr Key::*red;
+        string_ptr Key::*yellow;
     } LEDS[] = {
-        {&Platform::linkActivity1Led, "LINK_ACT1", &LedSection::link_act_1_green,     nullptr,                         &LedSection::link_act_1_yellow},
-        {&Platform::linkActivity2Led, "LINK_ACT2", &LedSection::link_act_2_green,     nullptr,                         &LedSection::link_act_2_yellow},
-        {&Platform::moduleStatusLed,  "MS",        &LedSection::module_status_green,  &LedSection::module_status_red,  nullptr},
-        {&Platform::networkStatusLed, "NS",        &LedSection::network_status_green, &LedSection::network_status_red, nullptr},
+        {&Platform::linkActivity1Led, "LINK_ACT1", &Key::link_act_1_green,     NONE, &Key::link_act_1_yellow},
+        {&Platform::linkActivity2Led, "LINK_ACT2", &Key::link_act_2_green,     NONE, &Key::link_act_2_yellow},
+        {&Platform::moduleStatusLed,  "MS",        &Key::module_status_green,  &Key::module_status_red,  NONE},
+        {&Platform::networkStatusLed, "NS",        &Key::network_status_green, &Key::network_status_red, NONE},
     };
     for (const auto& row : LEDS) {
         const std::shared_ptr<IOutputPin> green = OpenElement(*led, row.green);

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include <System/Lazy.h>
+#include <System/Object.h>
+
+#include <velrix/Export.h>
+#include <velrix/gpio/IInputPin.h>
+#include <velrix/gpio/ILed.h>
+#include <velrix/gpio/IOutputPin.h>
+#include <velrix/logging/WebLog.h>
+#include <velrix/platform/LedTraceListener.h>
+
+namespace Velrix {
+
+// The board: the lines of both modules, the four status LEDs, the web log and the LED trace listener, one object a
+// process.
+//
+// Reached through INSTANCE, whose first use reads the settings and opens every file that they name. Destroyed at a
+// normal exit of the process, which shuts the board down, whether or not the application has done it before. Takes no
+// lock: one control thread, which calls Update every few milliseconds, because only that moves flashing LEDs on.
+//
+//     auto platform = Platform::INSTANCE.Value();
+//     platform->PowerUpIndicatorTest();
+//     platform->OxboReset(false, 2000);
+//     platform->SetMsEnLedRunning();
+class VELRIX_EXPORT Platform final : public System::Object {
+public:
+    static System::Lazy<std::shared_ptr<Platform>> INSTANCE;
+
+    // A board of its own, from the settings of SettingsFile::INSTANCE. Writes nothing to the lines of the modules; each
+    // LED, as it is made, is switched off. What a file's opening throws passes out, after a ShutDown of what was there
+    // already. Most users want INSTANCE.
+    static std::shared_ptr<Platform> Create();
+
+    // Shuts the board down; a failure is traced as an error and goes no further.
+    ~Platform() override;
+
+    // The time step of all four LEDs; costs a few instructions where nothing flashes. What a pin throws passes out.
+    void Update();
+
+    // Module status. The last one called is shown; flashing is 500 ms on, 500 ms off, from the first colour on.
+    void SetMsEnLedPowerOff();             // off
+    void SetMsEnLedMissingConfiguration(); // green and red in turn
+    void SetMsEnLedIdle();                 // flashing green
+    void SetMsEnLedRunning();              // green
+    void SetMsEnLedInvalidConfiguration(); // flashing red
+    void SetMsEnLedFatalError();           // red
+
+    // Network status.
+    void SetNsLedPowerOff();              // off
+    void SetNsLedConnectionEstablished(); // green
+    void SetNsLedNoConnection();          // flashing green
+    void SetNsLedFatalError();            // red
+    void SetNsLedTimeout();               // flashing red
+
+    // Shows every colour of every LED for a quarter of a second and returns about 516 ms later. Leaves MS steady green
+    // and the others off, whatever they showed before.
+    void PowerUpIndicatorTest();
+
+    // Resets the Oxbo module for 1 ms, with its ram-loader line high or low as it leaves reset, and waits up to timeout
+    // milliseconds for it to pull its interrupt line low, calling Update meanwhile. A timeout of 0 waits for nothing; a
+    // negative one is over at once. Too late: TimeoutException; the reset stays released.
+    void OxboReset(bool ramLoaderEnable, long long timeout);
+
+    // Starts /sbin/reboot in a child process and returns at once. No child: Exception "Could not fork reboot process".
+    // A command that cannot be started is told to nobody: the child ends with status 1. Nothing waits for the child, so
+    // that it raises SIGCHLD and stays a zombie until the application takes its status, ignores that signal, or ends.
+    void Reboot();
+
+    // Holds both modules in reset and puts the LEDs into their final state: off, or MS and NS red after a fatal event.
+    // May be called any number of times; the board stays usable. What a pin throws passes out, and what comes after it
+    // is left undone.
+    void ShutDown();
+
+private:
+    Platform() noexcept;
+
+    // In the order of their making; destroyed from the last to the first.
+    std::shared_ptr<Gpio::IInputPin> oxboIrqN;
+    std::shared_ptr<Gpio::IInputPin> oxboModId0Sync;
+    std::shared_ptr<Gpio::IInputPin> oxboMod1;
+    std::shared_ptr<Gpio::IOutputPin> oxboRamLoaderEnable;
+    std::shared_ptr<Gpio::IOutputPin> oxboResetN;
+    std::shared_ptr<Gpio::IOutputPin> qorBootloaderEnableN;
+    std::shared_ptr<Gpio::IInputPin> qorDpramBusyN;
+    std::shared_ptr<Gpio::IInputPin> qorDpramIrqN;
+    std::shared_ptr<Gpio::IOutputPin> qorResetN;
+    std::shared_ptr<Gpio::ILed> linkActivity1Led;
+    std::shared_ptr<Gpio::ILed> linkActivity2Led;
+    std::shared_ptr<Gpio::ILed> moduleStatusLed;
+    std::shared_ptr<Gpio::ILed> networkStatusLed;
+
+public:
+    // For the application's progress messages.
+    std::shared_ptr<WebLog> webLog;
+
+    // For the application to add to Trace; it is in no list of listeners by itself.
+    std::shared_ptr<LedTraceListener> ledTraceListener;
+};
+
+} // namespace Velrix
