@@ -1,0 +1,44 @@
+# SPDX-License-Identifier: Apache-2.0
+# What the scripts share. Sourced first; leaves the shell in the root of the repository.
+# shellcheck shell=bash
+
+scriptPath=$(readlink -f "${BASH_SOURCE[1]}")
+cd "$(dirname "$scriptPath")/.." || exit
+processors=$(nproc)
+export processors
+
+# Prints the comment at the head of the script that sourced this one.
+usage() {
+    sed -n '/^# SPDX/d; /^#!/d; /^#/!q; s/^# \{0,1\}//p' "$scriptPath"
+}
+
+# fail MESSAGE...: ends the script with a message and status 2.
+fail() {
+    echo "$(basename "$scriptPath"): $*" >&2
+    exit 2
+}
+
+heading() {
+    printf '\n== %s\n' "$*"
+}
+
+# quietly LOG COMMAND...: appends the command's output to the file and shows the file only when the command fails.
+quietly() {
+    local log=$1 code=0
+    shift
+    "$@" >>"$log" 2>&1 || code=$?
+    ((code == 0)) || grep -vE '^\[[0-9]+/[0-9]+\] (Building|Linking|Creating)' "$log"
+    return "$code"
+}
+
+# build PRESET [FOLDER [TARGET...]]: configures and builds.
+build() {
+    local preset=$1 folder=${2:-build/$1} log
+    shift $(($# < 2 ? $# : 2))
+    log=$folder/build.log
+    mkdir -p "$folder"
+    rm -f "$log"
+    quietly "$log" cmake --preset "$preset" -B "$folder" || return
+    (($# == 0)) || set -- --target "$@"
+    quietly "$log" cmake --build "$folder" -j "$processors" "$@"
+}
