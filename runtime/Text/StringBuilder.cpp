@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <System/Text/StringBuilder.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
+#include <utility>
 
 #include <System/Exceptions.h>
 
@@ -11,6 +13,9 @@
 namespace System::Text {
 
 namespace {
+
+// Holds most messages without growing.
+constexpr std::size_t LEAST_CAPACITY = 48;
 
 // A number's decimal digits as code units, without a trip over the heap.
 struct Digits {
@@ -37,7 +42,7 @@ std::shared_ptr<StringBuilder> StringBuilder::Create() {
 }
 
 string_ptr StringBuilder::ToString() {
-    return std::u16string_view(units);
+    return std::u16string_view(units.get(), static_cast<std::size_t>(Length()));
 }
 
 StringBuilder& StringBuilder::Insert(int index, const string_ptr& text) {
@@ -63,8 +68,24 @@ StringBuilder& StringBuilder::Insert(int index, unsigned long long number) {
 void StringBuilder::InsertUnits(int index, std::u16string_view piece) {
     if (index < 0 || index > Length())
         throw ArgumentOutOfRangeException("index");
-    CheckedLength(units.size() + piece.size(), "text");
-    units.insert(static_cast<std::size_t>(index), piece);
+    if (static_cast<std::size_t>(end - next) < piece.size())
+        Grow(piece.size());
+    char16_t* const place = units.get() + index;
+    std::copy_backward(place, next, next + piece.size());
+    std::copy(piece.begin(), piece.end(), place);
+    next += piece.size();
+}
+
+// Room for at least so many units more, and for twice as many as before; when there is none, nothing changes.
+void StringBuilder::Grow(std::size_t more) {
+    const auto length = static_cast<std::size_t>(Length());
+    const auto needed = static_cast<std::size_t>(CheckedLength(length + more, "text"));
+    const std::size_t capacity = std::max({needed, 2 * length, LEAST_CAPACITY});
+    std::unique_ptr<char16_t[]> room(new char16_t[capacity]);
+    std::copy_n(units.get(), length, room.get());
+    units = std::move(room);
+    next = units.get() + length;
+    end = units.get() + capacity;
 }
 
 } // namespace System::Text

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <memory>
-#include <string>
 #include <string_view>
 #include <type_traits>
 
@@ -25,17 +25,19 @@ public:
     ~StringBuilder() override;
 
     // The number of code units so far.
-    int Length() const noexcept { return static_cast<int>(units.size()); }
+    int Length() const noexcept { return static_cast<int>(next - units.get()); }
 
     // The text so far; the builder keeps it.
     string_ptr ToString() override;
 
     // Throws the text away; its room is kept for the next one.
-    void Clear() noexcept { units.clear(); }
+    void Clear() noexcept { next = units.get(); }
 
     StringBuilder& Append(const string_ptr& text) { return Insert(Length(), text); }
     StringBuilder& Append(char16_t unit) {
-        units.push_back(unit);
+        if (next == end)
+            Grow(1);
+        *next++ = unit;
         return *this;
     }
     StringBuilder& Append(unsigned short unit) { return Append(static_cast<char16_t>(unit)); }
@@ -71,8 +73,13 @@ public:
 private:
     StringBuilder() noexcept;
     void InsertUnits(int index, std::u16string_view piece);
+    void Grow(std::size_t more);
 
-    std::u16string units;
+    // The text stands from the first unit to next, and there is room up to end; bare pointers, since one more unit has to cost
+    // next to nothing.
+    std::unique_ptr<char16_t[]> units;
+    char16_t* next = nullptr;
+    char16_t* end = nullptr;
 };
 
 } // namespace System::Text

@@ -5,12 +5,12 @@
 #include <functional>
 #include <list>
 #include <memory>
-#include <memory_resource>
 #include <unordered_set>
 #include <utility>
 
 #include <System/Collections/Generic/Exceptions.h>
 #include <System/Collections/Generic/IDictionary.h>
+#include <System/Collections/Generic/NodeAllocator.h>
 #include <System/Collections/Generic/TextOf.h>
 #include <System/Exceptions.h>
 
@@ -72,7 +72,7 @@ public:
     Iterator end() override { return pairs.end(); }
 
 private:
-    using Pairs = std::pmr::list<KeyValuePair<K, V>>;
+    using Pairs = std::list<KeyValuePair<K, V>, NodeAllocator<KeyValuePair<K, V>>>;
     using Place = typename Pairs::iterator;
 
     // The index compares places by the keys that stand there, and can be asked with a bare key.
@@ -106,9 +106,9 @@ private:
     }
 
     // The small nodes of list and index come from blocks, not one by one from the heap. Declared first: it outlives both.
-    std::pmr::unsynchronized_pool_resource nodes;
+    NodeStore nodes;
     Pairs pairs{&nodes};
-    std::pmr::unordered_set<Place, Hash, Equal> index{&nodes};
+    std::unordered_set<Place, Hash, Equal, NodeAllocator<Place>> index{&nodes};
 };
 
 } // namespace System::Collections::Generic
