@@ -17,6 +17,20 @@ namespace Velrix {
 using System::string_ptr;
 using System::Text::StringBuilder;
 
+enum class ConfigParser::Action : unsigned char {
+    REJECT,
+    SKIP,
+    APPEND, // to the text that belongs to the next state
+    CLOSE_HEADER,
+    COMMIT,
+    COMMIT_AND_FINISH,
+    FINISH,
+
+    // In the unfolded table alone: SKIP and APPEND where neither the state nor the line changes.
+    SKIP_MORE,
+    APPEND_MORE
+};
+
 namespace {
 
 // The grammar:
@@ -39,81 +53,69 @@ namespace {
 // taken: its action is done and its state is next. What no row of the state holds is an error: the end of the file the
 // unexpected end, anything else the unexpected character.
 
-enum class Action : unsigned char {
-    REJECT,
-    STAY, // nothing to do but to change the state
-    APPEND_TO_KEY,
-    APPEND_TO_VALUE,
-    APPEND_TO_NAME,
-    CLOSE_HEADER,
-    COMMIT,
-    COMMIT_AND_FINISH,
-    FINISH
-};
-
 struct Row {
     ConfigParser::State state;
     const CharacterSet& on;
-    Action action;
+    ConfigParser::Action action;
     ConfigParser::State next;
 };
 
 using enum ConfigParser::State;
-using enum Action;
+using enum ConfigParser::Action;
 
 constexpr Row ROWS[] = {
     {COMMENT, END_OF_FILE, FINISH, COMMENT},
-    {COMMENT, NEWLINE, STAY, LINE_START},
-    {COMMENT, ANY_CHARACTER, STAY, COMMENT},
+    {COMMENT, NEWLINE, SKIP, LINE_START},
+    {COMMENT, ANY_CHARACTER, SKIP, COMMENT},
 
-    {KEY, WHITESPACE, STAY, AFTER_KEY},
-    {KEY, END_OF_KEY, STAY, AFTER_END_OF_KEY},
-    {KEY, KEY_CHAR, APPEND_TO_KEY, KEY},
+    {KEY, WHITESPACE, SKIP, AFTER_KEY},
+    {KEY, END_OF_KEY, SKIP, AFTER_END_OF_KEY},
+    {KEY, KEY_CHAR, APPEND, KEY},
 
-    {AFTER_KEY, WHITESPACE, STAY, AFTER_KEY},
-    {AFTER_KEY, END_OF_KEY, STAY, AFTER_END_OF_KEY},
+    {AFTER_KEY, WHITESPACE, SKIP, AFTER_KEY},
+    {AFTER_KEY, END_OF_KEY, SKIP, AFTER_END_OF_KEY},
 
     {LINE_START, END_OF_FILE, FINISH, LINE_START},
-    {LINE_START, NEWLINE, STAY, LINE_START},
-    {LINE_START, WHITESPACE, STAY, LINE_START},
-    {LINE_START, COMMENT_MARK, STAY, COMMENT},
-    {LINE_START, BEGINNING_OF_KEY, APPEND_TO_KEY, KEY},
-    {LINE_START, BEGINNING_OF_SECTION, STAY, AFTER_BEGINNING_OF_SECTION},
+    {LINE_START, NEWLINE, SKIP, LINE_START},
+    {LINE_START, WHITESPACE, SKIP, LINE_START},
+    {LINE_START, COMMENT_MARK, SKIP, COMMENT},
+    {LINE_START, BEGINNING_OF_KEY, APPEND, KEY},
+    {LINE_START, BEGINNING_OF_SECTION, SKIP, AFTER_BEGINNING_OF_SECTION},
 
-    {SECTION_NAME, KEY_CHAR, APPEND_TO_NAME, SECTION_NAME},
+    {SECTION_NAME, KEY_CHAR, APPEND, SECTION_NAME},
     {SECTION_NAME, END_OF_SECTION, CLOSE_HEADER, AFTER_SECTION},
 
-    {AFTER_BEGINNING_OF_SECTION, BEGINNING_OF_KEY, APPEND_TO_NAME, SECTION_NAME},
+    {AFTER_BEGINNING_OF_SECTION, BEGINNING_OF_KEY, APPEND, SECTION_NAME},
 
     {AFTER_SECTION, END_OF_FILE, FINISH, AFTER_SECTION},
-    {AFTER_SECTION, NEWLINE, STAY, LINE_START},
-    {AFTER_SECTION, WHITESPACE, STAY, AFTER_SECTION},
-    {AFTER_SECTION, COMMENT_MARK, STAY, COMMENT},
+    {AFTER_SECTION, NEWLINE, SKIP, LINE_START},
+    {AFTER_SECTION, WHITESPACE, SKIP, AFTER_SECTION},
+    {AFTER_SECTION, COMMENT_MARK, SKIP, COMMENT},
 
     {UNQUOTED_VALUE, END_OF_FILE, COMMIT_AND_FINISH, UNQUOTED_VALUE},
     {UNQUOTED_VALUE, NEWLINE, COMMIT, LINE_START},
     {UNQUOTED_VALUE, WHITESPACE, COMMIT, AFTER_VALUE},
     {UNQUOTED_VALUE, COMMENT_MARK, COMMIT, COMMENT},
-    {UNQUOTED_VALUE, VALUE_CHAR, APPEND_TO_VALUE, UNQUOTED_VALUE},
+    {UNQUOTED_VALUE, VALUE_CHAR, APPEND, UNQUOTED_VALUE},
 
-    {AFTER_END_OF_KEY, WHITESPACE, STAY, AFTER_END_OF_KEY},
-    {AFTER_END_OF_KEY, QUOTE, STAY, QUOTED_VALUE},
-    {AFTER_END_OF_KEY, VALUE_CHAR, APPEND_TO_VALUE, UNQUOTED_VALUE},
+    {AFTER_END_OF_KEY, WHITESPACE, SKIP, AFTER_END_OF_KEY},
+    {AFTER_END_OF_KEY, QUOTE, SKIP, QUOTED_VALUE},
+    {AFTER_END_OF_KEY, VALUE_CHAR, APPEND, UNQUOTED_VALUE},
 
     {AFTER_VALUE, END_OF_FILE, FINISH, AFTER_VALUE},
-    {AFTER_VALUE, NEWLINE, STAY, LINE_START},
-    {AFTER_VALUE, WHITESPACE, STAY, AFTER_VALUE},
-    {AFTER_VALUE, COMMENT_MARK, STAY, COMMENT},
+    {AFTER_VALUE, NEWLINE, SKIP, LINE_START},
+    {AFTER_VALUE, WHITESPACE, SKIP, AFTER_VALUE},
+    {AFTER_VALUE, COMMENT_MARK, SKIP, COMMENT},
 
     {QUOTED_VALUE, QUOTE, COMMIT, AFTER_VALUE},
-    {QUOTED_VALUE, ESCAPE, STAY, AFTER_ESCAPE},
-    {QUOTED_VALUE, ANY_CHARACTER, APPEND_TO_VALUE, QUOTED_VALUE},
+    {QUOTED_VALUE, ESCAPE, SKIP, AFTER_ESCAPE},
+    {QUOTED_VALUE, ANY_CHARACTER, APPEND, QUOTED_VALUE},
 
-    {AFTER_ESCAPE, ANY_CHARACTER, APPEND_TO_VALUE, QUOTED_VALUE},
+    {AFTER_ESCAPE, ANY_CHARACTER, APPEND, QUOTED_VALUE},
 };
 
 struct Step {
-    Action action = REJECT;
+    ConfigParser::Action action = REJECT;
     ConfigParser::State next = LINE_START;
 };
 
@@ -123,7 +125,7 @@ using StepsOfState = std::array<Step, CharacterSet::LAST_VALUE + 2>;
 using Steps = std::array<StepsOfState, static_cast<std::size_t>(AFTER_ESCAPE) + 1>;
 
 constexpr std::size_t StepIndex(int c) {
-    return static_cast<std::size_t>(c - CharacterSet::END_OF_FILE_VALUE);
+    return static_cast<unsigned>(c - CharacterSet::END_OF_FILE_VALUE);
 }
 
 constexpr Steps Unfold() {
@@ -131,8 +133,13 @@ constexpr Steps Unfold() {
     for (const Row& row : ROWS)
         for (int c = CharacterSet::END_OF_FILE_VALUE; c <= CharacterSet::LAST_VALUE; ++c) {
             Step& step = steps[static_cast<std::size_t>(row.state)][StepIndex(c)];
-            if (step.action == REJECT && row.on.Contains(c))
-                step = {row.action, row.next};
+            if (step.action != REJECT || !row.on.Contains(c))
+                continue;
+            const bool more = row.next == row.state && !NEWLINE.Contains(c); // a newline needs counting
+            step.action = more && row.action == SKIP     ? SKIP_MORE
+                          : more && row.action == APPEND ? APPEND_MORE
+                                                         : row.action;
+            step.next = row.next;
         }
     return steps;
 }
@@ -152,7 +159,6 @@ std::shared_ptr<ConfigParser::Sections> ConfigParser::Parse(string_ptr ownPath) 
     path = std::move(ownPath);
     column = 0;
     line = 0;
-    done = false;
     key = StringBuilder::Create();
     sectionName = StringBuilder::Create();
     value = StringBuilder::Create();
@@ -160,58 +166,62 @@ std::shared_ptr<ConfigParser::Sections> ConfigParser::Parse(string_ptr ownPath) 
     AddSection(System::String::EMPTY);
     state = LINE_START;
 
-    while (!done) {
-        const int c = stream->ReadByte();
-        CountPosition(c);
-        Handle(c);
-    }
+    ReadPairs(*stream);
     return result;
 }
 
-// Done before the character is handled: an error at a newline names the next line and column 0, and the end of the file
-// counts as a column.
-inline void ConfigParser::CountPosition(int c) {
-    if (c == '\n') {
-        column = 0;
-        ++line;
-    } else
-        ++column;
-}
+// Most characters are one more of the same, in a name, a value, a comment: they take the short way at the top of the
+// loop.
+void ConfigParser::ReadPairs(System::IO::FileStream& stream) {
+    const Step* steps = nullptr;
+    StringBuilder* text = nullptr;
+    const auto enter = [&](State next) {
+        state = next;
+        steps = STEPS[static_cast<std::size_t>(next)].data();
+        text = next == KEY ? key.get() : next == SECTION_NAME ? sectionName.get() : value.get();
+    };
 
-inline void ConfigParser::Handle(int c) {
-    // A byte is a code unit: the file is not decoded.
-    const auto unit = static_cast<unsigned short>(c);
-    const Step step = STEPS[static_cast<std::size_t>(state)][StepIndex(c)];
-    state = step.next;
-    switch (step.action) {
-    case STAY:
-        break;
-    case APPEND_TO_KEY:
-        key->Append(unit);
-        break;
-    case APPEND_TO_VALUE:
-        value->Append(unit);
-        break;
-    case APPEND_TO_NAME:
-        sectionName->Append(unit);
-        break;
-    case CLOSE_HEADER:
-        CloseHeader();
-        break;
-    case COMMIT:
-        CommitPair();
-        break;
-    case COMMIT_AND_FINISH:
-        CommitPair();
-        done = true;
-        break;
-    case FINISH:
-        done = true;
-        break;
-    case REJECT:
-        if (END_OF_FILE.Contains(c))
-            _throw_unexpected_eof_exception(path);
-        _throw_unexpected_char_exception(unit, path, line, column);
+    enter(LINE_START);
+    for (;;) {
+        const int c = stream.ReadByte();
+        const Step step = steps[StepIndex(c)];
+        if (step.action == APPEND_MORE) {
+            text->Append(static_cast<char16_t>(c)); // a byte is a code unit: the file is not decoded
+            ++column;
+            continue;
+        }
+        // Counted before the character is handled: an error at a newline names the next line and column 0, and the end
+        // of the file counts as a column.
+        if (c == '\n') {
+            column = 0;
+            ++line;
+        } else
+            ++column;
+        if (step.action == SKIP_MORE)
+            continue;
+        enter(step.next);
+        switch (step.action) {
+        case SKIP:
+            break;
+        case APPEND:
+            text->Append(static_cast<char16_t>(c));
+            break;
+        case CLOSE_HEADER:
+            CloseHeader();
+            break;
+        case COMMIT:
+            CommitPair();
+            break;
+        case COMMIT_AND_FINISH:
+            CommitPair();
+            return;
+        case FINISH:
+            return;
+        default:
+            if (END_OF_FILE.Contains(c))
+                _throw_unexpected_eof_exception(path);
+            _throw_unexpected_char_exception(static_cast<unsigned short>(c), path, line, column);
+        }
     }
 }
 

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include <System/Collections/Generic/Dictionary.h>
+#include <System/IO/FileStream.h>
 #include <System/Object.h>
 #include <System/String.h>
 #include <System/Text/StringBuilder.h>
@@ -16,6 +17,7 @@ public:
     using Section = System::Collections::Generic::Dictionary<System::string_ptr, System::string_ptr>;
     using Sections = System::Collections::Generic::Dictionary<System::string_ptr, std::shared_ptr<Section>>;
 
+    enum class Action : unsigned char;
     enum class State : unsigned char {
         COMMENT,
         KEY,
@@ -41,14 +43,12 @@ private:
 
     ConfigParser() = default;
 
-    void CountPosition(int c);
-    void Handle(int c);
+    void ReadPairs(System::IO::FileStream& stream);
     void AddSection(const System::string_ptr& name);
     void CommitPair();
     void CloseHeader();
 
     int column = 0; // of the last character read; the first of a line is 1, a newline itself 0
-    bool done = false;
     Builder key;
     std::shared_ptr<Section> currentSection;
     System::string_ptr path;
