@@ -1,8 +1,14 @@
 # SPDX-License-Identifier: Apache-2.0
 
 if(BUILD_TESTING)
-  find_package(GTest REQUIRED)
   include(GoogleTest)
+  if(CMAKE_CROSSCOMPILING)
+    # Debian's library is for the build machine; its package googletest has the sources for every other one.
+    set(INSTALL_GTEST OFF CACHE INTERNAL "only used here")
+    add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+  else()
+    find_package(GTest REQUIRED)
+  endif()
 endif()
 
 # velrix_add_test(NAME name SOURCES file... LIBRARIES target...)
