@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <velrix/logging/WebLog.h>
 
+#include <new>
 #include <utility>
 
 #include <System/Convert.h>
+#include <System/Diagnostics/Trace.h>
+#include <System/Exceptions.h>
 #include <System/Raisers.h>
 #include <System/Text/Encoding.h>
 
@@ -33,8 +36,17 @@ std::shared_ptr<WebLog> WebLog::Create(string_ptr path) {
 
 WebLog::WebLog(std::shared_ptr<FileStream> ownStream) noexcept : stream(std::move(ownStream)) {}
 
+// Some file systems tell only on closing that what was written did not arrive. A destructor cannot pass that on, so it
+// is traced.
 WebLog::~WebLog() {
-    stream->Close();
+    try {
+        try {
+            stream->Close();
+        } catch (const System::Exception& failure) {
+            System::Diagnostics::Trace::TraceWarning(failure);
+        }
+    } catch (const std::bad_alloc&) { // not even the memory to say so; the file is closed all the same
+    }
 }
 
 void WebLog::WriteBytes(std::shared_ptr<IArray<unsigned char>> bytes) {
