@@ -13,13 +13,17 @@
 
 namespace System::Collections::Generic {
 
-// The list of the runtime: elements in one piece of memory. Not for use by several threads at once while one of them changes it.
-template <class T> class List final : public IList<T> {
+// The list of the runtime: elements in one piece of memory. Not for use by several threads at once while one of them
+// changes it.
+template <class T>
+class List final : public IList<T> {
 public:
-    static std::shared_ptr<List> Create() { return std::shared_ptr<List>(new List({})); }
+    static std::shared_ptr<List> Create() { return std::shared_ptr<List>(new List); }
 
     // A list of copies of the given elements.
-    static std::shared_ptr<List> Create(std::initializer_list<T> elements) { return std::shared_ptr<List>(new List(elements)); }
+    static std::shared_ptr<List> Create(std::initializer_list<T> elements) {
+        return std::shared_ptr<List>(new List(elements));
+    }
 
     int Count() override { return static_cast<int>(elements.size()); }
 
@@ -46,6 +50,7 @@ private:
     // A vector of bool has no elements with an address; a deque of bool has.
     using Elements = std::conditional_t<std::is_same_v<T, bool>, std::deque<T>, std::vector<T>>;
 
+    List() = default;
     explicit List(std::initializer_list<T> ownElements) : elements(ownElements) {}
 
     auto At(int index) { return elements.begin() + index; }

@@ -1,0 +1,302 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <System/Collections/Generic/Dictionary.h>
+
+#include <algorithm>
+#include <memory>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/runtime/Collections/Generic/Counted.h"
+#include "tests/support/AllocationFailure.h"
+#include "tests/support/ExpectException.h"
+
+template <>
+struct std::hash<TestSupport::Counted> {
+    std::size_t operator()(const TestSupport::Counted& element) const {
+        if (element.number == 13)
+            throw std::runtime_error("no hash");
+        return 1; // all in one place, so that only == tells them apart
+    }
+};
+
+namespace {
+
+using namespace System;
+using namespace System::Collections::Generic;
+using TestSupport::Counted;
+using TestSupport::ExpectException;
+
+using Texts = IDictionary<string_ptr, string_ptr>;
+
+std::string Shown(const std::shared_ptr<Texts>& dictionary) {
+    std::string text;
+    for (const KeyValuePair<string_ptr, string_ptr>& pair : *dictionary)
+        text += pair.Key->ToUtf8() + "=" + pair.Value->ToUtf8() + " ";
+    return text;
+}
+
+std::shared_ptr<Texts> Make(std::initializer_list<std::pair<const char*, const char*>> pairs) {
+    const auto dictionary = Dictionary<string_ptr, string_ptr>::Create();
+    for (const auto& [key, value] : pairs)
+        dictionary->Add(key, value);
+    return dictionary;
+}
+
+TEST(Dictionary, BeginsEmpty) {
+    const auto dictionary = Make({});
+
+    EXPECT_EQ(dictionary->Count(), 0);
+    EXPECT_EQ(Shown(dictionary), "");
+    EXPECT_FALSE(dictionary->ContainsKey("a"));
+    EXPECT_FALSE(dictionary->Remove("a"));
+}
+
+TEST(Dictionary, FindsByContentWhatWasAdded) {
+    const auto dictionary = Make({{"a", "1"}, {"b", "2"}});
+
+    EXPECT_EQ(dictionary->Count(), 2);
+    EXPECT_EQ((*dictionary)[std::string("a")], "1");
+    EXPECT_EQ((*dictionary)["b"], "2");
+    EXPECT_TRUE(dictionary->ContainsKey("a"));
+    EXPECT_FALSE(dictionary->ContainsKey("A"));
+}
+
+TEST(Dictionary, RejectsAKeyThatIsThereAndStaysAsItWas) {
+    const auto dictionary = Make({{"a", "1"}, {"b", "2"}});
+
+    ExpectException<ArgumentException>("Key already exists", [&] { dictionary->Add("a", "3"); });
+
+    EXPECT_EQ(Shown(dictionary), "a=1 b=2 ");
+    EXPECT_EQ(dictionary->Count(), 2);
+}
+
+TEST(Dictionary, NamesTheKeyThatIsMissing) {
+    const auto dictionary = Make({{"a", "1"}});
+    const auto numbers = Dictionary<int, int>::Create();
+
+    ExpectException<KeyNotFoundException>("network", [&] { (*dictionary)["network"]; });
+    ExpectException<KeyNotFoundException>("-7", [&] { (*numbers)[-7]; });
+    EXPECT_EQ(dictionary->Count(), 1);
+}
+
+TEST(Dictionary, SetsInPlaceOrBehindTheLast) {
+    const auto dictionary = Make({{"a", "1"}, {"b", "2"}});
+
+    dictionary->Set("a", "10");
+    dictionary->Set("c", "3");
+
+    EXPECT_EQ(Shown(dictionary), "a=10 b=2 c=3 ");
+}
+
+TEST(Dictionary, CopiesAValueOutOrLeavesItAlone) {
+    const auto dictionary = Make({{"a", "1"}});
+    string_ptr value = "before";
+
+    EXPECT_FALSE(dictionary->TryGetValue("b", value));
+    EXPECT_EQ(value, "before");
+    EXPECT_TRUE(dictionary->TryGetValue("a", value));
+    EXPECT_EQ(value, "1");
+}
+
+TEST(Dictionary, GivesAValueToBeChangedThatStaysInItsPlace) {
+    const auto dictionary = Dictionary<int, bool>::Create();
+    dictionary->Add(-1, false);
+    bool& value = (*dictionary)[-1];
+
+    for (int i = 0; i < 1000; ++i)
+        dictionary->Add(i, false);
+    for (int i = 0; i < 1000; i += 2)
+        dictionary->Remove(i);
+    value = true;
+
+    EXPECT_EQ(&(*dictionary)[-1], &value);
+    EXPECT_TRUE((*dictionary)[-1]);
+}
+
+TEST(Dictionary, KeepsTheOrderOfAdding) {
+    const auto dictionary = Make({{"zebra", "1"}, {"ant", "2"}, {"mole", "3"}, {"bee", "4"}});
+    EXPECT_EQ(Shown(dictionary), "zebra=1 ant=2 mole=3 bee=4 ");
+
+    EXPECT_TRUE(dictionary->Remove("ant"));
+    EXPECT_EQ(Shown(dictionary), "zebra=1 mole=3 bee=4 ");
+
+    dictionary->Add("ant", "5");
+    dictionary->Set("zebra", "6");
+    EXPECT_EQ(Shown(dictionary), "zebra=6 mole=3 bee=4 ant=5 ");
+
+    EXPECT_TRUE(dictionary->Remove("zebra"));
+    EXPECT_TRUE(dictionary->Remove("ant"));
+    EXPECT_FALSE(dictionary->Remove("ant"));
+    EXPECT_EQ(Shown(dictionary), "mole=3 bee=4 ");
+    EXPECT_EQ(dictionary->Count(), 2);
+}
+
+TEST(Dictionary, RemovesAPairByItsOwnKey) {
+    const auto dictionary = Make({{"a", "1"}, {"b", "2"}});
+    const string_ptr& key = dictionary->begin()->Key;
+
+    EXPECT_TRUE(dictionary->Remove(key));
+
+    EXPECT_EQ(Shown(dictionary), "b=2 ");
+}
+
+TEST(Dictionary, TellsNullFromTheEmptyKey) {
+    const auto dictionary = Dictionary<string_ptr, int>::Create();
+    dictionary->Add("", 1);
+
+    ExpectException<KeyNotFoundException>("null", [&] { (*dictionary)[nullptr]; });
+    dictionary->Add(nullptr, 2);
+
+    EXPECT_EQ((*dictionary)[""], 1);
+    EXPECT_EQ((*dictionary)[nullptr], 2);
+}
+
+TEST(Dictionary, HoldsKeysAndValuesWithoutADefaultEvenWhereHashesCollide) {
+    {
+        const auto dictionary = Dictionary<Counted, Counted>::Create();
+        for (int i = 0; i < 10; ++i)
+            dictionary->Add(Counted(i), Counted(i * i));
+        EXPECT_EQ(Counted::live, 20);
+
+        EXPECT_EQ((*dictionary)[Counted(7)].number, 49);
+        EXPECT_TRUE(dictionary->Remove(Counted(7)));
+        EXPECT_FALSE(dictionary->ContainsKey(Counted(7)));
+        EXPECT_EQ(Counted::live, 18);
+        ExpectException<KeyNotFoundException>(typeid(Counted).name(), [&] { (*dictionary)[Counted(7)]; });
+        ExpectException<ArgumentException>("Key already exists", [&] { dictionary->Add(Counted(3), Counted(0)); });
+        EXPECT_EQ(Counted::live, 18);
+    }
+    EXPECT_EQ(Counted::live, 0);
+}
+
+TEST(Dictionary, StaysAsItWasWhenAHashOrACopyThrows) {
+    const auto dictionary = Dictionary<Counted, Counted>::Create();
+    dictionary->Add(Counted(1), Counted(1));
+
+    EXPECT_THROW(dictionary->Add(Counted(13), Counted(0)), std::runtime_error);
+    EXPECT_THROW(dictionary->Set(Counted(13), Counted(0)), std::runtime_error);
+    for (int copy = 1; copy <= 2; ++copy) {
+        const Counted key(2), value(2);
+        Counted::copiesUntilFailure = copy;
+        EXPECT_THROW(dictionary->Add(key, value), std::runtime_error);
+        Counted::copiesUntilFailure = 0;
+    }
+
+    EXPECT_EQ(dictionary->Count(), 1);
+    EXPECT_EQ((*dictionary)[Counted(1)].number, 1);
+    EXPECT_EQ(Counted::live, 2);
+}
+
+TEST(Dictionary, BehavesAsARowOfPairsOnARandomWalk) {
+    std::mt19937 random(1);
+    const auto dictionary = Dictionary<string_ptr, int>::Create();
+    std::vector<std::pair<std::string, int>> model;
+    const auto find = [&](const std::string& key) {
+        return std::find_if(model.begin(), model.end(), [&](const auto& pair) { return pair.first == key; });
+    };
+
+    for (int step = 0; step < 20000; ++step) {
+        const std::string key = std::to_string(random() % 60);
+        const auto found = find(key);
+        const bool present = found != model.end();
+        ASSERT_EQ(dictionary->ContainsKey(key), present);
+        switch (random() % 4) {
+        case 0:
+            if (present) {
+                EXPECT_THROW(dictionary->Add(key, step), ArgumentException);
+            } else {
+                dictionary->Add(key, step);
+                model.emplace_back(key, step);
+            }
+            break;
+        case 1:
+            dictionary->Set(key, step);
+            if (present)
+                found->second = step;
+            else
+                model.emplace_back(key, step);
+            break;
+        default:
+            ASSERT_EQ(dictionary->Remove(key), present);
+            if (present)
+                model.erase(found);
+        }
+        ASSERT_EQ(dictionary->Count(), static_cast<int>(model.size()));
+        if (step % 16 == 0) {
+            auto expected = model.begin();
+            for (const auto& [name, value] : *dictionary) {
+                ASSERT_EQ(name, expected->first);
+                ASSERT_EQ(value, expected->second);
+                ++expected;
+            }
+        }
+    }
+}
+
+TEST(Dictionary, IsReadByManyThreadsAtOnce) {
+    const auto dictionary = Make({{"a", "1"}, {"b", "2"}});
+    std::vector<std::thread> threads;
+
+    for (int i = 0; i < 8; ++i)
+        threads.emplace_back([&] {
+            for (int round = 0; round < 100; ++round) {
+                string_ptr value;
+                EXPECT_TRUE(dictionary->TryGetValue("b", value));
+                EXPECT_EQ(Shown(dictionary), "a=1 b=2 ");
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+TEST(Dictionary, NeedsNoAllocationOfItsOwnForMostPairs) {
+    constexpr int COUNT = 10000;
+    std::vector<string_ptr> keys;
+    for (int i = 0; i < COUNT; ++i)
+        keys.push_back(std::to_string(i));
+    const auto dictionary = Dictionary<string_ptr, string_ptr>::Create();
+
+    const TestSupport::AllocationFailure counter;
+    for (const string_ptr& key : keys)
+        dictionary->Add(key, key);
+
+    EXPECT_LT(counter.Count(), COUNT / 50);
+}
+
+TEST(Dictionary, SurvivesEveryAllocationFailure) {
+    std::vector<string_ptr> keys;
+    for (int i = 0; i < 200; ++i)
+        keys.push_back(std::to_string(i));
+
+    const long allocations = TestSupport::FailEachAllocation([&] {
+        const auto dictionary = Dictionary<string_ptr, string_ptr>::Create();
+        int count = 0;
+        try {
+            for (const string_ptr& key : keys) {
+                if (count % 2 == 0)
+                    dictionary->Add(key, key);
+                else
+                    dictionary->Set(key, key);
+                ++count;
+            }
+        } catch (const std::bad_alloc&) {
+            EXPECT_EQ(dictionary->Count(), count);
+            EXPECT_FALSE(dictionary->ContainsKey(keys[static_cast<std::size_t>(count)]));
+            int walked = 0;
+            for (const auto& pair : *dictionary)
+                EXPECT_EQ(&*pair.Key, &*keys[static_cast<std::size_t>(walked++)]);
+            EXPECT_EQ(walked, count);
+            throw;
+        }
+    });
+
+    EXPECT_GT(allocations, 5);
+}
+
+} // namespace
