@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdint>
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -12,6 +13,7 @@
 #include <System/Raisers.h>
 
 #include "runtime/Length.h"
+#include "runtime/TextBlock.h"
 #include "runtime/Utf.h"
 
 namespace System {
@@ -55,6 +57,54 @@ struct RoomAllocator {
 
     Room* room;
 };
+
+// The same within a block of many texts, in which there must be room.
+template <class T>
+struct BlockAllocator {
+    using value_type = T;
+
+    BlockAllocator(TextBlock* ownBlock, Room* ownRoom) noexcept : block(ownBlock), room(ownRoom) {}
+    template <class Other>
+    BlockAllocator(const BlockAllocator<Other>& other) noexcept : block(other.block), room(other.room) {}
+
+    T* allocate(std::size_t) {
+        static_assert(sizeof(T) <= TextBlock::TEXT_OVERHEAD - alignof(std::max_align_t));
+        auto* const piece = static_cast<T*>(block->Cut(sizeof(T) + room->unitCount * sizeof(char16_t)));
+        room->units = reinterpret_cast<char16_t*>(piece + 1);
+        return piece;
+    }
+    void deallocate(T*, std::size_t) noexcept { block->Release(); }
+
+    template <class Other>
+    bool operator==(const BlockAllocator<Other>& other) const noexcept {
+        return block == other.block;
+    }
+
+    TextBlock* block;
+    Room* room;
+};
+
+// Four code units at a time, then one by one: keys are short, and the standard library's hash spends more on beginning
+// and ending than on their units. A product's upper half depends on all bits below it; each step brings it down for the
+// next.
+int HashOf(std::u16string_view text) noexcept {
+    constexpr std::uint64_t SPREAD =
+        0x9E3779B97F4A7C15; // 2 to the 64th over the golden ratio: odd, with well-mixed bits
+    std::uint64_t mixed = text.size();
+    const auto mix = [&mixed](std::uint64_t units) {
+        mixed = (mixed ^ units) * SPREAD;
+        mixed ^= mixed >> 32;
+    };
+    const char16_t* unit = text.data();
+    const char16_t* const end = unit + text.size();
+    for (std::uint64_t four; end - unit >= 4; unit += 4) {
+        std::memcpy(&four, unit, sizeof four);
+        mix(four);
+    }
+    for (; unit != end; ++unit)
+        mix(*unit);
+    return static_cast<int>(mixed * SPREAD >> 32);
+}
 
 } // namespace
 
@@ -128,6 +178,16 @@ string_ptr String::FromUnits(std::u16string_view source) {
     char16_t* units = nullptr;
     string_ptr text = Allocate(source.size(), units);
     std::copy(source.begin(), source.end(), units);
+    return text;
+}
+
+string_ptr String::FromUnits(std::u16string_view source, TextBlock*& block) {
+    if (source.empty() || !TextBlock::MakeRoom(block, source.size()))
+        return FromUnits(source);
+    Room room{source.size()};
+    string_ptr text(std::allocate_shared<String>(BlockAllocator<String>(block, &room), Passkey(), room.units,
+                                                 static_cast<int>(source.size())));
+    std::copy(source.begin(), source.end(), room.units);
     return text;
 }
 
@@ -244,7 +304,7 @@ string_ptr String::ToString() {
 int String::ContentHash() const noexcept {
     int known = hash.load(std::memory_order_relaxed);
     if (known == 0) {
-        known = static_cast<int>(std::hash<std::u16string_view>()(View()));
+        known = HashOf(View());
         if (known == 0)
             known = 1;
         // Several threads may come here at once; they all store the same number.

@@ -18,7 +18,12 @@ template <class T> class Array;
 template <class T> class IArray;
 } // namespace Collections::Generic
 
+namespace Text {
+class StringBuilder;
+}
+
 class String;
+class TextBlock;
 
 // The shared handle of an immutable UTF-16 text; the type of every text in the interfaces.
 //
@@ -134,10 +139,13 @@ public:
 
 private:
     friend class string_ptr;
+    friend class Text::StringBuilder;
     friend struct std::hash<string_ptr>;
     friend SYSTEM_EXPORT string_ptr operator+(const string_ptr& left, const string_ptr& right);
 
     static string_ptr FromUnits(std::u16string_view source);
+    // The same within block, null at first, which is replaced when it is full.
+    static string_ptr FromUnits(std::u16string_view source, TextBlock*& block);
     // Room for unitCount code units that the caller fills before anyone else sees the text.
     static string_ptr Allocate(std::size_t unitCount, char16_t*& ownUnits);
     static string_ptr FromUtf8(std::string_view source);

@@ -9,6 +9,7 @@
 #include <System/Exceptions.h>
 
 #include "runtime/Length.h"
+#include "runtime/TextBlock.h"
 
 namespace System::Text {
 
@@ -34,15 +35,24 @@ struct Digits {
 
 } // namespace
 
-StringBuilder::StringBuilder() noexcept = default;
-StringBuilder::~StringBuilder() = default;
+StringBuilder::StringBuilder(bool ownForManyTexts) noexcept : forManyTexts(ownForManyTexts) {}
+
+StringBuilder::~StringBuilder() {
+    if (block)
+        block->Release();
+}
 
 std::shared_ptr<StringBuilder> StringBuilder::Create() {
-    return std::shared_ptr<StringBuilder>(new StringBuilder);
+    return std::shared_ptr<StringBuilder>(new StringBuilder(false));
+}
+
+std::shared_ptr<StringBuilder> StringBuilder::CreateForManyTexts() {
+    return std::shared_ptr<StringBuilder>(new StringBuilder(true));
 }
 
 string_ptr StringBuilder::ToString() {
-    return std::u16string_view(units.get(), static_cast<std::size_t>(Length()));
+    const std::u16string_view text(units.get(), static_cast<std::size_t>(Length()));
+    return forManyTexts ? String::FromUnits(text, block) : String::FromUnits(text);
 }
 
 StringBuilder& StringBuilder::Insert(int index, const string_ptr& text) {

@@ -22,6 +22,11 @@ namespace System::Text {
 class SYSTEM_EXPORT StringBuilder final : public Object {
 public:
     static std::shared_ptr<StringBuilder> Create();
+
+    // A builder of many texts that are dropped together, such as those of one file: short ones share memory, and most cost no
+    // allocation. What is shared, up to 16 kB, stays as long as any of the texts in it.
+    static std::shared_ptr<StringBuilder> CreateForManyTexts();
+
     ~StringBuilder() override;
 
     // The number of code units so far.
@@ -71,7 +76,7 @@ public:
     StringBuilder& Insert(int index, char) = delete;
 
 private:
-    StringBuilder() noexcept;
+    explicit StringBuilder(bool ownForManyTexts) noexcept;
     void InsertUnits(int index, std::u16string_view piece);
     void Grow(std::size_t more);
 
@@ -80,6 +85,9 @@ private:
     std::unique_ptr<char16_t[]> units;
     char16_t* next = nullptr;
     char16_t* end = nullptr;
+
+    const bool forManyTexts;
+    TextBlock* block = nullptr; // where the last one of many texts stands
 };
 
 } // namespace System::Text

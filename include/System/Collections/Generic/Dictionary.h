@@ -91,7 +91,7 @@ private:
 
     Dictionary() = default;
 
-    bool AddNew(K key, V value) {
+    bool AddNew(K&& key, V&& value) {
         pairs.push_back({std::move(key), std::move(value)});
         const Place place = std::prev(pairs.end());
         try {
