@@ -114,37 +114,36 @@ constexpr Row ROWS[] = {
     {AFTER_ESCAPE, ANY_CHARACTER, APPEND, QUOTED_VALUE},
 };
 
-struct Step {
-    ConfigParser::Action action = REJECT;
-    ConfigParser::State next = LINE_START;
-};
+constexpr std::size_t STATE_COUNT = static_cast<std::size_t>(AFTER_ESCAPE) + 1;
 
 // The rows unfolded by the compiler: for each state what to do on -1 and on 0 to 255, so that a character costs one
 // look-up.
-using StepsOfState = std::array<Step, CharacterSet::LAST_VALUE + 2>;
-using Steps = std::array<StepsOfState, static_cast<std::size_t>(AFTER_ESCAPE) + 1>;
+struct StateTable {
+    ConfigParser::Action actions[CharacterSet::LAST_VALUE + 2] = {};
+    ConfigParser::State next[CharacterSet::LAST_VALUE + 2] = {};
+};
 
-constexpr std::size_t StepIndex(int c) {
-    return static_cast<unsigned>(c - CharacterSet::END_OF_FILE_VALUE);
+constexpr std::size_t IndexOf(int c) {
+    return static_cast<std::size_t>(c - CharacterSet::END_OF_FILE_VALUE);
 }
 
-constexpr Steps Unfold() {
-    Steps steps;
+constexpr std::array<StateTable, STATE_COUNT> Unfold() {
+    std::array<StateTable, STATE_COUNT> tables = {};
     for (const Row& row : ROWS)
         for (int c = CharacterSet::END_OF_FILE_VALUE; c <= CharacterSet::LAST_VALUE; ++c) {
-            Step& step = steps[static_cast<std::size_t>(row.state)][StepIndex(c)];
-            if (step.action != REJECT || !row.on.Contains(c))
+            StateTable& table = tables[static_cast<std::size_t>(row.state)];
+            if (table.actions[IndexOf(c)] != REJECT || !row.on.Contains(c))
                 continue;
             const bool more = row.next == row.state && !NEWLINE.Contains(c); // a newline needs counting
-            step.action = more && row.action == SKIP     ? SKIP_MORE
-                          : more && row.action == APPEND ? APPEND_MORE
-                                                         : row.action;
-            step.next = row.next;
+            table.actions[IndexOf(c)] = more && row.action == SKIP     ? SKIP_MORE
+                                        : more && row.action == APPEND ? APPEND_MORE
+                                                                       : row.action;
+            table.next[IndexOf(c)] = row.next;
         }
-    return steps;
+    return tables;
 }
 
-constexpr Steps STEPS = Unfold();
+constexpr std::array<StateTable, STATE_COUNT> TABLES = Unfold();
 
 } // namespace
 
@@ -159,12 +158,12 @@ std::shared_ptr<ConfigParser::Sections> ConfigParser::Parse(string_ptr ownPath) 
     path = std::move(ownPath);
     column = 0;
     line = 0;
-    key = StringBuilder::Create();
+    // The texts of a file mostly live and die together.
+    key = StringBuilder::CreateForManyTexts();
     sectionName = StringBuilder::Create();
-    value = StringBuilder::Create();
+    value = StringBuilder::CreateForManyTexts();
     result = Sections::Create();
     AddSection(System::String::EMPTY);
-    state = LINE_START;
 
     ReadPairs(*stream);
     return result;
@@ -173,20 +172,24 @@ std::shared_ptr<ConfigParser::Sections> ConfigParser::Parse(string_ptr ownPath) 
 // Most characters are one more of the same, in a name, a value, a comment: they take the short way at the top of the
 // loop.
 void ConfigParser::ReadPairs(System::IO::FileStream& stream) {
-    const Step* steps = nullptr;
-    StringBuilder* text = nullptr;
-    const auto enter = [&](State next) {
-        state = next;
-        steps = STEPS[static_cast<std::size_t>(next)].data();
-        text = next == KEY ? key.get() : next == SECTION_NAME ? sectionName.get() : value.get();
+    // What a state reads by, and the text that grows in it.
+    struct Mode {
+        const Action* actions; // these two are indexed by the character; the end of the file stands before the first
+        const State* next;
+        StringBuilder* text;
     };
+    std::array<Mode, STATE_COUNT> modes;
+    for (std::size_t i = 0; i < STATE_COUNT; ++i)
+        modes[i] = {TABLES[i].actions + IndexOf(0), TABLES[i].next + IndexOf(0), value.get()};
+    modes[static_cast<std::size_t>(KEY)].text = key.get();
+    modes[static_cast<std::size_t>(SECTION_NAME)].text = sectionName.get();
 
-    enter(LINE_START);
+    Mode mode = modes[static_cast<std::size_t>(LINE_START)];
     for (;;) {
         const int c = stream.ReadByte();
-        const Step step = steps[StepIndex(c)];
-        if (step.action == APPEND_MORE) {
-            text->Append(static_cast<char16_t>(c)); // a byte is a code unit: the file is not decoded
+        const Action action = mode.actions[c];
+        if (action == APPEND_MORE) [[likely]] {
+            mode.text->Append(static_cast<char16_t>(c)); // a byte is a code unit: the file is not decoded
             ++column;
             continue;
         }
@@ -197,14 +200,14 @@ void ConfigParser::ReadPairs(System::IO::FileStream& stream) {
             ++line;
         } else
             ++column;
-        if (step.action == SKIP_MORE)
+        if (action == SKIP_MORE)
             continue;
-        enter(step.next);
-        switch (step.action) {
+        mode = modes[static_cast<std::size_t>(mode.next[c])];
+        switch (action) {
         case SKIP:
             break;
         case APPEND:
-            text->Append(static_cast<char16_t>(c));
+            mode.text->Append(static_cast<char16_t>(c));
             break;
         case CLOSE_HEADER:
             CloseHeader();

@@ -55,7 +55,6 @@ private:
     int line = 0; // newlines read so far, so the first line is 0
     Builder sectionName;
     std::shared_ptr<Sections> result;
-    State state = State::LINE_START;
     Builder value;
 };
 
