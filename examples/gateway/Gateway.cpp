@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A gateway: the application of a device that carries one Oxbo module between a machine and a network.
+//
+//     gateway [--seconds N]    runs until SIGTERM or SIGINT, or for N seconds
+//
+// Exit code 0 after an orderly end, 1 after a fatal error, 2 for arguments that it does not know.
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <memory>
+#include <utility>
+
+#include <System/DateTime.h>
+#include <System/Diagnostics/Trace.h>
+#include <System/Exceptions.h>
+#include <System/Threading/Thread.h>
+
+#include <velrix/logging/TraceListenerFactory.h>
+#include <velrix/platform/Platform.h>
+
+using System::DateTime;
+using System::Diagnostics::Trace;
+using Velrix::Platform;
+
+namespace {
+
+// LED patterns step in 250 ms and 500 ms; a tick of 10 ms keeps them steady to the eye.
+constexpr unsigned long long TICK_US = 10'000;
+constexpr long long MODULE_READY_MS = 2'000;
+
+volatile std::sig_atomic_t stopRequested = 0;
+
+void RequestStop(int) {
+    stopRequested = 1;
+}
+
+long long MillisecondsSince(const std::shared_ptr<DateTime>& start) {
+    return start->Elapsed().Nanoseconds() / 1'000'000;
+}
+
+enum class State { UNCONFIGURED, NO_CONNECTION, CONNECTED, TIMED_OUT };
+
+// How each state looks from outside: both status LEDs, and a line for the web interface.
+constexpr struct {
+    State state;
+    void (Platform::*moduleStatus)();
+    void (Platform::*networkStatus)();
+    void (Velrix::WebLog::*report)(System::string_ptr);
+    const char* message;
+} APPEARANCE[] = {
+    {State::UNCONFIGURED, &Platform::SetMsEnLedMissingConfiguration, &Platform::SetNsLedPowerOff,
+     &Velrix::WebLog::Notify, "Waiting for a configuration"},
+    {State::NO_CONNECTION, &Platform::SetMsEnLedIdle, &Platform::SetNsLedNoConnection, //
+     &Velrix::WebLog::Notify, "Waiting for a connection"},
+    {State::CONNECTED, &Platform::SetMsEnLedRunning, &Platform::SetNsLedConnectionEstablished, //
+     &Velrix::WebLog::Notify, "Connection established"},
+    {State::TIMED_OUT, &Platform::SetMsEnLedIdle, &Platform::SetNsLedTimeout, //
+     &Velrix::WebLog::Warning, "Connection timed out"},
+};
+
+// What a real gateway would hear from its protocol stack: which state begins how long after the last one did.
+constexpr struct {
+    State state;
+    long long afterMs;
+} NETWORK[] = {
+    {State::UNCONFIGURED, 0},  {State::NO_CONNECTION, 1'100}, {State::CONNECTED, 1'100},
+    {State::TIMED_OUT, 1'100}, {State::CONNECTED, 1'100},
+};
+
+class Gateway {
+public:
+    explicit Gateway(std::shared_ptr<Platform> ownPlatform) : platform(std::move(ownPlatform)) {}
+
+    // Lights every LED once and brings the module up. A module that does not answer: TimeoutException.
+    void StartUp() {
+        platform->webLog->Start();
+        platform->webLog->BeginProgressBar("Starting up");
+        platform->webLog->UpdateProgress(0);
+        platform->PowerUpIndicatorTest();
+        platform->webLog->UpdateProgress(50);
+        try {
+            platform->OxboReset(false, MODULE_READY_MS);
+        } catch (const System::TimeoutException&) {
+            throw System::TimeoutException("The Oxbo module did not become ready");
+        }
+        platform->webLog->UpdateProgress(100);
+        Trace::TraceInformation("The module is ready");
+        Enter(0);
+    }
+
+    // One turn of the control loop: let the patterns run, then see whether something has happened.
+    void Tick() {
+        platform->Update();
+        if (step + 1 < std::size(NETWORK) && MillisecondsSince(entered) >= NETWORK[step + 1].afterMs)
+            Enter(step + 1);
+    }
+
+    void ShutDown() {
+        platform->ShutDown();
+        platform->webLog->End();
+    }
+
+private:
+    void Enter(std::size_t newStep) {
+        step = newStep;
+        entered = DateTime::Now();
+        for (const auto& row : APPEARANCE) {
+            if (row.state == NETWORK[step].state) {
+                Trace::TraceInformation(row.message);
+                ((*platform).*row.moduleStatus)();
+                ((*platform).*row.networkStatus)();
+                ((*platform->webLog).*row.report)(row.message);
+            }
+        }
+    }
+
+    const std::shared_ptr<Platform> platform;
+    std::size_t step = 0;
+    std::shared_ptr<DateTime> entered;
+};
+
+void Run(long long seconds) {
+    // The first listener comes before the board, so that a settings file that cannot be read shows in the log.
+    Trace::AddListener(Velrix::TraceListenerFactory::CreateFileTraceListener());
+    const std::shared_ptr<Platform> platform = Platform::INSTANCE.Value();
+    Trace::AddListener(platform->ledTraceListener);
+
+    Gateway gateway(platform);
+    try {
+        gateway.StartUp();
+        const std::shared_ptr<DateTime> start = DateTime::Now();
+        while (!stopRequested && (seconds == 0 || MillisecondsSince(start) < seconds * 1'000)) {
+            gateway.Tick();
+            System::Threading::Thread::USleep(TICK_US);
+        }
+        gateway.ShutDown();
+    } catch (const System::Exception& exception) {
+        platform->webLog->Error(exception.Message());
+        throw;
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    long long seconds = 0;
+    if (argc == 3 && std::strcmp(argv[1], "--seconds") == 0 && std::atoi(argv[2]) > 0) {
+        seconds = std::atoi(argv[2]);
+    } else if (argc != 1) {
+        std::fprintf(stderr, "usage: gateway [--seconds N]\n");
+        return 2;
+    }
+    std::signal(SIGTERM, RequestStop);
+    std::signal(SIGINT, RequestStop);
+
+    try {
+        Run(seconds);
+        return 0;
+    } catch (const System::Exception& exception) {
+        // Turns MS and NS red, and the shutdown that follows at the end of the process leaves them so.
+        Trace::TraceFatal(exception);
+        std::fprintf(stderr, "gateway: %s\n", exception.ToString()->ToUtf8().c_str());
+        return 1;
+    }
+}
