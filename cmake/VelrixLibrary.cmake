@@ -12,7 +12,6 @@ function(velrix_add_object_library)
   cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME;SHARED" "SOURCES;LIBRARIES")
   add_library(${arg_NAME} OBJECT ${arg_SOURCES})
   set_target_properties(${arg_NAME} PROPERTIES
-    CXX_EXTENSIONS OFF
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)

@@ -13,6 +13,9 @@ if(NOT velrixMultiConfig AND NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Debug, Release, RelWithDebInfo or MinSizeRel" FORCE)
 endif()
 
+# The standard's C++ without GNU's additions, for every target: there is no other way to say so for all of them.
+set(CMAKE_CXX_EXTENSIONS OFF)
+
 add_library(velrix-build-options INTERFACE)
 target_compile_features(velrix-build-options INTERFACE cxx_std_20)
 target_compile_options(velrix-build-options INTERFACE

@@ -18,7 +18,6 @@ endif()
 function(velrix_add_test)
   cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;LIBRARIES")
   add_executable(${arg_NAME} ${arg_SOURCES})
-  set_target_properties(${arg_NAME} PROPERTIES CXX_EXTENSIONS OFF)
   target_link_libraries(${arg_NAME} PRIVATE velrix-build-options ${arg_LIBRARIES} GTest::gtest)
   get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
   # Listing the cases runs the program, which takes long with sanitizers, in an emulator and on a busy machine.
