@@ -22,6 +22,9 @@ public:
 
     // Whether the one that was to fail has come.
     bool HasFailed() const noexcept;
+
+    // Whether memory that is not given back is noticed; not so under the thread sanitizer.
+    static bool SeesLeaks() noexcept;
 };
 
 // Runs the operation again and again, the first allocation failing, then the second, until it gets by without a

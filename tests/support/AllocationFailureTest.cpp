@@ -47,6 +47,14 @@ TEST(AllocationFailure, FailsArraysAndWideAlignmentsToo) {
               2);
 }
 
+TEST(AllocationFailure, AnswersNullWhereNoExceptionIsWanted) {
+    const AllocationFailure failure(1);
+
+    int* const none = new (std::nothrow) int;
+    EXPECT_EQ(none, nullptr);
+    EXPECT_TRUE(failure.HasFailed());
+}
+
 TEST(AllocationFailure, LeavesOtherThreadsAlone) {
     const AllocationFailure failure(100);
 
@@ -70,6 +78,8 @@ TEST(AllocationFailure, CountsTheAllocationsOfAnOperation) {
 }
 
 TEST(AllocationFailure, NoticesALeak) {
+    if (!AllocationFailure::SeesLeaks())
+        GTEST_SKIP() << "leaks are not noticed under this sanitizer";
     static int* kept = nullptr;
     static int* leaked = nullptr;
 
