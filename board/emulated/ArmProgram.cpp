@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/emulated/ArmProgram.h"
+
+#include <elf.h>
+
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <sstream>
+
+#include "board/virtual/BoardError.h"
+
+namespace VelrixBoard {
+
+namespace {
+
+// Debian's folder of libraries on the device.
+const std::filesystem::path LIBRARIES = "/usr/lib/arm-linux-gnueabihf";
+
+// A file's bytes, taken apart without leaving them.
+class Bytes final {
+public:
+    Bytes(std::string ownContent, std::string ownName) : content(std::move(ownContent)), name(std::move(ownName)) {}
+
+    std::size_t Size() const { return content.size(); }
+
+    template <class Record>
+    Record At(std::size_t offset) const {
+        Record record;
+        if (offset > content.size() || content.size() - offset < sizeof record)
+            Damaged();
+        std::memcpy(&record, content.data() + offset, sizeof record);
+        return record;
+    }
+
+    std::string TextAt(std::size_t offset) const {
+        const std::size_t end = content.find('\0', offset);
+        if (offset > content.size() || end == std::string::npos)
+            Damaged();
+        return content.substr(offset, end - offset);
+    }
+
+    [[noreturn]] void Damaged() const { throw BoardError(name + " is damaged"); }
+
+private:
+    std::string content;
+    std::string name;
+};
+
+std::vector<std::string> SplitPath(const std::string& text) {
+    std::vector<std::string> parts;
+    std::istringstream stream(text);
+    for (std::string part; std::getline(stream, part, ':');)
+        parts.push_back(part);
+    return parts;
+}
+
+// Where in the file the byte lies that is loaded to this address.
+std::size_t OffsetOf(const Bytes& bytes, const Elf32_Ehdr& header, Elf32_Addr address) {
+    for (unsigned i = 0; i < header.e_phnum; ++i) {
+        const auto segment = bytes.At<Elf32_Phdr>(header.e_phoff + i * sizeof(Elf32_Phdr));
+        if (segment.p_type == PT_LOAD && address >= segment.p_vaddr && address - segment.p_vaddr < segment.p_filesz)
+            return segment.p_offset + (address - segment.p_vaddr);
+    }
+    bytes.Damaged();
+}
+
+} // namespace
+
+std::optional<ArmObject> ReadArmObject(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    const Bytes bytes({std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()}, file.native());
+    if (!stream.is_open() || std::filesystem::is_directory(file))
+        throw BoardError("cannot read " + file.native());
+    if (bytes.Size() < sizeof(Elf32_Ehdr))
+        return std::nullopt;
+    const auto header = bytes.At<Elf32_Ehdr>(0);
+    if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_ident[EI_CLASS] != ELFCLASS32 ||
+        header.e_ident[EI_DATA] != ELFDATA2LSB || header.e_machine != EM_ARM)
+        return std::nullopt;
+
+    std::optional<Elf32_Addr> strings;
+    std::optional<Elf32_Word> runPath;
+    std::vector<Elf32_Word> needed;
+    for (unsigned i = 0; i < header.e_phnum; ++i) {
+        const auto segment = bytes.At<Elf32_Phdr>(header.e_phoff + i * sizeof(Elf32_Phdr));
+        if (segment.p_type != PT_DYNAMIC)
+            continue;
+        for (std::size_t at = segment.p_offset;; at += sizeof(Elf32_Dyn)) {
+            const auto entry = bytes.At<Elf32_Dyn>(at);
+            if (entry.d_tag == DT_NULL)
+                break;
+            if (entry.d_tag == DT_STRTAB)
+                strings = entry.d_un.d_ptr;
+            else if (entry.d_tag == DT_NEEDED)
+                needed.push_back(entry.d_un.d_val);
+            else if (entry.d_tag == DT_RUNPATH || (entry.d_tag == DT_RPATH && !runPath))
+                runPath = entry.d_un.d_val;
+        }
+    }
+
+    ArmObject object;
+    if (needed.empty() && !runPath)
+        return object;
+    if (!strings)
+        bytes.Damaged();
+    const std::size_t table = OffsetOf(bytes, header, *strings);
+    for (const Elf32_Word name : needed)
+        object.needed.push_back(bytes.TextAt(table + name));
+    if (runPath)
+        object.runPath = SplitPath(bytes.TextAt(table + *runPath));
+    return object;
+}
+
+void AddArmProgram(CpioArchive& archive, const std::filesystem::path& program,
+                   const std::vector<std::filesystem::path>& folders) {
+    struct Placed {
+        std::filesystem::path inside;
+        std::filesystem::path outside;
+    };
+    std::vector<Placed> waiting = {{std::filesystem::absolute(program).lexically_normal(), program}};
+    std::set<std::filesystem::path> known = {waiting[0].inside};
+    while (!waiting.empty()) {
+        const Placed placed = waiting.back();
+        waiting.pop_back();
+        const auto object = ReadArmObject(placed.outside);
+        if (!object)
+            throw BoardError(placed.outside.native() + " is no 32-bit ARM program; build it with the preset \"arm\"");
+        archive.AddFile(placed.inside, placed.outside);
+
+        for (const std::string& name : object->needed) {
+            std::vector<Placed> candidates;
+            for (std::string folder : object->runPath) {
+                const std::string origin = "$ORIGIN";
+                if (folder.starts_with(origin))
+                    folder.replace(0, origin.size(), placed.inside.parent_path().native());
+                const auto path = (std::filesystem::path(folder) / name).lexically_normal();
+                candidates.push_back({path, path});
+            }
+            for (const std::filesystem::path& folder : folders)
+                candidates.push_back({LIBRARIES / name, folder / name});
+            for (const Placed& candidate : candidates) {
+                if (!std::filesystem::exists(candidate.outside))
+                    continue;
+                if (known.insert(candidate.inside).second)
+                    waiting.push_back(candidate);
+                break;
+            }
+        }
+    }
+}
+
+} // namespace VelrixBoard

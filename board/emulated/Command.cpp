@@ -1,0 +1,204 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/emulated/Command.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include "board/emulated/ArmProgram.h"
+#include "board/emulated/Machine.h"
+#include "board/emulated/TimelineRecorder.h"
+#include "board/virtual/BoardError.h"
+#include "board/virtual/FileDescriptor.h"
+#include "board/virtual/SettingsReader.h"
+#include "board/virtual/SignalBlock.h"
+
+namespace VelrixBoard {
+
+namespace {
+
+constexpr int BOARD_FAILED = 125;
+
+constexpr const char* FOOTER = "The program's exit code becomes that of this command, 128 and the signal's number "
+                               "after a signal, 0 when the program\n"
+                               "restarted the machine; 125 says that the board could not be made, 126 that PROGRAM "
+                               "cannot be run, 127 that it was not\n"
+                               "found.";
+
+struct EmulatorOptions {
+    std::filesystem::path image = DEFAULT_IMAGE;
+    std::optional<std::filesystem::path> settings;
+    std::optional<std::string> timeline;
+    std::vector<std::filesystem::path> libraries;
+    std::vector<std::filesystem::path> copies;
+    std::map<std::string, bool> levels;
+    std::optional<std::chrono::milliseconds> oxboReadyAfter;
+    std::vector<std::string> command;
+};
+
+// "40", "40ms" or "never".
+std::optional<std::chrono::milliseconds> ParseReadyAfter(std::string_view text) {
+    if (text == "never")
+        return std::nullopt;
+    unsigned value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    const std::string_view unit(end, static_cast<std::size_t>(text.data() + text.size() - end));
+    if (error != std::errc() || (!unit.empty() && unit != "ms"))
+        throw CLI::ValidationError("--oxbo-ready-after", "takes milliseconds or \"never\"");
+    return std::chrono::milliseconds(value);
+}
+
+std::pair<std::string, bool> ParseLevel(const std::string& text) {
+    const std::size_t equals = text.find('=');
+    const std::string level = equals == std::string::npos ? "" : text.substr(equals + 1);
+    if (level != "0" && level != "1")
+        throw CLI::ValidationError("--set", "takes LABEL=0 or LABEL=1");
+    return {text.substr(0, equals), level == "1"};
+}
+
+BoardModel MakeModel(const EmulatorOptions& options) {
+    BoardModel model;
+    if (options.settings) {
+        try {
+            ApplySettings(*options.settings, model);
+        } catch (const BoardError& error) {
+            std::fprintf(stderr, "velrix-emulator: %s; the board has its default wiring\n", error.what());
+        }
+    }
+    for (const auto& [label, level] : options.levels)
+        model.SetInitialLevel(label, level);
+    return model;
+}
+
+void Print(int descriptor, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t count = ::write(descriptor, text.data(), text.size());
+        if (count <= 0)
+            return; // nobody reads any more, which is the reader's business
+        text.remove_prefix(static_cast<std::size_t>(count));
+    }
+}
+
+int RunOnEmulator(const EmulatorOptions& options) {
+    const BoardModel model = MakeModel(options);
+    const GpioLines lines(options.image / "lines.txt", model);
+    BoardState state(model);
+
+    CpioArchive files;
+    lines.AddLinks(files);
+    if (options.settings)
+        files.AddFile("/etc/velrix.conf", *options.settings);
+    for (const std::filesystem::path& copy : options.copies)
+        files.AddTree(std::filesystem::absolute(copy).lexically_normal(), copy);
+    MachineProgram program;
+    program.words = options.command;
+    // A name without a folder is a command of the machine.
+    if (program.words[0].find('/') != std::string::npos) {
+        const auto path = std::filesystem::absolute(program.words[0]).lexically_normal();
+        if (std::filesystem::exists(path))
+            AddArmProgram(files, path, options.libraries);
+        program.words[0] = path.native();
+    }
+
+    Machine machine(options.image, files);
+    std::optional<OxboModule> module;
+    // Who sets the module's line by hand plays the module.
+    if (!options.levels.contains(BoardModel::OXBO_IRQ)) {
+        module.emplace(state, options.oxboReadyAfter,
+                       [&machine](std::size_t signal, bool level) { machine.DriveInput(signal, level); });
+        state.Add(*module);
+        program.module = &*module;
+    }
+    std::optional<TimelineRecorder> recorder;
+    if (options.timeline) {
+        recorder.emplace(*options.timeline, state);
+        state.Add(*recorder);
+    }
+    program.output = [](std::string_view text) { Print(STDOUT_FILENO, text); };
+    program.errors = [](std::string_view text) { Print(STDERR_FILENO, text); };
+
+    machine.AwaitReady();
+    const SignalBlock block;
+    const FileDescriptor signals(::signalfd(-1, &block.Blocked(), SFD_CLOEXEC));
+    program.signals = signals.Get();
+    const MachineResult result = machine.Run(program, state, lines);
+    if (recorder)
+        recorder->Finish(result.end);
+    if (result.restarted)
+        std::fprintf(stderr, "velrix-emulator: the machine restarted\n");
+    return result.exitCode;
+}
+
+// The arguments up to "--" in CLI11's order, last first; the rest is the program's and none of its business.
+std::vector<std::string> OwnArguments(const std::vector<std::string>& all, std::vector<std::string>& command) {
+    const auto separator = std::find(all.begin(), all.end(), "--");
+    if (separator != all.end())
+        command.assign(separator + 1, all.end());
+    return {std::make_reverse_iterator(separator), all.rend()};
+}
+
+} // namespace
+
+int RunEmulatorCommand(int argc, char** argv) {
+    EmulatorOptions options;
+    std::vector<std::string> levels;
+    std::string readyAfter = "40";
+
+    CLI::App app("A 32-bit ARM machine with the board's LEDs and lines, to run device programs on.", "velrix-emulator");
+    app.footer(FOOTER);
+    app.require_subcommand(1);
+    CLI::App* run =
+        app.add_subcommand("run", "Boot the machine and run a program on it: run [OPTIONS] -- PROGRAM [ARG...]");
+    run->footer(FOOTER);
+    run->add_option("--image", options.image,
+                    std::string("What scripts/emulated-board-image made; ") + DEFAULT_IMAGE + " if not given")
+        ->type_name("DIR");
+    run->add_option("--settings", options.settings, "The board's /etc/velrix.conf; without it there is none")
+        ->type_name("FILE");
+    run->add_option("--timeline", options.timeline, "Record every change of every line and LED")->type_name("FILE.vcd");
+    run->add_option("--set", levels, "Level of an input from the start, such as OXBO_IRQ_N=0")->type_name("LABEL=0|1");
+    run->add_option("--oxbo-ready-after", readyAfter,
+                    "When the Oxbo module pulls its interrupt line low after its reset; 40 if not given")
+        ->type_name("MS|never");
+    run->add_option("--libraries", options.libraries, "Where to look for libraries that the program needs")
+        ->type_name("DIR");
+    run->add_option("--copy", options.copies, "A file or directory that the program finds at its path here")
+        ->type_name("PATH");
+
+    try {
+        // Each occurrence takes one value, or "--set A=1 -- X" would be read on.
+        for (CLI::Option* option : run->get_options())
+            if (option->get_items_expected_max() > 1)
+                option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        const std::vector<std::string> all(argv + 1, argv + argc);
+        app.parse(OwnArguments(all, options.command));
+        if (options.command.empty())
+            throw CLI::RequiredError("-- PROGRAM");
+        options.oxboReadyAfter = ParseReadyAfter(readyAfter);
+        for (const std::string& level : levels)
+            options.levels.insert_or_assign(ParseLevel(level).first, ParseLevel(level).second);
+    } catch (const CLI::ParseError& error) {
+        const int code = app.exit(error);
+        return code == 0 ? 0 : BOARD_FAILED;
+    }
+
+    try {
+        return RunOnEmulator(options);
+    } catch (const BoardError& error) {
+        std::fprintf(stderr, "velrix-emulator: %s\n", error.what());
+    } catch (const TimelineError& error) {
+        std::fprintf(stderr, "velrix-emulator: %s\n", error.what());
+    }
+    return BOARD_FAILED;
+}
+
+} // namespace VelrixBoard

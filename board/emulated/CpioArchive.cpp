@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/emulated/CpioArchive.h"
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+
+#include "board/virtual/BoardError.h"
+
+namespace VelrixBoard {
+
+namespace {
+
+constexpr unsigned DIRECTORY = 0040755;
+constexpr unsigned PLAIN = 0100644;
+constexpr unsigned EXECUTABLE = 0100755;
+constexpr unsigned LINK = 0120777;
+
+// Names and contents are padded to this with zeros.
+constexpr std::size_t ALIGNMENT = 4;
+
+void Pad(std::string& data) {
+    data.resize((data.size() + ALIGNMENT - 1) / ALIGNMENT * ALIGNMENT, '\0');
+}
+
+// An entry as the kernel's Documentation/driver-api/early-userspace/buffer-format.rst describes it: the magic number
+// and 13 hexadecimal numbers, the name with its zero, the content. Everything belongs to root and is as old as time
+// itself; the kernel does not look at the numbers of inodes unless a file has several names.
+void Append(std::string& data, std::string_view name, unsigned mode, std::string_view content) {
+    char header[111];
+    std::snprintf(header, sizeof header, "070701%08X%08X%08X%08X%08X%08X%08X%08X%08X%08X%08X%08X%08X", 0U, mode, 0U, 0U,
+                  1U, 0U, static_cast<unsigned>(content.size()), 0U, 0U, 0U, 0U, static_cast<unsigned>(name.size() + 1),
+                  0U);
+    data += header;
+    data += name;
+    data += '\0';
+    Pad(data);
+    data += content;
+    Pad(data);
+}
+
+} // namespace
+
+void CpioArchive::AddParents(const std::filesystem::path& path) {
+    const std::filesystem::path parent = path.parent_path();
+    if (parent != parent.root_path())
+        AddDirectory(parent);
+}
+
+void CpioArchive::Add(const std::filesystem::path& path, unsigned mode, std::string_view content) {
+    AddParents(path);
+    Append(data, path.relative_path().native(), mode, content);
+}
+
+void CpioArchive::AddDirectory(const std::filesystem::path& path) {
+    if (!directories.insert(path).second)
+        return;
+    Add(path, DIRECTORY, "");
+}
+
+void CpioArchive::AddText(const std::filesystem::path& path, std::string_view text) {
+    Add(path, PLAIN, text);
+}
+
+void CpioArchive::AddLink(const std::filesystem::path& path, std::string_view target) {
+    Add(path, LINK, target);
+}
+
+void CpioArchive::AddFile(const std::filesystem::path& path, const std::filesystem::path& source) {
+    std::error_code error;
+    const auto permissions = std::filesystem::status(source, error).permissions();
+    std::ifstream file(source, std::ios::binary);
+    const std::string content{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    if (error || !file.is_open() || file.bad() || std::filesystem::is_directory(source))
+        throw BoardError("cannot read " + source.native());
+    const bool executable = (permissions & std::filesystem::perms::owner_exec) != std::filesystem::perms::none;
+    Add(path, executable ? EXECUTABLE : PLAIN, content);
+}
+
+void CpioArchive::AddTree(const std::filesystem::path& path, const std::filesystem::path& source) {
+    if (!std::filesystem::is_directory(source)) {
+        AddFile(path, source);
+        return;
+    }
+    AddDirectory(path);
+    // In order of their names, so that the same tree always gives the same archive.
+    std::set<std::filesystem::path> entries;
+    for (const auto& entry : std::filesystem::directory_iterator(source))
+        entries.insert(entry.path());
+    for (const auto& entry : entries) {
+        const std::filesystem::path inside = path / entry.filename();
+        if (std::filesystem::is_symlink(entry))
+            AddLink(inside, std::filesystem::read_symlink(entry).native());
+        else
+            AddTree(inside, entry);
+    }
+}
+
+std::string CpioArchive::Finish() const {
+    std::string archive = data;
+    Append(archive, "TRAILER!!!", 0, "");
+    return archive;
+}
+
+} // namespace VelrixBoard

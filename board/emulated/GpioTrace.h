@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace VelrixBoard {
+
+// One write into a register of the emulated GPIO controller. The time is the host's, since 1970: what stood on the
+// clock when the emulator carried the write out. The machine's own clock runs with the host's, so intervals are the
+// same on both, but for what the host took away from the emulator in between.
+struct GpioWrite {
+    // The data register of the first 32 lines, a bit a line.
+    static constexpr std::uint32_t DATA = 0;
+
+    std::chrono::microseconds time;
+    std::uint32_t offset;
+    std::uint32_t value;
+};
+
+// Reads a line of the emulator's trace, "PID@SECONDS.MICROSECONDS:aspeed_gpio_write offset: 0xN value 0xN"; nothing for
+// any other line.
+std::optional<GpioWrite> ParseGpioWrite(std::string_view line);
+
+} // namespace VelrixBoard

@@ -1,0 +1,457 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/emulated/Machine.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <map>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/signalfd.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "board/emulated/GpioTrace.h"
+#include "board/emulated/QmpClient.h"
+#include "board/virtual/BoardError.h"
+#include "board/virtual/FileDescriptor.h"
+#include "board/virtual/RunDirectory.h"
+
+namespace VelrixBoard {
+
+const char* const DEFAULT_IMAGE = "build/emulated-board";
+
+namespace {
+
+constexpr const char* EMULATOR = "qemu-system-arm";
+
+// Booting takes about eight seconds, and several times that on a machine that is busy with other things.
+constexpr std::chrono::seconds BOOT_LIMIT{180};
+
+// A line that the agent's shell reads in one go, and the terminal driver holds.
+constexpr std::size_t MAX_COMMAND = 3500;
+
+std::chrono::microseconds HostTime() {
+    return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch());
+}
+
+// A connected pair: ours first, the emulator's second.
+std::array<FileDescriptor, 2> SocketPair() {
+    int pair[2];
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) != 0)
+        ThrowSystemError("socketpair");
+    ::fcntl(pair[0], F_SETFL, O_NONBLOCK);
+    return {FileDescriptor(pair[0]), FileDescriptor(pair[1])};
+}
+
+std::string ReadAll(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+// The end of a log, for an error message.
+std::string Tail(const std::filesystem::path& file) {
+    constexpr std::size_t LENGTH = 800;
+    const std::string text = ReadAll(file);
+    return text.size() <= LENGTH ? text : text.substr(text.size() - LENGTH);
+}
+
+// A word as the shell reads it back unchanged.
+std::string Quote(const std::string& word) {
+    std::string quoted = "'";
+    for (const char c : word) {
+        if (c == '\'')
+            quoted += "'\\''";
+        else if (c == '\n')
+            quoted += "'$'\\n''";
+        else
+            quoted += c;
+    }
+    return quoted + "'";
+}
+
+std::string SignalWord(int number) {
+    switch (number) {
+    case SIGHUP:
+        return "HUP";
+    case SIGINT:
+        return "INT";
+    case SIGQUIT:
+        return "QUIT";
+    case SIGUSR1:
+        return "USR1";
+    case SIGUSR2:
+        return "USR2";
+    default:
+        return "TERM";
+    }
+}
+
+} // namespace
+
+// The emulator's process with its connections, and the loop that serves them.
+class Machine::Process final {
+public:
+    Process(const std::filesystem::path& image, const CpioArchive& files);
+    ~Process();
+
+    void AwaitReady();
+    MachineResult Run(const MachineProgram& program, BoardState& state, const GpioLines& lines);
+    void Command(const std::string& line);
+    void DriveInput(std::size_t signal, bool level);
+
+private:
+    // What is known of the program that runs.
+    struct Running {
+        const MachineProgram& program;
+        BoardState* state;
+        const GpioLines* lines;
+        std::chrono::microseconds start;
+        std::optional<MachineResult> result;
+
+        BoardTime Now() const { return HostTime() - start; }
+    };
+
+    void Start(const std::vector<std::string>& arguments, const std::vector<int>& kept);
+    void Play(Running& program);
+    int RunQuietly(std::vector<std::string> words);
+
+    // Waits for something to come, at most until then, and deals with it.
+    void Turn(std::chrono::microseconds until);
+    void ReadTrace();
+    void ReadAgent();
+    void ReadOutput();
+    void ReadSignals();
+    void ReadEvents();
+    [[noreturn]] void Fail(const std::string& what);
+
+    RunDirectory directory = RunDirectory::Private();
+    pid_t pid = -1;
+    FileDescriptor output;
+    FileDescriptor errors;
+    FileDescriptor agent;
+    FileDescriptor trace;
+    std::optional<QmpClient> qmp;
+    std::string agentText;
+    std::string traceText;
+    bool ready = false;
+    Running* running = nullptr;
+};
+
+Machine::Process::Process(const std::filesystem::path& image, const CpioArchive& files) {
+    for (const char* name : {"vmlinuz", "board.dtb", "root.cpio.gz", "lines.txt"})
+        if (!std::filesystem::exists(image / name))
+            throw BoardError("the emulated board's " + (image / name).native() +
+                             " is missing; scripts/emulated-board-image makes it from Debian's kernel package");
+
+    // The kernel looks for the next archive at a multiple of four bytes.
+    std::string root = ReadAll(image / "root.cpio.gz");
+    root.resize((root.size() + 3) / 4 * 4, '\0');
+    root += files.Finish();
+    const std::filesystem::path rootFile = directory.Path() / "root";
+    std::ofstream stream(rootFile, std::ios::binary);
+    stream << root;
+    stream.close();
+    if (!stream)
+        ThrowSystemError("cannot write " + rootFile.native());
+
+    auto outputs = SocketPair();
+    auto errorOutputs = SocketPair();
+    auto agents = SocketPair();
+    auto controls = SocketPair();
+    int pipe[2];
+    if (::pipe2(pipe, O_CLOEXEC) != 0)
+        ThrowSystemError("pipe");
+    trace = FileDescriptor(pipe[0]);
+    const FileDescriptor traceEnd(pipe[1]);
+    ::fcntl(trace.Get(), F_SETFL, O_NONBLOCK);
+
+    std::vector<std::string> arguments = {EMULATOR, "-M", "ast2600-evb", "-m", "1G", "-nodefaults", "-nic", "none",
+                                          "-display", "none",
+                                          // Names the time of every write; without it the trace has none.
+                                          "-msg", "timestamp=on", "-kernel", (image / "vmlinuz").native(), "-dtb",
+                                          (image / "board.dtb").native(), "-initrd", rootFile.native(),
+                                          // A kernel that panics restarts instead of standing there, which is noticed.
+                                          "-append", "console=ttyS4,115200n8 quiet panic=-1", "-serial",
+                                          "file:" + (directory.Path() / "console").native(), "-trace",
+                                          "aspeed_gpio_write,file=/proc/self/fd/" + std::to_string(traceEnd.Get())};
+    // The controller's other serial ports follow the console in their order.
+    int number = 0;
+    for (const int descriptor : {outputs[1].Get(), errorOutputs[1].Get(), agents[1].Get()}) {
+        const std::string name = "port" + std::to_string(number++);
+        arguments.insert(arguments.end(), {"-chardev", "socket,id=" + name + ",fd=" + std::to_string(descriptor),
+                                           "-serial", "chardev:" + name});
+    }
+    arguments.insert(arguments.end(), {"-chardev", "socket,id=qmp,fd=" + std::to_string(controls[1].Get()), "-mon",
+                                       "chardev=qmp,mode=control"});
+    Start(arguments, {outputs[1].Get(), errorOutputs[1].Get(), agents[1].Get(), controls[1].Get(), traceEnd.Get()});
+
+    output = std::move(outputs[0]);
+    errors = std::move(errorOutputs[0]);
+    agent = std::move(agents[0]);
+    qmp.emplace(std::move(controls[0]));
+}
+
+Machine::Process::~Process() {
+    if (pid > 0) {
+        ::kill(pid, SIGKILL);
+        ::waitpid(pid, nullptr, 0);
+    }
+}
+
+void Machine::Process::Start(const std::vector<std::string>& arguments, const std::vector<int>& kept) {
+    std::vector<char*> pointers;
+    for (const std::string& argument : arguments)
+        pointers.push_back(const_cast<char*>(argument.c_str()));
+    pointers.push_back(nullptr);
+    const FileDescriptor log(
+        ::open((directory.Path() / "emulator").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
+    const FileDescriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    int pipe[2];
+    if (!log || !nothing || ::pipe2(pipe, O_CLOEXEC) != 0)
+        ThrowSystemError("cannot start the emulator");
+    const FileDescriptor verdict(pipe[0]);
+    FileDescriptor verdictEnd(pipe[1]);
+
+    pid = ::fork();
+    if (pid < 0)
+        ThrowSystemError("fork");
+    if (pid == 0) {
+        // The emulator goes when we go, and a Ctrl-C is for the program inside.
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        ::setpgid(0, 0);
+        sigset_t none;
+        ::sigemptyset(&none);
+        ::sigprocmask(SIG_SETMASK, &none, nullptr);
+        ::dup2(nothing.Get(), STDIN_FILENO);
+        ::dup2(log.Get(), STDOUT_FILENO);
+        ::dup2(log.Get(), STDERR_FILENO);
+        for (const int descriptor : kept)
+            ::fcntl(descriptor, F_SETFD, 0);
+        ::execvp(pointers[0], pointers.data());
+        const int error = errno;
+        [[maybe_unused]] const ssize_t written = ::write(verdictEnd.Get(), &error, sizeof error);
+        ::_exit(127);
+    }
+    verdictEnd.Close();
+    int error = 0;
+    if (::read(verdict.Get(), &error, sizeof error) == sizeof error)
+        throw BoardError(std::string(EMULATOR) + " cannot be started (" + std::strerror(error) +
+                         "); Debian has it in the package qemu-system-arm, which scripts/setup installs");
+}
+
+void Machine::Process::Fail(const std::string& what) {
+    const std::string console = Tail(directory.Path() / "console");
+    throw BoardError(what + "\n--- the emulator:\n" + Tail(directory.Path() / "emulator") + "\n--- the console:\n" +
+                     console);
+}
+
+void Machine::Process::Command(const std::string& line) {
+    const std::string text = line + "\n";
+    if (text.size() > MAX_COMMAND)
+        throw BoardError("the command is too long for the emulated board: " + std::to_string(text.size()) +
+                         " characters, at most " + std::to_string(MAX_COMMAND));
+    if (::send(agent.Get(), text.data(), text.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(text.size()))
+        Fail("the emulated board takes no commands");
+}
+
+void Machine::Process::DriveInput(std::size_t signal, bool level) {
+    const auto line = running->lines->Line(signal);
+    if (!line)
+        return;
+    qmp->SetLine(*line, level);
+    running->state->Set(signal, level, running->Now());
+}
+
+void Machine::Process::ReadTrace() {
+    char buffer[16384];
+    ssize_t count = 0;
+    while ((count = ::read(trace.Get(), buffer, sizeof buffer)) > 0)
+        traceText.append(buffer, static_cast<std::size_t>(count));
+    std::size_t begin = 0;
+    for (std::size_t end = 0; (end = traceText.find('\n', begin)) != std::string::npos; begin = end + 1) {
+        const auto write = ParseGpioWrite(std::string_view(traceText).substr(begin, end - begin));
+        if (!write || write->offset != GpioWrite::DATA || !running || !running->state)
+            continue;
+        // Writes of inputs' bits mean nothing: what an input shows comes from outside.
+        for (std::size_t i = 0; i < running->state->Count(); ++i)
+            if (const auto line = running->lines->Line(i); line && !running->state->IsInput(i))
+                running->state->Set(i, (write->value >> *line & 1) != 0, write->time - running->start);
+    }
+    traceText.erase(0, begin);
+}
+
+void Machine::Process::ReadOutput() {
+    char buffer[16384];
+    ssize_t count = 0;
+    while ((count = ::read(output.Get(), buffer, sizeof buffer)) > 0)
+        if (running)
+            running->program.output({buffer, static_cast<std::size_t>(count)});
+    while ((count = ::read(errors.Get(), buffer, sizeof buffer)) > 0)
+        if (running)
+            running->program.errors({buffer, static_cast<std::size_t>(count)});
+}
+
+void Machine::Process::ReadAgent() {
+    char buffer[256];
+    ssize_t count = 0;
+    while ((count = ::read(agent.Get(), buffer, sizeof buffer)) > 0)
+        agentText.append(buffer, static_cast<std::size_t>(count));
+    const bool ended = count == 0;
+    for (std::size_t end = 0; (end = agentText.find('\n')) != std::string::npos; agentText.erase(0, end + 1)) {
+        const std::string line = agentText.substr(0, end);
+        const std::string exitWord = "exit ";
+        if (line == "ready") {
+            ready = true;
+        } else if (line == "failed") {
+            Fail("the emulated board could not be prepared");
+        } else if (line.starts_with(exitWord) && running) {
+            // Everything that the program did came before; what of it waits in the other connections belongs to it.
+            const BoardTime now = running->Now();
+            ReadTrace();
+            ReadOutput();
+            running->result = {false, std::stoi(line.substr(exitWord.size())), now};
+        }
+    }
+    if (ended)
+        Fail("the emulator ended");
+}
+
+void Machine::Process::ReadEvents() {
+    for (const std::string& event : qmp->Dispatch()) {
+        if (event != "RESET")
+            continue;
+        if (Tail(directory.Path() / "console").find("Kernel panic") != std::string::npos)
+            Fail("the emulated board's kernel gave up");
+        ReadTrace();
+        ReadOutput();
+        ready = false;
+        agentText.clear();
+        if (running)
+            running->result = {true, 0, running->Now()};
+    }
+}
+
+void Machine::Process::ReadSignals() {
+    signalfd_siginfo info;
+    if (::read(running->program.signals, &info, sizeof info) == sizeof info)
+        Command("signal " + SignalWord(static_cast<int>(info.ssi_signo)));
+}
+
+void Machine::Process::Turn(std::chrono::microseconds until) {
+    OxboModule* module = running ? running->program.module : nullptr;
+    if (module && module->Due())
+        until = std::min(until, running->start + *module->Due());
+    const auto left = std::max(until - HostTime(), std::chrono::microseconds(0));
+    const timespec wait = {static_cast<time_t>(left.count() / 1'000'000),
+                           static_cast<long>(left.count() % 1'000'000 * 1000)};
+
+    // The trace before the agent: what the program did comes before its end.
+    pollfd descriptors[] = {{trace.Get(), POLLIN, 0},  {output.Get(), POLLIN, 0},
+                            {errors.Get(), POLLIN, 0}, {qmp->Descriptor(), POLLIN, 0},
+                            {agent.Get(), POLLIN, 0},  {running ? running->program.signals : -1, POLLIN, 0}};
+    if (::ppoll(descriptors, std::size(descriptors), &wait, nullptr) < 0 && errno != EINTR)
+        ThrowSystemError("ppoll");
+    if (descriptors[0].revents)
+        ReadTrace();
+    if (descriptors[1].revents || descriptors[2].revents)
+        ReadOutput();
+    if (descriptors[3].revents)
+        ReadEvents();
+    if (descriptors[4].revents)
+        ReadAgent();
+    if (descriptors[5].revents && running && !running->result)
+        ReadSignals();
+    if (running && running->state) {
+        if (module)
+            module->Tick(running->Now());
+        for (IBoardObserver* observer : running->state->Observers())
+            observer->OnSettled(running->Now());
+    }
+}
+
+void Machine::Process::AwaitReady() {
+    const auto limit = HostTime() + BOOT_LIMIT;
+    while (!ready) {
+        if (HostTime() >= limit)
+            Fail("the emulated board did not come up within " + std::to_string(BOOT_LIMIT.count()) + " s");
+        Turn(limit);
+    }
+}
+
+void Machine::Process::Play(Running& program) {
+    std::string line = "run";
+    for (const std::string& word : program.program.words)
+        line += " " + Quote(word);
+    const auto limit =
+        program.program.limit ? program.start + *program.program.limit : std::chrono::microseconds::max() / 2;
+    running = &program;
+    try {
+        Command(line);
+        while (!program.result) {
+            if (HostTime() >= limit)
+                Fail(program.program.words[0] + " did not end within its time");
+            Turn(limit);
+        }
+    } catch (...) {
+        running = nullptr;
+        throw;
+    }
+    running = nullptr;
+}
+
+int Machine::Process::RunQuietly(std::vector<std::string> words) {
+    MachineProgram program;
+    program.words = std::move(words);
+    program.limit = BOOT_LIMIT;
+    Running quiet{program, nullptr, nullptr, HostTime(), {}};
+    Play(quiet);
+    return quiet.result->exitCode;
+}
+
+MachineResult Machine::Process::Run(const MachineProgram& program, BoardState& state, const GpioLines& lines) {
+    AwaitReady();
+    for (std::size_t i = 0; i < state.Count(); ++i)
+        if (const auto line = lines.Line(i); line && state.IsInput(i))
+            qmp->SetLine(*line, state.Level(i));
+    while (qmp->Pending() > 0)
+        Turn(HostTime() + std::chrono::seconds(1));
+    // The machine has no clock of its own that would know the time.
+    const auto now = std::chrono::duration_cast<std::chrono::seconds>(HostTime()).count();
+    if (RunQuietly({"sh", "-c", "/etc/reset-lines && date -u -s @" + std::to_string(now)}) != 0)
+        Fail("the emulated board's lines cannot be reset");
+
+    Running observed{program, &state, &lines, HostTime(), {}};
+    Play(observed);
+    return *observed.result;
+}
+
+Machine::Machine(const std::filesystem::path& image, const CpioArchive& files)
+    : process(std::make_unique<Process>(image, files)) {}
+
+Machine::~Machine() = default;
+
+void Machine::AwaitReady() {
+    process->AwaitReady();
+}
+
+MachineResult Machine::Run(const MachineProgram& program, BoardState& state, const GpioLines& lines) {
+    return process->Run(program, state, lines);
+}
+
+void Machine::Signal(const std::string& name) {
+    process->Command("signal " + name);
+}
+
+void Machine::DriveInput(std::size_t signal, bool level) {
+    process->DriveInput(signal, level);
+}
+
+} // namespace VelrixBoard

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "board/emulated/CpioArchive.h"
+#include "board/emulated/GpioLines.h"
+#include "board/virtual/BoardState.h"
+#include "board/virtual/OxboModule.h"
+
+namespace VelrixBoard {
+
+// What one program does on the emulated machine, and who listens.
+struct MachineProgram {
+    // Found in the machine, by its PATH or by a whole path.
+    std::vector<std::string> words;
+
+    // Takes what the program prints and its errors, as they come.
+    std::function<void(std::string_view)> output = [](std::string_view) {};
+    std::function<void(std::string_view)> errors = [](std::string_view) {};
+
+    // The simulated module, if it is to be there.
+    OxboModule* module = nullptr;
+
+    // A signalfd whose signals the program gets; -1 for none.
+    int signals = -1;
+
+    // The program is taken to hang after this long, which is a BoardError.
+    std::optional<std::chrono::seconds> limit;
+};
+
+struct MachineResult {
+    // The machine restarted before the program ended. It has no exit code then.
+    bool restarted = false;
+    // 128 and the signal's number after a signal, as in a shell.
+    int exitCode = 0;
+    BoardTime end{};
+};
+
+// A 32-bit ARM machine in an emulator, with the board's LEDs and lines on its GPIO controller, watched and driven from
+// outside of everything that runs on it.
+//
+// It boots once and then runs any number of programs one after the other; each finds its outputs low, its LEDs dark and
+// the inputs as its state says. A program may restart the machine: the next one then waits until it is up again. The
+// machine goes with the object. One thread.
+class Machine final {
+public:
+    // Starts the emulator with the image that scripts/emulated-board-image made and further files for the machine.
+    // Throws BoardError when the emulator or a part of the image is missing.
+    Machine(const std::filesystem::path& image, const CpioArchive& files);
+    Machine(const Machine&) = delete;
+    Machine& operator=(const Machine&) = delete;
+    ~Machine();
+
+    // Waits until the machine is up; Run does so as well.
+    void AwaitReady();
+
+    // Runs a program and feeds the state with what the GPIO controller sees; times count from the program's start.
+    // Throws BoardError when the machine does not come up, ends, or the program's limit passed.
+    MachineResult Run(const MachineProgram& program, BoardState& state, const GpioLines& lines);
+
+    // While a program runs: sends it a signal, "TERM".
+    void Signal(const std::string& name);
+
+    // While a program runs: drives an input.
+    void DriveInput(std::size_t signal, bool level);
+
+private:
+    class Process;
+
+    std::unique_ptr<Process> process;
+};
+
+// The folder of the image when nothing else is said.
+extern const char* const DEFAULT_IMAGE;
+
+} // namespace VelrixBoard
