@@ -15,14 +15,15 @@ namespace System::Diagnostics {
 
 // The process's trace: events go to the listeners that the application added, in the order of adding.
 //
-// Any thread may call anything at any time, from before main to the destructors of statics. The listeners of an event are called one
-// after the other on the tracing thread with no lock held. Without a listener a call costs a load and a branch. A listener
-// that throws is reported on standard error, once in its life, and the event goes on to the others.
+// Any thread may call anything at any time, from before main to the destructors of statics. The listeners of an event
+// are called one after the other on the tracing thread with no lock held. Without a listener a call costs a load and a
+// branch. A listener that throws is reported on standard error, once in its life, and the event goes on to the others.
 class SYSTEM_EXPORT Trace final {
 public:
     Trace() = delete;
 
-    // Adds a listener behind the others; one that is added twice is called twice. Null: ArgumentNullException "listener".
+    // Adds a listener behind the others; one that is added twice is called twice. Null: ArgumentNullException
+    // "listener".
     static void AddListener(std::shared_ptr<TraceListener> listener);
 
     // Removes the listener once; an absent one does nothing. An event that is under way may still reach it.
@@ -36,7 +37,9 @@ public:
     static void TraceDebug(const std::shared_ptr<Object>& data) { TraceObject(TraceEventType::DEBUG, data); }
     static void TraceDebug(const Exception& exception) { TraceException(TraceEventType::DEBUG, exception); }
     static void TraceInformation(const string_ptr& text) { TraceText(TraceEventType::INFORMATION, text); }
-    static void TraceInformation(const std::shared_ptr<Object>& data) { TraceObject(TraceEventType::INFORMATION, data); }
+    static void TraceInformation(const std::shared_ptr<Object>& data) {
+        TraceObject(TraceEventType::INFORMATION, data);
+    }
     static void TraceInformation(const Exception& exception) { TraceException(TraceEventType::INFORMATION, exception); }
     static void TraceWarning(const string_ptr& text) { TraceText(TraceEventType::WARNING, text); }
     static void TraceWarning(const std::shared_ptr<Object>& data) { TraceObject(TraceEventType::WARNING, data); }
@@ -59,7 +62,7 @@ private:
 
     static void TraceText(const Type& type, const string_ptr& text) {
         if (listenerCount.load(std::memory_order_relaxed) != 0)
-            Dispatch(type, text);
+            Dispatch(type, std::shared_ptr<Object>(text));
     }
     static void TraceObject(const Type& type, const std::shared_ptr<Object>& data) {
         if (listenerCount.load(std::memory_order_relaxed) != 0)
@@ -67,9 +70,10 @@ private:
     }
     static void TraceException(const Type& type, const Exception& exception) {
         if (listenerCount.load(std::memory_order_relaxed) != 0)
-            Dispatch(type, exception.ToString());
+            Dispatch(type, exception);
     }
     static void Dispatch(const Type& type, const std::shared_ptr<Object>& data);
+    static void Dispatch(const Type& type, const Exception& exception);
 
     static std::atomic<int> listenerCount;
 };

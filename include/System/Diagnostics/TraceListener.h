@@ -17,9 +17,9 @@ enum class TraceOptions { NONE = 0 };
 
 // The base of everything that receives trace events: derive, override TraceEvent, add the object to Trace.
 //
-// Trace asks the filter, not the listener itself. Events come on the thread that traces them, several at once if several threads
-// trace, with no lock held: a listener may trace, and add or remove listeners. One that throws is reported on standard error once in
-// its life and harms nobody else.
+// Trace asks the filter, not the listener itself. Events come on the thread that traces them, several at once if
+// several threads trace, with no lock held: a listener may trace, and add or remove listeners. One that throws is
+// reported on standard error once in its life and harms nobody else.
 class SYSTEM_EXPORT TraceListener : public virtual Object {
 public:
     // Which events reach the listener; null passes all. Set it before the listener is added.
@@ -30,7 +30,8 @@ public:
 
     ~TraceListener() override;
 
-    // One event: when and where, how serious, and what, by its ToString(). data is null where the tracing code passed null.
+    // One event: when and where, how serious, and what, by its ToString(). data is null where the tracing code passed
+    // null.
     virtual void TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs, std::shared_ptr<TraceEventType> eventType,
                             std::shared_ptr<Object> data) = 0;
 

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <System/Diagnostics/EventLogTraceListener.h>
+
+#include <cerrno>
+#include <string>
+
+#include <syslog.h>
+
+#include <System/Exceptions.h>
+
+#include "runtime/Escape.h"
+
+namespace System::Diagnostics {
+
+namespace {
+
+// By severity, from TraceEventType::DEBUG on.
+constexpr int PRIORITIES[] = {LOG_DEBUG, LOG_INFO, LOG_WARNING, LOG_ERR, LOG_CRIT};
+
+// The bits of the facilities that syslog knows; those between LOG_FTP and LOG_LOCAL0 have no name and are the system's.
+bool IsFacility(int facility) noexcept {
+    return (facility & ~LOG_FACMASK) == 0 &&
+           (facility <= LOG_FTP || (facility >= LOG_LOCAL0 && facility <= LOG_LOCAL7));
+}
+
+} // namespace
+
+std::shared_ptr<EventLogTraceListener> EventLogTraceListener::Create(int facility) {
+    if (!IsFacility(facility))
+        throw ArgumentOutOfRangeException("facility");
+    // One log a process: what openlog sets is shared by all listeners, so that the facility goes with each event
+    // instead. The name is kept by pointer and must outlive every static; that of the C library does.
+    ::openlog(program_invocation_short_name, LOG_PID, LOG_USER);
+    return std::shared_ptr<EventLogTraceListener>(new EventLogTraceListener(facility));
+}
+
+EventLogTraceListener::EventLogTraceListener(int ownFacility) noexcept : facility(ownFacility) {}
+
+EventLogTraceListener::~EventLogTraceListener() = default;
+
+// The connection is shared with the other listeners and with the application itself; closing it is not this object's to
+// do.
+void EventLogTraceListener::Close() {}
+
+void EventLogTraceListener::TraceEvent(std::shared_ptr<TraceEventArgs>, std::shared_ptr<TraceEventType> eventType,
+                                       std::shared_ptr<Object> data) {
+    std::string line;
+    if (const string_ptr text = data ? data->ToString() : string_ptr())
+        AppendEscaped(line, text->View());
+    ::syslog(facility | PRIORITIES[eventType->Severity()], "%s", line.c_str());
+}
+
+void EventLogTraceListener::Flush() {}
+
+} // namespace System::Diagnostics

@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <System/Diagnostics/FileTraceListener.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <charconv>
+#include <cstddef>
+#include <string>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <System/Diagnostics/Process.h>
+#include <System/Raisers.h>
+
+#include "runtime/DateTimeText.h"
+#include "runtime/Escape.h"
+#include "runtime/IO/RaiseIO.h"
+
+namespace System::Diagnostics {
+
+namespace {
+
+// A record of the usual length is put together on the stack.
+constexpr std::size_t SHORT_RECORD_SIZE = 1024;
+
+// The most that one code unit takes: \x1b, or three bytes of UTF-8.
+constexpr std::size_t BYTES_PER_UNIT = 4;
+
+// Everything of a record but process name and text: a line end before it, the time, the longest type name, two numbers
+// and what stands between them.
+constexpr std::size_t FRAME_SIZE = 1 + DATE_TIME_TEXT_LENGTH + 64;
+
+int OpenForAppending(const char* name) noexcept {
+    int descriptor;
+    do
+        descriptor = ::open(name, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY, 0666);
+    while (descriptor < 0 && errno == EINTR);
+    return descriptor;
+}
+
+// The text with control characters and backslashes escaped.
+char* WriteEscaped(char* target, std::u16string_view text) {
+    // Most texts need nothing of it.
+    std::size_t plain = 0;
+    for (; plain < text.size(); ++plain) {
+        const char16_t unit = text[plain];
+        if (unit < u' ' || unit > u'~' || unit == u'\\')
+            break;
+        *target++ = static_cast<char>(unit);
+    }
+    if (plain == text.size())
+        return target;
+    std::string rest;
+    AppendEscaped(rest, text.substr(plain));
+    return std::copy(rest.begin(), rest.end(), target);
+}
+
+char* WriteNumber(char* target, int number) noexcept {
+    return std::to_chars(target, target + 11, number).ptr;
+}
+
+} // namespace
+
+// The open file. Nothing here takes a lock, so that a process that forks while one of its threads traces has a child
+// that can trace too: a rotated file is replaced under the same descriptor, in one step, and the descriptor is closed
+// by the last to use it.
+struct FileTraceListener::LogFile {
+    explicit LogFile(string_ptr ownPath) : path(std::move(ownPath)), name(path->ToUtf8()) {
+        AppendEscaped(processName, Process::CURRENT_PROCESS->ProcessName()->View());
+        // The system would take the part before the zero for the whole path.
+        if (name.find('\0') != std::string::npos)
+            IO::RaiseIO("Cannot open", path, EINVAL);
+        descriptor = OpenForAppending(name.c_str());
+        if (descriptor < 0)
+            IO::RaiseIO("Cannot open", path, errno);
+    }
+    LogFile(const LogFile&) = delete;
+    LogFile& operator=(const LogFile&) = delete;
+    ~LogFile() { Close(); }
+
+    // False once the file is closed. Who got true calls EndUse.
+    bool BeginUse() noexcept {
+        unsigned now = users.load(std::memory_order_relaxed);
+        while ((now & CLOSED) == 0)
+            if (users.compare_exchange_weak(now, now + USER, std::memory_order_acquire))
+                return true;
+        return false;
+    }
+    void EndUse() noexcept {
+        if (users.fetch_sub(USER, std::memory_order_acq_rel) == (USER | CLOSED))
+            ::close(descriptor);
+    }
+    void Close() noexcept {
+        if (users.fetch_or(CLOSED, std::memory_order_acq_rel) == 0)
+            ::close(descriptor);
+    }
+
+    // Goes on to the file that stands at the path now, if it is another one or none. Two threads may come here at once:
+    // then both open the same file, and one descriptor replaces the other.
+    void FollowRotation() {
+        struct stat open, current;
+        if (::fstat(descriptor, &open) == 0 && ::stat(name.c_str(), &current) == 0 && open.st_ino == current.st_ino &&
+            open.st_dev == current.st_dev)
+            return;
+        const int fresh = OpenForAppending(name.c_str());
+        if (fresh < 0)
+            IO::RaiseIO("Cannot open", path, errno);
+        const int result = ::dup3(fresh, descriptor, O_CLOEXEC);
+        const int error = errno;
+        ::close(fresh);
+        if (result < 0)
+            IO::RaiseIO("Cannot open", path, error);
+        tailIsKnown.store(false, std::memory_order_relaxed);
+    }
+
+    // Appends the size bytes behind a line end, and the line end too if the file needs one.
+    void Append(const char* lineEndAndRecord, std::size_t size) {
+        const bool needsLineEnd = !tailIsKnown.load(std::memory_order_relaxed) && EndsInsideLine();
+        const char* from = lineEndAndRecord + (needsLineEnd ? 0 : 1);
+        const char* const end = lineEndAndRecord + 1 + size;
+        // A second round only after a signal and on a full disk, which takes a part and says why at the next try.
+        while (from != end) {
+            const ssize_t written = ::write(descriptor, from, static_cast<std::size_t>(end - from));
+            if (written >= 0) {
+                from += written;
+            } else if (errno != EINTR) {
+                const int error = errno;
+                tailIsKnown.store(false, std::memory_order_relaxed);
+                IO::RaiseIO("Cannot write", path, error);
+            }
+        }
+        tailIsKnown.store(true, std::memory_order_relaxed);
+    }
+
+    const string_ptr path;
+    const std::string name;
+    std::string processName;
+
+private:
+    bool EndsInsideLine() const noexcept {
+        struct stat status;
+        if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0)
+            return false;
+        const int reader = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+        if (reader < 0)
+            return false;
+        char last = '\n';
+        static_cast<void>(::pread(reader, &last, 1, status.st_size - 1) < 0); // unread it counts as whole
+        ::close(reader);
+        return last != '\n';
+    }
+
+    int descriptor;
+
+    // Twice the number of threads that are writing, and CLOSED.
+    static constexpr unsigned CLOSED = 1;
+    static constexpr unsigned USER = 2;
+    std::atomic<unsigned> users{0};
+
+    // Whether the file is known to end with a whole record. A full disk leaves part of one behind, of this process or
+    // of another, and the next record is to stand on a line of its own.
+    std::atomic<bool> tailIsKnown{false};
+};
+
+std::shared_ptr<FileTraceListener> FileTraceListener::Create(string_ptr path) {
+    if (!path)
+        _throw_argument_null_exception("path");
+    auto file = std::make_unique<LogFile>(std::move(path));
+    return std::shared_ptr<FileTraceListener>(new FileTraceListener(std::move(file)));
+}
+
+FileTraceListener::FileTraceListener(std::unique_ptr<LogFile> ownFile) noexcept : file(std::move(ownFile)) {}
+
+FileTraceListener::~FileTraceListener() = default;
+
+void FileTraceListener::Close() {
+    file->Close();
+}
+
+void FileTraceListener::TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs, std::shared_ptr<TraceEventType> eventType,
+                                   std::shared_ptr<Object> data) {
+    const string_ptr text = data ? data->ToString() : string_ptr();
+    const std::u16string_view units = text ? text->View() : std::u16string_view();
+    const std::u16string_view level = eventType->Name()->View();
+
+    const std::size_t room = FRAME_SIZE + file->processName.size() + units.size() * BYTES_PER_UNIT;
+    char shortRecord[SHORT_RECORD_SIZE];
+    const std::unique_ptr<char[]> longRecord(room > SHORT_RECORD_SIZE ? new char[room] : nullptr);
+    char* const record = longRecord ? longRecord.get() : shortRecord;
+
+    char* end = record;
+    *end++ = '\n'; // used only behind a part of a record
+    end = WriteDateTime(end, eventArgs->Timestamp()->Nanoseconds());
+    *end++ = ' ';
+    end = std::copy(level.begin(), level.end(), end);
+    *end++ = ' ';
+    end = std::copy(file->processName.begin(), file->processName.end(), end);
+    *end++ = '[';
+    end = WriteNumber(end, eventArgs->ProcessId());
+    *end++ = ':';
+    end = WriteNumber(end, eventArgs->ThreadId());
+    *end++ = ']';
+    *end++ = ' ';
+    end = WriteEscaped(end, units);
+    *end++ = '\n';
+
+    if (!file->BeginUse())
+        return;
+    struct EndOfUse {
+        ~EndOfUse() { file.EndUse(); }
+        LogFile& file;
+    } const endOfUse{*file};
+    file->FollowRotation();
+    file->Append(record, static_cast<std::size_t>(end - record) - 1);
+}
+
+void FileTraceListener::Flush() {}
+
+} // namespace System::Diagnostics

@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <System/Diagnostics/Trace.h>
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+#include <string>
+#include <typeinfo>
+#include <utility>
+
+#include <cxxabi.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <System/Raisers.h>
+#include <System/Threading/Mutex.h>
+
+#include "runtime/Escape.h"
+#include "runtime/TypeName.h"
+
+namespace System::Diagnostics {
+
+using ListenerList = std::vector<std::shared_ptr<TraceListener>>;
+
+namespace {
+
+// The listeners are never changed in place: whoever traces works on the list as it was when the event came, and whoever
+// adds or removes puts another list in its place.
+using SharedList = std::shared_ptr<const ListenerList>;
+
+// Something whose constructor runs at compile time and whose destructor never runs, so that it serves statics that are
+// made before this library's and threads and destructors that go on after them.
+template <class T>
+union Lasting {
+    constexpr Lasting() noexcept : value() {}
+    ~Lasting() {}
+    T value;
+};
+
+constinit Threading::Mutex mutex;
+constinit Lasting<SharedList> current; // guarded by mutex; null: no listener
+
+class Lock final {
+public:
+    Lock() { mutex.Acquire(); }
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+    ~Lock() { mutex.Release(); }
+};
+
+SharedList Snapshot() {
+    const Lock lock;
+    return current.value;
+}
+
+// The part that must not fail: no allocation, no exception.
+void WriteToStandardError(const char* text, std::size_t length) noexcept {
+    // Nobody is left to be told when this fails.
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text, length);
+}
+
+// The exception in flight, for people.
+std::string TextOfException() {
+    try {
+        throw;
+    } catch (const Exception& exception) {
+        return exception.ToString()->ToUtf8();
+    } catch (const std::exception& exception) {
+        return TypeName(typeid(exception).name()) + ": " + exception.what();
+    } catch (...) {
+        return "unknown exception";
+    }
+}
+
+// Called while an exception is handled.
+void ReportFailure(TraceListener& listener) noexcept {
+    try {
+        const string_ptr text = TypeName(typeid(listener).name()) + " failed: " + TextOfException();
+        std::string line = "Trace listener ";
+        AppendEscaped(line, text->View());
+        line += '\n';
+        WriteToStandardError(line.data(), line.size());
+    } catch (...) {
+        constexpr char LINE[] = "A trace listener failed, and there is no memory to say how\n";
+        WriteToStandardError(LINE, sizeof LINE - 1);
+    }
+}
+
+// One call of a listener, which must not harm anybody else.
+template <class Call>
+void CallSafely(TraceListener& listener, std::atomic<bool>& failureReported, const Call& call) {
+    try {
+        call();
+    } catch (abi::__forced_unwind&) {
+        throw; // a cancelled thread must end, and the C library insists on it
+    } catch (...) {
+        if (!failureReported.exchange(true, std::memory_order_relaxed))
+            ReportFailure(listener);
+    }
+}
+
+// A child process must not find the lock held by a thread that it does not have.
+void KeepLockUsableInForkedChildren() {
+    static const int registered =
+        ::pthread_atfork([] { mutex.Acquire(); }, [] { mutex.Release(); }, [] { mutex.Release(); });
+    static_cast<void>(
+        registered); // without memory for it, forking while another thread traces is a risk, as without it
+}
+
+} // namespace
+
+constinit std::atomic<int> Trace::listenerCount{0};
+
+void Trace::AddListener(std::shared_ptr<TraceListener> listener) {
+    if (!listener)
+        _throw_argument_null_exception("listener");
+    KeepLockUsableInForkedChildren();
+    SharedList before; // released after the lock: a destructor may trace
+    const Lock lock;
+    auto list = current.value ? std::make_shared<ListenerList>(*current.value) : std::make_shared<ListenerList>();
+    list->push_back(std::move(listener));
+    before = std::exchange(current.value, std::move(list));
+    listenerCount.store(static_cast<int>(current.value->size()), std::memory_order_relaxed);
+}
+
+void Trace::RemoveListener(const std::shared_ptr<TraceListener>& listener) {
+    SharedList before; // released after the lock: a destructor may trace
+    const Lock lock;
+    if (!current.value)
+        return;
+    const auto found = std::find(current.value->begin(), current.value->end(), listener);
+    if (found == current.value->end())
+        return;
+    auto list = std::make_shared<ListenerList>(current.value->begin(), found);
+    list->insert(list->end(), found + 1, current.value->end());
+    before = std::exchange(current.value, std::move(list));
+    listenerCount.store(static_cast<int>(current.value->size()), std::memory_order_relaxed);
+}
+
+std::vector<std::shared_ptr<TraceListener>> Trace::Listeners() {
+    const SharedList list = Snapshot();
+    return list ? *list : ListenerList();
+}
+
+void Trace::Dispatch(const Type& type, const std::shared_ptr<Object>& data) {
+    const SharedList list = Snapshot();
+    if (!list)
+        return;
+    std::shared_ptr<TraceEventArgs> eventArgs; // made for the first listener that wants the event
+    for (const auto& listener : *list)
+        CallSafely(*listener, listener->failureReported, [&] {
+            if (listener->Filter && !listener->Filter->ShouldTrace(type))
+                return;
+            if (!eventArgs)
+                eventArgs = TraceEventArgs::Create();
+            listener->TraceEvent(eventArgs, type, data);
+        });
+}
+
+void Trace::Dispatch(const Type& type, const Exception& exception) {
+    string_ptr text;
+    try {
+        text = exception.ToString();
+    } catch (...) {
+        text = exception.Message(); // out of memory: what there is already
+    }
+    Dispatch(type, std::shared_ptr<Object>(text));
+}
+
+void Trace::Flush() {
+    for (const auto& listener : Listeners())
+        CallSafely(*listener, listener->failureReported, [&] { listener->Flush(); });
+}
+
+void Trace::Close() {
+    SharedList list;
+    {
+        const Lock lock;
+        list = std::exchange(current.value, nullptr);
+        listenerCount.store(0, std::memory_order_relaxed);
+    }
+    if (!list)
+        return;
+    for (const auto& listener : *list)
+        CallSafely(*listener, listener->failureReported, [&] { listener->Close(); });
+}
+
+} // namespace System::Diagnostics
