@@ -146,13 +146,13 @@ private:
 };
 
 Machine::Process::Process(const std::filesystem::path& image, const CpioArchive& files) {
-    for (const char* name : {"vmlinuz", "board.dtb", "root.cpio.gz", "lines.txt"})
+    for (const char* name : {"vmlinuz", "board.dtb", "root.cpio", "lines.txt"})
         if (!std::filesystem::exists(image / name))
             throw BoardError("the emulated board's " + (image / name).native() +
                              " is missing; scripts/emulated-board-image makes it from Debian's kernel package");
 
     // The kernel looks for the next archive at a multiple of four bytes.
-    std::string root = ReadAll(image / "root.cpio.gz");
+    std::string root = ReadAll(image / "root.cpio");
     root.resize((root.size() + 3) / 4 * 4, '\0');
     root += files.Finish();
     const std::filesystem::path rootFile = directory.Path() / "root";
