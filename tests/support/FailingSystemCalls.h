@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+namespace TestSupport {
+
+// Watches the file operations of the calling thread, and lets one of them fail.
+//
+// A test program that names this class gets its open, close, read, pread, write, lseek, fstat, stat and dup3. Only one
+// object lives at a time in a thread; other threads are neither watched nor disturbed.
+class FailingSystemCalls final {
+public:
+    // Only watches.
+    FailingSystemCalls() noexcept;
+    // The number-th call of that name from now on fails with error and does nothing; number 1 is the next one.
+    FailingSystemCalls(const char* name, int number, int error) noexcept;
+    FailingSystemCalls(const FailingSystemCalls&) = delete;
+    FailingSystemCalls& operator=(const FailingSystemCalls&) = delete;
+    ~FailingSystemCalls();
+
+    // From now on a write takes no more than that many bytes.
+    void LimitWrites(int bytes) noexcept;
+
+    // The names of the calls so far, the failed one included: "open, fstat, pread".
+    std::string Log() const;
+
+    // Whether the call that was to fail has come.
+    bool HasFailed() const noexcept;
+
+private:
+    friend struct SystemCallWatch;
+
+    // Returns whether the call is to fail; errno is set then.
+    bool Fails(const char* name) noexcept;
+
+    static constexpr int MAX_CALLS = 256;
+
+    const char* const failing;
+    int remaining;
+    const int error;
+    int writeLimit = 0; // 0: none
+    bool hasFailed = false;
+    // Without an allocation, which a test may be counting.
+    const char* calls[MAX_CALLS] = {};
+    int callCount = 0;
+};
+
+} // namespace TestSupport

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/support/PrivateBoard.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <utility>
+
+namespace TestSupport {
+
+namespace {
+
+std::string ReadFile(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+} // namespace
+
+PrivateBoard::PrivateBoard() {
+    std::string name = std::filesystem::temp_directory_path() / "velrix-test-XXXXXX";
+    if (!mkdtemp(name.data()))
+        throw std::runtime_error("cannot make " + name);
+    folder = name;
+}
+
+PrivateBoard::~PrivateBoard() {
+    if (process > 0) {
+        Signal(SIGKILL);
+        Wait();
+    }
+    std::error_code ignored;
+    std::filesystem::remove_all(folder, ignored);
+}
+
+void PrivateBoard::SetSettings(const std::string& text) {
+    const std::filesystem::path path = folder / "settings";
+    std::ofstream(path) << text;
+    AddOption("--settings", path);
+}
+
+void PrivateBoard::LeaveOut(const std::string& path) {
+    AddOption("--without", path);
+}
+
+void PrivateBoard::AddOption(const std::string& option, const std::string& value) {
+    options.push_back(option);
+    options.push_back(value);
+}
+
+BoardResult PrivateBoard::Run(const std::vector<std::string>& command) {
+    Start(command);
+    return Wait();
+}
+
+void PrivateBoard::Start(const std::vector<std::string>& command) {
+    std::vector<std::string> all = {VELRIX_BOARD_COMMAND, "run", "--directory", folder / "board"};
+    all.insert(all.end(), options.begin(), options.end());
+    all.push_back("--");
+    all.insert(all.end(), command.begin(), command.end());
+    std::vector<char*> argv;
+    for (std::string& argument : all)
+        argv.push_back(argument.data());
+    argv.push_back(nullptr);
+    const std::string output = folder / "output", errors = folder / "errors";
+
+    process = fork();
+    if (process < 0)
+        throw std::runtime_error("cannot fork");
+    if (process == 0) {
+        const int outputFile = open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+        const int errorsFile = open(errors.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+        dup2(outputFile, STDOUT_FILENO);
+        dup2(errorsFile, STDERR_FILENO);
+        execv(argv[0], argv.data());
+        _exit(127);
+    }
+}
+
+void PrivateBoard::Signal(int number) {
+    kill(process, number);
+}
+
+BoardResult PrivateBoard::Wait() {
+    int status = 0;
+    if (waitpid(std::exchange(process, -1), &status, 0) < 0)
+        throw std::runtime_error("nothing runs on the board");
+    return {WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status), ReadFile(folder / "output"),
+            ReadFile(folder / "errors")};
+}
+
+std::string PrivateBoard::Content(const std::string& path) const {
+    return ReadFile(Outside(path));
+}
+
+char PrivateBoard::Level(const std::string& path) const {
+    const std::string content = Content(path);
+    const std::size_t last = content.find_last_of("01");
+    return last == std::string::npos ? '?' : content[last];
+}
+
+std::string PrivateBoard::Changes() const {
+    std::istringstream lines(ReadFile(folder / "board" / "changes"));
+    std::string changes, time, change;
+    while (lines >> time && std::getline(lines >> std::ws, change))
+        changes += change + "\n";
+    return changes;
+}
+
+std::string PrivateBoard::Reboots() const {
+    return ReadFile(folder / "board" / "reboot");
+}
+
+std::filesystem::path PrivateBoard::Outside(const std::string& path) const {
+    const std::pair<std::string, std::string> places[] = {
+        {"/var/dev/", "var-dev"}, {"/sys/class/leds/", "leds"}, {"/mnt/share/", "share"}, {"/var/log/apps/", "logs"}};
+    for (const auto& [inside, outside] : places)
+        if (path.starts_with(inside))
+            return folder / "board" / outside / path.substr(inside.size());
+    return folder / "board" / "files" / path.substr(1);
+}
+
+} // namespace TestSupport
