@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace VelrixBoard {
+
+// Time since the program was started; the resolution of the files.
+using TimelineTime = std::chrono::microseconds;
+
+// One level change of one signal.
+struct Change {
+    TimelineTime time;
+    bool level;
+
+    friend bool operator==(const Change&, const Change&) = default;
+};
+
+// One line or LED element with all that happened to it, earliest first; two changes of one signal differ in level.
+struct Signal {
+    std::string name; // "OXBO_RESET1_N", "MS_green": letters, digits and "_"
+    bool initial = false;
+    std::vector<Change> changes;
+
+    friend bool operator==(const Signal&, const Signal&) = default;
+};
+
+// What all signals of a board did. A value.
+struct Timeline {
+    std::vector<Signal> signals;
+    TimelineTime end{0};
+
+    // The signal of that name, or null.
+    const Signal* Find(const std::string& name) const;
+
+    // When the first change of any signal was; end where nothing changed.
+    TimelineTime FirstChange() const;
+
+    friend bool operator==(const Timeline&, const Timeline&) = default;
+};
+
+// A timeline could not be written, read or understood. The message says what, where (file and line), and what to do.
+class TimelineError final : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// The name as VCD viewers accept it: everything but letters, digits and "_" becomes "_" ("MS.green" is "MS_green").
+std::string SignalName(const std::string& name);
+
+// "1.250 s", "38 ms", "0.4 ms": rounded for people.
+std::string TextOf(TimelineTime time);
+
+} // namespace VelrixBoard
