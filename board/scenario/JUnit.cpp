@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/scenario/JUnit.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace VelrixBoard {
+
+namespace {
+
+using Verdict = StepResult::Verdict;
+
+std::string Escaped(const std::string& text) {
+    std::string escaped;
+    for (const char c : text)
+        switch (c) {
+        case '&':
+            escaped += "&amp;";
+            break;
+        case '<':
+            escaped += "&lt;";
+            break;
+        case '>':
+            escaped += "&gt;";
+            break;
+        case '"':
+            escaped += "&quot;";
+            break;
+        default:
+            // The other control characters cannot stand in XML, escaped or not.
+            escaped += static_cast<unsigned char>(c) < ' ' && c != '\t' && c != '\n' ? '?' : c;
+        }
+    return escaped;
+}
+
+std::string Seconds(ScenarioTime time) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.3f", static_cast<double>(time.count()) / 1e6);
+    return text;
+}
+
+std::size_t CountOf(const std::vector<StepResult>& results, Verdict verdict) {
+    return static_cast<std::size_t>(
+        std::count_if(results.begin(), results.end(), [&](const auto& result) { return result.verdict == verdict; }));
+}
+
+} // namespace
+
+std::string JUnitReport(const Scenario& scenario, const std::vector<StepResult>& results) {
+    std::string report = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuite name=\"" + Escaped(scenario.path) +
+                         "\" tests=\"" + std::to_string(results.size()) + "\" failures=\"" +
+                         std::to_string(CountOf(results, Verdict::FAILED)) + "\" skipped=\"" +
+                         std::to_string(CountOf(results, Verdict::NOT_REACHED)) + "\">\n";
+    ScenarioTime before{0};
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        const StepResult& result = results[i];
+        const Step& step = scenario.steps[i];
+        const bool reached = result.verdict != Verdict::NOT_REACHED;
+        report += "  <testcase classname=\"" + Escaped(scenario.path) + "\" name=\"" + std::to_string(step.line) +
+                  ": " + Escaped(step.text) + "\" time=\"" +
+                  Seconds(reached ? std::max(result.time - before, ScenarioTime(0)) : ScenarioTime(0)) + "\"";
+        if (result.verdict == Verdict::FAILED)
+            report += ">\n    <failure message=\"" + Escaped(result.message) + "\"/>\n  </testcase>\n";
+        else
+            report += reached ? "/>\n" : "><skipped/></testcase>\n";
+        if (reached)
+            before = std::max(before, result.time);
+    }
+    return report + "</testsuite>\n";
+}
+
+std::string PlainReport(const Scenario& scenario, const std::vector<StepResult>& results) {
+    std::string report;
+    for (std::size_t i = 0; i < results.size(); ++i)
+        if (results[i].verdict == Verdict::FAILED)
+            report += scenario.path + ":" + std::to_string(scenario.steps[i].line) + ": " + scenario.steps[i].text +
+                      ": " + results[i].message + "\n";
+    return report + scenario.path + ": " + std::to_string(CountOf(results, Verdict::PASSED)) + " steps passed, " +
+           std::to_string(CountOf(results, Verdict::FAILED)) + " failed, " +
+           std::to_string(CountOf(results, Verdict::NOT_REACHED)) + " not reached\n";
+}
+
+} // namespace VelrixBoard

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "board/scenario/Scenario.h"
+
+namespace VelrixBoard {
+
+// Reads a scenario, one step a line:
+//
+//     step      = "at" TIME action | action | "within" TIME condition | "wait" TIME | "never" condition
+//               | "expect" LINE "pulses" ( "low" | "high" ) [ "for" ( "at least" | "at most" ) TIME [ "and at most"
+//               TIME ] ]
+//     action    = "set" INPUT ( "high" | "low" ) | "fault" SIGNAL FAULT | "send" SIGNALNAME
+//     condition = LED "is" [ "steady" ] COLOR
+//               | LED "is" "flashing" COLOR TIME TIME [ "tolerance" TIME ]
+//               | LED "is" "toggling" COLOR COLOR TIME TIME [ "tolerance" TIME ]
+//               | LINE "is" ( "high" | "low" )
+//               | "program" ( "exits" "with" NUMBER | "is" "killed" "by" SIGNALNAME )
+//               | "web" "log" "has" TEXT | "system" "log" "has" TEXT | "reboot" "is" "called"
+//     TIME      = digits, a point and digits if need be, and "us", "ms", "s" or "min", without a blank
+//     TEXT      = a word, or anything in double quotes
+//     FAULT     = "EIO" | "ENOSPC" | "EACCES" | "slow:" TIME | "missing" | "none"
+//
+// "#" begins a comment; blank lines are skipped. The tolerance is 50 ms unless given. Throws ScenarioError with file,
+// line and column, saying what could stand there.
+Scenario ParseScenario(const std::string& path, std::string_view text, const ScenarioNames& names);
+
+// The same from a file. A file that cannot be read: ScenarioError.
+Scenario ReadScenario(const std::string& path, const ScenarioNames& names);
+
+// A TIME of the grammar above; nothing for anything else, and for a time beyond a year.
+std::optional<ScenarioTime> ParseTime(std::string_view text);
+
+} // namespace VelrixBoard

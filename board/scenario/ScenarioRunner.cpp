@@ -1,0 +1,316 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/scenario/ScenarioRunner.h"
+
+#include <algorithm>
+#include <cstring>
+#include <exception>
+#include <type_traits>
+#include <utility>
+
+namespace VelrixBoard {
+
+namespace {
+
+using Verdict = StepResult::Verdict;
+
+// Longer than half a cycle of every pattern that a board shows.
+constexpr ScenarioTime STEADY = std::chrono::milliseconds(1'000);
+
+// How many phases a failure report shows.
+constexpr std::size_t SHOWN_PHASES = 6;
+
+bool Contains(const std::vector<std::string>& records, const std::string& text) {
+    return std::any_of(records.begin(), records.end(), [&](const auto& r) { return r.find(text) != r.npos; });
+}
+
+bool IsSequential(const Step& step) {
+    return !std::holds_alternative<Never>(step.what) && !std::holds_alternative<Pulses>(step.what);
+}
+
+} // namespace
+
+ScenarioRunner::ScenarioRunner(const Scenario& ownScenario, const ScenarioNames& names, IScenarioBoard& ownBoard)
+    : scenario(ownScenario), board(ownBoard), results(ownScenario.steps.size()) {
+    for (const auto& led : names.leds)
+        leds[led.name];
+}
+
+void ScenarioRunner::OnLevel(const std::string& signal, bool high, ScenarioTime time) {
+    const std::size_t dot = signal.find('.');
+    if (const auto led = leds.find(signal.substr(0, dot)); led != leds.end() && dot != signal.npos)
+        led->second.Set(signal.substr(dot + 1), high, time);
+    else {
+        const auto [place, isNew] = lines.try_emplace(signal);
+        LineHistory& line = place->second;
+        if (!isNew && line.high != high) {
+            if (line.changed)
+                line.pulses[line.high].push_back(time - line.since);
+            line.changed = true;
+        }
+        if (isNew || line.high != high)
+            line.since = time;
+        line.high = high;
+    }
+    OnTime(time);
+}
+
+void ScenarioRunner::OnWebLog(std::string_view record, ScenarioTime time) {
+    webLog.emplace_back(record);
+    OnTime(time);
+}
+
+void ScenarioRunner::OnSystemLog(std::string_view record, ScenarioTime time) {
+    systemLog.emplace_back(record);
+    OnTime(time);
+}
+
+void ScenarioRunner::OnReboot(ScenarioTime time) {
+    rebootCalled = true;
+    OnTime(time);
+}
+
+void ScenarioRunner::OnExit(int code, ScenarioTime time) {
+    exitCode = code;
+    OnTime(time);
+}
+
+void ScenarioRunner::OnKilled(int signal, ScenarioTime time) {
+    killedBy = signal;
+    OnTime(time);
+}
+
+void ScenarioRunner::OnTime(ScenarioTime now) {
+    if (finished)
+        return;
+    last = std::max(last, now);
+    Settle(last);
+    CheckNever(last);
+    Advance(last);
+}
+
+void ScenarioRunner::Settle(ScenarioTime now) {
+    // Nothing changes after the program's end, so that what is shown then may count as lasting.
+    const ScenarioTime until = exitCode || killedBy ? now + LedHistory::GLITCH : now;
+    for (auto& [name, led] : leds)
+        led.Settle(until);
+}
+
+void ScenarioRunner::CheckNever(ScenarioTime now) {
+    for (std::size_t i = 0; !done && i < scenario.steps.size(); ++i)
+        if (const auto* never = std::get_if<Never>(&scenario.steps[i].what); never && Holds(never->condition, now)) {
+            Decide(i, Verdict::FAILED, "never expected: " + TextOf(never->condition) + "; seen at " + TextOf(now), now);
+            done = true;
+        }
+}
+
+void ScenarioRunner::Advance(ScenarioTime now) {
+    const bool ended = exitCode || killedBy;
+    while (!done && next < scenario.steps.size()) {
+        const Step& step = scenario.steps[next];
+        ScenarioTime when = now;
+        if (const auto* action = std::get_if<Do>(&step.what)) {
+            if (action->at && *action->at > now && !ended)
+                return;
+            if (ended) {
+                Decide(next, Verdict::FAILED, "the program had ended before", now);
+                done = true;
+                return;
+            }
+            try {
+                if (const auto* set = std::get_if<SetInput>(&action->action))
+                    board.Set(set->line, set->high);
+                else if (const auto* fault = std::get_if<InjectFault>(&action->action))
+                    board.Fault(fault->signal, fault->fault);
+                else
+                    board.Send(std::get<SendSignal>(action->action).signal);
+            } catch (const std::exception& error) {
+                Decide(next, Verdict::FAILED, error.what(), now);
+                done = true;
+                return;
+            }
+        } else if (const auto* await = std::get_if<Await>(&step.what)) {
+            const ScenarioTime limit = stepBegin + await->within;
+            // An event that is told late counts when it happened; so does the end of the wait.
+            if (now > limit || !Holds(await->condition, now)) {
+                if (now < limit && !ended)
+                    return;
+                Decide(next, Verdict::FAILED,
+                       "expected within " + TextOf(await->within) + ": " + TextOf(await->condition) + "; seen at " +
+                           TextOf(std::min(now, limit)) + ": " + Seen(await->condition),
+                       std::min(now, limit));
+                done = true;
+                return;
+            }
+        } else if (const auto* wait = std::get_if<Wait>(&step.what)) {
+            if (now < stepBegin + wait->length && !ended)
+                return;
+            when = std::min(now, stepBegin + wait->length);
+        } else {
+            ++next; // judged at the end
+            continue;
+        }
+        Decide(next, Verdict::PASSED, "", when);
+        stepBegin = when;
+        ++next;
+    }
+    // Without steps in a row the program runs to its own end.
+    if (next == scenario.steps.size())
+        done = ended || std::any_of(scenario.steps.begin(), scenario.steps.end(), IsSequential);
+}
+
+std::optional<ScenarioTime> ScenarioRunner::NextTime() const {
+    if (done || finished)
+        return std::nullopt;
+    std::optional<ScenarioTime> soonest;
+    const auto propose = [&](ScenarioTime time) { soonest = soonest ? std::min(*soonest, time) : time; };
+    for (const auto& [name, led] : leds) {
+        if (const auto due = led.Due())
+            propose(*due);
+        // When a steady colour may become one, and half-way through the phases of a pattern nothing does.
+        if (!led.Phases().empty() && led.Phases().back().begin + STEADY > last)
+            propose(led.Phases().back().begin + STEADY);
+    }
+    if (next < scenario.steps.size()) {
+        const auto& what = scenario.steps[next].what;
+        if (const auto* action = std::get_if<Do>(&what); action && action->at)
+            propose(*action->at);
+        if (const auto* await = std::get_if<Await>(&what))
+            propose(stepBegin + await->within);
+        if (const auto* wait = std::get_if<Wait>(&what))
+            propose(stepBegin + wait->length);
+    }
+    return soonest;
+}
+
+void ScenarioRunner::Finish(ScenarioTime now) {
+    if (finished)
+        return;
+    OnTime(now);
+    finished = true;
+    const bool inOrder = std::none_of(results.begin(), results.end(),
+                                      [](const StepResult& result) { return result.verdict == Verdict::FAILED; });
+    for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
+        if (results[i].verdict != Verdict::NOT_REACHED)
+            continue;
+        if (std::holds_alternative<Never>(scenario.steps[i].what))
+            Decide(i, Verdict::PASSED, "", now);
+        else if (const auto* pulses = std::get_if<Pulses>(&scenario.steps[i].what)) {
+            if (inOrder)
+                Judge(i, *pulses, now);
+        } else if (inOrder) // the board ended the run before the scenario did
+            Decide(i, Verdict::FAILED, "the run ended at " + TextOf(now) + " before this step", now);
+    }
+    done = true;
+}
+
+void ScenarioRunner::Judge(std::size_t step, const Pulses& pulses, ScenarioTime now) {
+    const auto line = lines.find(pulses.line);
+    const std::vector<ScenarioTime> none;
+    const auto& seen = line == lines.end() ? none : line->second.pulses[pulses.high];
+    const std::string what = pulses.line + (pulses.high ? " high" : " low") + " pulse";
+    if (seen.empty())
+        return Decide(step, Verdict::FAILED, "expected a " + what + "; seen none", now);
+    for (const ScenarioTime length : seen) {
+        if (pulses.atLeast && length < *pulses.atLeast)
+            return Decide(step, Verdict::FAILED,
+                          "expected every " + what + " to last at least " + TextOf(*pulses.atLeast) + "; seen one of " +
+                              TextOf(length),
+                          now);
+        if (pulses.atMost && length > *pulses.atMost)
+            return Decide(step, Verdict::FAILED,
+                          "expected every " + what + " to last at most " + TextOf(*pulses.atMost) + "; seen one of " +
+                              TextOf(length),
+                          now);
+    }
+    Decide(step, Verdict::PASSED, "", now);
+}
+
+bool ScenarioRunner::HasPassed() const {
+    return std::all_of(results.begin(), results.end(),
+                       [](const StepResult& result) { return result.verdict == Verdict::PASSED; });
+}
+
+void ScenarioRunner::Decide(std::size_t step, Verdict verdict, std::string message, ScenarioTime time) {
+    results[step] = {verdict, std::move(message), time};
+}
+
+bool ScenarioRunner::Holds(const Condition& condition, ScenarioTime now) const {
+    return std::visit(
+        [&](const auto& c) -> bool {
+            using Kind = std::decay_t<decltype(c)>;
+            if constexpr (std::is_same_v<Kind, LedIs>) {
+                const auto& phases = leds.at(c.led).Phases();
+                return !phases.empty() && !leds.at(c.led).Due() && phases.back().color == c.color &&
+                       (!c.steady || now - phases.back().begin >= STEADY || exitCode || killedBy);
+            } else if constexpr (std::is_same_v<Kind, LedAlternates>)
+                return Alternates(c);
+            else if constexpr (std::is_same_v<Kind, LineIs>) {
+                const auto line = lines.find(c.line);
+                return line != lines.end() && line->second.high == c.high;
+            } else if constexpr (std::is_same_v<Kind, ProgramExits>)
+                return exitCode == c.code;
+            else if constexpr (std::is_same_v<Kind, ProgramIsKilled>)
+                return killedBy == c.signal;
+            else if constexpr (std::is_same_v<Kind, WebLogHas>)
+                return Contains(webLog, c.text);
+            else if constexpr (std::is_same_v<Kind, SystemLogHas>)
+                return Contains(systemLog, c.text);
+            else
+                return rebootCalled;
+        },
+        condition);
+}
+
+// Two whole phases in a row are as they should, and the one that is shown now goes on with the pattern.
+bool ScenarioRunner::Alternates(const LedAlternates& condition) const {
+    const auto& phases = leds.at(condition.led).Phases();
+    if (phases.size() < 3 || exitCode || killedBy)
+        return false;
+    const auto fits = [&](const LedHistory::Phase& phase, const std::string& color, ScenarioTime time) {
+        const ScenarioTime length = phase.end - phase.begin;
+        return phase.color == color && length >= time - condition.tolerance && length <= time + condition.tolerance;
+    };
+    const auto& before = phases[phases.size() - 3];
+    const auto& after = phases[phases.size() - 2];
+    const std::string& shown = phases.back().color;
+    return (fits(before, condition.first, condition.firstTime) && fits(after, condition.second, condition.secondTime) &&
+            shown == condition.first) ||
+           (fits(before, condition.second, condition.secondTime) && fits(after, condition.first, condition.firstTime) &&
+            shown == condition.second);
+}
+
+std::string ScenarioRunner::Seen(const Condition& condition) const {
+    const auto led = [&](const std::string& name) {
+        const auto& phases = leds.at(name).Phases();
+        std::string text = name;
+        for (std::size_t i = phases.size() - std::min(phases.size(), SHOWN_PHASES); i < phases.size(); ++i)
+            text += " " + phases[i].color +
+                    (i + 1 == phases.size() ? " since " + TextOf(phases[i].begin)
+                                            : " for " + TextOf(phases[i].end - phases[i].begin) + ",");
+        return text;
+    };
+    return std::visit(
+        [&](const auto& c) -> std::string {
+            using Kind = std::decay_t<decltype(c)>;
+            if constexpr (std::is_same_v<Kind, LedIs> || std::is_same_v<Kind, LedAlternates>)
+                return led(c.led);
+            else if constexpr (std::is_same_v<Kind, LineIs>) {
+                const auto line = lines.find(c.line);
+                return line == lines.end()
+                           ? c.line + " unknown"
+                           : c.line + (line->second.high ? " high" : " low") + " since " + TextOf(line->second.since);
+            } else if constexpr (std::is_same_v<Kind, ProgramExits> || std::is_same_v<Kind, ProgramIsKilled>)
+                return exitCode   ? "the program exited with " + std::to_string(*exitCode)
+                       : killedBy ? "the program was killed by " + std::string(sigabbrev_np(*killedBy))
+                                  : "the program is running";
+            else if constexpr (std::is_same_v<Kind, RebootIsCalled>)
+                return "no call of reboot";
+            else {
+                const auto& records = std::is_same_v<Kind, WebLogHas> ? webLog : systemLog;
+                return records.empty() ? "an empty log" : "\"" + records.back() + "\" as the last record";
+            }
+        },
+        condition);
+}
+
+} // namespace VelrixBoard
