@@ -1,0 +1,416 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/virtual/Board.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <system_error>
+#include <vector>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <sys/signalfd.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "board/virtual/BoardError.h"
+#include "board/virtual/BoardLayout.h"
+#include "board/virtual/BoardModel.h"
+#include "board/virtual/BoardState.h"
+#include "board/virtual/Clock.h"
+#include "board/virtual/FileWatcher.h"
+#include "board/virtual/Init.h"
+#include "board/virtual/LogTail.h"
+#include "board/virtual/Namespaces.h"
+#include "board/virtual/OxboModule.h"
+#include "board/virtual/PlainFiles.h"
+#include "board/virtual/RebootStub.h"
+#include "board/virtual/Recorder.h"
+#include "board/virtual/RunDirectory.h"
+#include "board/virtual/SettingsReader.h"
+#include "board/virtual/SignalBlock.h"
+#include "board/virtual/SyslogSocket.h"
+#include "board/virtual/TerminalView.h"
+
+namespace VelrixBoard {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path SETTINGS_FILE = "/etc/velrix.conf";
+const fs::path LOG_SOCKET = "/dev/log";
+
+void CopySettings(const fs::path& from, const fs::path& to) {
+    std::error_code error;
+    fs::copy_file(from, to, error);
+    if (error)
+        throw BoardError("cannot read the settings file " + from.string() + ": " + error.message());
+    fs::permissions(to, fs::perms(0644), error);
+}
+
+// The model of the board for these options. Programs are run against faulty settings files too, to see what they do;
+// the board then keeps the wiring it has without a file.
+BoardModel MakeModel(const BoardOptions& options) {
+    BoardModel model;
+    if (options.settings) {
+        try {
+            ApplySettings(*options.settings, model);
+        } catch (const BoardError& error) {
+            std::fprintf(stderr, "velrix-board: %s; the board keeps its usual wiring\n", error.what());
+        }
+    }
+    for (const auto& [label, level] : options.levels)
+        model.SetInitialLevel(label, level);
+    return model;
+}
+
+void RequireKnownPaths(const BoardOptions& options, const BoardLayout& layout, const BoardState& state) {
+    std::set<fs::path> known;
+    for (const Placement& directory : layout.Directories())
+        known.insert(directory.inside);
+    for (std::size_t signal = 0; signal < state.Count(); ++signal)
+        known.insert(fs::path(state.Path(signal)).lexically_normal());
+    for (const fs::path& path : options.without)
+        if (known.count(path) == 0)
+            throw BoardError("--without " + path.string() + " names neither a value file nor a directory of the board");
+}
+
+void MakeFile(const fs::path& path) {
+    const FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
+    if (!file)
+        ThrowSystemError("cannot make " + path.string());
+}
+
+fs::path OwnProgram() {
+    std::error_code error;
+    const fs::path program = fs::read_symlink("/proc/self/exe", error);
+    if (error)
+        throw BoardError("cannot find the board's own program: " + error.message() + " (is /proc mounted?)");
+    return program;
+}
+
+// A pipe whose writing end becomes an output of the program; the board shows what comes out.
+struct OutputPipe {
+    FileDescriptor reading;
+    FileDescriptor writing;
+};
+
+OutputPipe MakeOutputPipe() {
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+        ThrowSystemError("cannot make a pipe for the program's output");
+    ::fcntl(ends[0], F_SETFL, O_NONBLOCK);
+    return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+}
+
+void WriteAll(int descriptor, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = ::write(descriptor, text.data(), text.size());
+        if (written < 0 && errno != EINTR)
+            return;
+        text.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
+    }
+}
+
+bool IsTerminal(int descriptor) {
+    const char* name = std::getenv("TERM");
+    return ::isatty(descriptor) == 1 && name != nullptr && std::string_view(name) != "dumb";
+}
+
+int TerminalColumns(int descriptor) {
+    winsize size{};
+    return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+}
+
+// One running board: everything outside of its namespaces, in one thread around one poll.
+class Board final {
+public:
+    Board(const BoardOptions& boardOptions, RunDirectory runDirectory)
+        : options(boardOptions), directory(std::move(runDirectory)), layout(directory.Path()),
+          model(MakeModel(options)), state(model), recorder(layout, state),
+          files(
+              layout, state, watcher, [this] { return Now(); }, options.without),
+          oxbo(state, options.oxboReadyAfter,
+               [this](std::size_t signal, bool level) { files.DriveInput(signal, level); }),
+          reboots(layout.Reboots(), [this](std::string_view call) { Tell(&IBoardObserver::OnReboot, call); }),
+          webLog(layout.Outside(model.WebLogFile()),
+                 [this](std::string_view record) { Tell(&IBoardObserver::OnWebLog, record); }) {
+        RequireKnownPaths(options, layout, state);
+        state.Add(recorder);
+        if (options.levels.count(BoardModel::OXBO_IRQ) == 0)
+            state.Add(oxbo);
+        MakeFile(layout.Reboots());
+        watcher.WatchFile(layout.Reboots(), [this] { reboots.Read(); });
+        fs::create_directory(layout.Stage());
+        placements = MakePlacements();
+    }
+
+    int Run(const Program& givenProgram) {
+        Program program = givenProgram;
+        if (options.terminal)
+            MakeView(program);
+        const SignalBlock signals;
+        std::array<int, 2> pair{};
+        if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair.data()) != 0)
+            ThrowSystemError("cannot make a socket pair");
+        FileDescriptor socket(pair[0]);
+        FileDescriptor initSocket(pair[1]);
+        const FileDescriptor signalFile(::signalfd(-1, &signals.Blocked(), SFD_CLOEXEC | SFD_NONBLOCK));
+        const InitPlan plan{::geteuid(), ::getegid(), options.asRoot, layout.Stage(), placements, signals.Before()};
+
+        const pid_t init = ForkIntoNamespaces();
+        if (init == 0) {
+            socket.Close();
+            RunInit(plan, program, std::move(initSocket));
+        }
+        initSocket.Close();
+        for (OutputPipe& pipe : pipes)
+            pipe.writing.Close();
+        (void)::send(socket.Get(), "", 1, MSG_NOSIGNAL);
+
+        Loop(socket.Get(), signalFile.Get());
+        int initStatus = 0;
+        while (::waitpid(init, &initStatus, 0) < 0 && errno == EINTR) {
+        }
+        Drain();
+        if (view)
+            view->Finish(Now());
+        if (!failure.empty())
+            throw BoardError(failure);
+        return ended ? endStatus : StatusWithoutEnd(initStatus);
+    }
+
+private:
+    BoardTime Now() const { return std::chrono::duration_cast<BoardTime>(std::chrono::steady_clock::now() - started); }
+
+    void Tell(void (IBoardObserver::*event)(std::string_view, BoardTime), std::string_view text) {
+        for (IBoardObserver* observer : state.Observers())
+            (observer->*event)(text, Now());
+    }
+
+    // The socket is bound before it is put in place: a socket bound later would be another file than the one that is
+    // bound.
+    std::vector<Placement> MakePlacements() {
+        std::vector<Placement> result;
+        for (const Placement& place : layout.Directories()) {
+            fs::create_directories(place.outside);
+            const bool absent = options.without.count(place.inside) != 0;
+            result.push_back({absent ? Placement::Kind::ABSENT : place.kind, place.inside, place.outside});
+        }
+        for (const Placement& place : files.Placements())
+            result.push_back(place);
+        PlaceWebLog(result);
+
+        const auto settingsKind = options.settings ? Placement::Kind::COPY : Placement::Kind::ABSENT;
+        if (options.settings)
+            CopySettings(*options.settings, layout.Settings());
+        result.push_back({settingsKind, SETTINGS_FILE, layout.Settings()});
+
+        if (options.syslog)
+            syslog = std::make_unique<SyslogSocket>(
+                layout.SyslogSocket(), [this](std::string_view record) { Tell(&IBoardObserver::OnSyslog, record); });
+        result.push_back(
+            {options.syslog ? Placement::Kind::BIND : Placement::Kind::ABSENT, LOG_SOCKET, layout.SyslogSocket()});
+
+        const fs::path stub = options.rebootStub.empty() ? OwnProgram() : options.rebootStub;
+        for (const Placement& place : RebootStub::Placements(stub, layout.Reboots()))
+            result.push_back(place);
+        return result;
+    }
+
+    // A web log outside of the board's directories is a file of the board's too. In a directory that the machine does
+    // not have, it is the directory, so that the program makes the file, as it does on the device.
+    void PlaceWebLog(std::vector<Placement>& result) {
+        const fs::path inside = fs::path(model.WebLogFile()).lexically_normal();
+        std::error_code error;
+        if (!inside.is_absolute() || fs::is_character_file(inside, error))
+            return;
+        const fs::path outside = layout.Outside(inside);
+        fs::create_directories(outside.parent_path());
+        watcher.WatchName(outside, [this] { webLog.Read(); });
+        if (BoardLayout::IsInDirectories(inside))
+            return;
+        const bool asDirectory = !fs::is_directory(inside.parent_path(), error);
+        if (!asDirectory)
+            MakeFile(outside);
+        result.push_back({Placement::Kind::BIND, asDirectory ? inside.parent_path() : inside,
+                          asDirectory ? outside.parent_path() : outside});
+    }
+
+    void MakeView(Program& program) {
+        const bool block = IsTerminal(STDERR_FILENO);
+        view = std::make_unique<TerminalView>(state, block ? TerminalView::Style::BLOCK : TerminalView::Style::LINES,
+                                              block ? TerminalColumns(STDERR_FILENO) : 0,
+                                              [](std::string_view text) { WriteAll(STDERR_FILENO, text); });
+        state.Add(*view);
+        if (!block)
+            return;
+        // What the program prints onto the terminal has to pass by the block.
+        program.standardError = AddPipe();
+        if (::isatty(STDOUT_FILENO) == 1)
+            program.standardOutput = AddPipe();
+        view->OnSettled(Now());
+    }
+
+    int AddPipe() {
+        pipes.push_back(MakeOutputPipe());
+        return pipes.back().writing.Get();
+    }
+
+    void Loop(int socket, int signalFile) {
+        bool running = true;
+        while (running) {
+            std::vector<pollfd> waits = {{socket, POLLIN, 0}, {files.Descriptor(), POLLIN, 0}};
+            // Signals that come before the program runs wait for it.
+            waits.push_back({programProcess ? signalFile : -1, POLLIN, 0});
+            waits.push_back({syslog ? syslog->Descriptor() : -1, POLLIN, 0});
+            for (const OutputPipe& pipe : pipes)
+                waits.push_back({pipe.reading ? pipe.reading.Get() : -1, POLLIN, 0});
+            if (::poll(waits.data(), waits.size(), Timeout()) < 0 && errno != EINTR)
+                ThrowSystemError("the board cannot wait for its program");
+
+            Drain();
+            oxbo.Tick(Now());
+            if (waits[2].revents != 0)
+                PassOnSignals(signalFile);
+            if (waits[0].revents != 0)
+                running = Receive(socket);
+        }
+    }
+
+    int Timeout() const {
+        if (!oxbo.Due())
+            return -1;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(*oxbo.Due() - Now()).count();
+        return static_cast<int>(std::clamp<long long>(left, 0, INT_MAX));
+    }
+
+    void Drain() {
+        if (syslog)
+            syslog->Dispatch();
+        files.Dispatch();
+        for (OutputPipe& pipe : pipes)
+            ShowOutput(pipe);
+        for (IBoardObserver* observer : state.Observers())
+            observer->OnSettled(Now());
+    }
+
+    void ShowOutput(OutputPipe& pipe) {
+        std::array<char, 4096> buffer;
+        while (pipe.reading) {
+            const ssize_t length = ::read(pipe.reading.Get(), buffer.data(), buffer.size());
+            if (length > 0)
+                view->Print({buffer.data(), static_cast<std::size_t>(length)});
+            else if (length == 0)
+                pipe.reading.Close();
+            else if (errno != EINTR)
+                return;
+        }
+    }
+
+    // The terminal sends its signals to all of the foreground group, hence to the program as well; it gets only those
+    // that were meant for this process alone. A hang-up goes to the leader of the session alone, which this process may
+    // be.
+    void PassOnSignals(int signalFile) {
+        signalfd_siginfo info;
+        while (::read(signalFile, &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
+            const auto number = static_cast<int>(info.ssi_signo);
+            if (info.ssi_code <= 0 || number == SIGHUP)
+                ::syscall(SYS_pidfd_send_signal, programProcess.Get(), number, nullptr, 0);
+        }
+    }
+
+    bool Receive(int socket) {
+        InitMessage message;
+        FileDescriptor process;
+        if (!ReceiveInitMessage(socket, message, process))
+            return false;
+        switch (message.kind) {
+        case InitMessage::Kind::STARTED:
+            programProcess = std::move(process);
+            break;
+        case InitMessage::Kind::ENDED:
+            ended = true;
+            endStatus = message.status;
+            break;
+        case InitMessage::Kind::FAILED:
+            failure = message.text;
+            break;
+        }
+        return true;
+    }
+
+    // Process 1 went before the program did. The reboot system call ends a namespace that way, with a signal that tells
+    // a restart from a halt; the program asked for it, so that counts as a good end.
+    int StatusWithoutEnd(int initStatus) {
+        const bool restart = WIFSIGNALED(initStatus) && WTERMSIG(initStatus) == SIGHUP;
+        const bool halt = WIFSIGNALED(initStatus) && WTERMSIG(initStatus) == SIGINT;
+        if (!restart && !halt)
+            throw BoardError("the board's first process ended unexpectedly");
+        const std::string call = restart ? "reboot(2) restart\n" : "reboot(2) halt\n";
+        const FileDescriptor record(::open(layout.Reboots().c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+        WriteAll(record.Get(), call);
+        return 0;
+    }
+
+    const BoardOptions& options;
+    RunDirectory directory;
+    BoardLayout layout;
+    BoardModel model;
+    BoardState state;
+    FileWatcher watcher;
+    Recorder recorder;
+    PlainFiles files;
+    OxboModule oxbo;
+    LogTail reboots;
+    LogTail webLog;
+    std::unique_ptr<SyslogSocket> syslog;
+    std::unique_ptr<TerminalView> view;
+    std::vector<OutputPipe> pipes;
+    std::vector<Placement> placements;
+    const std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();
+
+    FileDescriptor programProcess;
+    bool ended = false;
+    int endStatus = 0;
+    std::string failure;
+};
+
+} // namespace
+
+int RunBoard(const BoardOptions& options, const Program& program) {
+    try {
+        Board board(options, options.directory ? RunDirectory::At(*options.directory) : RunDirectory::Private());
+        return board.Run(program);
+    } catch (const fs::filesystem_error& error) {
+        throw BoardError(error.what());
+    }
+}
+
+void EndAs(int waitStatus) {
+    if (!WIFSIGNALED(waitStatus))
+        std::exit(WEXITSTATUS(waitStatus));
+    const int signal = WTERMSIG(waitStatus);
+    // One core file, the program's, is enough.
+    const rlimit none{0, 0};
+    ::setrlimit(RLIMIT_CORE, &none);
+    std::signal(signal, SIG_DFL);
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, signal);
+    ::sigprocmask(SIG_UNBLOCK, &set, nullptr);
+    ::raise(signal);
+    std::exit(128 + signal);
+}
+
+} // namespace VelrixBoard

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "board/virtual/Program.h"
+
+namespace VelrixBoard {
+
+struct BoardOptions {
+    // Becomes /etc/velrix.conf, as it is. Without one the program finds no such file, even if the machine has it.
+    std::optional<std::filesystem::path> settings;
+
+    // Stays after the end. Without one the board has a directory of its own, which goes with it.
+    std::optional<std::filesystem::path> directory;
+
+    // The program sees itself as user 0.
+    bool asRoot = false;
+
+    // Levels of inputs, by label. A line that is named here is the user's: the simulated module leaves it alone.
+    std::map<std::string, bool> levels;
+
+    // Value files, and directories of the board, that are not there.
+    std::set<std::filesystem::path> without;
+
+    // Nothing: the Oxbo module never becomes ready.
+    std::optional<std::chrono::milliseconds> oxboReadyAfter = std::chrono::milliseconds(40);
+
+    // Take what is sent to /dev/log; otherwise the name is free.
+    bool syslog = true;
+
+    // Show the board on standard error while it runs.
+    bool terminal = false;
+
+    // The file that stands in for the reboot command: a program whose main asks RebootStub. Empty: this process's
+    // program.
+    std::filesystem::path rebootStub;
+};
+
+// Runs the program on a board of its own and returns its wait status. Signals that another process sends to this one
+// while the program runs are passed on to it. The calling process must have one thread. Throws BoardError when the
+// board cannot be made; the program has not run then.
+int RunBoard(const BoardOptions& options, const Program& program);
+
+// Ends this process as the status says: with the same exit code, or by the same signal.
+[[noreturn]] void EndAs(int waitStatus);
+
+} // namespace VelrixBoard

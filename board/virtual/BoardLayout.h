@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "board/virtual/Placement.h"
+
+namespace VelrixBoard {
+
+// Where the paths of the device lie in the run directory, for the board and for those who look in from outside:
+//
+//     var-dev/  leds/  share/  logs/   are /var/dev, /sys/class/leds, /mnt/share and /var/log/apps
+//     files/                           holds, by their whole path, files of the board that lie elsewhere
+//     velrix.conf                      the settings file as it was given
+//     reboot  syslog  changes          what the board recorded, a line each
+//
+// A value object; it touches no file.
+class BoardLayout final {
+public:
+    explicit BoardLayout(std::filesystem::path runDirectory) : root(std::move(runDirectory)) {}
+
+    const std::filesystem::path& Root() const { return root; }
+    std::filesystem::path Settings() const { return root / "velrix.conf"; }
+    std::filesystem::path Reboots() const { return root / "reboot"; }
+    std::filesystem::path Syslog() const { return root / "syslog"; }
+    std::filesystem::path SyslogSocket() const { return root / "dev-log"; }
+    std::filesystem::path Changes() const { return root / "changes"; }
+    std::filesystem::path Stage() const { return root / "stage"; }
+
+    // The directories of the device that are wholly the board's.
+    std::vector<Placement> Directories() const;
+
+    // True for a path inside one of these directories.
+    static bool IsInDirectories(const std::filesystem::path& inside);
+
+    // The place of an absolute path of the device in the run directory.
+    std::filesystem::path Outside(const std::filesystem::path& inside) const;
+
+private:
+    std::filesystem::path root;
+};
+
+} // namespace VelrixBoard

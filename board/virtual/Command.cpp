@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/virtual/Command.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "board/virtual/Board.h"
+#include "board/virtual/BoardError.h"
+
+namespace VelrixBoard {
+
+namespace {
+
+constexpr int BOARD_FAILED = 125;
+
+constexpr const char* FOOTER =
+    "The program's exit code, or the signal that ended it, becomes that of this command; 125 says that the board\n"
+    "could not be made, 126 that PROGRAM cannot be run, 127 that it was not found.";
+
+// "40", "40ms" or "never".
+std::optional<std::chrono::milliseconds> ParseReadyAfter(std::string_view text) {
+    if (text == "never")
+        return std::nullopt;
+    unsigned value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    const std::string_view unit(end, static_cast<std::size_t>(text.data() + text.size() - end));
+    if (error != std::errc() || (!unit.empty() && unit != "ms"))
+        throw CLI::ValidationError("--oxbo-ready-after", "takes milliseconds or \"never\"");
+    return std::chrono::milliseconds(value);
+}
+
+std::pair<std::string, bool> ParseLevel(const std::string& text) {
+    const std::size_t equals = text.find('=');
+    const std::string level = equals == std::string::npos ? "" : text.substr(equals + 1);
+    if (level != "0" && level != "1")
+        throw CLI::ValidationError("--set", "takes LABEL=0 or LABEL=1");
+    return {text.substr(0, equals), level == "1"};
+}
+
+// The arguments up to "--" in CLI11's order, last first; the rest is the program's and none of its business.
+std::vector<std::string> OwnArguments(const std::vector<std::string>& all, std::vector<std::string>& command) {
+    const auto separator = std::find(all.begin(), all.end(), "--");
+    if (separator != all.end())
+        command.assign(separator + 1, all.end());
+    return {std::make_reverse_iterator(separator), all.rend()};
+}
+
+} // namespace
+
+int RunCommand(int argc, char** argv) {
+    BoardOptions options;
+    std::vector<std::string> levels;
+    std::vector<std::string> without;
+    std::vector<std::string> command;
+    std::string settings;
+    std::string directory;
+    std::string readyAfter = "40";
+    bool noSyslog = false;
+
+    CLI::App app("A private board to run device programs on.", "velrix-board");
+    app.footer(FOOTER);
+    app.require_subcommand(1);
+    CLI::App* run = app.add_subcommand(
+        "run", "Run a program on a board of its own: velrix-board run [OPTIONS] -- PROGRAM [ARG...]");
+    run->footer(FOOTER);
+    run->add_option("--settings", settings, "The board's /etc/velrix.conf; without it there is none")
+        ->type_name("FILE");
+    run->add_option("--directory", directory,
+                    "Keep the board's files here, in an empty or new directory; without it they go with the board")
+        ->type_name("DIR");
+    run->add_option("--set", levels, "Level of an input from the start, such as OXBO_IRQ_N=0")->type_name("LABEL=0|1");
+    run->add_option("--without", without, "Leave a value file or a directory of the board out")->type_name("PATH");
+    run->add_option("--oxbo-ready-after", readyAfter,
+                    "When the Oxbo module pulls its interrupt line low after its reset; 40 if not given")
+        ->type_name("MS|never");
+    run->add_flag("--as-root", options.asRoot, "Let the program see itself as user 0");
+    run->add_flag("--no-syslog", noSyslog, "Leave /dev/log free for a daemon started on the board");
+    run->add_flag("--terminal", options.terminal, "Show LEDs, lines and web log on standard error");
+
+    try {
+        // Each occurrence takes one value, or "--set A=1 -- X" would be read on.
+        for (CLI::Option* option : run->get_options())
+            if (option->get_items_expected_max() > 1)
+                option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        const std::vector<std::string> all(argv + 1, argv + argc);
+        app.parse(OwnArguments(all, command));
+        if (command.empty())
+            throw CLI::RequiredError("-- PROGRAM");
+        options.oxboReadyAfter = ParseReadyAfter(readyAfter);
+        for (const std::string& level : levels)
+            options.levels.insert_or_assign(ParseLevel(level).first, ParseLevel(level).second);
+    } catch (const CLI::ParseError& error) {
+        const int code = app.exit(error);
+        return code == 0 ? 0 : BOARD_FAILED;
+    }
+
+    if (!settings.empty())
+        options.settings = settings;
+    if (!directory.empty())
+        options.directory = directory;
+    for (const std::string& path : without)
+        options.without.insert(std::filesystem::path(path).lexically_normal());
+    options.syslog = !noSyslog;
+
+    int status = 0;
+    try {
+        status = RunBoard(options, CommandProgram(command));
+    } catch (const BoardError& error) {
+        std::fprintf(stderr, "velrix-board: %s\n", error.what());
+        return BOARD_FAILED;
+    }
+    EndAs(status);
+}
+
+} // namespace VelrixBoard

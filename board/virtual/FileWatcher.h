@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "board/virtual/FileDescriptor.h"
+
+namespace VelrixBoard {
+
+// Says when files are written. One inotify instance for a board, since a user may have only so many.
+//
+// Several changes of one file may be told as one, and the order between files is the order of their first untold
+// change.
+class FileWatcher final {
+public:
+    using Action = std::function<void()>;
+
+    FileWatcher();
+
+    // Calls action after the file, which must exist, was written or truncated.
+    void WatchFile(const std::filesystem::path& file, Action action);
+
+    // The same for a file that need not exist yet in a directory that does.
+    void WatchName(const std::filesystem::path& file, Action action);
+
+    // Readable when there is something to dispatch.
+    int Descriptor() const { return inotify.Get(); }
+
+    // Calls the actions of everything that was written up to now.
+    void Dispatch();
+
+private:
+    struct Watch {
+        std::string name; // empty: the watched file itself
+        Action action;
+    };
+
+    void Add(const std::filesystem::path& path, unsigned mask, Watch watch);
+
+    FileDescriptor inotify;
+    std::multimap<int, Watch> watches;
+};
+
+} // namespace VelrixBoard

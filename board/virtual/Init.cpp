@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/virtual/Init.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <exception>
+#include <string>
+#include <system_error>
+
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "board/virtual/Namespaces.h"
+#include "board/virtual/Skeleton.h"
+
+namespace VelrixBoard {
+
+namespace {
+
+// How long after the program's end its children may still run. A program that calls for a reboot and ends at once
+// leaves the call to a child, which must come to its end; a daemon that was left behind must not hold the board for
+// long.
+constexpr timespec GRACE{0, 500'000'000};
+
+void Send(int socket, InitMessage::Kind kind, int status, const std::string& text, int descriptor) {
+    InitMessage message{kind, status, {}};
+    std::strncpy(message.text, text.c_str(), sizeof message.text - 1);
+    iovec part{&message, sizeof message};
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof descriptor)] = {};
+    msghdr header{};
+    header.msg_iov = &part;
+    header.msg_iovlen = 1;
+    if (descriptor >= 0) {
+        header.msg_control = control;
+        header.msg_controllen = sizeof control;
+        cmsghdr* attached = CMSG_FIRSTHDR(&header);
+        attached->cmsg_level = SOL_SOCKET;
+        attached->cmsg_type = SCM_RIGHTS;
+        attached->cmsg_len = CMSG_LEN(sizeof descriptor);
+        std::memcpy(CMSG_DATA(attached), &descriptor, sizeof descriptor);
+    }
+    // The board may be gone; then this process is about to be killed.
+    (void)::sendmsg(socket, &header, MSG_NOSIGNAL);
+}
+
+void MakeBoard(const InitPlan& plan, const std::filesystem::path& workingDirectory) {
+    MapIds(plan.user, plan.group, plan.asRoot);
+    DetachMounts();
+    Skeleton(plan.stage).Mount(plan.placements);
+    // Refused where the machine's own /proc is partly masked. Then that one stays, whose process numbers are the
+    // machine's.
+    (void)::mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr);
+    // A working directory inside a covered one would still be that of the machine.
+    if (::chdir(workingDirectory.c_str()) != 0 && ::chdir("/") != 0)
+        std::abort();
+}
+
+[[noreturn]] void RunProgram(const Program& program, const sigset_t& signalMask) {
+    if (program.standardOutput >= 0)
+        ::dup2(program.standardOutput, STDOUT_FILENO);
+    if (program.standardError >= 0)
+        ::dup2(program.standardError, STDERR_FILENO);
+    ::sigprocmask(SIG_SETMASK, &signalMask, nullptr);
+    std::exit(program.main());
+}
+
+// Waits for children until one of them, or with GRACE for any, has ended. True when there is none left.
+bool NoChildrenAreLeft() {
+    sigset_t childSignal;
+    sigemptyset(&childSignal);
+    sigaddset(&childSignal, SIGCHLD);
+    timespec end;
+    ::clock_gettime(CLOCK_MONOTONIC, &end);
+    end.tv_nsec += GRACE.tv_nsec; // may exceed a second, which the difference below does not mind
+    for (;;) {
+        const pid_t ended = ::waitpid(-1, nullptr, WNOHANG);
+        if (ended < 0)
+            return true;
+        if (ended > 0)
+            continue;
+        timespec now;
+        ::clock_gettime(CLOCK_MONOTONIC, &now);
+        const long long left = (end.tv_sec - now.tv_sec) * 1'000'000'000LL + end.tv_nsec - now.tv_nsec;
+        if (left <= 0)
+            return false;
+        const timespec wait{0, static_cast<long>(left)};
+        ::sigtimedwait(&childSignal, nullptr, &wait);
+    }
+}
+
+} // namespace
+
+bool ReceiveInitMessage(int socket, InitMessage& message, FileDescriptor& program) {
+    iovec part{&message, sizeof message};
+    int descriptor = -1;
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof descriptor)];
+    msghdr header{};
+    header.msg_iov = &part;
+    header.msg_iovlen = 1;
+    header.msg_control = control;
+    header.msg_controllen = sizeof control;
+    if (::recvmsg(socket, &header, MSG_CMSG_CLOEXEC) != static_cast<ssize_t>(sizeof message))
+        return false;
+    if (const cmsghdr* attached = CMSG_FIRSTHDR(&header)) {
+        std::memcpy(&descriptor, CMSG_DATA(attached), sizeof descriptor);
+        program = FileDescriptor(descriptor);
+    }
+    return true;
+}
+
+void RunInit(const InitPlan& plan, const Program& program, FileDescriptor socket) {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    // A board that died before that line was reached would leave this process behind; then the byte does not come.
+    char byte = 0;
+    if (::read(socket.Get(), &byte, 1) != 1)
+        ::_exit(0);
+
+    std::error_code error;
+    try {
+        MakeBoard(plan, std::filesystem::current_path(error));
+    } catch (const std::exception& exception) {
+        Send(socket.Get(), InitMessage::Kind::FAILED, 0, exception.what(), -1);
+        ::_exit(1);
+    }
+
+    // SIGCHLD must stay pending for NoChildrenAreLeft.
+    sigset_t all;
+    sigfillset(&all);
+    ::sigprocmask(SIG_BLOCK, &all, nullptr);
+    const pid_t child = ::fork();
+    if (child < 0) {
+        Send(socket.Get(), InitMessage::Kind::FAILED, 0,
+             std::string("cannot start the program: ") + std::strerror(errno), -1);
+        ::_exit(1);
+    }
+    if (child == 0) {
+        socket.Close();
+        RunProgram(program, plan.signalMask);
+    }
+    const FileDescriptor process(static_cast<int>(::syscall(SYS_pidfd_open, child, 0)));
+    Send(socket.Get(), InitMessage::Kind::STARTED, 0, "", process.Get());
+
+    // The program may stop and go on; only its end counts. What it orphans comes to this process too.
+    int status = 0;
+    for (pid_t ended = 0; ended != child;)
+        ended = ::waitpid(-1, &status, 0);
+    Send(socket.Get(), InitMessage::Kind::ENDED, status, "", -1);
+    (void)NoChildrenAreLeft();
+    ::_exit(0);
+}
+
+} // namespace VelrixBoard

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <filesystem>
+#include <vector>
+
+#include <csignal>
+#include <sys/types.h>
+
+#include "board/virtual/FileDescriptor.h"
+#include "board/virtual/Placement.h"
+#include "board/virtual/Program.h"
+
+namespace VelrixBoard {
+
+// What process 1 of a board has to do.
+struct InitPlan {
+    uid_t user;
+    gid_t group;
+    bool asRoot;
+    std::filesystem::path stage;
+    std::vector<Placement> placements;
+    sigset_t signalMask; // the one to give to the program
+};
+
+// What process 1 tells the board, one packet each: the program runs (with a descriptor of its process), or has ended
+// with a wait status; or the board could not be made, and why.
+struct InitMessage {
+    enum class Kind { STARTED, ENDED, FAILED };
+
+    Kind kind;
+    int status;
+    char text[1024];
+};
+
+// Receives one message and, with STARTED, the program's descriptor. False at the end: process 1 is gone.
+bool ReceiveInitMessage(int socket, InitMessage& message, FileDescriptor& program);
+
+// The life of process 1, in the child of ForkIntoNamespaces: makes the board, starts the program, reaps everything, and
+// ends soon after the program, which ends all that the program left running. Waits for a byte from the board first.
+// When the board dies, by whatever signal, process 1 is killed by the kernel and all others with it.
+[[noreturn]] void RunInit(const InitPlan& plan, const Program& program, FileDescriptor socket);
+
+} // namespace VelrixBoard

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include <sys/types.h>
+
+namespace VelrixBoard {
+
+// Forks into new user, mount and process-id namespaces: 0 in the child, which is process 1 there and has no ids mapped
+// yet, the child's id in the parent. The calling process must have one thread. Throws BoardError that names the reason
+// and its remedy where the machine forbids it.
+pid_t ForkIntoNamespaces();
+
+// In the child: makes the user and the group that the board runs as known, as themselves or, asRoot, as 0.
+void MapIds(uid_t user, gid_t group, bool asRoot);
+
+// In the child: from here on no mount is seen outside, and none made outside is seen here.
+void DetachMounts();
+
+// Why a step on the way into the namespaces was refused, and what to do, judged by the machine's settings.
+std::string DescribeRefusal(const std::string& step, int error, const std::filesystem::path& sysctls = "/proc/sys");
+
+} // namespace VelrixBoard

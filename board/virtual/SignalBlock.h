@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <csignal>
+
+namespace VelrixBoard {
+
+// Holds back the signals that a board passes on, for as long as it lives.
+class SignalBlock final {
+public:
+    SignalBlock() {
+        sigemptyset(&blocked);
+        for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2})
+            sigaddset(&blocked, signal);
+        ::sigprocmask(SIG_BLOCK, &blocked, &before);
+    }
+    SignalBlock(const SignalBlock&) = delete;
+    SignalBlock& operator=(const SignalBlock&) = delete;
+    ~SignalBlock() { ::sigprocmask(SIG_SETMASK, &before, nullptr); }
+
+    const sigset_t& Blocked() const { return blocked; }
+    const sigset_t& Before() const { return before; }
+
+private:
+    sigset_t blocked;
+    sigset_t before;
+};
+
+} // namespace VelrixBoard

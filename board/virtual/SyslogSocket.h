@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "board/virtual/FileDescriptor.h"
+
+namespace VelrixBoard {
+
+// The other end of the board's /dev/log.
+//
+// Programs that log wait while the socket's queue, some ten datagrams, is full; so it must be read all the time the
+// program runs. Records are told as they came, without the line feed or zero that some programs end them with.
+class SyslogSocket final {
+public:
+    using Action = std::function<void(std::string_view record)>;
+
+    // Binds the socket, at a path of any length, and throws BoardError where that fails.
+    SyslogSocket(const std::filesystem::path& path, Action onRecord);
+
+    int Descriptor() const { return socket.Get(); }
+
+    // Tells all records that are waiting.
+    void Dispatch();
+
+private:
+    FileDescriptor socket;
+    Action action;
+};
+
+} // namespace VelrixBoard
