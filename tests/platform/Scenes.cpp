@@ -10,6 +10,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <thread>
@@ -72,7 +74,7 @@ void Try(Operation operation) {
 }
 
 void AdvanceMs(long long milliseconds) {
-    SystemCallLog::AdvanceNanoseconds(milliseconds * 1'000'000);
+    SystemCallLog::Clock().AdvanceMilliseconds(milliseconds);
 }
 
 void MakeBoardQuietly() {
@@ -136,7 +138,8 @@ void Fail(const Arguments& arguments) {
     Step("left open");
     Note(std::to_string(SystemCallLog::OpenFiles()));
     if (arguments.size() > 1) {
-        std::fclose(std::fopen(arguments[1].c_str(), "w"));
+        std::filesystem::create_directories(std::filesystem::path(arguments[1]).parent_path());
+        std::ofstream(arguments[1]) << "0\n";
         SystemCallLog::SetEnabled(false);
         Try([] { Board(); });
         SystemCallLog::SetEnabled(true);
@@ -238,7 +241,7 @@ void Reset(const Arguments& arguments) {
     SystemCallLog::SetEnabled(true);
     int reads = 0;
     SystemCallLog::AnswerReads([&] {
-        SystemCallLog::AdvanceNanoseconds(perRead);
+        SystemCallLog::Clock().AdvanceNanoseconds(perRead);
         return ++reads == readyAt ? '0' : '1';
     });
 
@@ -290,7 +293,7 @@ void PinFailures(const Arguments&) {
 
 // A settings file that wires the Oxbo module's reset line to a device that takes nothing.
 void FullReset(const Arguments&) {
-    Board();
+    MakeBoardQuietly();
     Step("exit");
     Trace::AddListener(WordListener::Create());
 }
@@ -460,6 +463,7 @@ constexpr struct {
 } // namespace
 
 int main(int argc, char** argv) {
+    SystemCallLog::Clock();
     const Arguments arguments(argv + 1, argv + argc);
     for (const auto& scene : SCENES) {
         if (!arguments.empty() && arguments[0] == scene.name) {

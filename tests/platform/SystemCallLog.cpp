@@ -45,8 +45,8 @@ constexpr struct {
     {"/sys/class/leds/ledLinkAct2Yel/brightness", "LINK_ACT2.yellow"},
 };
 
-// Of all other files only those that a test put under this folder matter: they are named by what is left of the path.
-constexpr char TEST_FOLDER[] = "/velrix-lines/";
+// Of all other files only those matter whose name begins so: a test gave them what is left of it as their name.
+constexpr char TEST_FILE[] = "/velrix-lines-";
 
 constexpr int MAX_FILES = 256;
 
@@ -62,7 +62,6 @@ int readError = 0;
 bool failFork = false;
 bool failExec = false;
 std::function<char()>* answerRead = nullptr;
-long long clockNanoseconds = 1'800'000'000'000'000'000;
 
 void Emit(const char* before, const char* text, const char* after = "") {
     if (!enabled)
@@ -82,8 +81,8 @@ const char* NameOf(const char* path) {
     for (const auto& file : FILES)
         if (std::strcmp(file.path, path) == 0)
             return file.name;
-    const char* folder = std::strstr(path, TEST_FOLDER);
-    return folder ? folder + sizeof TEST_FOLDER - 1 : nullptr;
+    const char* file = std::strstr(path, TEST_FILE);
+    return file ? file + sizeof TEST_FILE - 1 : nullptr;
 }
 
 // The name of an open file, or null for one that is none of the test's concern.
@@ -140,8 +139,9 @@ void AnswerReads(std::function<char()> answer) {
     answerRead = new std::function<char()>(std::move(answer));
 }
 
-void AdvanceNanoseconds(long long nanoseconds) {
-    clockNanoseconds += nanoseconds;
+TestSupport::FakeClock& Clock() {
+    static auto* const clock = new TestSupport::FakeClock; // for destructors of statics too
+    return *clock;
 }
 
 } // namespace SystemCallLog
@@ -218,17 +218,9 @@ ssize_t pread(int descriptor, void* buffer, size_t count, off_t offset) {
     return got;
 }
 
-int clock_gettime(clockid_t clock, struct timespec* now) noexcept {
-    if (clock != CLOCK_REALTIME)
-        return static_cast<int>(::syscall(SYS_clock_gettime, clock, now));
-    now->tv_sec = static_cast<time_t>(clockNanoseconds / 1'000'000'000);
-    now->tv_nsec = static_cast<long>(clockNanoseconds % 1'000'000'000);
-    return 0;
-}
-
 int clock_nanosleep(clockid_t, int, const struct timespec* length, struct timespec*) {
     const long long nanoseconds = static_cast<long long>(length->tv_sec) * 1'000'000'000 + length->tv_nsec;
-    clockNanoseconds += nanoseconds;
+    SystemCallLog::Clock().AdvanceNanoseconds(nanoseconds);
     EmitWord("sleep(", (std::to_string(nanoseconds / 1000) + ")").c_str());
     return 0;
 }

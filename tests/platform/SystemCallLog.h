@@ -4,6 +4,8 @@
 #include <functional>
 #include <string>
 
+#include "tests/support/FakeClock.h"
+
 // What a scene makes the system do, written to standard output at once and in one order across all files, threads and
 // child processes, from before main to the destructors of statics:
 //
@@ -37,7 +39,7 @@ void FailExec();
 // Gives the character that a read of a value finds, in place of what is in the file.
 void AnswerReads(std::function<char()> answer);
 
-// Moves the clock.
-void AdvanceNanoseconds(long long nanoseconds);
+// The clock. It stands still from the first call on.
+TestSupport::FakeClock& Clock();
 
 } // namespace SystemCallLog
