@@ -36,8 +36,8 @@ Function* Real(Function*& real, const char* name, const char* largeFileName) {
 struct SystemCallWatch {
     static bool Fails(const char* name) noexcept { return watcher && watcher->Fails(name); }
     static std::size_t Limited(std::size_t count) noexcept {
-        return watcher && watcher->writeLimit > 0 ? std::min(count, static_cast<std::size_t>(watcher->writeLimit))
-                                                  : count;
+        return watcher && watcher->writeLimit >= 0 ? std::min(count, static_cast<std::size_t>(watcher->writeLimit))
+                                                   : count;
     }
 };
 

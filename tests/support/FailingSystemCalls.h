@@ -19,7 +19,7 @@ public:
     FailingSystemCalls& operator=(const FailingSystemCalls&) = delete;
     ~FailingSystemCalls();
 
-    // From now on a write takes no more than that many bytes.
+    // From now on a write takes no more than that many bytes, which may be none at all.
     void LimitWrites(int bytes) noexcept;
 
     // The names of the calls so far, the failed one included: "open, fstat, pread".
@@ -39,7 +39,7 @@ private:
     const char* const failing;
     int remaining;
     const int error;
-    int writeLimit = 0; // 0: none
+    int writeLimit = -1; // -1: none
     bool hasFailed = false;
     // Without an allocation, which a test may be counting.
     const char* calls[MAX_CALLS] = {};
