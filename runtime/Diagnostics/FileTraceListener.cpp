@@ -6,7 +6,10 @@
 #include <cerrno>
 #include <charconv>
 #include <cstddef>
+#include <cstdlib>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include <fcntl.h>
@@ -33,6 +36,14 @@ constexpr std::size_t BYTES_PER_UNIT = 4;
 // Everything of a record but process name and text: a line end before it, the time, the longest type name, two numbers
 // and what stands between them.
 constexpr std::size_t FRAME_SIZE = 1 + DATE_TIME_TEXT_LENGTH + 64;
+
+// A rotated file is looked for where the path led at first, wherever the process has gone meanwhile.
+std::string FromRoot(const std::string& path) {
+    if (path.starts_with('/'))
+        return path;
+    const std::unique_ptr<char, void (*)(void*)> folder(::getcwd(nullptr, 0), &std::free);
+    return folder && !path.empty() ? folder.get() + ('/' + path) : path;
+}
 
 int OpenForAppending(const char* name) noexcept {
     int descriptor;
@@ -69,7 +80,7 @@ char* WriteNumber(char* target, int number) noexcept {
 // that can trace too: a rotated file is replaced under the same descriptor, in one step, and the descriptor is closed
 // by the last to use it.
 struct FileTraceListener::LogFile {
-    explicit LogFile(string_ptr ownPath) : path(std::move(ownPath)), name(path->ToUtf8()) {
+    explicit LogFile(string_ptr ownPath) : path(std::move(ownPath)), name(FromRoot(path->ToUtf8())) {
         AppendEscaped(processName, Process::CURRENT_PROCESS->ProcessName()->View());
         // The system would take the part before the zero for the whole path.
         if (name.find('\0') != std::string::npos)
@@ -100,12 +111,16 @@ struct FileTraceListener::LogFile {
     }
 
     // Goes on to the file that stands at the path now, if it is another one or none. Two threads may come here at once:
-    // then both open the same file, and one descriptor replaces the other.
+    // then both open the same file, and one descriptor replaces the other. What the open file is, is asked anew each
+    // time: kept beside the descriptor, it could be that of the other thread's file.
     void FollowRotation() {
         struct stat open, current;
-        if (::fstat(descriptor, &open) == 0 && ::stat(name.c_str(), &current) == 0 && open.st_ino == current.st_ino &&
-            open.st_dev == current.st_dev)
-            return;
+        if (::stat(name.c_str(), &current) == 0) {
+            if (::fstat(descriptor, &open) == 0 && open.st_ino == current.st_ino && open.st_dev == current.st_dev)
+                return;
+        } else if (errno != ENOENT) {
+            return; // the path cannot be looked at, by a process that gave up its rights, say; the file can be written
+        }
         const int fresh = OpenForAppending(name.c_str());
         if (fresh < 0)
             IO::RaiseIO("Cannot open", path, errno);
@@ -119,21 +134,22 @@ struct FileTraceListener::LogFile {
 
     // Appends the size bytes behind a line end, and the line end too if the file needs one.
     void Append(const char* lineEndAndRecord, std::size_t size) {
-        const bool needsLineEnd = !tailIsKnown.load(std::memory_order_relaxed) && EndsInsideLine();
-        const char* from = lineEndAndRecord + (needsLineEnd ? 0 : 1);
+        const bool checkTail = !tailIsKnown.load(std::memory_order_relaxed);
+        const char* from = lineEndAndRecord + (checkTail && EndsInsideLine() ? 0 : 1);
         const char* const end = lineEndAndRecord + 1 + size;
         // A second round only after a signal and on a full disk, which takes a part and says why at the next try.
         while (from != end) {
             const ssize_t written = ::write(descriptor, from, static_cast<std::size_t>(end - from));
-            if (written >= 0) {
+            if (written > 0) {
                 from += written;
-            } else if (errno != EINTR) {
-                const int error = errno;
+            } else if (written == 0 || errno != EINTR) {
+                const int error = written == 0 ? EIO : errno; // nothing taken, no reason given: so for ever
                 tailIsKnown.store(false, std::memory_order_relaxed);
                 IO::RaiseIO("Cannot write", path, error);
             }
         }
-        tailIsKnown.store(true, std::memory_order_relaxed);
+        if (checkTail)
+            tailIsKnown.store(true, std::memory_order_relaxed);
     }
 
     const string_ptr path;
@@ -145,13 +161,17 @@ private:
         struct stat status;
         if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0)
             return false;
-        const int reader = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+        // O_NONBLOCK: what stands at the path by now may be a FIFO.
+        const int reader = ::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
         if (reader < 0)
             return false;
-        char last = '\n';
-        static_cast<void>(::pread(reader, &last, 1, status.st_size - 1) < 0); // unread it counts as whole
+        // The size grows while another process is still copying its record into the file; the search for the end of
+        // the data waits for that, so that the last byte is the last one of a record.
+        const off_t size = ::lseek(reader, status.st_size - 1, SEEK_HOLE);
+        char last = '\n'; // what cannot be read counts as whole
+        const bool isRead = size > 0 && ::pread(reader, &last, 1, size - 1) == 1;
         ::close(reader);
-        return last != '\n';
+        return isRead && last != '\n';
     }
 
     int descriptor;

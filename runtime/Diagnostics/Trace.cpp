@@ -5,6 +5,7 @@
 #include <atomic>
 #include <exception>
 #include <string>
+#include <string_view>
 #include <typeinfo>
 #include <utility>
 
@@ -53,11 +54,16 @@ SharedList Snapshot() {
     return current.value;
 }
 
-// The part that must not fail: no allocation, no exception.
-void WriteToStandardError(const char* text, std::size_t length) noexcept {
-    // Nobody is left to be told when this fails.
-    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text, length);
-}
+// When the statics of this library go, the listeners go first: a listener's destructor can still trace, make strings
+// and throw. Whoever adds a listener after that keeps it for the rest of the process.
+struct ReleaseAtExit {
+    ~ReleaseAtExit() {
+        SharedList list; // released after the lock
+        const Lock lock;
+        list.swap(current.value);
+    }
+};
+[[gnu::init_priority(300)]] const ReleaseAtExit releaseAtExit;
 
 // The exception in flight, for people.
 std::string TextOfException() {
@@ -73,17 +79,20 @@ std::string TextOfException() {
 }
 
 // Called while an exception is handled.
-void ReportFailure(TraceListener& listener) noexcept {
+void ReportFailure(const TraceListener& listener) {
+    std::string line;
     try {
         const string_ptr text = TypeName(typeid(listener).name()) + " failed: " + TextOfException();
-        std::string line = "Trace listener ";
+        line = "Trace listener ";
         AppendEscaped(line, text->View());
         line += '\n';
-        WriteToStandardError(line.data(), line.size());
     } catch (...) {
-        constexpr char LINE[] = "A trace listener failed, and there is no memory to say how\n";
-        WriteToStandardError(LINE, sizeof LINE - 1);
+        line.clear();
     }
+    constexpr std::string_view NO_MEMORY = "A trace listener failed, and there is no memory to say how\n";
+    const std::string_view report = line.empty() ? NO_MEMORY : std::string_view(line);
+    // Nobody is left to be told when this fails.
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, report.data(), report.size());
 }
 
 // One call of a listener, which must not harm anybody else.
@@ -99,12 +108,12 @@ void CallSafely(TraceListener& listener, std::atomic<bool>& failureReported, con
     }
 }
 
-// A child process must not find the lock held by a thread that it does not have.
+// A child process must not find the lock held by a thread that it does not have. Without memory for it the risk
+// remains; tracing works all the same.
 void KeepLockUsableInForkedChildren() {
-    static const int registered =
+    static const int result =
         ::pthread_atfork([] { mutex.Acquire(); }, [] { mutex.Release(); }, [] { mutex.Release(); });
-    static_cast<void>(
-        registered); // without memory for it, forking while another thread traces is a risk, as without it
+    static_cast<void>(result);
 }
 
 } // namespace
