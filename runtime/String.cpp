@@ -2,8 +2,7 @@
 #include <System/String.h>
 
 #include <algorithm>
-#include <climits>
-#include <cstdint>
+#include <cstring>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -22,10 +21,6 @@ using Collections::Generic::Array;
 using Collections::Generic::IArray;
 
 namespace {
-
-// The most code units that one allocation holds beside the object: on a 64-bit machine what an int counts, on a 32-bit
-// one half of what an address reaches, less some room for the object.
-constexpr std::size_t MAX_LENGTH = std::min<std::size_t>(INT_MAX, (PTRDIFF_MAX - 1024) / sizeof(char16_t));
 
 // Asks for room for code units behind the object that std::allocate_shared makes, and tells where that room is. Copies
 // of it live on inside of the object's block, where only deallocate is called: room is gone by then.
@@ -108,12 +103,6 @@ int HashOf(std::u16string_view text) noexcept {
 
 } // namespace
 
-int CheckedLength(std::size_t count, const char* name) {
-    if (count > MAX_LENGTH)
-        throw ArgumentOutOfRangeException(name);
-    return static_cast<int>(count);
-}
-
 [[gnu::init_priority(150)]] const string_ptr String::EMPTY = String::FromUnits({});
 
 string_ptr::string_ptr(const char* utf8) {
@@ -150,7 +139,9 @@ void string_ptr::RaiseNullReference() {
 }
 
 bool string_ptr::SameUnits(const String& left, const String& right) noexcept {
-    return left.View() == right.View();
+    // Not char_traits<char16_t>::compare, which goes unit by unit.
+    return left.length == right.length &&
+           std::memcmp(left.units, right.units, static_cast<std::size_t>(left.length) * sizeof(char16_t)) == 0;
 }
 
 String::~String() = default;
@@ -290,7 +281,7 @@ std::string String::ToUtf8() const {
 
 bool String::Equals(const std::shared_ptr<Object>& other) {
     const auto* text = dynamic_cast<const String*>(other.get());
-    return text && text->View() == View();
+    return text && string_ptr::SameUnits(*text, *this);
 }
 
 int String::GetHashCode() {

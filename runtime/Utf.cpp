@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/Utf.h"
 
+#include <cstdint>
+#include <cstring>
+
 namespace System::Utf {
 
 namespace {
 
-// What a lead byte promises: how many bytes follow it and in which range the first of them must lie. The narrowed
-// ranges keep out overlong forms (E0, F0), surrogates (ED) and what is beyond U+10FFFF (F4). All later ones lie in 80
-// to BF.
+// What a lead byte above ASCII promises: how many bytes follow it and in which range the first of them must lie. The
+// narrowed ranges keep out overlong forms (E0, F0), surrogates (ED) and what is beyond U+10FFFF (F4). All later ones
+// lie in 80 to BF.
 struct Lead {
     int following; // -1: no sequence begins with this byte
     unsigned char lowest = 0x80;
@@ -15,8 +18,6 @@ struct Lead {
 };
 
 Lead ReadLead(unsigned char byte) noexcept {
-    if (byte < 0x80)
-        return {0};
     if (byte < 0xC2)
         return {-1};
     if (byte < 0xE0)
@@ -30,27 +31,65 @@ Lead ReadLead(unsigned char byte) noexcept {
     return {-1};
 }
 
-// Takes one code point, or one ill-formed part as REPLACEMENT, off the front of utf8, which must not be empty.
-char32_t TakeCodePoint(std::string_view& utf8) noexcept {
+struct Taken {
+    char32_t codePoint;
+    std::size_t length;
+};
+
+// Reads the code point, or the ill-formed part as REPLACEMENT, that utf8 begins with, which does not begin with ASCII.
+Taken Take(std::string_view utf8) noexcept {
     const auto first = static_cast<unsigned char>(utf8.front());
-    utf8.remove_prefix(1);
-    Lead lead = ReadLead(first);
+    const Lead lead = ReadLead(first);
     if (lead.following < 0)
-        return REPLACEMENT;
-    // The lead byte's own bits stand below its length mark: 7, 5, 4 or 3 of them.
-    char32_t codePoint = lead.following == 0 ? first : first & (0x3Fu >> lead.following);
-    for (; lead.following > 0; --lead.following) {
-        if (utf8.empty())
-            return REPLACEMENT;
-        const auto next = static_cast<unsigned char>(utf8.front());
-        if (next < lead.lowest || next > lead.highest)
-            return REPLACEMENT;
-        utf8.remove_prefix(1);
+        return {REPLACEMENT, 1};
+    // The lead byte's own bits stand below its length mark: 5, 4 or 3 of them.
+    char32_t codePoint = first & (0x3Fu >> lead.following);
+    unsigned char lowest = lead.lowest, highest = lead.highest;
+    std::size_t length = 1;
+    for (; length <= static_cast<std::size_t>(lead.following); ++length) {
+        if (length == utf8.size())
+            return {REPLACEMENT, length};
+        const auto next = static_cast<unsigned char>(utf8[length]);
+        if (next < lowest || next > highest)
+            return {REPLACEMENT, length};
         codePoint = codePoint << 6 | (next & 0x3Fu);
-        lead.lowest = 0x80;
-        lead.highest = 0xBF;
+        lowest = 0x80;
+        highest = 0xBF;
     }
-    return codePoint;
+    return {codePoint, length};
+}
+
+// Most text is ASCII; it is looked at, and copied, so many characters at a time.
+constexpr std::size_t STRIDE = 8;
+
+// Whether utf8 begins with STRIDE bytes of ASCII.
+bool BeginsWithAscii(std::string_view utf8) noexcept {
+    std::uint64_t bytes;
+    static_assert(sizeof bytes == STRIDE);
+    if (utf8.size() < STRIDE)
+        return false;
+    std::memcpy(&bytes, utf8.data(), sizeof bytes);
+    return (bytes & 0x8080808080808080) == 0;
+}
+
+bool BeginsWithAscii(std::u16string_view units) noexcept {
+    std::uint64_t halves[2];
+    static_assert(sizeof halves == STRIDE * sizeof(char16_t));
+    if (units.size() < STRIDE)
+        return false;
+    std::memcpy(halves, units.data(), sizeof halves);
+    return ((halves[0] | halves[1]) & 0xFF80FF80FF80FF80) == 0;
+}
+
+// Copies STRIDE characters. Within local arrays, whose lengths and apartness the compiler knows, it does so in one go.
+template <class To, class From>
+void CopyStride(const void* source, To* target) noexcept {
+    From from[STRIDE];
+    To to[STRIDE];
+    std::memcpy(from, source, sizeof from);
+    for (std::size_t i = 0; i < STRIDE; ++i)
+        to[i] = static_cast<To>(from[i]);
+    std::memcpy(target, to, sizeof to);
 }
 
 constexpr bool IsHighSurrogate(char16_t unit) noexcept {
@@ -65,19 +104,38 @@ constexpr bool IsLowSurrogate(char16_t unit) noexcept {
 std::size_t CountUnits(std::string_view utf8) noexcept {
     std::size_t count = 0;
     while (!utf8.empty())
-        count += TakeCodePoint(utf8) > 0xFFFF ? 2 : 1;
+        if (BeginsWithAscii(utf8)) {
+            count += STRIDE;
+            utf8.remove_prefix(STRIDE);
+        } else if (static_cast<unsigned char>(utf8.front()) < 0x80) {
+            ++count;
+            utf8.remove_prefix(1);
+        } else {
+            const Taken taken = Take(utf8);
+            count += taken.codePoint > 0xFFFF ? 2 : 1;
+            utf8.remove_prefix(taken.length);
+        }
     return count;
 }
 
 char16_t* Decode(std::string_view utf8, char16_t* target) noexcept {
-    while (!utf8.empty()) {
-        const char32_t codePoint = TakeCodePoint(utf8);
-        if (codePoint > 0xFFFF) {
-            *target++ = static_cast<char16_t>(0xD800 + ((codePoint - 0x10000) >> 10));
-            *target++ = static_cast<char16_t>(0xDC00 + (codePoint & 0x3FF));
-        } else
-            *target++ = static_cast<char16_t>(codePoint);
-    }
+    while (!utf8.empty())
+        if (BeginsWithAscii(utf8)) {
+            CopyStride<char16_t, unsigned char>(utf8.data(), target);
+            target += STRIDE;
+            utf8.remove_prefix(STRIDE);
+        } else if (const auto first = static_cast<unsigned char>(utf8.front()); first < 0x80) {
+            *target++ = first;
+            utf8.remove_prefix(1);
+        } else {
+            const auto [codePoint, length] = Take(utf8);
+            if (codePoint > 0xFFFF) {
+                *target++ = static_cast<char16_t>(0xD800 + ((codePoint - 0x10000) >> 10));
+                *target++ = static_cast<char16_t>(0xDC00 + (codePoint & 0x3FF));
+            } else
+                *target++ = static_cast<char16_t>(codePoint);
+            utf8.remove_prefix(length);
+        }
     return target;
 }
 
@@ -98,6 +156,11 @@ char32_t TakeCodePoint(std::u16string_view& units) noexcept {
 std::size_t CountBytes(std::u16string_view units) noexcept {
     std::size_t count = 0;
     while (!units.empty()) {
+        if (BeginsWithAscii(units)) {
+            count += STRIDE;
+            units.remove_prefix(STRIDE);
+            continue;
+        }
         const char32_t codePoint = TakeCodePoint(units);
         count += codePoint < 0x80 ? 1 : codePoint < 0x800 ? 2 : codePoint < 0x10000 ? 3 : 4;
     }
@@ -106,6 +169,12 @@ std::size_t CountBytes(std::u16string_view units) noexcept {
 
 char* Encode(std::u16string_view units, char* target) noexcept {
     while (!units.empty()) {
+        if (BeginsWithAscii(units)) {
+            CopyStride<char, char16_t>(units.data(), target);
+            target += STRIDE;
+            units.remove_prefix(STRIDE);
+            continue;
+        }
         const char32_t codePoint = TakeCodePoint(units);
         // A byte that begins a sequence carries its length mark, all others carry six bits of the code point.
         const auto following = [&](int shift) { *target++ = static_cast<char>(0x80 | (codePoint >> shift & 0x3F)); };

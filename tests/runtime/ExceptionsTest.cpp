@@ -128,6 +128,8 @@ void ExpectMember(const char* name) {
         EXPECT_EQ(typeid(caught), typeid(T));
         EXPECT_STREQ(caught.what(), "thrown");
     }
+    const std::unique_ptr<const std::exception> owned(new T("owned"));
+    EXPECT_STREQ(owned->what(), "owned");
     try {
         throw T();
     } catch (const std::exception& caught) {

@@ -148,6 +148,22 @@ TEST(Utf, BringsEveryCodePointThereAndBack) {
     EXPECT_TRUE(Decoded(utf8) == all);
 }
 
+TEST(Utf, SeesACharacterBeyondAsciiAtEveryPlaceOfARow) {
+    for (const char16_t odd : std::u16string_view(u"\u0080\u00FF\u0100\u4141\u8000\uFF00"))
+        for (std::size_t place = 0; place < 20; ++place) {
+            std::u16string units(20, u'a');
+            units[place] = odd;
+            const std::string utf8 = Encoded(units);
+            EXPECT_EQ(utf8.size(), 20 + (odd < 0x800 ? 1u : 2u));
+            EXPECT_TRUE(Decoded(utf8) == units) << place;
+
+            std::string broken(20, 'a');
+            broken[place] = '\x80';
+            units[place] = Utf::REPLACEMENT;
+            EXPECT_TRUE(Decoded(broken) == units) << place;
+        }
+}
+
 TEST(Utf, CutsAWellFormedTextAnywhereWithoutAStepTooFar) {
     const std::string whole = "plain text \xC2\xA9\xE2\x82\xAC\xF0\x9F\x98\x80 and plain text";
     const std::u16string units = Decoded(whole);
