@@ -60,9 +60,10 @@ void CopySettings(const fs::path& from, const fs::path& to) {
 
 // The model of the board for these options. Programs are run against faulty settings files too, to see what they do;
 // the board then keeps the wiring it has without a file.
-BoardModel MakeModel(const BoardOptions& options) {
+BoardModel MakeModel(const BoardOptions& options, const BoardLayout& layout) {
     BoardModel model;
     if (options.settings) {
+        CopySettings(*options.settings, layout.Settings());
         try {
             ApplySettings(*options.settings, model);
         } catch (const BoardError& error) {
@@ -137,7 +138,7 @@ class Board final {
 public:
     Board(const BoardOptions& boardOptions, RunDirectory runDirectory)
         : options(boardOptions), directory(std::move(runDirectory)), layout(directory.Path()),
-          model(MakeModel(options)), state(model), recorder(layout, state),
+          model(MakeModel(options, layout)), state(model), recorder(layout, state),
           files(
               layout, state, watcher, [this] { return Now(); }, options.without),
           oxbo(state, options.oxboReadyAfter,
@@ -183,6 +184,8 @@ public:
         while (::waitpid(init, &initStatus, 0) < 0 && errno == EINTR) {
         }
         Drain();
+        std::error_code error;
+        fs::remove(layout.Stage(), error);
         if (view)
             view->Finish(Now());
         if (!failure.empty())
@@ -212,8 +215,6 @@ private:
         PlaceWebLog(result);
 
         const auto settingsKind = options.settings ? Placement::Kind::COPY : Placement::Kind::ABSENT;
-        if (options.settings)
-            CopySettings(*options.settings, layout.Settings());
         result.push_back({settingsKind, SETTINGS_FILE, layout.Settings()});
 
         if (options.syslog)

@@ -33,8 +33,6 @@ bool IsInChroot() {
     bool any = false;
     while (std::getline(mounts, line)) {
         any = true;
-        if (line.find(" / / ") != std::string::npos)
-            return false;
         // The fifth field is the mount point.
         std::size_t at = 0;
         for (int field = 0; field < 4 && at != std::string::npos; ++field)
@@ -48,20 +46,20 @@ bool IsInChroot() {
 void WriteProcFile(const char* path, const std::string& text) {
     const FileDescriptor file(::open(path, O_WRONLY | O_CLOEXEC));
     if (!file || ::write(file.Get(), text.data(), text.size()) != static_cast<ssize_t>(text.size()))
-        throw BoardError(DescribeRefusal(std::string("writing ") + path, errno));
+        throw BoardError(DescribeRefusal(std::string("writing ") + path, errno, ::geteuid()));
 }
 
 } // namespace
 
-std::string DescribeRefusal(const std::string& step, int error, const std::filesystem::path& sysctls) {
+std::string DescribeRefusal(const std::string& step, int error, uid_t user, const std::filesystem::path& sysctls) {
     const std::string what = "cannot make the board's own namespaces (" + step + ": " + std::strerror(error) + "). ";
-    if (ReadSysctl(sysctls / "kernel/unprivileged_userns_clone") == "0" && ::geteuid() != 0)
+    if (ReadSysctl(sysctls / "kernel/unprivileged_userns_clone") == "0" && user != 0)
         return what + "This machine forbids user namespaces to ordinary users. Allow them, as root, with "
                       "\"sysctl kernel.unprivileged_userns_clone=1\".";
     if (ReadSysctl(sysctls / "user/max_user_namespaces") == "0")
         return what + "This machine allows no user namespaces at all. Allow them, as root, with "
                       "\"sysctl user.max_user_namespaces=10000\".";
-    if (ReadSysctl(sysctls / "kernel/apparmor_restrict_unprivileged_userns") == "1" && ::geteuid() != 0)
+    if (ReadSysctl(sysctls / "kernel/apparmor_restrict_unprivileged_userns") == "1" && user != 0)
         return what + "AppArmor restricts user namespaces on this machine. Lift that, as root, with "
                       "\"sysctl kernel.apparmor_restrict_unprivileged_userns=0\".";
     if (error == ENOSPC)
@@ -83,7 +81,7 @@ pid_t ForkIntoNamespaces() {
     // flags are its first argument.
     const long child = ::syscall(SYS_clone, CLONE_NEWUSER | CLONE_NEWNS | CLONE_NEWPID | SIGCHLD, 0, 0, 0, 0);
     if (child < 0)
-        throw BoardError(DescribeRefusal("clone", errno));
+        throw BoardError(DescribeRefusal("clone", errno, ::geteuid()));
     return static_cast<pid_t>(child);
 }
 
@@ -96,7 +94,7 @@ void MapIds(uid_t user, gid_t group, bool asRoot) {
 
 void DetachMounts() {
     if (::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
-        throw BoardError(DescribeRefusal("detaching mounts", errno));
+        throw BoardError(DescribeRefusal("detaching mounts", errno, ::geteuid()));
 }
 
 } // namespace VelrixBoard

@@ -19,7 +19,9 @@ void MapIds(uid_t user, gid_t group, bool asRoot);
 // In the child: from here on no mount is seen outside, and none made outside is seen here.
 void DetachMounts();
 
-// Why a step on the way into the namespaces was refused, and what to do, judged by the machine's settings.
-std::string DescribeRefusal(const std::string& step, int error, const std::filesystem::path& sysctls = "/proc/sys");
+// Why a step on the way into the namespaces was refused, and what to do, judged by the machine's settings and by
+// the user, since some bind all but root.
+std::string DescribeRefusal(const std::string& step, int error, uid_t user,
+                            const std::filesystem::path& sysctls = "/proc/sys");
 
 } // namespace VelrixBoard

@@ -68,14 +68,14 @@ PlainFiles::PlainFiles(const BoardLayout& boardLayout, BoardState& boardState, F
         const fs::path inside = fs::path(state.Path(signal)).lexically_normal();
         if (!CanHaveFile(inside))
             continue;
+        const fs::path outside = boardLayout.Outside(inside);
+        std::error_code error;
+        fs::create_directories(outside.parent_path(), error);
         if (without.count(inside) != 0) {
             if (!BoardLayout::IsInDirectories(inside))
                 placements.push_back({Placement::Kind::ABSENT, inside, {}});
             continue;
         }
-        const fs::path outside = boardLayout.Outside(inside);
-        std::error_code error;
-        fs::create_directories(outside.parent_path(), error);
         if (!WriteValue(outside, state.Level(signal), O_CREAT | O_TRUNC))
             ThrowSystemError("cannot write the value file " + outside.string());
         if (!BoardLayout::IsInDirectories(inside))

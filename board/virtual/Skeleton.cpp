@@ -99,7 +99,7 @@ void ExchangeRoot(const fs::path& skeleton) {
 
 void Skeleton::Mount(const std::vector<Placement>& placements) {
     if (::mount("velrix-board", stage.c_str(), "tmpfs", MS_NOSUID | MS_NODEV, "mode=0755") != 0)
-        throw BoardError(DescribeRefusal("mounting a directory in memory", errno));
+        throw BoardError(DescribeRefusal("mounting a directory in memory", errno, ::geteuid()));
 
     std::map<fs::path, Names> covers; // outer directories come first, and are mounted first
     for (const Placement& placement : placements) {

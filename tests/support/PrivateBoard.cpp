@@ -2,14 +2,18 @@
 #include "tests/support/PrivateBoard.h"
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace TestSupport {
@@ -74,6 +78,8 @@ void PrivateBoard::Start(const std::vector<std::string>& command) {
     if (process < 0)
         throw std::runtime_error("cannot fork");
     if (process == 0) {
+        // A test that is killed takes its board along.
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
         const int outputFile = open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
         const int errorsFile = open(errors.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
         dup2(outputFile, STDOUT_FILENO);
@@ -99,6 +105,20 @@ std::string PrivateBoard::Content(const std::string& path) const {
     return ReadFile(Outside(path));
 }
 
+void PrivateBoard::Write(const std::string& path, const std::string& content) const {
+    const int file = open(Outside(path).c_str(), O_WRONLY | O_CLOEXEC);
+    const ssize_t written = write(file, content.data(), content.size());
+    close(file);
+    if (written != static_cast<ssize_t>(content.size()))
+        throw std::runtime_error("cannot write " + path);
+}
+
+std::string PrivateBoard::Written(const std::string& path) const {
+    std::string values = Content(path);
+    values.erase(std::remove(values.begin(), values.end(), '\n'), values.end());
+    return values;
+}
+
 char PrivateBoard::Level(const std::string& path) const {
     const std::string content = Content(path);
     const std::size_t last = content.find_last_of("01");
@@ -115,6 +135,20 @@ std::string PrivateBoard::Changes() const {
 
 std::string PrivateBoard::Reboots() const {
     return ReadFile(folder / "board" / "reboot");
+}
+
+std::string PrivateBoard::Syslog() const {
+    return ReadFile(folder / "board" / "syslog");
+}
+
+bool PrivateBoard::WaitFor(const std::function<bool()>& condition) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
 }
 
 std::filesystem::path PrivateBoard::Outside(const std::string& path) const {

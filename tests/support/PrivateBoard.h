@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,13 @@ public:
     // What a file of the board holds now, by its path on the device; empty for one that is missing.
     std::string Content(const std::string& path) const;
 
+    // Gives such a file another content in one write, as an input that changes.
+    void Write(const std::string& path, const std::string& content) const;
+
+    // What was written to an output's value file, in order: "0110". Exact as long as the program opened the file once;
+    // nothing and a single "0" look the same.
+    std::string Written(const std::string& path) const;
+
     // The level that was written last, '0' or '1'.
     char Level(const std::string& path) const;
 
@@ -50,6 +58,15 @@ public:
 
     // The calls of the reboot command, a line each.
     std::string Reboots() const;
+
+    // What was sent to /dev/log, a line each.
+    std::string Syslog() const;
+
+    // Waits until the condition holds, for what a running program does some time; false after 20 seconds.
+    static bool WaitFor(const std::function<bool()>& condition);
+
+    // The process of the command.
+    int Process() const { return process; }
 
 private:
     std::filesystem::path Outside(const std::string& path) const;
