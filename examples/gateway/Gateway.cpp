@@ -18,12 +18,15 @@
 #include <System/Exceptions.h>
 #include <System/Threading/Thread.h>
 
+#include <velrix/identity/HardwareInfo.h>
+#include <velrix/identity/ProductInfo.h>
 #include <velrix/logging/TraceListenerFactory.h>
 #include <velrix/platform/Platform.h>
 
 using System::DateTime;
 using System::Diagnostics::Trace;
 using Velrix::Platform;
+using Velrix::TraceListenerFactory;
 
 namespace {
 
@@ -122,9 +125,22 @@ private:
     std::shared_ptr<DateTime> entered;
 };
 
+// Says first of all which device this is.
+void TraceIdentity() {
+    try {
+        Trace::TraceInformation(Velrix::ProductInfo::INSTANCE.Value());
+        Trace::TraceInformation(Velrix::HardwareInfo::INSTANCE.Value());
+    } catch (const System::Exception& exception) {
+        Trace::TraceWarning(exception); // a device without an identity still works
+    }
+}
+
 void Run(long long seconds) {
-    // The first listener comes before the board, so that a settings file that cannot be read shows in the log.
-    Trace::AddListener(Velrix::TraceListenerFactory::CreateFileTraceListener());
+    // The listeners come before all else, so that a settings file that cannot be read shows in the logs.
+    Trace::AddListener(TraceListenerFactory::CreateFatalEventLogTraceListener());
+    Trace::AddListener(TraceListenerFactory::CreateEventLogTraceListener());
+    Trace::AddListener(TraceListenerFactory::CreateFileTraceListener());
+    TraceIdentity();
     const std::shared_ptr<Platform> platform = Platform::INSTANCE.Value();
     Trace::AddListener(platform->ledTraceListener);
 

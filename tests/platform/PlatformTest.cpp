@@ -327,9 +327,11 @@ TEST(PlatformTest, LeavesTheFinalStateAndItsTraceWhenAProgramEndsWithoutShutDown
 
     EXPECT_THAT(Line(result.output, "exit"), HasSubstr(HOLD_IN_RESET + AllOff()));
     EXPECT_EQ(result.exitCode, 0);
-    for (const auto& file : FILES)
-        if (std::string(file.path).find("inputs") == std::string::npos)
+    for (const auto& file : FILES) {
+        if (std::string(file.path).find("inputs") == std::string::npos) {
             EXPECT_EQ(board.Level(file.path), '0') << file.name;
+        }
+    }
     const std::string log = board.Content("/var/log/apps/platform-scenes.log");
     EXPECT_THAT(log, HasSubstr("WARNING platform-scenes["));
     EXPECT_THAT(log, HasSubstr("] Platform::ShutDown\n"));
@@ -342,9 +344,11 @@ TEST(PlatformTest, LeavesTheStatusLedsRedWhenAProgramEndsAfterAFatalEvent) {
 
     Play(board, {"exit", "fatal"});
 
-    for (const auto& file : FILES)
-        if (std::string(file.path).find("leds") != std::string::npos)
+    for (const auto& file : FILES) {
+        if (std::string(file.path).find("leds") != std::string::npos) {
             EXPECT_EQ(board.Level(file.path), std::string(file.name).ends_with(".red") ? '1' : '0') << file.name;
+        }
+    }
 }
 
 TEST(PlatformTest, ShowsEachIndicationOnItsLedAloneAndMovesItOnInUpdateAlone) {
