@@ -7,7 +7,7 @@ include(CMakePackageConfigHelpers)
 set(velrixPackageDir ${CMAKE_INSTALL_LIBDIR}/cmake/velrix)
 set(velrixPkgConfigDir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# libvelrix finds libenv beside it, wherever the folder is, as do installed programs in the folder next door.
+# libvelrix finds libenv beside it, wherever the folder is.
 set_target_properties(velrix PROPERTIES INSTALL_RPATH $ORIGIN)
 
 install(TARGETS env velrix EXPORT velrix-targets
