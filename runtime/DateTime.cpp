@@ -2,6 +2,7 @@
 #include <System/DateTime.h>
 
 #include <chrono>
+#include <cstring>
 #include <limits>
 #include <string_view>
 
@@ -9,7 +10,8 @@
 
 #include <System/Raisers.h>
 
-#include "runtime/DateTimeText.h"
+#include "runtime/SpareAllocator.h"
+#include "runtime/WallClock.h"
 
 namespace System {
 
@@ -23,7 +25,77 @@ constexpr long long Limit(bool negative) noexcept {
     return negative ? std::numeric_limits<long long>::min() : std::numeric_limits<long long>::max();
 }
 
-long long ReadClock() noexcept {
+TimeSpan Difference(long long later, long long earlier) noexcept {
+    long long difference;
+    if (__builtin_sub_overflow(later, earlier, &difference))
+        difference = Limit(later < earlier);
+    return TimeSpan(difference);
+}
+
+char* WriteTwoDigits(char* target, unsigned number) noexcept {
+    target[0] = static_cast<char>('0' + number / 10);
+    target[1] = static_cast<char>('0' + number % 10);
+    return target + 2;
+}
+
+// The beginning of a moment's text, "2026-11-21T08:15:30.", which is the same for a whole second.
+constexpr std::size_t SECOND_TEXT_LENGTH = DATE_TIME_TEXT_LENGTH - 4;
+
+void WriteSecond(char* target, long long seconds) noexcept {
+    using namespace std::chrono;
+    const sys_seconds moment{std::chrono::seconds(seconds)};
+    const auto day = floor<days>(moment);
+    const year_month_day date{day};
+    const unsigned year = static_cast<unsigned>(static_cast<int>(date.year()));
+    const unsigned ofDay = static_cast<unsigned>((moment - day).count());
+
+    target = WriteTwoDigits(target, year / 100);
+    target = WriteTwoDigits(target, year % 100);
+    *target++ = '-';
+    target = WriteTwoDigits(target, static_cast<unsigned>(date.month()));
+    *target++ = '-';
+    target = WriteTwoDigits(target, static_cast<unsigned>(date.day()));
+    *target++ = 'T';
+    target = WriteTwoDigits(target, ofDay / 3600);
+    *target++ = ':';
+    target = WriteTwoDigits(target, ofDay / 60 % 60);
+    *target++ = ':';
+    target = WriteTwoDigits(target, ofDay % 60);
+    *target++ = '.';
+}
+
+} // namespace
+
+std::shared_ptr<DateTime> DateTime::Now() {
+    return std::allocate_shared<DateTime>(SpareAllocator<DateTime>(), Passkey(), ReadWallClock());
+}
+
+DateTime::~DateTime() = default;
+
+TimeSpan DateTime::Subtract(const std::shared_ptr<DateTime>& other) const {
+    if (!other)
+        _throw_argument_null_exception("other");
+    return Difference(nanoseconds, other->nanoseconds);
+}
+
+TimeSpan DateTime::Elapsed() const {
+    return Difference(ReadWallClock(), nanoseconds);
+}
+
+std::shared_ptr<DateTime> DateTime::Add(TimeSpan span) const {
+    long long sum;
+    if (__builtin_add_overflow(nanoseconds, span.Nanoseconds(), &sum))
+        sum = Limit(nanoseconds < 0);
+    return std::allocate_shared<DateTime>(SpareAllocator<DateTime>(), Passkey(), sum);
+}
+
+string_ptr DateTime::ToString() {
+    char text[DATE_TIME_TEXT_LENGTH];
+    WriteDateTime(text, nanoseconds);
+    return std::string_view(text, sizeof text);
+}
+
+long long ReadWallClock() noexcept {
     // Not by std::chrono: its clocks are read inside of the C++ library, where a test program's own clock_gettime may
     // not reach.
     timespec now;
@@ -36,73 +108,29 @@ long long ReadClock() noexcept {
     return nanoseconds;
 }
 
-TimeSpan Difference(long long later, long long earlier) noexcept {
-    long long difference;
-    if (__builtin_sub_overflow(later, earlier, &difference))
-        difference = Limit(later < earlier);
-    return TimeSpan(difference);
-}
-
-char* WriteDigits(char* target, unsigned number, int count) noexcept {
-    for (int i = count - 1; i >= 0; --i) {
-        target[i] = static_cast<char>('0' + number % 10);
-        number /= 10;
-    }
-    return target + count;
-}
-
-} // namespace
-
-std::shared_ptr<DateTime> DateTime::Now() {
-    return std::make_shared<DateTime>(Passkey(), ReadClock());
-}
-
-DateTime::~DateTime() = default;
-
-TimeSpan DateTime::Subtract(const std::shared_ptr<DateTime>& other) const {
-    if (!other)
-        _throw_argument_null_exception("other");
-    return Difference(nanoseconds, other->nanoseconds);
-}
-
-TimeSpan DateTime::Elapsed() const {
-    return Difference(ReadClock(), nanoseconds);
-}
-
-std::shared_ptr<DateTime> DateTime::Add(TimeSpan span) const {
-    long long sum;
-    if (__builtin_add_overflow(nanoseconds, span.Nanoseconds(), &sum))
-        sum = Limit(nanoseconds < 0);
-    return std::make_shared<DateTime>(Passkey(), sum);
-}
-
-string_ptr DateTime::ToString() {
-    char text[DATE_TIME_TEXT_LENGTH];
-    WriteDateTime(text, nanoseconds);
-    return std::string_view(text, sizeof text);
-}
-
 char* WriteDateTime(char* target, long long nanoseconds) noexcept {
-    using namespace std::chrono;
     // Rounded towards the past, so that the milliseconds of a moment before 1970 count forwards too.
-    const auto moment = floor<milliseconds>(std::chrono::nanoseconds(nanoseconds));
-    const auto day = floor<days>(moment);
-    const year_month_day date{sys_days(day)};
-    const unsigned ofDay = static_cast<unsigned>((moment - day).count());
+    long long seconds = nanoseconds / NANOSECONDS_PER_SECOND;
+    long long rest = nanoseconds % NANOSECONDS_PER_SECOND;
+    if (rest < 0) {
+        rest += NANOSECONDS_PER_SECOND;
+        --seconds;
+    }
 
-    target = WriteDigits(target, static_cast<unsigned>(static_cast<int>(date.year())), 4);
-    *target++ = '-';
-    target = WriteDigits(target, static_cast<unsigned>(date.month()), 2);
-    *target++ = '-';
-    target = WriteDigits(target, static_cast<unsigned>(date.day()), 2);
-    *target++ = 'T';
-    target = WriteDigits(target, ofDay / 3'600'000, 2);
-    *target++ = ':';
-    target = WriteDigits(target, ofDay / 60'000 % 60, 2);
-    *target++ = ':';
-    target = WriteDigits(target, ofDay / 1000 % 60, 2);
-    *target++ = '.';
-    target = WriteDigits(target, ofDay % 1000, 3);
+    // Who writes many moments writes many of one second. Few bytes, so that they find room beside those of the program.
+    [[gnu::tls_model("initial-exec")]] static thread_local constinit struct {
+        long long seconds = 0;
+        char text[SECOND_TEXT_LENGTH + 1] = "1970-01-01T00:00:00.";
+    } last;
+    if (last.seconds != seconds) {
+        WriteSecond(last.text, seconds);
+        last.seconds = seconds;
+    }
+    std::memcpy(target, last.text, SECOND_TEXT_LENGTH);
+    target += SECOND_TEXT_LENGTH;
+    const unsigned milliseconds = static_cast<unsigned>(rest) / 1'000'000;
+    *target++ = static_cast<char>('0' + milliseconds / 100);
+    target = WriteTwoDigits(target, milliseconds % 100);
     *target++ = 'Z';
     return target;
 }

@@ -10,10 +10,15 @@
 
 namespace System {
 
+namespace Diagnostics {
+class TraceEventArgs;
+}
+
 // A moment of the wall clock, to the nanosecond, in 64 bits on every machine. Immutable.
 //
-// The wall clock can be set, so that a later moment may be the smaller one. It is read by clock_gettime(CLOCK_REALTIME), once an
-// operation; a test program that defines that function puts its own clock in front of it.
+// The wall clock can be set, so that a later moment may be the smaller one. It is read by
+// clock_gettime(CLOCK_REALTIME), once an operation; a test program that defines that function puts its own clock in
+// front of it.
 class SYSTEM_EXPORT DateTime final : public Object {
     struct Passkey {
         explicit Passkey() = default;
@@ -42,6 +47,8 @@ public:
     string_ptr ToString() override;
 
 private:
+    friend class Diagnostics::TraceEventArgs;
+
     const long long nanoseconds;
 };
 

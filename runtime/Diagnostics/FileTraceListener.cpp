@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -19,9 +20,9 @@
 #include <System/Diagnostics/Process.h>
 #include <System/Raisers.h>
 
-#include "runtime/DateTimeText.h"
 #include "runtime/Escape.h"
 #include "runtime/IO/RaiseIO.h"
+#include "runtime/WallClock.h"
 
 namespace System::Diagnostics {
 
@@ -33,9 +34,13 @@ constexpr std::size_t SHORT_RECORD_SIZE = 1024;
 // The most that one code unit takes: \x1b, or three bytes of UTF-8.
 constexpr std::size_t BYTES_PER_UNIT = 4;
 
-// Everything of a record but process name and text: a line end before it, the time, the longest type name, two numbers
-// and what stands between them.
-constexpr std::size_t FRAME_SIZE = 1 + DATE_TIME_TEXT_LENGTH + 64;
+// Room for a process's name and its numbers, which take up to 26 bytes.
+constexpr std::size_t ORIGIN_ROOM = 64;
+constexpr std::size_t LONGEST_KEPT_NAME = ORIGIN_ROOM - 26;
+
+// Everything of a record but a long process name and the text: line ends, the time, the level, process and thread, each
+// with the room that a copy of fixed length writes over.
+constexpr std::size_t FRAME_SIZE = 128;
 
 // A rotated file is looked for where the path led at first, wherever the process has gone meanwhile.
 std::string FromRoot(const std::string& path) {
@@ -53,25 +58,95 @@ int OpenForAppending(const char* name) noexcept {
     return descriptor;
 }
 
-// The text with control characters and backslashes escaped.
+// What a record says of the level, by severity from TraceEventType::DEBUG on.
+constexpr struct {
+    char text[16];
+    std::size_t length;
+} LEVELS[] = {{"DEBUG ", 6}, {"INFORMATION ", 12}, {"WARNING ", 8}, {"ERROR ", 6}, {"FATAL ", 6}};
+
+// Sixteen code units at once: where the machine has vectors, they are compared and narrowed in a few instructions.
+constexpr std::size_t GROUP_SIZE = 16;
+
+// Whether the units are written as they are; where not, target is as it was.
+bool WriteGroup(char* target, const char16_t* units) noexcept {
+    using UnitVector [[gnu::vector_size(GROUP_SIZE)]] = short;
+    using ByteVector [[gnu::vector_size(GROUP_SIZE / 2)]] = signed char;
+    // Signed, so that the units above U+7FFF are less than all of them.
+    constexpr short FIRST = u' ', LAST = u'~', BACKSLASH = u'\\';
+    UnitVector left, right;
+    std::memcpy(&left, units, sizeof left);
+    std::memcpy(&right, units + GROUP_SIZE / 2, sizeof right);
+    const auto special =
+        (left < FIRST) | (left > LAST) | (left == BACKSLASH) | (right < FIRST) | (right > LAST) | (right == BACKSLASH);
+    unsigned long long parts[2];
+    static_assert(sizeof parts == sizeof special);
+    std::memcpy(parts, &special, sizeof special);
+    if ((parts[0] | parts[1]) != 0)
+        return false;
+    const ByteVector leftBytes = __builtin_convertvector(left, ByteVector);
+    const ByteVector rightBytes = __builtin_convertvector(right, ByteVector);
+    std::memcpy(target, &leftBytes, sizeof leftBytes);
+    std::memcpy(target + sizeof leftBytes, &rightBytes, sizeof rightBytes);
+    return true;
+}
+
+[[gnu::noinline]] char* WriteRare(char* target, std::u16string_view text) {
+    std::string escaped;
+    AppendEscaped(escaped, text);
+    return std::copy(escaped.begin(), escaped.end(), target);
+}
+
+// The text with control characters and backslashes escaped. Most texts have none.
 char* WriteEscaped(char* target, std::u16string_view text) {
-    // Most texts need nothing of it.
-    std::size_t plain = 0;
-    for (; plain < text.size(); ++plain) {
-        const char16_t unit = text[plain];
-        if (unit < u' ' || unit > u'~' || unit == u'\\')
-            break;
-        *target++ = static_cast<char>(unit);
+    if (text.size() >= GROUP_SIZE) {
+        // A rest behind the last whole group is taken with the end of that group, which is written twice.
+        const std::size_t last = text.size() - GROUP_SIZE;
+        std::size_t next = 0;
+        while (WriteGroup(target + next, text.data() + next)) {
+            if (next == last)
+                return target + text.size();
+            next = std::min(next + GROUP_SIZE, last);
+        }
+        target += next;
+        text.remove_prefix(next);
     }
-    if (plain == text.size())
-        return target;
-    std::string rest;
-    AppendEscaped(rest, text.substr(plain));
-    return std::copy(rest.begin(), rest.end(), target);
+    while (!text.empty() && text.front() >= u' ' && text.front() <= u'~' && text.front() != u'\\') {
+        *target++ = static_cast<char>(text.front());
+        text.remove_prefix(1);
+    }
+    return text.empty() ? target : WriteRare(target, text);
 }
 
 char* WriteNumber(char* target, int number) noexcept {
     return std::to_chars(target, target + 11, number).ptr;
+}
+
+// "gateway[1234:1240] ". Who traces much traces much on one thread; a name of the usual length is kept with the
+// numbers.
+char* WriteOrigin(char* target, const std::string& processName, int processId, int threadId) noexcept {
+    [[gnu::tls_model("initial-exec")]] static thread_local constinit struct {
+        int processId = 0;
+        int threadId = 0;
+        std::size_t length = 0;
+        char text[ORIGIN_ROOM] = {};
+    } last;
+    if (last.threadId != threadId || last.processId != processId) {
+        const std::size_t kept = processName.size() <= LONGEST_KEPT_NAME ? processName.size() : 0;
+        char* end = std::copy_n(processName.begin(), kept, last.text);
+        *end++ = '[';
+        end = WriteNumber(end, processId);
+        *end++ = ':';
+        end = WriteNumber(end, threadId);
+        *end++ = ']';
+        *end++ = ' ';
+        last.length = static_cast<std::size_t>(end - last.text);
+        last.processId = processId;
+        last.threadId = threadId;
+    }
+    if (processName.size() > LONGEST_KEPT_NAME)
+        target = std::copy(processName.begin(), processName.end(), target);
+    std::memcpy(target, last.text, sizeof last.text);
+    return target + last.length;
 }
 
 } // namespace
@@ -134,22 +209,12 @@ struct FileTraceListener::LogFile {
 
     // Appends the size bytes behind a line end, and the line end too if the file needs one.
     void Append(const char* lineEndAndRecord, std::size_t size) {
-        const bool checkTail = !tailIsKnown.load(std::memory_order_relaxed);
-        const char* from = lineEndAndRecord + (checkTail && EndsInsideLine() ? 0 : 1);
-        const char* const end = lineEndAndRecord + 1 + size;
-        // A second round only after a signal and on a full disk, which takes a part and says why at the next try.
-        while (from != end) {
-            const ssize_t written = ::write(descriptor, from, static_cast<std::size_t>(end - from));
-            if (written > 0) {
-                from += written;
-            } else if (written == 0 || errno != EINTR) {
-                const int error = written == 0 ? EIO : errno; // nothing taken, no reason given: so for ever
-                tailIsKnown.store(false, std::memory_order_relaxed);
-                IO::RaiseIO("Cannot write", path, error);
-            }
-        }
-        if (checkTail)
-            tailIsKnown.store(true, std::memory_order_relaxed);
+        if (!tailIsKnown.load(std::memory_order_relaxed))
+            return AppendWithCare(lineEndAndRecord, size);
+        const char* const record = lineEndAndRecord + 1;
+        const ssize_t written = ::write(descriptor, record, size);
+        if (written != static_cast<ssize_t>(size))
+            AppendRest(record, record + size, written);
     }
 
     const string_ptr path;
@@ -157,6 +222,29 @@ struct FileTraceListener::LogFile {
     std::string processName;
 
 private:
+    [[gnu::noinline]] void AppendWithCare(const char* lineEndAndRecord, std::size_t size) {
+        const char* const from = lineEndAndRecord + (EndsInsideLine() ? 0 : 1);
+        const char* const end = lineEndAndRecord + 1 + size;
+        AppendRest(from, end, ::write(descriptor, from, static_cast<std::size_t>(end - from)));
+        tailIsKnown.store(true, std::memory_order_relaxed);
+    }
+
+    // Goes on after a first write of all that took so many bytes or failed. A second one comes only after a signal and
+    // on a full disk, which takes a part and says why at the next try.
+    [[gnu::noinline]] void AppendRest(const char* from, const char* end, ssize_t written) {
+        for (;; written = ::write(descriptor, from, static_cast<std::size_t>(end - from))) {
+            if (written > 0) {
+                from += written;
+                if (from == end)
+                    return;
+            } else if (written == 0 || errno != EINTR) {
+                const int error = written == 0 ? EIO : errno; // nothing taken, no reason given: so for ever
+                tailIsKnown.store(false, std::memory_order_relaxed);
+                IO::RaiseIO("Cannot write", path, error);
+            }
+        }
+    }
+
     bool EndsInsideLine() const noexcept {
         struct stat status;
         if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0)
@@ -205,7 +293,7 @@ void FileTraceListener::TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs, st
                                    std::shared_ptr<Object> data) {
     const string_ptr text = data ? data->ToString() : string_ptr();
     const std::u16string_view units = text ? text->View() : std::u16string_view();
-    const std::u16string_view level = eventType->Name()->View();
+    const auto& level = LEVELS[eventType->Severity()];
 
     const std::size_t room = FRAME_SIZE + file->processName.size() + units.size() * BYTES_PER_UNIT;
     char shortRecord[SHORT_RECORD_SIZE];
@@ -214,17 +302,11 @@ void FileTraceListener::TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs, st
 
     char* end = record;
     *end++ = '\n'; // used only behind a part of a record
-    end = WriteDateTime(end, eventArgs->Timestamp()->Nanoseconds());
+    end = WriteDateTime(end, eventArgs->nanoseconds);
     *end++ = ' ';
-    end = std::copy(level.begin(), level.end(), end);
-    *end++ = ' ';
-    end = std::copy(file->processName.begin(), file->processName.end(), end);
-    *end++ = '[';
-    end = WriteNumber(end, eventArgs->ProcessId());
-    *end++ = ':';
-    end = WriteNumber(end, eventArgs->ThreadId());
-    *end++ = ']';
-    *end++ = ' ';
+    std::memcpy(end, level.text, sizeof level.text);
+    end += level.length;
+    end = WriteOrigin(end, file->processName, eventArgs->ProcessId(), eventArgs->ThreadId());
     end = WriteEscaped(end, units);
     *end++ = '\n';
 

@@ -14,9 +14,9 @@
 #include <unistd.h>
 
 #include <System/Raisers.h>
-#include <System/Threading/Mutex.h>
 
 #include "runtime/Escape.h"
+#include "runtime/Threading/Lock.h"
 #include "runtime/TypeName.h"
 
 namespace System::Diagnostics {
@@ -41,16 +41,8 @@ union Lasting {
 constinit Threading::Mutex mutex;
 constinit Lasting<SharedList> current; // guarded by mutex; null: no listener
 
-class Lock final {
-public:
-    Lock() { mutex.Acquire(); }
-    Lock(const Lock&) = delete;
-    Lock& operator=(const Lock&) = delete;
-    ~Lock() { mutex.Release(); }
-};
-
 SharedList Snapshot() {
-    const Lock lock;
+    const Threading::Lock lock(mutex);
     return current.value;
 }
 
@@ -59,7 +51,7 @@ SharedList Snapshot() {
 struct ReleaseAtExit {
     ~ReleaseAtExit() {
         SharedList list; // released after the lock
-        const Lock lock;
+        const Threading::Lock lock(mutex);
         list.swap(current.value);
     }
 };
@@ -125,7 +117,7 @@ void Trace::AddListener(std::shared_ptr<TraceListener> listener) {
         _throw_argument_null_exception("listener");
     KeepLockUsableInForkedChildren();
     SharedList before; // released after the lock: a destructor may trace
-    const Lock lock;
+    const Threading::Lock lock(mutex);
     auto list = current.value ? std::make_shared<ListenerList>(*current.value) : std::make_shared<ListenerList>();
     list->push_back(std::move(listener));
     before = std::exchange(current.value, std::move(list));
@@ -134,7 +126,7 @@ void Trace::AddListener(std::shared_ptr<TraceListener> listener) {
 
 void Trace::RemoveListener(const std::shared_ptr<TraceListener>& listener) {
     SharedList before; // released after the lock: a destructor may trace
-    const Lock lock;
+    const Threading::Lock lock(mutex);
     if (!current.value)
         return;
     const auto found = std::find(current.value->begin(), current.value->end(), listener);
@@ -184,7 +176,7 @@ void Trace::Flush() {
 void Trace::Close() {
     SharedList list;
     {
-        const Lock lock;
+        const Threading::Lock lock(mutex);
         list = std::exchange(current.value, nullptr);
         listenerCount.store(0, std::memory_order_relaxed);
     }

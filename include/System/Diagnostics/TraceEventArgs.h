@@ -6,6 +6,7 @@
 #include <System/DateTime.h>
 #include <System/Export.h>
 #include <System/Object.h>
+#include <System/Threading/Mutex.h>
 
 namespace System::Diagnostics {
 
@@ -20,10 +21,10 @@ public:
     static std::shared_ptr<TraceEventArgs> Create();
 
     // For this class alone: only it can name the first argument's type.
-    TraceEventArgs(Passkey, std::shared_ptr<DateTime> ownTimestamp, int ownProcessId, int ownThreadId) noexcept;
+    TraceEventArgs(Passkey, long long ownNanoseconds, int ownProcessId, int ownThreadId) noexcept;
     ~TraceEventArgs() override;
 
-    const std::shared_ptr<DateTime>& Timestamp() const noexcept { return timestamp; }
+    const std::shared_ptr<DateTime>& Timestamp() const;
 
     int ProcessId() const noexcept { return processId; }
 
@@ -31,9 +32,14 @@ public:
     int ThreadId() const noexcept { return threadId; }
 
 private:
-    const std::shared_ptr<DateTime> timestamp;
+    friend class FileTraceListener;
+
+    const long long nanoseconds;
     const int processId;
     const int threadId;
+    // The timestamp is an object for those alone who ask for it; most listeners write it down and forget it.
+    mutable Threading::Mutex mutex;
+    mutable std::shared_ptr<DateTime> timestamp; // guarded by mutex until it is there, and never changed after that
 };
 
 } // namespace System::Diagnostics

@@ -5,6 +5,11 @@
 
 namespace System {
 
+// The wall clock without objects: what DateTime reads and writes, for those who cannot afford an object for it.
+
+// Nanoseconds since 1970-01-01T00:00:00Z.
+long long ReadWallClock() noexcept;
+
 // "2026-11-21T08:15:30.042Z"
 inline constexpr std::size_t DATE_TIME_TEXT_LENGTH = 24;
 
