@@ -4,11 +4,10 @@
 #include <elf.h>
 
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <set>
 #include <sstream>
 
+#include "board/emulated/ReadFile.h"
 #include "board/virtual/BoardError.h"
 
 namespace VelrixBoard {
@@ -69,10 +68,7 @@ std::size_t OffsetOf(const Bytes& bytes, const Elf32_Ehdr& header, Elf32_Addr ad
 } // namespace
 
 std::optional<ArmObject> ReadArmObject(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    const Bytes bytes({std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()}, file.native());
-    if (!stream.is_open() || std::filesystem::is_directory(file))
-        throw BoardError("cannot read " + file.native());
+    const Bytes bytes(ReadFile(file), file.native());
     if (bytes.Size() < sizeof(Elf32_Ehdr))
         return std::nullopt;
     const auto header = bytes.At<Elf32_Ehdr>(0);

@@ -2,10 +2,8 @@
 #include "board/emulated/CpioArchive.h"
 
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 
-#include "board/virtual/BoardError.h"
+#include "board/emulated/ReadFile.h"
 
 namespace VelrixBoard {
 
@@ -67,12 +65,8 @@ void CpioArchive::AddLink(const std::filesystem::path& path, std::string_view ta
 }
 
 void CpioArchive::AddFile(const std::filesystem::path& path, const std::filesystem::path& source) {
-    std::error_code error;
-    const auto permissions = std::filesystem::status(source, error).permissions();
-    std::ifstream file(source, std::ios::binary);
-    const std::string content{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (error || !file.is_open() || file.bad() || std::filesystem::is_directory(source))
-        throw BoardError("cannot read " + source.native());
+    const std::string content = ReadFile(source);
+    const auto permissions = std::filesystem::status(source).permissions();
     const bool executable = (permissions & std::filesystem::perms::owner_exec) != std::filesystem::perms::none;
     Add(path, executable ? EXECUTABLE : PLAIN, content);
 }

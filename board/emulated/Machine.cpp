@@ -7,8 +7,6 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <iterator>
-#include <map>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -20,6 +18,7 @@
 
 #include "board/emulated/GpioTrace.h"
 #include "board/emulated/QmpClient.h"
+#include "board/emulated/ReadFile.h"
 #include "board/virtual/BoardError.h"
 #include "board/virtual/FileDescriptor.h"
 #include "board/virtual/RunDirectory.h"
@@ -51,15 +50,10 @@ std::array<FileDescriptor, 2> SocketPair() {
     return {FileDescriptor(pair[0]), FileDescriptor(pair[1])};
 }
 
-std::string ReadAll(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
 // The end of a log, for an error message.
 std::string Tail(const std::filesystem::path& file) {
     constexpr std::size_t LENGTH = 800;
-    const std::string text = ReadAll(file);
+    const std::string text = std::filesystem::exists(file) ? ReadFile(file) : "";
     return text.size() <= LENGTH ? text : text.substr(text.size() - LENGTH);
 }
 
@@ -152,7 +146,7 @@ Machine::Process::Process(const std::filesystem::path& image, const CpioArchive&
                              " is missing; scripts/emulated-board-image makes it from Debian's kernel package");
 
     // The kernel looks for the next archive at a multiple of four bytes.
-    std::string root = ReadAll(image / "root.cpio");
+    std::string root = ReadFile(image / "root.cpio");
     root.resize((root.size() + 3) / 4 * 4, '\0');
     root += files.Finish();
     const std::filesystem::path rootFile = directory.Path() / "root";

@@ -43,6 +43,12 @@ std::pair<std::string, bool> ParseLevel(const std::string& text) {
     return {text.substr(0, equals), level == "1"};
 }
 
+// With no slash at the end, which completion of directories leaves there.
+std::filesystem::path NormalPath(const std::string& text) {
+    const std::filesystem::path path = std::filesystem::path(text).lexically_normal();
+    return path.has_filename() ? path : path.parent_path();
+}
+
 // The arguments up to "--" in CLI11's order, last first; the rest is the program's and none of its business.
 std::vector<std::string> OwnArguments(const std::vector<std::string>& all, std::vector<std::string>& command) {
     const auto separator = std::find(all.begin(), all.end(), "--");
@@ -105,7 +111,7 @@ int RunCommand(int argc, char** argv) {
     if (!directory.empty())
         options.directory = directory;
     for (const std::string& path : without)
-        options.without.insert(std::filesystem::path(path).lexically_normal());
+        options.without.insert(NormalPath(path));
     options.syslog = !noSyslog;
 
     int status = 0;

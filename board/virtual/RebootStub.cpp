@@ -24,8 +24,10 @@ std::vector<Placement> RebootStub::Placements(const std::filesystem::path& progr
                                               const std::filesystem::path& record) {
     std::vector<Placement> placements;
     placements.push_back({Placement::Kind::BIND, RECORD, record});
-    for (const std::string_view command : COMMANDS)
-        placements.push_back({Placement::Kind::BIND, std::filesystem::path("/sbin") / command, program});
+    // Often both are one directory, which is then covered once.
+    for (const char* directory : {"/sbin", "/usr/sbin"})
+        for (const std::string_view command : COMMANDS)
+            placements.push_back({Placement::Kind::BIND, std::filesystem::path(directory) / command, program});
     return placements;
 }
 

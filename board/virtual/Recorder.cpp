@@ -4,28 +4,44 @@
 #include <cstdio>
 #include <string>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "board/virtual/BoardError.h"
 
 namespace VelrixBoard {
 
+namespace {
+
+FileDescriptor OpenRecord(const std::filesystem::path& path) {
+    return FileDescriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
+}
+
+// A record that a full disk cuts short is no reason to stop the program.
+void Append(const FileDescriptor& file, const std::string& line) {
+    (void)!::write(file.Get(), line.data(), line.size());
+}
+
+} // namespace
+
 Recorder::Recorder(const BoardLayout& layout, const BoardState& boardState)
-    : state(boardState), changes(layout.Changes()), syslog(layout.Syslog()) {
+    : state(boardState), changes(OpenRecord(layout.Changes())), syslog(OpenRecord(layout.Syslog())) {
     if (!changes || !syslog)
-        throw BoardError("cannot make the records in " + layout.Root().string());
+        ThrowSystemError("cannot make the records in " + layout.Root().string());
 }
 
 void Recorder::OnChange(std::size_t signal, bool level, BoardTime time) {
     char seconds[32];
-    std::snprintf(seconds, sizeof seconds, "%lld.%06lld", static_cast<long long>(time.count() / 1'000'000),
+    std::snprintf(seconds, sizeof seconds, "%lld.%06lld ", static_cast<long long>(time.count() / 1'000'000),
                   static_cast<long long>(time.count() % 1'000'000));
-    changes << seconds << ' ' << state.Name(signal) << ' ' << (level ? '1' : '0') << std::endl;
+    Append(changes, seconds + state.Name(signal) + (level ? " 1\n" : " 0\n"));
 }
 
 void Recorder::OnSyslog(std::string_view record, BoardTime) {
     std::string line;
     for (const char c : record)
         line += c == '\n' ? "\\n" : std::string(1, c);
-    syslog << line << std::endl;
+    Append(syslog, line + "\n");
 }
 
 } // namespace VelrixBoard

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <fstream>
-
 #include "board/virtual/BoardLayout.h"
 #include "board/virtual/BoardState.h"
+#include "board/virtual/FileDescriptor.h"
 
 namespace VelrixBoard {
 
@@ -20,8 +19,9 @@ public:
 
 private:
     const BoardState& state;
-    std::ofstream changes;
-    std::ofstream syslog;
+    // Not streams, which the program would inherit.
+    FileDescriptor changes;
+    FileDescriptor syslog;
 };
 
 } // namespace VelrixBoard

@@ -8,7 +8,7 @@ namespace VelrixBoard {
 
 namespace {
 
-constexpr std::size_t WEB_LOG_ROWS = 4;
+constexpr std::size_t NOTE_ROWS = 4;
 constexpr const char* NORMAL = "\033[0m";
 
 // Text for a row of the block, whose colour codes take no column.
@@ -17,6 +17,8 @@ public:
     explicit Row(int columns) : left(columns) {}
 
     Row& Add(std::string_view part, const char* color = nullptr) {
+        if (left <= 0)
+            return *this;
         if (color != nullptr)
             text += color;
         for (const char c : part) {
@@ -83,17 +85,19 @@ void TerminalView::OnSettled(BoardTime time) {
 }
 
 void TerminalView::OnWebLog(std::string_view record, BoardTime time) {
-    webLog.emplace_back(record);
-    if (webLog.size() > WEB_LOG_ROWS)
-        webLog.pop_front();
+    Note("web log   " + std::string(record));
     PrintLine(time, "web log " + std::string(record));
 }
 
 void TerminalView::OnReboot(std::string_view call, BoardTime time) {
-    webLog.emplace_back("reboot called: " + std::string(call));
-    if (webLog.size() > WEB_LOG_ROWS)
-        webLog.pop_front();
+    Note("reboot called: " + std::string(call));
     PrintLine(time, "reboot called: " + std::string(call));
+}
+
+void TerminalView::Note(std::string text) {
+    notes.push_back(std::move(text));
+    if (notes.size() > NOTE_ROWS)
+        notes.pop_front();
 }
 
 void TerminalView::PrintLine(BoardTime time, const std::string& text) {
@@ -144,8 +148,8 @@ void TerminalView::Draw(BoardTime time) {
                 row.Add(lines[i].label + " ").Add(shownLines[i] ? "1" : "0", "\033[1m").Add("  ");
         rows.push_back(row.Text());
     }
-    for (const std::string& record : webLog)
-        rows.push_back(Row(columns).Add("  web log   " + record).Text());
+    for (const std::string& note : notes)
+        rows.push_back(Row(columns).Add("  " + note).Text());
 
     std::string text = Erase();
     for (const std::string& row : rows)

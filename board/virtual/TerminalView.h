@@ -36,6 +36,7 @@ public:
     void Finish(BoardTime time);
 
 private:
+    void Note(std::string text);
     void PrintLine(BoardTime time, const std::string& text);
     void Draw(BoardTime time);
     std::string Erase() const;
@@ -46,7 +47,7 @@ private:
     const Write write;
     std::vector<std::string> shownLeds;
     std::vector<bool> shownLines;
-    std::deque<std::string> webLog;
+    std::deque<std::string> notes; // the last records and calls
     std::string unfinished;
     BoardTime drawnTime{};
     int drawnRows = 0;

@@ -43,6 +43,9 @@ public:
     // What a file of the board holds now, by its path on the device; empty for one that is missing.
     std::string Content(const std::string& path) const;
 
+    // Where such a file lies on the machine.
+    std::filesystem::path Outside(const std::string& path) const;
+
     // Gives such a file another content in one write, as an input that changes.
     void Write(const std::string& path, const std::string& content) const;
 
@@ -69,8 +72,6 @@ public:
     int Process() const { return process; }
 
 private:
-    std::filesystem::path Outside(const std::string& path) const;
-
     std::filesystem::path folder;
     std::vector<std::string> options;
     int process = -1;

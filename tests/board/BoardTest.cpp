@@ -1,0 +1,498 @@
+// SPDX-License-Identifier: Apache-2.0
+// Real programs on real boards: what they find there, how they end, and that the machine does not notice.
+#include "board/virtual/Board.h"
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <pty.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/board/CommandRun.h"
+#include "tests/support/PrivateBoard.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace VelrixBoard {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+using TestSupport::BoardResult;
+using TestSupport::PrivateBoard;
+using TestSupport::TemporaryFolder;
+
+std::vector<std::string> Shell(const std::string& script) {
+    return {"sh", "-c", script};
+}
+
+constexpr const char* RESET = "/var/dev/gpio-outputs/oxboResetN/value";
+constexpr const char* IRQ = "/var/dev/gpio-inputs/oxboIrqN/value";
+constexpr const char* MS_RED = "/sys/class/leds/ledGwStsRed/brightness";
+
+// A number of seconds that no other test sleeps, to know a process by.
+std::string Mark() {
+    static int count = 0;
+    return "98" + std::to_string(::getpid()) + std::to_string(++count);
+}
+
+bool RunsSomewhere(const std::string& argument) {
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator("/proc", error)) {
+        std::ifstream stream(entry.path() / "cmdline");
+        const std::string line{std::istreambuf_iterator<char>(stream), {}};
+        if (line.find(std::string("sleep") + '\0' + argument + '\0') != std::string::npos)
+            return true;
+    }
+    return false;
+}
+
+std::string Mounts() {
+    std::ifstream stream("/proc/self/mountinfo");
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+TEST(BoardTest, ShowsTheDeviceAtItsPaths) {
+    PrivateBoard board;
+    board.SetSettings("log_dir=/x\n");
+
+    const BoardResult end =
+        board.Run(Shell("cat /etc/velrix.conf && cat /var/dev/gpio-*/*/value | tr -d '\\n' && echo && "
+                        "cat /sys/class/leds/*/brightness | tr -d '\\n' && echo && "
+                        "ls /mnt/share /var/log/apps && ls -d /sys/class/net/lo/mtu /etc/passwd"));
+
+    EXPECT_EQ(end.output, "log_dir=/x\n100110000\n00000000\n/mnt/share:\n\n/var/log/apps:\n/etc/passwd\n"
+                          "/sys/class/net/lo/mtu\n");
+    EXPECT_EQ(end.errors, "");
+    EXPECT_EQ(end.exitCode, 0);
+}
+
+TEST(BoardTest, HasNoSettingsFileWithoutOne) {
+    PrivateBoard board;
+
+    EXPECT_EQ(board.Run(Shell("test -e /etc/velrix.conf || echo none")).output, "none\n");
+}
+
+TEST(BoardTest, LetsTheProgramReplaceItsSettingsFile) {
+    PrivateBoard board;
+    board.SetSettings("log_dir=/x\n");
+
+    EXPECT_EQ(board
+                  .Run(Shell("cd /etc && echo y > n && mv n velrix.conf && cat velrix.conf && rm velrix.conf && ls "
+                             "velrix.conf 2>/dev/null"))
+                  .output,
+              "y\n");
+}
+
+TEST(BoardTest, LeavesTheMachineAsItIs) {
+    const fs::path paths[] = {
+        "/etc/velrix.conf",           "/var/dev",          "/sys/class/leds/ledGwStsRed", "/mnt/share/made-by-test",
+        "/var/log/apps/made-by-test", "/etc/made-by-test", "/var/made-by-test",           "/dev/velrix-board",
+        "/usr/sbin/made-by-test",     "/dev/made-by-test"};
+    std::string before;
+    for (const fs::path& path : paths)
+        before += fs::exists(path) ? path.string() + " " : "";
+    const std::string mounts = Mounts();
+    PrivateBoard board;
+
+    const BoardResult end = board.Run(Shell("for d in /etc /var /dev /usr/sbin /mnt/share /var/log/apps; do echo x > "
+                                            "$d/made-by-test || exit 1; done"));
+
+    EXPECT_EQ(end.exitCode, 0) << end.errors;
+    EXPECT_EQ(board.Content("/mnt/share/made-by-test"), "x\n");
+    EXPECT_EQ(board.Content("/var/log/apps/made-by-test"), "x\n");
+    std::string after;
+    for (const fs::path& path : paths)
+        after += fs::exists(path) ? path.string() + " " : "";
+    EXPECT_EQ(after, before);
+    EXPECT_EQ(Mounts(), mounts);
+}
+
+TEST(BoardTest, RemovesItsOwnDirectoryAtTheEnd) {
+    const TemporaryFolder folder;
+
+    const CommandEnd end = CommandRun{
+        OnBoard("mkdir /mnt/share/closed && chmod 0 /mnt/share/closed && ls -d $TMPDIR/*"),
+        {{"TMPDIR",
+          folder.Path()}}}.Run();
+
+    EXPECT_THAT(end.output, StartsWith(folder.Path("velrix-board-")));
+    EXPECT_TRUE(fs::is_empty(folder.Path()));
+}
+
+TEST(BoardTest, StaysInTheWorkingDirectoryAlsoWhenItIsCovered) {
+    CommandRun run{OnBoard("pwd; ls -d apps")};
+    run.directory = "/var/log";
+
+    EXPECT_EQ(run.Run().output, "/var/log\napps\n");
+}
+
+TEST(BoardTest, StartsTheProgramAsItWasStartedItself) {
+    const TemporaryFolder folder;
+    folder.Write("input", "from outside\n");
+    CommandRun run{OnBoard("cat; echo $MARK; grep SigBlk /proc/self/status; echo $$ >&2; id -u"), {{"MARK", "kept"}}};
+    run.input = folder.Path("input");
+
+    const CommandEnd end = run.Run();
+
+    EXPECT_EQ(end.output, "from outside\nkept\nSigBlk:\t0000000000000000\n" + std::to_string(::geteuid()) + "\n");
+    EXPECT_EQ(end.errors, "2\n");
+}
+
+TEST(BoardTest, LeavesNoDescriptorOfItsOwnToTheProgram) {
+    const CommandEnd bare = CommandRun{{"ls", "/proc/self/fd"}}.Run();
+
+    const CommandEnd end = CommandRun{{VELRIX_BOARD_COMMAND, "run", "--", "ls", "/proc/self/fd"}}.Run();
+
+    EXPECT_EQ(end.output, bare.output);
+}
+
+TEST(BoardTest, EndsAsTheProgramDoes) {
+    const struct {
+        std::vector<std::string> command;
+        int exitCode;
+        int signal;
+        const char* errors;
+    } rows[] = {
+        {Shell("exit 0"), 0, 0, ""},
+        {Shell("exit 7"), 7, 0, ""},
+        {Shell("exit 125"), 125, 0, ""},
+        {Shell("kill -TERM $$"), -1, SIGTERM, ""},
+        {Shell("kill -KILL $$"), -1, SIGKILL, ""},
+        {Shell("ulimit -c 0; kill -SEGV $$"), -1, SIGSEGV, ""},
+        {{"/no/such/program"}, 127, 0, "velrix-board: cannot start /no/such/program: No such file or directory\n"},
+        {{"no-such-program"}, 127, 0, "velrix-board: cannot start no-such-program: No such file or directory\n"},
+        {{"/etc"}, 126, 0, "velrix-board: cannot start /etc: Permission denied\n"},
+    };
+    for (const auto& row : rows) {
+        std::vector<std::string> command = {VELRIX_BOARD_COMMAND, "run", "--"};
+        command.insert(command.end(), row.command.begin(), row.command.end());
+
+        const CommandEnd end = CommandRun{command}.Run();
+
+        EXPECT_EQ(end.ExitCode(), row.exitCode) << row.command.back();
+        EXPECT_EQ(end.Signal(), row.signal) << row.command.back();
+        EXPECT_EQ(end.errors, row.errors);
+    }
+}
+
+TEST(BoardTest, PassesSignalsOn) {
+    for (const int signal : {SIGTERM, SIGHUP, SIGINT, SIGQUIT, SIGUSR1, SIGUSR2}) {
+        PrivateBoard board;
+        board.Start(Shell("trap 'echo trapped; exit 9' " + std::to_string(signal) +
+                          "; echo > /mnt/share/ready; while :; do sleep 0.01; done"));
+        ASSERT_TRUE(PrivateBoard::WaitFor([&] { return !board.Content("/mnt/share/ready").empty(); }));
+
+        board.Signal(signal);
+        const BoardResult end = board.Wait();
+
+        EXPECT_EQ(end.exitCode, 9) << signal;
+        EXPECT_EQ(end.output, "trapped\n") << signal;
+    }
+}
+
+TEST(BoardTest, RecordsCallsOfTheCommandsThatEndTheMachine) {
+    PrivateBoard board;
+
+    const BoardResult end =
+        board.Run(Shell("/sbin/reboot && PATH=/usr/sbin:/usr/bin reboot -f 'a b' && /usr/sbin/halt -p && poweroff && "
+                        "env -i /sbin/shutdown -h now; echo $?"));
+
+    EXPECT_EQ(end.output, "0\n") << end.errors;
+    EXPECT_EQ(board.Reboots(), "/sbin/reboot\nreboot -f a\\ b\n/usr/sbin/halt -p\npoweroff\n/sbin/shutdown -h now\n");
+}
+
+TEST(BoardTest, RecordsACallThatOutlivesTheProgram) {
+    PrivateBoard board;
+
+    board.Run(Shell("(sleep 0.05; exec /sbin/reboot) & exit 0"));
+
+    EXPECT_EQ(board.Reboots(), "/sbin/reboot\n");
+}
+
+TEST(BoardTest, RecordsTheRebootSystemCallOfAProgramThatIsRoot) {
+    for (const auto& [call, record] : {std::pair{"restart", "reboot(2) restart\n"}, {"halt", "reboot(2) halt\n"}}) {
+        PrivateBoard board;
+        // Takes the value as the next option; --as-root itself has none.
+        board.AddOption("--as-root", "--no-syslog");
+
+        const BoardResult end = board.Run({REBOOT_CALL_PROGRAM, call});
+
+        EXPECT_EQ(end.exitCode, 0);
+        EXPECT_EQ(board.Reboots(), record);
+    }
+}
+
+TEST(BoardTest, EndsWhatTheProgramLeftBehind) {
+    const std::string mark = Mark();
+    PrivateBoard board;
+
+    const BoardResult end = board.Run(Shell("setsid sleep " + mark + " & exit 3"));
+
+    EXPECT_EQ(end.exitCode, 3);
+    EXPECT_FALSE(RunsSomewhere(mark));
+}
+
+TEST(BoardTest, TakesEverythingAlongWhenItIsKilledAndIsSweptByTheNext) {
+    const TemporaryFolder folder;
+    const std::string mark = Mark(), mounts = Mounts();
+    const pid_t board = CommandRun{OnBoard("setsid sleep " + mark + " & wait"), {{"TMPDIR", folder.Path()}}}.Start();
+    ASSERT_TRUE(PrivateBoard::WaitFor([&] { return RunsSomewhere(mark); }));
+
+    ::kill(board, SIGKILL);
+    ::waitpid(board, nullptr, 0);
+
+    EXPECT_TRUE(PrivateBoard::WaitFor([&] { return !RunsSomewhere(mark); }));
+    EXPECT_EQ(Mounts(), mounts);
+    EXPECT_FALSE(fs::is_empty(folder.Path()));
+    CommandRun{OnBoard("true"), {{"TMPDIR", folder.Path()}}}.Run();
+    EXPECT_TRUE(fs::is_empty(folder.Path()));
+}
+
+TEST(BoardTest, RunsBesideOthersAndInsideOfOne) {
+    PrivateBoard first, second;
+    first.Start(Shell("printf 1 > " + std::string(MS_RED) +
+                      "; while ! test -e /mnt/share/go; do sleep 0.01; done; cat " + MS_RED));
+    ASSERT_TRUE(PrivateBoard::WaitFor([&] { return first.Content(MS_RED) == "1"; }));
+
+    const BoardResult inner =
+        second.Run({VELRIX_BOARD_COMMAND, "run", "--set", "OXBO_IRQ_N=0", "--", "sh", "-c",
+                    std::string("/sbin/reboot inner; cat ") + MS_RED + "; cat " + IRQ + "; printf 1 > " + MS_RED});
+
+    EXPECT_EQ(inner.output, "0\n0\n") << inner.errors;
+    EXPECT_EQ(second.Content(MS_RED), "0\n");
+    EXPECT_EQ(second.Reboots(), "");
+    std::ofstream(first.Outside("/mnt/share/go")) << "";
+    EXPECT_EQ(first.Wait().output, "1");
+}
+
+TEST(BoardTest, RunsForAnOrdinaryUser) {
+    CommandRun run{OnBoard("id -u; cat " + std::string(IRQ) + "; reboot && touch /etc/x /var/x /dev/x && echo made"),
+                   {{"TMPDIR", "/tmp"}}};
+    run.asNobody = true;
+
+    const CommandEnd end = run.Run();
+
+    EXPECT_EQ(end.output, (::geteuid() == 0 ? "65534" : std::to_string(::geteuid())) + "\n1\nmade\n") << end.errors;
+    EXPECT_EQ(end.ExitCode(), 0);
+}
+
+TEST(BoardTest, ShowsTheProgramAsRootOnRequest) {
+    CommandRun run{OnBoard("id -u", {"--as-root"}), {{"TMPDIR", "/tmp"}}};
+    run.asNobody = true;
+
+    EXPECT_EQ(run.Run().output, "0\n");
+}
+
+TEST(BoardTest, SaysWhatForbidsIt) {
+    CommandRun run{{"unshare", "--user", "--map-root-user", "sh", "-c",
+                    "echo 0 > /proc/sys/user/max_user_namespaces && exec " VELRIX_BOARD_COMMAND " run -- echo ran"},
+                   {{"TMPDIR", "/tmp"}}};
+
+    const CommandEnd end = run.Run();
+
+    EXPECT_EQ(end.ExitCode(), 125);
+    EXPECT_EQ(end.output, "");
+    EXPECT_THAT(end.errors, AllOf(StartsWith("velrix-board: cannot make the board's own namespaces (clone: "),
+                                  HasSubstr("\"sysctl user.max_user_namespaces=10000\"")));
+}
+
+TEST(BoardTest, TakesWhatIsSentToTheSystemLog) {
+    PrivateBoard board;
+
+    const BoardResult end = board.Run(Shell("for i in $(seq 30); do logger -t me message $i; done"));
+
+    EXPECT_EQ(end.exitCode, 0) << end.errors;
+    const std::string log = board.Syslog();
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 30);
+    EXPECT_THAT(log, HasSubstr(" me: message 30\n"));
+    EXPECT_LT(log.find("message 1\n"), log.find("message 2\n"));
+}
+
+TEST(BoardTest, LeavesTheSystemLogsNameFreeOnRequest) {
+    const CommandEnd end =
+        CommandRun{OnBoard("test ! -e /dev/log && echo > /dev/log && echo free", {"--no-syslog"})}.Run();
+
+    EXPECT_EQ(end.output, "free\n");
+}
+
+TEST(BoardTest, PutsValueFilesWhereTheSettingsSay) {
+    PrivateBoard board;
+    board.SetSettings("web_log_file=/data/log/web\n"
+                      "[led]\nmodule_status_red=\"/board_x/red\"\n"
+                      "[oxbo_pin]\nreset_n=/sys/class/gpio/gpio7/value\nirq_n=/etc/irq\n");
+
+    const BoardResult end =
+        board.Run(Shell("printf 1 > /board_x/red; printf 01 > /sys/class/gpio/gpio7/value; cat /etc/irq; "
+                        "echo +x > /data/log/web; test -e /etc/passwd && test -d /proc/self && "
+                        "test -e /sys/class/net/lo/mtu; echo $?; ls " +
+                        std::string(RESET)));
+
+    EXPECT_EQ(end.output, "1\n0\n");
+    EXPECT_THAT(end.errors, HasSubstr("cannot access"));
+    EXPECT_THAT(board.Changes(), AllOf(HasSubstr("MS.red 1\n"), HasSubstr("OXBO_RESET1_N 1\n")));
+    EXPECT_EQ(board.Content("/data/log/web"), "+x\n");
+    EXPECT_FALSE(fs::exists("/board_x"));
+    EXPECT_FALSE(fs::exists("/data/log/web"));
+}
+
+TEST(BoardTest, KeepsAWebLogInADirectoryOfTheMachineToItself) {
+    PrivateBoard board;
+    board.SetSettings("web_log_file=/var/log/velrix-web\n");
+
+    board.Run(Shell("echo +x >> /var/log/velrix-web; test -e /var/log/apps"));
+
+    EXPECT_EQ(board.Content("/var/log/velrix-web"), "+x\n");
+    EXPECT_FALSE(fs::exists("/var/log/velrix-web"));
+}
+
+TEST(BoardTest, RunsWithFaultySettingsAndSaysSo) {
+    PrivateBoard board;
+    board.SetSettings("not a setting");
+
+    const BoardResult end = board.Run(Shell("cat /etc/velrix.conf " + std::string(IRQ)));
+
+    EXPECT_EQ(end.output, "not a setting1\n");
+    EXPECT_THAT(end.errors, AllOf(StartsWith("velrix-board: Unexpected char 'a' at 0:5 when parsing "),
+                                  HasSubstr("; the board keeps its usual wiring\n")));
+}
+
+TEST(BoardTest, LeavesOutFilesAndDirectories) {
+    PrivateBoard board;
+    board.SetSettings("[qor_pin]\nirq_n=/etc/passwd\n");
+    board.LeaveOut(IRQ);
+    board.LeaveOut("/mnt/share");
+    board.LeaveOut("/etc/passwd");
+
+    const BoardResult end = board.Run(Shell(
+        "for f in " + std::string(IRQ) +
+        " /mnt/share /etc/passwd /var/log/apps; do test -e $f || echo $f; done; touch " + IRQ + " && cat " + RESET));
+
+    EXPECT_EQ(end.output, std::string(IRQ) + "\n/mnt/share\n/etc/passwd\n0\n");
+}
+
+TEST(BoardTest, SimulatesTheModule) {
+    PrivateBoard board;
+    board.AddOption("--oxbo-ready-after", "5ms");
+
+    const BoardResult end = board.Run(Shell("cat " + std::string(IRQ) + "; printf 01 > " + RESET +
+                                            "; while test $(cat " + IRQ + ") = 1; do :; done; echo ready"));
+
+    EXPECT_EQ(end.output, "1\nready\n");
+    EXPECT_EQ(board.Changes(), "OXBO_RESET1_N 1\nOXBO_IRQ_N 0\n");
+}
+
+TEST(BoardTest, LeavesALineThatTheUserSetToTheUser) {
+    PrivateBoard board;
+    board.AddOption("--set", "OXBO_IRQ_N=0");
+
+    board.Run(Shell("printf 01 > " + std::string(RESET) + "; printf 0 >> " + RESET));
+
+    EXPECT_EQ(board.Changes(), "OXBO_RESET1_N 1\nOXBO_RESET1_N 0\n");
+    EXPECT_EQ(board.Content(IRQ), "0\n");
+}
+
+TEST(BoardTest, SeesInputsThatAreDrivenFromOutside) {
+    PrivateBoard board;
+    const std::string mod1 = "/var/dev/gpio-inputs/oxboMod1/value";
+    board.Start(Shell("echo > /mnt/share/ready; while test $(cat " + mod1 + ") = 0; do :; done; echo high"));
+    ASSERT_TRUE(PrivateBoard::WaitFor([&] { return !board.Content("/mnt/share/ready").empty(); }));
+
+    board.Write(mod1, "1\n");
+
+    EXPECT_EQ(board.Wait().output, "high\n");
+    EXPECT_EQ(board.Changes(), "OXBO_MOD_1 1\n");
+}
+
+TEST(BoardTest, PrintsWhatChangesIntoAPipe) {
+    const CommandEnd end = CommandRun{OnBoard("printf 1 > " + std::string(MS_RED) +
+                                                  "; echo printed; echo +hello > /mnt/share/logger; reboot now",
+                                              {"--terminal"})}
+                               .Run();
+
+    EXPECT_EQ(end.output, "printed\n");
+    EXPECT_THAT(end.errors, AllOf(HasSubstr(" s  MS red\n"), HasSubstr(" s  web log +hello\n"),
+                                  HasSubstr(" s  reboot called: reboot now\n"), Not(HasSubstr("\033"))));
+}
+
+// A terminal of the test's own with a command in it.
+class Terminal final {
+public:
+    explicit Terminal(std::vector<std::string> command) {
+        process = ::forkpty(&descriptor, nullptr, nullptr, nullptr);
+        if (process != 0)
+            return;
+        ::setenv("TERM", "xterm", 1);
+        std::vector<char*> arguments;
+        for (std::string& word : command)
+            arguments.push_back(word.data());
+        arguments.push_back(nullptr);
+        ::execv(arguments.front(), arguments.data());
+        ::_exit(97);
+    }
+
+    void Type(const std::string& text) const {
+        EXPECT_EQ(::write(descriptor, text.data(), text.size()), ssize_t(text.size()));
+    }
+
+    // Everything up to the text; all there is when it does not come.
+    std::string ReadUntil(const std::string& text) {
+        std::string all;
+        char c = 0;
+        while (all.find(text) == std::string::npos && ::read(descriptor, &c, 1) == 1)
+            all += c;
+        return all;
+    }
+
+    int Wait() {
+        ReadUntil("text that does not come");
+        int status = 0;
+        ::waitpid(process, &status, 0);
+        ::close(descriptor);
+        return status;
+    }
+
+private:
+    int descriptor = -1;
+    pid_t process = -1;
+};
+
+TEST(BoardTest, GivesTheTerminalToTheProgram) {
+    Terminal terminal(OnBoard("test -t 0 && test -t 1 && test -t 2 && read line < /dev/tty && echo got $line"));
+
+    terminal.Type("hello\n");
+
+    EXPECT_THAT(terminal.ReadUntil("got hello"), HasSubstr("got hello"));
+    EXPECT_EQ(terminal.Wait(), 0);
+}
+
+TEST(BoardTest, LeavesTheTerminalsInterruptToTheProgram) {
+    Terminal terminal(
+        OnBoard("n=0; trap 'n=$((n+1))' INT; echo ready; while test $n = 0; do sleep 0.02; done; sleep 0.1; "
+                "echo interrupts: $n; exit 9"));
+    terminal.ReadUntil("ready");
+
+    terminal.Type("\003");
+
+    EXPECT_THAT(terminal.ReadUntil("interrupts: 1"), HasSubstr("interrupts: 1"));
+    EXPECT_EQ(WEXITSTATUS(terminal.Wait()), 9);
+}
+
+TEST(BoardTest, DrawsTheBoardBelowTheProgramsOutputOnATerminal) {
+    Terminal terminal(OnBoard("echo printed; echo failed >&2; printf 1 > " + std::string(MS_RED), {"--terminal"}));
+
+    const std::string all = terminal.ReadUntil("\u25CF red");
+
+    EXPECT_THAT(all, AllOf(HasSubstr("\033[Jprinted\r\n"), HasSubstr("failed\r\n"), HasSubstr("\033[1;31m\u25CF red")));
+    EXPECT_EQ(terminal.Wait(), 0);
+}
+
+} // namespace
+} // namespace VelrixBoard

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/support/TemporaryFolder.h"
+
+// How a command ended and what it printed.
+struct CommandEnd {
+    int status = 0; // as wait gives it
+    std::string output;
+    std::string errors;
+
+    int ExitCode() const { return WIFEXITED(status) ? WEXITSTATUS(status) : -1; }
+    int Signal() const { return WIFSIGNALED(status) ? WTERMSIG(status) : 0; }
+};
+
+// A command with its environment, run in a process of its own.
+struct CommandRun {
+    std::vector<std::string> command;
+    std::map<std::string, std::string> environment{};
+    std::string directory{};         // to run in; empty: the test's
+    std::string input = "/dev/null"; // file to read from
+    bool asNobody = false;           // gives up root first, where the test has it
+
+    CommandEnd Run() const {
+        const TestSupport::TemporaryFolder folder;
+        const pid_t process = Start(folder.Path("output"), folder.Path("errors"));
+        CommandEnd end;
+        ::waitpid(process, &end.status, 0);
+        end.output = folder.Read("output");
+        end.errors = folder.Read("errors");
+        return end;
+    }
+
+    // Starts the command without waiting for it.
+    pid_t Start(const std::string& output = "/dev/null", const std::string& errors = "/dev/null") const {
+        const pid_t process = ::fork();
+        if (process != 0)
+            return process;
+        ::dup2(::open(input.c_str(), O_RDONLY | O_CLOEXEC), STDIN_FILENO);
+        ::dup2(::open(output.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644), STDOUT_FILENO);
+        ::dup2(::open(errors.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644), STDERR_FILENO);
+        if (!directory.empty() && ::chdir(directory.c_str()) != 0)
+            ::_exit(99);
+        for (const auto& [name, value] : environment)
+            ::setenv(name.c_str(), value.c_str(), 1);
+        constexpr unsigned NOBODY = 65534;
+        if (asNobody && ::geteuid() == 0 && (::setgid(NOBODY) != 0 || ::setuid(NOBODY) != 0))
+            ::_exit(98);
+        std::vector<std::string> words = command;
+        std::vector<char*> arguments;
+        for (std::string& word : words)
+            arguments.push_back(word.data());
+        arguments.push_back(nullptr);
+        ::execvp(arguments.front(), arguments.data());
+        ::_exit(97);
+    }
+};
+
+// "velrix-board run OPTIONS -- sh -c SCRIPT".
+inline std::vector<std::string> OnBoard(const std::string& script, const std::vector<std::string>& options = {}) {
+    std::vector<std::string> command = {VELRIX_BOARD_COMMAND, "run"};
+    command.insert(command.end(), options.begin(), options.end());
+    command.insert(command.end(), {"--", "sh", "-c", script});
+    return command;
+}
