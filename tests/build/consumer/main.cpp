@@ -19,6 +19,6 @@ int main() {
     }
     auto step = LedColorProperty::Create(LedColorProperty::GREEN, 250);
     System::string_ptr name = step->Color == LedColorProperty::GREEN ? "green" : "other";
-    std::printf("%s, %llu ms\n", (name + ",")->EndsWith(",") ? "green" : "?", step->Duration);
+    std::printf("%s, %llu ms\n", (name + ",")->StartsWith(name) ? "green" : "?", step->Duration);
     return 0;
 }
