@@ -6,7 +6,7 @@
 #include <charconv>
 #include <cstring>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 
 namespace VelrixBoard {
 
@@ -318,10 +318,10 @@ Scenario ParseScenario(const std::string& path, std::string_view text, const Sce
 
 Scenario ReadScenario(const std::string& path, const ScenarioNames& names) {
     std::ifstream input(path);
-    std::stringstream text;
-    if (!input || !(text << input.rdbuf()))
-        throw ScenarioError("cannot read the scenario " + path + ": " + (errno ? std::strerror(errno) : "it is empty"));
-    return ParseScenario(path, text.str(), names);
+    const std::string text{std::istreambuf_iterator<char>(input), {}};
+    if (!input)
+        throw ScenarioError("cannot read the scenario " + path + ": " + std::strerror(errno));
+    return ParseScenario(path, text, names);
 }
 
 } // namespace VelrixBoard

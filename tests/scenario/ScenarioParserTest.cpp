@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/scenario/ScenarioParser.h"
+
+#include <csignal>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/scenario/Names.h"
+#include "tests/support/TemporaryFolder.h"
+
+using namespace VelrixBoard;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+namespace {
+
+// A step as it was understood, in one line.
+struct Understood {
+    std::string operator()(const Do& step) const {
+        std::string text = step.at ? "at " + TextOf(*step.at) + " " : "";
+        if (const auto* set = std::get_if<SetInput>(&step.action))
+            return text + "set " + set->line + (set->high ? " high" : " low");
+        if (const auto* fault = std::get_if<InjectFault>(&step.action))
+            return text + "fault " + fault->signal + " " + fault->fault;
+        return text + "send " + std::to_string(std::get<SendSignal>(step.action).signal);
+    }
+    std::string operator()(const Await& step) const {
+        return "within " + TextOf(step.within) + " " + TextOf(step.condition);
+    }
+    std::string operator()(const Wait& step) const { return "wait " + TextOf(step.length); }
+    std::string operator()(const Never& step) const { return "never " + TextOf(step.condition); }
+    std::string operator()(const Pulses& step) const {
+        return step.line + (step.high ? " high" : " low") + (step.atLeast ? " at least " + TextOf(*step.atLeast) : "") +
+               (step.atMost ? " at most " + TextOf(*step.atMost) : "");
+    }
+};
+
+} // namespace
+
+TEST(ScenarioParser, UnderstandsEveryStep) {
+    const struct {
+        const char* text;
+        const char* understood;
+    } ROWS[] = {
+        {"within 2s MS is steady green", "within 2.000 s MS is steady green"},
+        {"within 2s MS is off", "within 2.000 s MS is off"},
+        {"within 1.5s LINK_ACT1 is yellow", "within 1.500 s LINK_ACT1 is yellow"},
+        {"within 5s NS is flashing green 500ms 500ms tolerance 60ms",
+         "within 5.000 s NS is flashing green 500 ms 500 ms tolerance 60 ms"},
+        {"within 5s NS is flashing red 500ms 400ms", "within 5.000 s NS is flashing red 500 ms 400 ms tolerance 50 ms"},
+        {"within 5s MS is toggling green red 500ms 500ms tolerance 0ms",
+         "within 5.000 s MS is toggling green red 500 ms 500 ms tolerance 0.0 ms"},
+        {"within 1min OXBO_RL is high", "within 60.000 s OXBO_RL is high"},
+        {"within 10ms OXBO_IRQ_N is low", "within 10 ms OXBO_IRQ_N is low"},
+        {"within 1s program exits with 0", "within 1.000 s program exits with 0"},
+        {"within 1s program exits with 255", "within 1.000 s program exits with 255"},
+        {"within 1s program is killed by SIGKILL", "within 1.000 s program is killed by KILL"},
+        {"within 1s web log has %100", "within 1.000 s web log has \"%100\""},
+        {"within 1s web log has \"+Device # ready\"", "within 1.000 s web log has \"+Device # ready\""},
+        {"within 1s system log has gateway", "within 1.000 s system log has \"gateway\""},
+        {"within 1s reboot is called", "within 1.000 s reboot is called"},
+        {"at 3s set OXBO_IRQ_N high", "at 3.000 s set OXBO_IRQ_N high"},
+        {"set QOR_DPRAM_BUSY_N low", "set QOR_DPRAM_BUSY_N low"},
+        {"fault NS.red EIO", "fault NS.red EIO"},
+        {"fault OXBO_RL slow:2s", "fault OXBO_RL slow:2s"},
+        {"at 1s fault OXBO_IRQ_N missing", "at 1.000 s fault OXBO_IRQ_N missing"},
+        {"fault OXBO_IRQ_N none", "fault OXBO_IRQ_N none"},
+        {"send TERM", "send 15"},
+        {"wait 250us", "wait 0.2 ms"},
+        {"never MS is red", "never MS is red"},
+        {"expect OXBO_RESET1_N pulses low", "OXBO_RESET1_N low"},
+        {"expect OXBO_RESET1_N pulses low for at least 1ms", "OXBO_RESET1_N low at least 1.0 ms"},
+        {"expect OXBO_RESET1_N pulses high for at most 2ms", "OXBO_RESET1_N high at most 2.0 ms"},
+        {"expect OXBO_RESET1_N pulses low for at least 1ms and at most 2ms",
+         "OXBO_RESET1_N low at least 1.0 ms at most 2.0 ms"},
+    };
+    for (const auto& row : ROWS) {
+        const Scenario scenario = ParseScenario("x", row.text, NAMES);
+        ASSERT_EQ(scenario.steps.size(), 1U) << row.text;
+        EXPECT_EQ(std::visit(Understood(), scenario.steps[0].what), row.understood);
+        EXPECT_EQ(scenario.steps[0].text, row.text);
+    }
+}
+
+TEST(ScenarioParser, PassesOverBlankLinesAndComments) {
+    const Scenario scenario = ParseScenario("x", "# a board\n\n \twait 1s\t # a second\r\n#\nwait 2s", NAMES);
+
+    ASSERT_EQ(scenario.steps.size(), 2U);
+    EXPECT_EQ(scenario.steps[0].line, 3);
+    EXPECT_EQ(scenario.steps[0].text, "wait 1s");
+    EXPECT_EQ(scenario.steps[1].line, 5);
+}
+
+TEST(ScenarioParser, SaysWhereAndWhatItExpected) {
+    const std::string faults = "EIO, ENOSPC, EACCES, slow:TIME, missing or none";
+    const struct {
+        std::string text;
+        std::string message;
+    } ROWS[] = {
+        {"\n  upon 2s", "x:2:3: expected within, at, set, fault, send, wait, expect or never, found 'upon'"},
+        {"within", "x:1:7: expected a time such as 500ms or 2s, found the end of the line"},
+        {"within 2 MS is green", "x:1:8: expected a time such as 500ms or 2s, found '2'"},
+        {"wait -1s", "x:1:6: expected a time such as 500ms or 2s, found '-1s'"},
+        {"wait 2s 3s", "x:1:9: expected the end of the line, found '3s'"},
+        {"within 1s PS is green",
+         "x:1:11: expected MS, NS, LINK_ACT1, OXBO_IRQ_N, QOR_DPRAM_BUSY_N, OXBO_RL, OXBO_RESET1_N, "
+         "program, web log, system log or reboot, found 'PS'"},
+        {"within 1s MS green", "x:1:14: expected 'is', found 'green'"},
+        {"within 1s MS is blue", "x:1:17: expected steady, flashing, toggling, green, red or off, found 'blue'"},
+        {"within 1s MS is",
+         "x:1:16: expected steady, flashing, toggling, green, red or off, found the end of the line"},
+        {"within 1s LINK_ACT1 is steady red", "x:1:31: expected green, yellow or off, found 'red'"},
+        {"within 1s MS is flashing off 1s 1s", "x:1:26: expected green or red, found 'off'"},
+        {"within 1s MS is toggling green 1s", "x:1:32: expected green or red, found '1s'"},
+        {"within 1s OXBO_RL is on", "x:1:22: expected high or low, found 'on'"},
+        {"within 1s program exits with 256", "x:1:30: expected an exit code from 0 to 255, found '256'"},
+        {"within 1s program exits with 1x", "x:1:30: expected an exit code from 0 to 255, found '1x'"},
+        {"within 1s program exits with", "x:1:29: expected an exit code from 0 to 255, found the end of the line"},
+        {"within 1s program ends", "x:1:19: expected 'is', found 'ends'"},
+        {"within 1s program is killed by TREM", "x:1:32: expected a signal such as TERM or KILL, found 'TREM'"},
+        {"within 1s web log has", "x:1:22: expected a text, found the end of the line"},
+        {"within 1s web log has \"a", "x:1:23: the quotes that begin here do not end in this line"},
+        {"set OXBO_RL high", "x:1:5: expected OXBO_IRQ_N or QOR_DPRAM_BUSY_N, found 'OXBO_RL'"},
+        {"set \"OXBO_IRQ_N\" up", "x:1:18: expected high or low, found 'up'"},
+        {"at 1s wait 2s", "x:1:7: expected set, fault or send, found 'wait'"},
+        {"fault MS.yellow EIO",
+         "x:1:7: expected MS.green, MS.red, NS.green, NS.red, LINK_ACT1.green, LINK_ACT1.yellow, "
+         "OXBO_IRQ_N, QOR_DPRAM_BUSY_N, OXBO_RL or OXBO_RESET1_N, found 'MS.yellow'"},
+        {"fault MS.red EPERM", "x:1:14: expected " + faults + ", found 'EPERM'"},
+        {"fault MS.red slow:fast", "x:1:14: expected " + faults + ", found 'slow:fast'"},
+        {"fault MS.red", "x:1:13: expected " + faults + ", found the end of the line"},
+        {"send", "x:1:5: expected a signal such as TERM or KILL, found the end of the line"},
+        {"expect OXBO_RL is high", "x:1:16: expected 'pulses', found 'is'"},
+        {"expect OXBO_RL pulses low for at 1ms", "x:1:34: expected 'most', found '1ms'"},
+        {"expect OXBO_RL pulses low for at least 1ms or", "x:1:44: expected the end of the line, found 'or'"},
+        {"\"within\" 1s MS is green",
+         "x:1:1: expected within, at, set, fault, send, wait, expect or never, found 'within'"},
+    };
+    for (const auto& row : ROWS) {
+        try {
+            ParseScenario("x", row.text, NAMES);
+            ADD_FAILURE() << "was accepted: " << row.text;
+        } catch (const ScenarioError& error) {
+            EXPECT_EQ(error.what(), row.message) << row.text;
+        }
+    }
+}
+
+TEST(ScenarioParser, UnderstandsTimes) {
+    EXPECT_EQ(ParseTime("0s"), seconds(0));
+    EXPECT_EQ(ParseTime("7us"), ScenarioTime(7));
+    EXPECT_EQ(ParseTime("0.5ms"), ScenarioTime(500));
+    EXPECT_EQ(ParseTime("1.0000004s"), seconds(1));
+    EXPECT_EQ(ParseTime("525600min"), std::chrono::hours(365 * 24));
+    for (const char* text :
+         {"", "s", "1", "1 s", "1h", "-1s", "-0s", "1e3s", "0x1s", "525601min", "nan s", "infs", "1s."})
+        EXPECT_EQ(ParseTime(text), std::nullopt) << text;
+}
+
+TEST(ScenarioParser, ReadsAFile) {
+    const TestSupport::TemporaryFolder folder;
+    folder.Write("a.scenario", "wait 1s\nwait\n");
+
+    try {
+        ReadScenario(folder.Path("a.scenario"), NAMES);
+        FAIL();
+    } catch (const ScenarioError& error) {
+        EXPECT_EQ(error.what(),
+                  folder.Path("a.scenario") + ":2:5: expected a time such as 500ms or 2s, found the end of the line");
+    }
+    try {
+        ReadScenario(folder.Path("absent"), NAMES);
+        FAIL();
+    } catch (const ScenarioError& error) {
+        EXPECT_EQ(error.what(), "cannot read the scenario " + folder.Path("absent") + ": No such file or directory");
+    }
+    folder.Write("empty", "");
+    EXPECT_TRUE(ReadScenario(folder.Path("empty"), NAMES).steps.empty());
+}
+
+TEST(Scenario, KnowsSignalsWithAndWithoutTheirPrefix) {
+    EXPECT_EQ(SignalNumber("TERM"), SIGTERM);
+    EXPECT_EQ(SignalNumber("SIGKILL"), SIGKILL);
+    EXPECT_EQ(SignalNumber("SIG"), std::nullopt);
+    EXPECT_EQ(SignalNumber("term"), std::nullopt);
+}

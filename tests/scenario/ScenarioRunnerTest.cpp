@@ -1,0 +1,337 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/scenario/ScenarioRunner.h"
+
+#include <csignal>
+#include <stdexcept>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "board/scenario/ScenarioParser.h"
+#include "tests/scenario/Names.h"
+
+using namespace VelrixBoard;
+using std::chrono::milliseconds;
+
+namespace {
+
+// What the scenario does to the board, in one order.
+class FakeBoard final : public IScenarioBoard {
+public:
+    void Set(const std::string& line, bool high) override { Put("set " + line + (high ? " high" : " low")); }
+    void Fault(const std::string& signal, const std::string& fault) override {
+        if (fault == "missing")
+            throw std::runtime_error("this board cannot lose files");
+        Put("fault " + signal + " " + fault);
+    }
+    void Send(int signal) override { Put("send " + std::to_string(signal)); }
+
+    std::string log;
+
+private:
+    void Put(const std::string& entry) { log += (log.empty() ? "" : ", ") + entry; }
+};
+
+// A run of a scenario, by events whose times are milliseconds.
+struct Play {
+    explicit Play(const std::string& text) : scenario(ParseScenario("x", text, NAMES)), runner(scenario, NAMES, board) {
+        for (const auto& led : NAMES.leds)
+            for (const auto& color : led.colors)
+                runner.OnLevel(led.name + "." + color, false, ScenarioTime(0));
+        for (const auto& line : NAMES.outputs)
+            runner.OnLevel(line, false, ScenarioTime(0));
+        for (const auto& line : NAMES.inputs)
+            runner.OnLevel(line, true, ScenarioTime(0));
+    }
+
+    // As a board does: the clock stops wherever the runner asked it to.
+    void Until(int ms) {
+        while (const auto next = runner.NextTime()) {
+            if (*next >= milliseconds(ms))
+                break;
+            runner.OnTime(*next);
+        }
+        runner.OnTime(milliseconds(ms));
+    }
+    void Level(int ms, const std::string& signal, bool high) {
+        Until(ms);
+        runner.OnLevel(signal, high, milliseconds(ms));
+    }
+
+    // A letter a step: p(assed), f(ailed), n(ot reached).
+    std::string Verdicts() const {
+        std::string text;
+        for (const auto& result : runner.Results())
+            text += result.verdict == StepResult::Verdict::PASSED   ? 'p'
+                    : result.verdict == StepResult::Verdict::FAILED ? 'f'
+                                                                    : 'n';
+        return text;
+    }
+    std::string Message() const {
+        for (const auto& result : runner.Results())
+            if (result.verdict == StepResult::Verdict::FAILED)
+                return result.message;
+        return "";
+    }
+
+    FakeBoard board;
+    const Scenario scenario;
+    ScenarioRunner runner;
+};
+
+} // namespace
+
+TEST(ScenarioRunner, PlaysItsStepsInOrder) {
+    Play run("within 1s MS is green\nset OXBO_IRQ_N low\nwithin 1s OXBO_RL is high\nsend TERM\nwithin 1s program exits "
+             "with 0");
+
+    run.Level(100, "MS.green", true);
+    EXPECT_EQ(run.board.log, "");
+    run.Until(200);
+    EXPECT_EQ(run.board.log, "set OXBO_IRQ_N low");
+    run.Level(300, "OXBO_RL", true);
+    EXPECT_EQ(run.board.log, "set OXBO_IRQ_N low, send 15");
+    EXPECT_FALSE(run.runner.IsDone());
+    run.runner.OnExit(0, milliseconds(400));
+
+    EXPECT_TRUE(run.runner.IsDone());
+    EXPECT_EQ(run.Verdicts(), "ppppp");
+    EXPECT_TRUE(run.runner.HasPassed());
+    EXPECT_EQ(run.runner.Results()[0].time, milliseconds(105)); // when the colour had lasted
+}
+
+TEST(ScenarioRunner, SaysWhatItExpectedAndWhatItSaw) {
+    Play run("within 1s MS is green\nwait 1s");
+
+    run.Level(500, "MS.red", true);
+    run.Until(2'000);
+
+    EXPECT_TRUE(run.runner.IsDone());
+    EXPECT_EQ(run.Verdicts(), "fn");
+    EXPECT_EQ(run.Message(),
+              "expected within 1.000 s: MS is green; seen at 1.000 s: MS off for 500 ms, red since 500 ms");
+    EXPECT_FALSE(run.runner.HasPassed());
+}
+
+TEST(ScenarioRunner, TellsWhatItSawOfEverything) {
+    const struct {
+        const char* step;
+        const char* seen;
+    } ROWS[] = {
+        {"within 1s OXBO_RL is high", "OXBO_RL low since 0.0 ms"},
+        {"within 1s OXBO_IRQ_N is low", "OXBO_IRQ_N high since 0.0 ms"},
+        {"within 1s NS is flashing red 1s 1s", "NS off since 0.0 ms"},
+        {"within 1s program exits with 0", "the program is running"},
+        {"within 1s program is killed by KILL", "the program is running"},
+        {"within 1s reboot is called", "no call of reboot"},
+        {"within 1s web log has x", "\"+Ready\" as the last record"},
+        {"within 1s system log has x", "an empty log"},
+    };
+    for (const auto& row : ROWS) {
+        Play run(row.step);
+        run.runner.OnWebLog(">start", milliseconds(1));
+        run.runner.OnWebLog("+Ready", milliseconds(2));
+        run.Until(2'000);
+        EXPECT_TRUE(run.Message().ends_with("; seen at 1.000 s: " + std::string(row.seen))) << run.Message();
+    }
+}
+
+TEST(ScenarioRunner, CountsEachWaitFromTheStepBefore) {
+    Play run("wait 900ms\nwithin 200ms OXBO_RL is high");
+    run.Level(1'099, "OXBO_RL", true);
+    EXPECT_EQ(run.Verdicts(), "pp");
+
+    Play late("wait 900ms\nwithin 200ms OXBO_RL is high");
+    late.Level(1'101, "OXBO_RL", true);
+    EXPECT_EQ(late.Verdicts(), "pf");
+}
+
+TEST(ScenarioRunner, SeesPulsesThatAreOverAtOnce) {
+    Play run("within 1s OXBO_RL is high");
+
+    run.Level(500, "OXBO_RL", true);
+    run.Level(500, "OXBO_RL", false);
+
+    EXPECT_EQ(run.Verdicts(), "p");
+}
+
+TEST(ScenarioRunner, ActsAtItsTimes) {
+    Play run("at 300ms set OXBO_IRQ_N low\nat 200ms set OXBO_IRQ_N high");
+
+    run.Until(299);
+    EXPECT_EQ(run.board.log, "");
+    run.Until(300);
+
+    EXPECT_EQ(run.board.log, "set OXBO_IRQ_N low, set OXBO_IRQ_N high"); // the second one's time is over already
+}
+
+TEST(ScenarioRunner, FailsWhereTheBoardCannotDoIt) {
+    Play run("fault NS.red EIO\nfault NS.red missing\nwait 1s");
+
+    run.Until(1);
+
+    EXPECT_EQ(run.board.log, "fault NS.red EIO");
+    EXPECT_EQ(run.Verdicts(), "pfn");
+    EXPECT_EQ(run.Message(), "this board cannot lose files");
+}
+
+TEST(ScenarioRunner, CallsAColorSteadyAfterASecond) {
+    Play run("within 3s MS is steady green");
+    run.Level(100, "MS.green", true);
+    run.Until(1'099);
+    EXPECT_EQ(run.Verdicts(), "n");
+    run.Until(1'100);
+    EXPECT_EQ(run.Verdicts(), "p");
+
+    Play flashing("within 3s MS is steady green");
+    for (int ms = 0; ms < 3'000; ms += 500)
+        flashing.Level(ms, "MS.green", ms % 1'000 == 0);
+    flashing.Until(3'001);
+    EXPECT_EQ(flashing.Verdicts(), "f");
+}
+
+TEST(ScenarioRunner, KnowsFlashingByTwoWholePhases) {
+    Play run("within 5s NS is flashing green 500ms 500ms tolerance 20ms");
+    run.Level(100, "NS.green", true);
+    run.Level(619, "NS.green", false);
+    run.Level(1'120, "NS.green", true);
+    run.Until(1'124);
+    EXPECT_EQ(run.Verdicts(), "n");
+    run.Until(1'125);
+    EXPECT_EQ(run.Verdicts(), "p");
+}
+
+TEST(ScenarioRunner, RefusesPhasesThatAreTooShortOrTooLong) {
+    for (const int length : {479, 521}) {
+        Play run("within 5s NS is flashing green 500ms 500ms tolerance 20ms");
+        for (int i = 0; i < 8; ++i)
+            run.Level(i * length, "NS.green", i % 2 == 0);
+        run.Until(6'000);
+        EXPECT_EQ(run.Verdicts(), "f") << length;
+        EXPECT_NE(run.Message().find("green for " + std::to_string(length) + " ms, off for"), std::string::npos)
+            << run.Message();
+    }
+}
+
+TEST(ScenarioRunner, KnowsTogglingFromFlashing) {
+    const auto toggle = [](Play& run) {
+        for (int i = 0; i < 5; ++i) {
+            run.Level(i * 500, "MS.green", i % 2 == 0);
+            run.Level(i * 500 + 1, "MS.red", i % 2 != 0);
+        }
+        run.Until(2'400);
+    };
+    Play toggling("within 2s MS is toggling green red 500ms 500ms");
+    toggle(toggling);
+    EXPECT_EQ(toggling.Verdicts(), "p");
+    Play flashing("within 2s MS is flashing green 500ms 500ms");
+    toggle(flashing);
+    EXPECT_EQ(flashing.Verdicts(), "f");
+}
+
+TEST(ScenarioRunner, EndsAtTheFirstNeverThatComesTrue) {
+    Play run("never MS is red\nwithin 5s program exits with 0");
+
+    run.Level(100, "MS.red", true);
+    run.Until(200);
+    run.runner.OnExit(0, milliseconds(300));
+    run.runner.Finish(milliseconds(300));
+
+    EXPECT_EQ(run.Verdicts(), "fn");
+    EXPECT_EQ(run.Message(), "never expected: MS is red; seen at 105 ms");
+}
+
+TEST(ScenarioRunner, PassesNeversAtTheEndOfTheRun) {
+    Play run("never MS is red\nnever program exits with 1");
+
+    run.Level(100, "MS.green", true);
+    EXPECT_FALSE(run.runner.IsDone()); // without steps in a row the program runs to its end
+    run.runner.OnExit(0, milliseconds(300));
+    EXPECT_TRUE(run.runner.IsDone());
+    run.runner.Finish(milliseconds(300));
+
+    EXPECT_EQ(run.Verdicts(), "pp");
+}
+
+TEST(ScenarioRunner, JudgesEveryWholePulse) {
+    const struct {
+        const char* limits;
+        const char* verdict;
+        const char* message;
+    } ROWS[] = {
+        {"", "p", ""},
+        {" for at least 1ms", "p", ""},
+        {" for at least 2ms", "f",
+         "expected every OXBO_RESET1_N high pulse to last at least 2.0 ms; seen one of 1.0 ms"},
+        {" for at most 3ms", "p", ""},
+        {" for at most 2ms", "f", "expected every OXBO_RESET1_N high pulse to last at most 2.0 ms; seen one of 3.0 ms"},
+        {" for at least 1ms and at most 3ms", "p", ""},
+    };
+    for (const auto& row : ROWS) {
+        Play run("expect OXBO_RESET1_N pulses high" + std::string(row.limits));
+        for (const int ms : {10, 20, 30})
+            run.Level(ms, "OXBO_RESET1_N", true), run.Level(ms + ms / 10, "OXBO_RESET1_N", false);
+        run.Level(40, "OXBO_RESET1_N", true); // not whole, and so no pulse
+        run.runner.Finish(milliseconds(500));
+        EXPECT_EQ(run.Verdicts(), row.verdict) << row.limits;
+        EXPECT_EQ(run.Message(), row.message);
+    }
+}
+
+TEST(ScenarioRunner, MissesAPulseThatNeverCame) {
+    Play run("expect OXBO_RESET1_N pulses low");
+    run.Level(10, "OXBO_RESET1_N", true); // low from the beginning is no pulse
+
+    run.runner.Finish(milliseconds(500));
+
+    EXPECT_EQ(run.Message(), "expected a OXBO_RESET1_N low pulse; seen none");
+}
+
+TEST(ScenarioRunner, DecidesTheRestByWhatTheEndedProgramLeft) {
+    Play run("within 1s program is killed by TERM\nwithin 1s MS is steady red\nwithin 1s NS is green");
+
+    run.Level(100, "MS.red", true);
+    run.runner.OnKilled(SIGTERM, milliseconds(101));
+
+    EXPECT_EQ(run.Verdicts(), "ppf");
+    EXPECT_TRUE(run.runner.IsDone());
+}
+
+TEST(ScenarioRunner, CannotActOnAnEndedProgram) {
+    Play run("within 1s program exits with 3\nset OXBO_IRQ_N low");
+
+    run.runner.OnExit(3, milliseconds(10));
+
+    EXPECT_EQ(run.Verdicts(), "pf");
+    EXPECT_EQ(run.Message(), "the program had ended before");
+    EXPECT_EQ(run.board.log, "");
+}
+
+TEST(ScenarioRunner, FailsAWaitWhenTheProgramEndsAnotherWay) {
+    Play run("within 9s program exits with 0");
+
+    run.runner.OnExit(1, milliseconds(10));
+
+    EXPECT_EQ(run.Message(), "expected within 9.000 s: program exits with 0; seen at 10 ms: the program exited with 1");
+}
+
+TEST(ScenarioRunner, FailsAStepThatTheRunDidNotReach) {
+    Play run("wait 10s\nwait 1s");
+
+    run.Until(100);
+    run.runner.Finish(milliseconds(100));
+    run.runner.Finish(milliseconds(200));
+
+    EXPECT_EQ(run.Verdicts(), "ff");
+    EXPECT_EQ(run.Message(), "the run ended at 100 ms before this step");
+}
+
+TEST(ScenarioRunner, FindsRecordsOfAllOfTheRun) {
+    Play run("within 1s reboot is called\nwithin 1s web log has pdat\nwithin 1s system log has 10%");
+
+    run.runner.OnWebLog("+Update", milliseconds(10));
+    run.runner.OnSystemLog("<14>gateway: 10%", milliseconds(20));
+    run.runner.OnReboot(milliseconds(30));
+
+    EXPECT_EQ(run.Verdicts(), "ppp");
+}
