@@ -30,7 +30,7 @@ namespace {
 
 using Step = std::shared_ptr<LedColorProperty>;
 
-constexpr int STEP_COUNT = 200'000;
+constexpr int STEP_COUNT = 120'000;
 constexpr unsigned SEED = 20'261'121;
 
 const char* const COLOR_NAMES[] = {"green", "red", "yellow"};

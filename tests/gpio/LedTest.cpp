@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <velrix/gpio/Led.h>
 
+#include <functional>
 #include <limits>
 #include <memory>
 #include <new>
@@ -8,7 +9,9 @@
 
 #include <gtest/gtest.h>
 
+#include <System/Collections/Generic/IList.h>
 #include <System/Collections/Generic/List.h>
+#include <System/DateTime.h>
 #include <System/Exceptions.h>
 
 #include "tests/support/AllocationFailure.h"
@@ -17,6 +20,7 @@
 #include "tests/support/FakeClock.h"
 #include "tests/support/FakePin.h"
 
+using System::Collections::Generic::IList;
 using System::Collections::Generic::List;
 using TestSupport::AllocationFailure;
 using TestSupport::CallLog;
@@ -72,6 +76,34 @@ struct Lamp {
     const std::shared_ptr<FakeOutputPin> red;
     const std::shared_ptr<FakeOutputPin> yellow;
     const std::shared_ptr<Led> led;
+};
+
+// A list of one red step, of which one operation throws.
+class BrokenList final : public IList<Step> {
+public:
+    static std::shared_ptr<BrokenList> Create() { return std::make_shared<BrokenList>(); }
+
+    int Count() override {
+        ThrowIf("Count");
+        return 1;
+    }
+    Step& operator[](int) override {
+        ThrowIf("element");
+        return Only;
+    }
+    void Add(Step) override {}
+    void Insert(int, Step) override {}
+    void RemoveAt(int) override {}
+    void Clear() override {}
+
+    std::string Broken;
+    Step Only = StepOf(RED, 100);
+
+private:
+    void ThrowIf(const std::string& operation) const {
+        if (operation == Broken)
+            throw System::InvalidOperationException(Broken);
+    }
 };
 
 // The parameter that the exception of the action names.
@@ -660,6 +692,28 @@ TEST(Led, ReportsAListThatWasCleared) {
     EXPECT_EQ(lamp.led->GetColorProperty()->Color, GREEN);
 }
 
+TEST(Led, PassesOnWhatAListOfTheCallersOwnThrows) {
+    Lamp lamp;
+    const auto sequence = BrokenList::Create();
+
+    sequence->Broken = "Count";
+    ExpectException<System::InvalidOperationException>("Count", [&] { lamp.led->SetSequence(sequence); });
+    sequence->Broken = "element";
+    ExpectException<System::InvalidOperationException>("element", [&] { lamp.led->SetSequence(sequence); });
+    sequence->Broken = "";
+    lamp.led->SetSequence(sequence);
+    EXPECT_EQ(lamp.log->Take(), SHOWS_RED);
+    lamp.clock.AdvanceMilliseconds(100);
+    for (const char* const broken : {"Count", "element"}) {
+        sequence->Broken = broken;
+        lamp.clock.AdvanceMilliseconds(100);
+        ExpectException<System::InvalidOperationException>(broken, [&] { lamp.led->Update(); });
+    }
+
+    EXPECT_EQ(lamp.log->Take(), NOTHING);
+    EXPECT_EQ(lamp.led->GetColorProperty(), sequence->Only);
+}
+
 TEST(Led, TriesTheStepAfterAnUnknownColor) {
     Lamp lamp;
     lamp.led->SetSequence(List<Step>::Create({StepOf(GREEN, 100), StepOf(7, 10), StepOf(RED, 100)}));
@@ -875,6 +929,35 @@ TEST(Led, SurvivesEveryAllocationFailure) {
     EXPECT_GT(failures, 10);
 }
 
+TEST(Led, SurvivesEveryAllocationFailureOfItsRefusals) {
+    FakeClock clock;
+    const auto log = std::make_shared<CallLog>();
+    const auto led = Led::Create("LINK", FakeOutputPin::Create("green", log), nullptr, nullptr);
+    const auto unknown = StepOf(7, 0);
+    const auto empty = List<Step>::Create();
+    const std::function<void()> refusals[] = {
+        [&] { led->Red(); },
+        [&] { led->ToggleGreenRed(100); },
+        [&] { led->SetColorProperty(nullptr); },
+        [&] { led->SetColorProperty(unknown); },
+        [&] { led->SetSequence(nullptr); },
+        [&] { led->SetSequence(empty); },
+    };
+
+    for (const auto& refusal : refusals) {
+        const long failures = TestSupport::FailEachAllocation([&] {
+            try {
+                refusal();
+                ADD_FAILURE() << "nothing was thrown";
+            } catch (const System::Exception&) {
+            }
+        });
+
+        EXPECT_GT(failures, 0);
+    }
+    EXPECT_EQ(led->GetColorProperty(), LedColorProperty::OFF_CONST->Value());
+}
+
 TEST(Led, GoesOnWithItsPatternWhenThereIsNoMemoryForAnother) {
     for (long number = 1;; ++number) {
         SCOPED_TRACE(number);
@@ -907,6 +990,8 @@ TEST(Led, TriesAgainAtTheNextUpdateWhenThereIsNoMemoryToAdvance) {
     lamp.led->FlashingGreen(100);
     lamp.log->Take();
     lamp.clock.AdvanceMilliseconds(100);
+    const std::shared_ptr<System::DateTime> moments[] = {System::DateTime::Now(),
+                                                         System::DateTime::Now()}; // none to spare
 
     {
         const AllocationFailure failure(1);

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -17,6 +18,7 @@
 #include <System/Diagnostics/Trace.h>
 #include <System/IO/Exceptions.h>
 
+#include "tests/support/AllocationFailure.h"
 #include "tests/support/TemporaryFolder.h"
 
 using System::Diagnostics::Trace;
@@ -30,16 +32,23 @@ using Velrix::TraceListenerFactory;
 
 namespace {
 
-const std::string FOLDER = "/var/log/apps/";
+constexpr std::string_view FOLDER = "/var/log/apps/";
 
 std::string ownFolder; // in place of FOLDER; empty: there is none
 std::string openedFiles;
 std::string sentEvents; // "facility.severity text", one a line
 
-std::string Translate(const char* path) {
-    const std::string name = path;
-    return name.starts_with(FOLDER) ? ownFolder + "/" + name.substr(FOLDER.size()) : name;
-}
+// The path in the test's own folder, without an allocation, which a test may let fail.
+struct OwnPath {
+    explicit OwnPath(const char* path) {
+        if (std::string_view(path).starts_with(FOLDER))
+            std::snprintf(text, sizeof text, "%s/%s", ownFolder.c_str(), path + FOLDER.size());
+        else
+            std::snprintf(text, sizeof text, "%s", path);
+    }
+
+    char text[4096];
+};
 
 } // namespace
 
@@ -48,13 +57,13 @@ extern "C" int open(const char* path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = flags & O_CREAT ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    if (std::string(path).starts_with(FOLDER))
-        openedFiles += std::string(path) + "\n";
-    return openat(AT_FDCWD, Translate(path).c_str(), flags, mode);
+    if (std::string_view(path).starts_with(FOLDER))
+        openedFiles.append(path).append("\n");
+    return openat(AT_FDCWD, OwnPath(path).text, flags, mode);
 }
 
 extern "C" int stat(const char* path, struct stat* status) noexcept {
-    return fstatat(AT_FDCWD, Translate(path).c_str(), status, 0);
+    return fstatat(AT_FDCWD, OwnPath(path).text, status, 0);
 }
 
 namespace {
@@ -141,7 +150,7 @@ TEST(TraceListenerFactory, SendsEventsFromInformationUpwardToTheEventLog) {
 TEST(TraceListenerFactory, WritesEventsFromDebugUpwardToTheFileOfTheProcess) {
     const LogFolder logs;
     const auto listener = TraceListenerFactory::CreateFileTraceListener();
-    EXPECT_EQ(openedFiles, FOLDER + logs.name + "\n");
+    EXPECT_EQ(openedFiles, std::string(FOLDER) + logs.name + "\n");
 
     TraceOneOfEach(listener);
 
@@ -215,4 +224,14 @@ TEST(TraceListenerFactory, AddsNoListenerItself) {
     TraceListenerFactory::CreateEventLogTraceListener();
 
     EXPECT_TRUE(Trace::Listeners().empty());
+}
+
+TEST(TraceListenerFactory, SurvivesEveryAllocationFailure) {
+    const LogFolder logs;
+    openedFiles.reserve(100'000); // for what the test itself writes down
+
+    for (const auto create :
+         {&TraceListenerFactory::CreateFatalEventLogTraceListener, &TraceListenerFactory::CreateEventLogTraceListener,
+          &TraceListenerFactory::CreateFileTraceListener})
+        EXPECT_GT(TestSupport::FailEachAllocation([&] { create(); }), 2);
 }

@@ -263,6 +263,39 @@ TEST(WebLog, PassesOnThatAWriteFails) {
     }
 }
 
+TEST(WebLog, StopsARecordAtTheWriteThatFails) {
+    const struct {
+        const char* name;
+        void (*write)(WebLog&);
+        const char* pieces[3];
+    } rows[] = {
+        {"Start", [](WebLog& log) { log.Start(); }, {">start", "\n", nullptr}},
+        {"End", [](WebLog& log) { log.End(); }, {">end", "\n", nullptr}},
+        {"Linebreak", [](WebLog& log) { log.Linebreak(); }, {">br", "\n", nullptr}},
+        {"Notify", [](WebLog& log) { log.Notify("text"); }, {"+", "text", "\n"}},
+        {"Warning", [](WebLog& log) { log.Warning("text"); }, {"@w", "text", "\n"}},
+        {"Error", [](WebLog& log) { log.Error("text"); }, {"@e", "text", "\n"}},
+        {"BeginProgressBar", [](WebLog& log) { log.BeginProgressBar("text"); }, {"%", "text", "\n"}},
+        {"UpdateProgress", [](WebLog& log) { log.UpdateProgress(100); }, {"%", "100", "\n"}},
+    };
+
+    for (const auto& row : rows) {
+        std::string written;
+        for (int piece = 0; piece < 3 && row.pieces[piece]; ++piece) {
+            SCOPED_TRACE(row.name + std::string(" piece ") + std::to_string(piece));
+            const Page page;
+
+            {
+                const FailingSystemCalls failing("write", piece + 1, EIO);
+                EXPECT_THROW(row.write(*page.log), System::IO::IOException);
+            }
+
+            EXPECT_EQ(page.Text(), written);
+            written += row.pieces[piece];
+        }
+    }
+}
+
 TEST(WebLog, LeavesAHalfWrittenRecordBehindAFailedWrite) {
     const Page page;
 
@@ -318,6 +351,14 @@ TEST(WebLog, SurvivesEveryAllocationFailure) {
         const auto log = WebLog::Create(path);
         log->Notify("text");
         log->UpdateProgress(45);
+        try {
+            log->WriteBytes(nullptr);
+        } catch (const System::ArgumentNullException&) {
+        }
+        try {
+            log->UpdateProgress(101);
+        } catch (const System::ArgumentOutOfRangeException&) {
+        }
     });
     const long failuresOfClosing = TestSupport::FailEachAllocation([&] {
         auto log = WebLog::Create(path);
