@@ -4,18 +4,23 @@
 
 include(GenerateExportHeader)
 
-# velrix_add_object_library(NAME name SHARED library SOURCES file... [LIBRARIES target...])
+# velrix_add_object_library(NAME name SHARED library [COLD] SOURCES file... [LIBRARIES target...])
 # The objects of one folder. SHARED names the library they end up in (env or velrix). LIBRARIES names the object libraries
 # whose headers the folder may use; that passes on their include folders, not their objects.
+# COLD says that the folder's code runs a few times in the life of a process: its release is made small rather than fast, since
+# the memory it takes is all that it costs.
 # Internal headers are included by their path from the root of the repository, as in "config/StateTable.h".
 function(velrix_add_object_library)
-  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME;SHARED" "SOURCES;LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 0 arg "COLD" "NAME;SHARED" "SOURCES;LIBRARIES")
   add_library(${arg_NAME} OBJECT ${arg_SOURCES})
   set_target_properties(${arg_NAME} PROPERTIES
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)
   target_compile_definitions(${arg_NAME} PRIVATE ${arg_SHARED}_EXPORTS)
+  if(arg_COLD)
+    target_compile_options(${arg_NAME} PRIVATE $<$<CONFIG:Release>:-Os>)
+  endif()
   target_include_directories(${arg_NAME} PUBLIC
     ${PROJECT_SOURCE_DIR}/include ${PROJECT_BINARY_DIR}/include ${PROJECT_SOURCE_DIR})
   target_link_libraries(${arg_NAME} PRIVATE velrix-build-options PUBLIC ${arg_LIBRARIES})
