@@ -19,6 +19,7 @@
 #include <unistd.h>
 
 #include "board/virtual/Namespaces.h"
+#include "board/virtual/PseudoTerminals.h"
 #include "board/virtual/Skeleton.h"
 
 namespace VelrixBoard {
@@ -55,6 +56,7 @@ void MakeBoard(const InitPlan& plan, const std::filesystem::path& workingDirecto
     MapIds(plan.user, plan.group, plan.asRoot);
     DetachMounts();
     Skeleton(plan.stage).Mount(plan.placements);
+    MakePseudoTerminals();
     // Refused where the machine's own /proc is partly masked. Then that one stays, whose process numbers are the
     // machine's.
     (void)::mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr);

@@ -175,7 +175,7 @@ TEST(BoardTest, EndsAsTheProgramDoes) {
         std::vector<std::string> command = {VELRIX_BOARD_COMMAND, "run", "--"};
         command.insert(command.end(), row.command.begin(), row.command.end());
 
-        const CommandEnd end = CommandRun{command}.Run();
+        const CommandEnd end = CommandRun{command, {{"PATH", "/usr/bin:/bin"}}}.Run();
 
         EXPECT_EQ(end.ExitCode(), row.exitCode) << row.command.back();
         EXPECT_EQ(end.Signal(), row.signal) << row.command.back();
@@ -274,6 +274,8 @@ TEST(BoardTest, RunsBesideOthersAndInsideOfOne) {
 }
 
 TEST(BoardTest, RunsForAnOrdinaryUser) {
+    if (!CanBeOrdinaryUser())
+        GTEST_SKIP() << "no ordinary user is known here";
     CommandRun run{OnBoard("id -u; cat " + std::string(IRQ) + "; reboot && touch /etc/x /var/x /dev/x && echo made"),
                    {{"TMPDIR", "/tmp"}}};
     run.asNobody = true;
@@ -285,6 +287,8 @@ TEST(BoardTest, RunsForAnOrdinaryUser) {
 }
 
 TEST(BoardTest, ShowsTheProgramAsRootOnRequest) {
+    if (!CanBeOrdinaryUser())
+        GTEST_SKIP() << "no ordinary user is known here";
     CommandRun run{OnBoard("id -u", {"--as-root"}), {{"TMPDIR", "/tmp"}}};
     run.asNobody = true;
 
@@ -465,12 +469,26 @@ private:
 };
 
 TEST(BoardTest, GivesTheTerminalToTheProgram) {
-    Terminal terminal(OnBoard("test -t 0 && test -t 1 && test -t 2 && read line < /dev/tty && echo got $line"));
+    Terminal terminal(OnBoard("tty; test -t 0 && test -t 1 && test -t 2 && read line < /dev/tty && echo got $line"));
 
     terminal.Type("hello\n");
 
+    EXPECT_THAT(terminal.ReadUntil("/dev/pts/"), HasSubstr("/dev/pts/"));
     EXPECT_THAT(terminal.ReadUntil("got hello"), HasSubstr("got hello"));
     EXPECT_EQ(terminal.Wait(), 0);
+}
+
+TEST(BoardTest, LetsProgramsOpenTerminalsOfTheirOwn) {
+    for (const bool asNobody : {false, true}) {
+        if (asNobody && !CanBeOrdinaryUser())
+            continue;
+        CommandRun run{OnBoard("script -qc tty /dev/null"), {{"TMPDIR", "/tmp"}}};
+        run.asNobody = asNobody;
+
+        const CommandEnd end = run.Run();
+
+        EXPECT_THAT(end.output, StartsWith("/dev/pts/")) << end.errors;
+    }
 }
 
 TEST(BoardTest, LeavesTheTerminalsInterruptToTheProgram) {

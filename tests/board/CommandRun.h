@@ -69,6 +69,17 @@ struct CommandRun {
     }
 };
 
+// Root can give itself up only where other users are known, which is not so on a board and in some containers.
+inline bool CanBeOrdinaryUser() {
+    if (::geteuid() != 0)
+        return true;
+    std::ifstream map("/proc/self/uid_map");
+    for (unsigned long inside = 0, outside = 0, count = 0; map >> inside >> outside >> count;)
+        if (inside <= 65534 && 65534 < inside + count)
+            return true;
+    return false;
+}
+
 // "velrix-board run OPTIONS -- sh -c SCRIPT".
 inline std::vector<std::string> OnBoard(const std::string& script, const std::vector<std::string>& options = {}) {
     std::vector<std::string> command = {VELRIX_BOARD_COMMAND, "run"};
