@@ -39,7 +39,7 @@ void ExpectShutDown(const PrivateBoard& board) {
         EXPECT_EQ(board.Level(path), '0') << path;
 }
 
-TEST(GatewayTest, ShowsEveryStateFromPowerUpToAnOrderlyEnd) {
+TEST(Gateway, ShowsEveryStateFromPowerUpToAnOrderlyEnd) {
     PrivateBoard board;
 
     const BoardResult result = RunGateway(board, {"--seconds", "5"});
@@ -71,7 +71,7 @@ TEST(GatewayTest, ShowsEveryStateFromPowerUpToAnOrderlyEnd) {
     }
 }
 
-TEST(GatewayTest, ShutsDownInOrderWhenItIsToldToEnd) {
+TEST(Gateway, ShutsDownInOrderWhenItIsToldToEnd) {
     for (const int signal : {SIGTERM, SIGINT}) {
         PrivateBoard board;
         board.Start({GATEWAY_PROGRAM});
@@ -88,7 +88,7 @@ TEST(GatewayTest, ShutsDownInOrderWhenItIsToldToEnd) {
     }
 }
 
-TEST(GatewayTest, EndsWithRedLedsWhenTheModuleNeverBecomesReady) {
+TEST(Gateway, EndsWithRedLedsWhenTheModuleNeverBecomesReady) {
     PrivateBoard board;
     board.AddOption("--oxbo-ready-after", "never");
 
@@ -110,7 +110,7 @@ TEST(GatewayTest, EndsWithRedLedsWhenTheModuleNeverBecomesReady) {
     EXPECT_THAT(board.Syslog(), Not(HasSubstr("<134>")));
 }
 
-TEST(GatewayTest, SaysWhichFileOfTheBoardIsMissing) {
+TEST(Gateway, SaysWhichFileOfTheBoardIsMissing) {
     PrivateBoard board;
     board.LeaveOut(QOR_RESET);
 
@@ -121,7 +121,7 @@ TEST(GatewayTest, SaysWhichFileOfTheBoardIsMissing) {
     EXPECT_THAT(result.errors, HasSubstr(QOR_RESET));
 }
 
-TEST(GatewayTest, BeginsItsTraceWithTheIdentityOfTheDevice) {
+TEST(Gateway, BeginsItsTraceWithTheIdentityOfTheDevice) {
     TestSupport::TemporaryFolder folder;
     folder.Write("serialnumber.product", "ff");
     folder.Write("version.product", "v2.1.0");
@@ -138,7 +138,7 @@ TEST(GatewayTest, BeginsItsTraceWithTheIdentityOfTheDevice) {
                              "(.|\n)*"));
 }
 
-TEST(GatewayTest, RefusesArgumentsThatItDoesNotKnow) {
+TEST(Gateway, RefusesArgumentsThatItDoesNotKnow) {
     const std::vector<std::vector<std::string>> rows = {
         {"--seconds"}, {"--seconds", "0"}, {"--seconds", "soon"}, {"--minutes", "1"}, {"--seconds", "1", "2"}, {"1"}};
     for (const auto& row : rows) {

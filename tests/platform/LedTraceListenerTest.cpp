@@ -27,16 +27,17 @@ using System::Diagnostics::TraceListener;
 using System::Diagnostics::TraceOptions;
 using TestSupport::CallLog;
 using TestSupport::FakeLed;
-using Velrix::LedTraceListener;
 using Velrix::Gpio::ILed;
 
 const std::string ALL_OFF = "MS Off, NS Off, LINK_ACT1 Off, LINK_ACT2 Off";
 const std::string FATAL = "MS Red, NS Red, LINK_ACT1 Off, LINK_ACT2 Off";
 
-struct LedTraceListenerTest : testing::Test {
-    std::shared_ptr<LedTraceListener> CreateListener() { return LedTraceListener::Create(ms, ns, link1, link2); }
+struct LedTraceListener : testing::Test {
+    std::shared_ptr<Velrix::LedTraceListener> CreateListener() {
+        return Velrix::LedTraceListener::Create(ms, ns, link1, link2);
+    }
 
-    static void Send(LedTraceListener& listener, const std::shared_ptr<TraceEventType>& eventType) {
+    static void Send(Velrix::LedTraceListener& listener, const std::shared_ptr<TraceEventType>& eventType) {
         listener.TraceEvent(TraceEventArgs::Create(), eventType, string_ptr("text"));
     }
 
@@ -47,13 +48,13 @@ struct LedTraceListenerTest : testing::Test {
     const std::shared_ptr<FakeLed> link2 = FakeLed::Create("LINK_ACT2", log);
 };
 
-TEST_F(LedTraceListenerTest, TouchesNoLedWhenItIsMadeOrDestroyed) {
+TEST_F(LedTraceListener, TouchesNoLedWhenItIsMadeOrDestroyed) {
     CreateListener().reset();
 
     EXPECT_EQ(log->Take(), "");
 }
 
-TEST_F(LedTraceListenerTest, RefusesTheFirstEmptyLedByItsName) {
+TEST_F(LedTraceListener, RefusesTheFirstEmptyLedByItsName) {
     const std::shared_ptr<ILed> none;
     const struct {
         std::shared_ptr<ILed> ms, ns, link1, link2;
@@ -67,7 +68,7 @@ TEST_F(LedTraceListenerTest, RefusesTheFirstEmptyLedByItsName) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         try {
-            LedTraceListener::Create(row.ms, row.ns, row.link1, row.link2);
+            Velrix::LedTraceListener::Create(row.ms, row.ns, row.link1, row.link2);
             ADD_FAILURE() << "no exception";
         } catch (const System::ArgumentNullException& exception) {
             EXPECT_EQ(exception.ParamName(), row.name);
@@ -76,7 +77,7 @@ TEST_F(LedTraceListenerTest, RefusesTheFirstEmptyLedByItsName) {
     EXPECT_EQ(log->Take(), "");
 }
 
-TEST_F(LedTraceListenerTest, SetsStatusLedsRedAndLinkLedsOffOnFatalEvent) {
+TEST_F(LedTraceListener, SetsStatusLedsRedAndLinkLedsOffOnFatalEvent) {
     const auto listener = CreateListener();
 
     Send(*listener, TraceEventType::FATAL);
@@ -84,7 +85,7 @@ TEST_F(LedTraceListenerTest, SetsStatusLedsRedAndLinkLedsOffOnFatalEvent) {
     EXPECT_EQ(log->Take(), FATAL);
 }
 
-TEST_F(LedTraceListenerTest, IgnoresEveryOtherEvent) {
+TEST_F(LedTraceListener, IgnoresEveryOtherEvent) {
     const auto listener = CreateListener();
 
     for (const auto& type :
@@ -96,7 +97,7 @@ TEST_F(LedTraceListenerTest, IgnoresEveryOtherEvent) {
     EXPECT_EQ(log->Take(), ALL_OFF);
 }
 
-TEST_F(LedTraceListenerTest, IgnoresAnEventWithoutAType) {
+TEST_F(LedTraceListener, IgnoresAnEventWithoutAType) {
     const auto listener = CreateListener();
 
     Send(*listener, nullptr);
@@ -105,7 +106,7 @@ TEST_F(LedTraceListenerTest, IgnoresAnEventWithoutAType) {
     EXPECT_EQ(log->Take(), ALL_OFF);
 }
 
-TEST_F(LedTraceListenerTest, LooksAtNeitherArgumentsNorData) {
+TEST_F(LedTraceListener, LooksAtNeitherArgumentsNorData) {
     const auto listener = CreateListener();
 
     listener->TraceEvent(nullptr, TraceEventType::FATAL, nullptr);
@@ -113,7 +114,7 @@ TEST_F(LedTraceListenerTest, LooksAtNeitherArgumentsNorData) {
     EXPECT_EQ(log->Take(), FATAL);
 }
 
-TEST_F(LedTraceListenerTest, RepeatsTheFinalStateOnFurtherFatalEvents) {
+TEST_F(LedTraceListener, RepeatsTheFinalStateOnFurtherFatalEvents) {
     const auto listener = CreateListener();
     Send(*listener, TraceEventType::FATAL);
     log->Take();
@@ -123,7 +124,7 @@ TEST_F(LedTraceListenerTest, RepeatsTheFinalStateOnFurtherFatalEvents) {
     EXPECT_EQ(log->Take(), FATAL);
 }
 
-TEST_F(LedTraceListenerTest, StaysFatalWhateverTheLedsWereToldMeanwhile) {
+TEST_F(LedTraceListener, StaysFatalWhateverTheLedsWereToldMeanwhile) {
     const auto listener = CreateListener();
     Send(*listener, TraceEventType::FATAL);
     ms->Green();
@@ -136,7 +137,7 @@ TEST_F(LedTraceListenerTest, StaysFatalWhateverTheLedsWereToldMeanwhile) {
     EXPECT_EQ(log->Take(), FATAL + ", " + FATAL);
 }
 
-TEST_F(LedTraceListenerTest, KeepsItsStateToItself) {
+TEST_F(LedTraceListener, KeepsItsStateToItself) {
     const auto fatal = CreateListener();
     const auto normal = CreateListener();
     Send(*fatal, TraceEventType::FATAL);
@@ -147,7 +148,7 @@ TEST_F(LedTraceListenerTest, KeepsItsStateToItself) {
     EXPECT_EQ(log->Take(), ALL_OFF);
 }
 
-TEST_F(LedTraceListenerTest, SetsTheFinalStateOnClose) {
+TEST_F(LedTraceListener, SetsTheFinalStateOnClose) {
     const std::shared_ptr<TraceListener> listener = CreateListener();
 
     listener->Close();
@@ -159,7 +160,7 @@ TEST_F(LedTraceListenerTest, SetsTheFinalStateOnClose) {
     EXPECT_EQ(log->Take(), FATAL);
 }
 
-TEST_F(LedTraceListenerTest, DoesNothingOnFlush) {
+TEST_F(LedTraceListener, DoesNothingOnFlush) {
     const auto listener = CreateListener();
     Send(*listener, TraceEventType::FATAL);
     log->Take();
@@ -169,7 +170,7 @@ TEST_F(LedTraceListenerTest, DoesNothingOnFlush) {
     EXPECT_EQ(log->Take(), "");
 }
 
-TEST_F(LedTraceListenerTest, HasNeitherFilterNorOptions) {
+TEST_F(LedTraceListener, HasNeitherFilterNorOptions) {
     const auto listener = CreateListener();
     const std::shared_ptr<TraceFilter> noFilter;
 
@@ -197,7 +198,7 @@ TEST_F(LedTraceListenerTest, HasNeitherFilterNorOptions) {
     }
 }
 
-TEST_F(LedTraceListenerTest, LetsWhatAnLedThrowsOutAndLeavesTheLedsBehindIt) {
+TEST_F(LedTraceListener, LetsWhatAnLedThrowsOutAndLeavesTheLedsBehindIt) {
     const auto listener = CreateListener();
     link1->Fails = true;
 
@@ -210,7 +211,7 @@ TEST_F(LedTraceListenerTest, LetsWhatAnLedThrowsOutAndLeavesTheLedsBehindIt) {
     EXPECT_EQ(log->Take(), "MS Red, NS Red");
 }
 
-TEST_F(LedTraceListenerTest, RemembersAFatalEventThatItCouldNotShow) {
+TEST_F(LedTraceListener, RemembersAFatalEventThatItCouldNotShow) {
     const auto listener = CreateListener();
     ms->Fails = true;
     EXPECT_THROW(Send(*listener, TraceEventType::FATAL), System::Exception);
@@ -222,7 +223,7 @@ TEST_F(LedTraceListenerTest, RemembersAFatalEventThatItCouldNotShow) {
     EXPECT_EQ(log->Take(), FATAL);
 }
 
-TEST_F(LedTraceListenerTest, ShowsFatalEventsOfAnyThreadOnceItIsAddedToTrace) {
+TEST_F(LedTraceListener, ShowsFatalEventsOfAnyThreadOnceItIsAddedToTrace) {
     const auto listener = CreateListener();
     Trace::TraceFatal("before");
     EXPECT_EQ(log->Take(), "");
@@ -238,7 +239,7 @@ TEST_F(LedTraceListenerTest, ShowsFatalEventsOfAnyThreadOnceItIsAddedToTrace) {
     EXPECT_EQ(log->Take(), "");
 }
 
-TEST_F(LedTraceListenerTest, SetsTheFinalStateWhenTraceIsClosed) {
+TEST_F(LedTraceListener, SetsTheFinalStateWhenTraceIsClosed) {
     Trace::AddListener(CreateListener());
 
     Trace::Flush();
@@ -247,7 +248,7 @@ TEST_F(LedTraceListenerTest, SetsTheFinalStateWhenTraceIsClosed) {
     EXPECT_EQ(log->Take(), ALL_OFF);
 }
 
-TEST_F(LedTraceListenerTest, HoldsItsLedsUntilItIsDestroyed) {
+TEST_F(LedTraceListener, HoldsItsLedsUntilItIsDestroyed) {
     auto listener = CreateListener();
     for (const auto& led : {ms, ns, link1, link2})
         EXPECT_GT(led.use_count(), 2); // the fixture, this list and the listener
@@ -259,18 +260,18 @@ TEST_F(LedTraceListenerTest, HoldsItsLedsUntilItIsDestroyed) {
     EXPECT_EQ(link2.use_count(), 1);
 }
 
-TEST_F(LedTraceListenerTest, HasTheTextOfItsClass) {
+TEST_F(LedTraceListener, HasTheTextOfItsClass) {
     EXPECT_EQ(CreateListener()->ToString(), "Velrix::LedTraceListener");
 }
 
-TEST_F(LedTraceListenerTest, KeepsTheOrderOfItsVirtualOperations) {
-    EXPECT_EQ(TestSupport::SlotOf(&LedTraceListener::Close), 0);
-    EXPECT_EQ(TestSupport::SlotOf(&LedTraceListener::TraceEvent), 3); // the destructor takes two
-    EXPECT_EQ(TestSupport::SlotOf(&LedTraceListener::Flush), 4);
+TEST_F(LedTraceListener, KeepsTheOrderOfItsVirtualOperations) {
+    EXPECT_EQ(TestSupport::SlotOf(&Velrix::LedTraceListener::Close), 0);
+    EXPECT_EQ(TestSupport::SlotOf(&Velrix::LedTraceListener::TraceEvent), 3); // the destructor takes two
+    EXPECT_EQ(TestSupport::SlotOf(&Velrix::LedTraceListener::Flush), 4);
 }
 
-TEST_F(LedTraceListenerTest, SurvivesEveryAllocationFailure) {
-    const auto operation = [this] { LedTraceListener::Create(ms, ns, link1, link2)->GetHashCode(); };
+TEST_F(LedTraceListener, SurvivesEveryAllocationFailure) {
+    const auto operation = [this] { Velrix::LedTraceListener::Create(ms, ns, link1, link2)->GetHashCode(); };
 
     EXPECT_GE(TestSupport::FailEachAllocation(operation), 2); // the listener and its control block
 

@@ -2,10 +2,7 @@
 //
 // Platform has no seam: it opens the files of the device. Each case therefore runs the program platform-scenes on a
 // private board of its own and judges what that did, call by call, and what is in the board's files afterwards.
-#include <velrix/platform/Platform.h>
-
 #include <algorithm>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/PrivateBoard.h"
-#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -153,7 +149,7 @@ std::string Line(const std::string& output, const std::string& step) {
     return output.substr(at, output.find('\n', at) - at);
 }
 
-TEST(PlatformTest, IsMadeOnFirstUseInOrderAndShutDownAgainAtTheEndOfTheProcess) {
+TEST(Platform, IsMadeOnFirstUseInOrderAndShutDownAgainAtTheEndOfTheProcess) {
     PrivateBoard board;
     board.SetSettings("");
 
@@ -174,7 +170,7 @@ TEST(PlatformTest, IsMadeOnFirstUseInOrderAndShutDownAgainAtTheEndOfTheProcess) 
     EXPECT_EQ(result.errors, "");
 }
 
-TEST(PlatformTest, RunsOnTheDefaultsWithoutASettingsFile) {
+TEST(Platform, RunsOnTheDefaultsWithoutASettingsFile) {
     PrivateBoard board;
 
     const BoardResult result = Play(board, {"life"});
@@ -185,7 +181,7 @@ TEST(PlatformTest, RunsOnTheDefaultsWithoutASettingsFile) {
     EXPECT_EQ(Line(result.output, "exit"), BoardCalls().ShutDown() + BoardCalls().end);
 }
 
-TEST(PlatformTest, TakesEveryPathFromTheSettings) {
+TEST(Platform, TakesEveryPathFromTheSettings) {
     // Each file is named by its section and key, so that a wrong one shows.
     const struct {
         const char* name;
@@ -237,7 +233,7 @@ TEST(PlatformTest, TakesEveryPathFromTheSettings) {
     EXPECT_EQ(result.exitCode, 0);
 }
 
-TEST(PlatformTest, FailsWithEachFileThatIsMissingAndLeavesNothingOpen) {
+TEST(Platform, FailsWithEachFileThatIsMissingAndLeavesNothingOpen) {
     for (const auto& file : FILES) {
         SCOPED_TRACE(file.name);
         PrivateBoard board;
@@ -258,7 +254,7 @@ TEST(PlatformTest, FailsWithEachFileThatIsMissingAndLeavesNothingOpen) {
     }
 }
 
-TEST(PlatformTest, FailsWhenTheWebLogCannotBeOpenedAndThenLeavesTheLedsAlone) {
+TEST(Platform, FailsWhenTheWebLogCannotBeOpenedAndThenLeavesTheLedsAlone) {
     PrivateBoard board;
     board.SetSettings("");
     board.LeaveOut("/mnt/share");
@@ -273,7 +269,7 @@ TEST(PlatformTest, FailsWhenTheWebLogCannotBeOpenedAndThenLeavesTheLedsAlone) {
     EXPECT_THAT(calls.ShutDown(), testing::Not(HasSubstr("MS.")));
 }
 
-TEST(PlatformTest, FailsWithBadSettingsBeforeItOpensAnything) {
+TEST(Platform, FailsWithBadSettingsBeforeItOpensAnything) {
     const struct {
         const char* settings;
         const char* exception;
@@ -296,7 +292,7 @@ TEST(PlatformTest, FailsWithBadSettingsBeforeItOpensAnything) {
     }
 }
 
-TEST(PlatformTest, FailsWhenAnLedCannotBeSwitchedOff) {
+TEST(Platform, FailsWhenAnLedCannotBeSwitchedOff) {
     PrivateBoard board;
     board.SetSettings("[led]\nmodule_status_red = /dev/full\n");
 
@@ -309,7 +305,7 @@ TEST(PlatformTest, FailsWhenAnLedCannotBeSwitchedOff) {
     EXPECT_EQ(Line(result.output, "left open"), " 0");
 }
 
-TEST(PlatformTest, IsMadeOnceByThreadsThatRace) {
+TEST(Platform, IsMadeOnceByThreadsThatRace) {
     PrivateBoard board;
     board.SetSettings("");
 
@@ -320,7 +316,7 @@ TEST(PlatformTest, IsMadeOnceByThreadsThatRace) {
               " same same same same same same same same" + HOLD_IN_RESET + AllOff() + BoardCalls().end);
 }
 
-TEST(PlatformTest, LeavesTheFinalStateAndItsTraceWhenAProgramEndsWithoutShutDown) {
+TEST(Platform, LeavesTheFinalStateAndItsTraceWhenAProgramEndsWithoutShutDown) {
     PrivateBoard board;
 
     const BoardResult result = Play(board, {"exit"});
@@ -339,7 +335,7 @@ TEST(PlatformTest, LeavesTheFinalStateAndItsTraceWhenAProgramEndsWithoutShutDown
     EXPECT_THAT(log, EndsWith("] Platform::ShutDown complete\n"));
 }
 
-TEST(PlatformTest, LeavesTheStatusLedsRedWhenAProgramEndsAfterAFatalEvent) {
+TEST(Platform, LeavesTheStatusLedsRedWhenAProgramEndsAfterAFatalEvent) {
     PrivateBoard board;
 
     Play(board, {"exit", "fatal"});
@@ -351,7 +347,7 @@ TEST(PlatformTest, LeavesTheStatusLedsRedWhenAProgramEndsAfterAFatalEvent) {
     }
 }
 
-TEST(PlatformTest, ShowsEachIndicationOnItsLedAloneAndMovesItOnInUpdateAlone) {
+TEST(Platform, ShowsEachIndicationOnItsLedAloneAndMovesItOnInUpdateAlone) {
     const struct {
         const char* name;
         const char* led;
@@ -383,7 +379,7 @@ TEST(PlatformTest, ShowsEachIndicationOnItsLedAloneAndMovesItOnInUpdateAlone) {
     EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), std::ssize(rows));
 }
 
-TEST(PlatformTest, UpdatesMsBeforeNsAndOneStepAtATime) {
+TEST(Platform, UpdatesMsBeforeNsAndOneStepAtATime) {
     PrivateBoard board;
 
     const BoardResult result = Play(board, {"update-only"});
@@ -402,7 +398,7 @@ TEST(PlatformTest, UpdatesMsBeforeNsAndOneStepAtATime) {
                                  "exit:");
 }
 
-TEST(PlatformTest, ShowsEveryColourOfEveryLedInThePowerUpTest) {
+TEST(Platform, ShowsEveryColourOfEveryLedInThePowerUpTest) {
     const auto sleeps = [](int count) {
         std::string text;
         for (int i = 0; i < count; ++i)
@@ -427,7 +423,7 @@ TEST(PlatformTest, ShowsEveryColourOfEveryLedInThePowerUpTest) {
                                  "exit:");
 }
 
-TEST(PlatformTest, ResetsTheOxboModuleAndWaitsForIt) {
+TEST(Platform, ResetsTheOxboModuleAndWaitsForIt) {
     const auto high = [](int count) {
         std::string text;
         for (int i = 0; i < count; ++i)
@@ -474,7 +470,7 @@ TEST(PlatformTest, ResetsTheOxboModuleAndWaitsForIt) {
     }
 }
 
-TEST(PlatformTest, LetsWhatAPinThrowsOutAndLeavesTheRestUndone) {
+TEST(Platform, LetsWhatAPinThrowsOutAndLeavesTheRestUndone) {
     const std::string full = " threw <System::IO::IOException> No space left on device";
     const std::string broken = " threw <System::IO::IOException> Input/output error";
     PrivateBoard board;
@@ -494,7 +490,7 @@ TEST(PlatformTest, LetsWhatAPinThrowsOutAndLeavesTheRestUndone) {
     EXPECT_EQ(Line(output, "ShutDown, MS.green fails"), BEGIN_SHUT_DOWN + HOLD_IN_RESET + " MS.green=!" + broken);
 }
 
-TEST(PlatformTest, TracesWhatItsShutDownThrowsAtTheEndOfTheProcessAndEndsInOrder) {
+TEST(Platform, TracesWhatItsShutDownThrowsAtTheEndOfTheProcessAndEndsInOrder) {
     PrivateBoard board;
     board.SetSettings("[oxbo_pin]\nreset_n = /dev/full\n");
 
@@ -507,7 +503,7 @@ TEST(PlatformTest, TracesWhatItsShutDownThrowsAtTheEndOfTheProcessAndEndsInOrder
     EXPECT_EQ(result.exitCode, 0);
 }
 
-TEST(PlatformTest, ShowsAFatalEventOfAnotherThreadUntilTheEnd) {
+TEST(Platform, ShowsAFatalEventOfAnotherThreadUntilTheEnd) {
     PrivateBoard board;
 
     const BoardResult result = Play(board, {"fatal"});
@@ -532,7 +528,7 @@ TEST(PlatformTest, ShowsAFatalEventOfAnotherThreadUntilTheEnd) {
                                           HOLD_IN_RESET + Fatal() + " close(weblog) close(QOR_RESET0_N)"));
 }
 
-TEST(PlatformTest, StaysUsableAfterShutDown) {
+TEST(Platform, StaysUsableAfterShutDown) {
     PrivateBoard board;
 
     const BoardResult result = Play(board, {"reset-after-shutdown"});
@@ -547,7 +543,7 @@ TEST(PlatformTest, StaysUsableAfterShutDown) {
                                  HOLD_IN_RESET + AllOff() + BoardCalls().end);
 }
 
-TEST(PlatformTest, GivesItsWebLogToTheApplication) {
+TEST(Platform, GivesItsWebLogToTheApplication) {
     PrivateBoard board;
 
     Play(board, {"web-log"});
@@ -555,7 +551,7 @@ TEST(PlatformTest, GivesItsWebLogToTheApplication) {
     EXPECT_EQ(board.Content("/mnt/share/logger"), ">start\n+from the board\n");
 }
 
-TEST(PlatformTest, RebootsInAChildAndGoesOn) {
+TEST(Platform, RebootsInAChildAndGoesOn) {
     PrivateBoard board;
 
     const BoardResult result = Play(board, {"reboot"});
@@ -567,7 +563,7 @@ TEST(PlatformTest, RebootsInAChildAndGoesOn) {
     EXPECT_EQ(board.Reboots(), "/sbin/reboot\n");
 }
 
-TEST(PlatformTest, EndsTheChildWithoutExitHandlersWhenTheRebootCommandCannotBeStarted) {
+TEST(Platform, EndsTheChildWithoutExitHandlersWhenTheRebootCommandCannotBeStarted) {
     PrivateBoard board;
 
     const BoardResult result = Play(board, {"reboot", "no-command"});
@@ -579,7 +575,7 @@ TEST(PlatformTest, EndsTheChildWithoutExitHandlersWhenTheRebootCommandCannotBeSt
     EXPECT_EQ(board.Reboots(), "");
 }
 
-TEST(PlatformTest, SaysThatNoChildCouldBeMadeForTheReboot) {
+TEST(Platform, SaysThatNoChildCouldBeMadeForTheReboot) {
     PrivateBoard board;
 
     const BoardResult result = Play(board, {"reboot", "no-child"});
@@ -591,20 +587,20 @@ TEST(PlatformTest, SaysThatNoChildCouldBeMadeForTheReboot) {
     EXPECT_EQ(board.Reboots(), "");
 }
 
-TEST(PlatformTest, SurvivesEveryAllocationFailureInItsMaking) {
+TEST(Platform, SurvivesEveryAllocationFailureInItsMaking) {
     PrivateBoard board;
 
     EXPECT_EQ(Play(board, {"allocations"}).output, "allocations: many\nfiles left open: no");
 }
 
-TEST(PlatformTest, SurvivesEveryAllocationFailureInItsOperations) {
+TEST(Platform, SurvivesEveryAllocationFailureInItsOperations) {
     PrivateBoard board;
 
     // Flashing, flashing, power-up test; a reset, an update and a shutdown without listeners for text make nothing.
     EXPECT_EQ(Play(board, {"operation-allocations"}).output, "allocations: some some some none none some");
 }
 
-TEST(PlatformTest, EndsWithoutAWordWhenThereIsNoMemoryForOne) {
+TEST(Platform, EndsWithoutAWordWhenThereIsNoMemoryForOne) {
     PrivateBoard board;
 
     const BoardResult result = Play(board, {"end-without-memory"});
@@ -613,7 +609,7 @@ TEST(PlatformTest, EndsWithoutAWordWhenThereIsNoMemoryForOne) {
     EXPECT_EQ(result.exitCode, 0);
 }
 
-TEST(PlatformTest, HasTheTextOfItsClass) {
+TEST(Platform, HasTheTextOfItsClass) {
     PrivateBoard board;
 
     EXPECT_EQ(Play(board, {"text"}).output, "text: Velrix::Platform");
