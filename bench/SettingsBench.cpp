@@ -44,7 +44,9 @@ std::string MakeText() {
     return text;
 }
 
-[[gnu::noinline]] int ReadOnce(const System::string_ptr& path) { return Velrix::ConfigFile::ReadAll(path)->Count(); }
+[[gnu::noinline]] int ReadOnce(const System::string_ptr& path) {
+    return Velrix::ConfigFile::ReadAll(path)->Count();
+}
 
 } // namespace
 
@@ -55,8 +57,12 @@ void* operator new(std::size_t size) {
         return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
 
 int main(int argc, char** argv) {
     char path[] = "/tmp/settings-bench-XXXXXX";

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <cstring>
 #include <new>
 #include <utility>
 

@@ -10,7 +10,8 @@
 namespace System {
 
 // A plain function of two arguments as an object. Immutable; what the function allows, its callers may do.
-template <class A, class B, class R> class CallbackDualArgFunc final : public IDualArgFunc<A, B, R> {
+template <class A, class B, class R>
+class CallbackDualArgFunc final : public IDualArgFunc<A, B, R> {
 public:
     // A null callback: ArgumentNullException "callback".
     static std::shared_ptr<CallbackDualArgFunc> Create(R (*callback)(A, B)) {

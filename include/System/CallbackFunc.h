@@ -9,7 +9,8 @@
 namespace System {
 
 // A plain function without arguments as an object. Immutable; what the function allows, its callers may do.
-template <class R> class CallbackFunc final : public IFunc<R> {
+template <class R>
+class CallbackFunc final : public IFunc<R> {
 public:
     // A null callback: ArgumentNullException "callback".
     static std::shared_ptr<CallbackFunc> Create(R (*callback)()) {

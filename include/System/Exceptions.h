@@ -11,8 +11,8 @@ namespace System {
 
 // The root of every exception that the libraries raise.
 //
-// A value: thrown by value, caught by const reference, copied without throwing. It carries a message for people and, where it
-// wraps another failure, that inner exception. Immutable, so that any thread may read one.
+// A value: thrown by value, caught by const reference, copied without throwing. It carries a message for people and,
+// where it wraps another failure, that inner exception. Immutable, so that any thread may read one.
 class SYSTEM_EXPORT Exception : public std::exception {
 public:
     // A null message counts as the empty one.
@@ -27,7 +27,8 @@ public:
     // The failure behind this one, or null.
     const std::shared_ptr<const Exception>& InnerException() const noexcept;
 
-    // "System::FormatException: the message"; the type's name alone where the message is empty; behind " ---> " the inner one.
+    // "System::FormatException: the message"; the type's name alone where the message is empty; behind " ---> " the
+    // inner one.
     string_ptr ToString() const;
 
     // The message in UTF-8, valid as long as this exception is.

@@ -6,7 +6,8 @@
 namespace System {
 
 // Something that can be invoked with an A and a B and yields an R, such as the handler of a settings key.
-template <class A, class B, class R> class IDualArgFunc : public Object {
+template <class A, class B, class R>
+class IDualArgFunc : public Object {
 public:
     virtual R Invoke(A first, B second) = 0;
 };

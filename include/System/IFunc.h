@@ -6,7 +6,8 @@
 namespace System {
 
 // Something that can be invoked without arguments and yields an R, such as the factory of a Lazy.
-template <class R> class IFunc : public Object {
+template <class R>
+class IFunc : public Object {
 public:
     virtual R Invoke() = 0;
 };

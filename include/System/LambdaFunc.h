@@ -11,7 +11,8 @@
 namespace System {
 
 // Any callable without arguments, captures included, as an object. What the callable allows, its callers may do.
-template <class R> class LambdaFunc final : public IFunc<R> {
+template <class R>
+class LambdaFunc final : public IFunc<R> {
 public:
     // An empty function: ArgumentNullException "function".
     static std::shared_ptr<LambdaFunc> Create(std::function<R()> function) {

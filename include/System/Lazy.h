@@ -17,11 +17,13 @@ namespace System {
 
 // A value that is made on first use, once, whichever thread comes first.
 //
-// Not an object: a static or a member, or shared through Create. A factory that throws leaves the holder empty, and the next
-// Value() tries again. Once the value is there, Value() is one load and takes no lock. The value dies with the holder.
+// Not an object: a static or a member, or shared through Create. A factory that throws leaves the holder empty, and the
+// next Value() tries again. Once the value is there, Value() is one load and takes no lock. The value dies with the
+// holder.
 //
 //     static Lazy<std::shared_ptr<Board>> INSTANCE{CallbackFunc<std::shared_ptr<Board>>::Create(&Board::Create)};
-template <class T> class Lazy final {
+template <class T>
+class Lazy final {
 public:
     // A null factory: ArgumentNullException "factory".
     explicit Lazy(std::shared_ptr<IFunc<T>> ownFactory) : factory(std::move(ownFactory)) {
@@ -31,10 +33,12 @@ public:
     Lazy(const Lazy&) = delete;
     Lazy& operator=(const Lazy&) = delete;
 
-    static std::shared_ptr<Lazy> Create(std::shared_ptr<IFunc<T>> factory) { return std::make_shared<Lazy>(std::move(factory)); }
+    static std::shared_ptr<Lazy> Create(std::shared_ptr<IFunc<T>> factory) {
+        return std::make_shared<Lazy>(std::move(factory));
+    }
 
-    // The value, the same at every call. The first call runs the factory, others wait for it meanwhile; what the factory throws
-    // passes out. A factory that asks its own holder: InvalidOperationException.
+    // The value, the same at every call. The first call runs the factory, others wait for it meanwhile; what the
+    // factory throws passes out. A factory that asks its own holder: InvalidOperationException.
     const T& Value() {
         const T* made = ready.load(std::memory_order_acquire);
         return made ? *made : Make();

@@ -11,15 +11,16 @@ class string_ptr;
 
 // The root of every class whose instances live on the heap.
 //
-// An object is made by the static Create of its class, is held by std::shared_ptr, and is neither copied nor moved. It knows
-// its owner: Self() gives a shared pointer to the object itself. The virtual operations are not const, so that a test double
-// can be written from a table of names and arguments alone. Object itself keeps no state that needs a lock.
+// An object is made by the static Create of its class, is held by std::shared_ptr, and is neither copied nor moved. It
+// knows its owner: Self() gives a shared pointer to the object itself. The virtual operations are not const, so that a
+// test double can be written from a table of names and arguments alone. Object itself keeps no state that needs a lock.
 class SYSTEM_EXPORT Object : public std::enable_shared_from_this<Object> {
 public:
     Object(const Object&) = delete;
     Object& operator=(const Object&) = delete;
 
-    // Whether other means the same as this object; here: whether it is this very object. A null other is equal to nothing.
+    // Whether other means the same as this object; here: whether it is this very object. A null other is equal to
+    // nothing.
     virtual bool Equals(const std::shared_ptr<Object>& other);
 
     // The same number for objects that are equal; here: taken from the object's address.
@@ -33,10 +34,11 @@ public:
 protected:
     Object() noexcept;
 
-    // The owner of this object as a pointer to the class T that it is known to be. Throws std::bad_weak_ptr for an object
-    // that no shared pointer owns, which includes one whose constructor or destructor is running.
-    template <class T> std::shared_ptr<T> Self() {
-        if constexpr (requires(Object* object) { static_cast<T*>(object); })
+    // The owner of this object as a pointer to the class T that it is known to be. Throws std::bad_weak_ptr for an
+    // object that no shared pointer owns, which includes one whose constructor or destructor is running.
+    template <class T>
+    std::shared_ptr<T> Self() {
+        if constexpr (requires(Object * object) { static_cast<T*>(object); })
             return std::static_pointer_cast<T>(shared_from_this());
         else // from a virtual base only a dynamic cast leads down
             return std::dynamic_pointer_cast<T>(shared_from_this());

@@ -14,8 +14,10 @@
 namespace System {
 
 namespace Collections::Generic {
-template <class T> class Array;
-template <class T> class IArray;
+template <class T>
+class Array;
+template <class T>
+class IArray;
 } // namespace Collections::Generic
 
 namespace Text {
@@ -27,9 +29,9 @@ class TextBlock;
 
 // The shared handle of an immutable UTF-16 text; the type of every text in the interfaces.
 //
-// A value: copying shares the text, comparing compares the contents. The null handle is no text at all and differs from the
-// empty text. Text made from bytes is read as UTF-8, each maximal ill-formed part becoming one U+FFFD. Any number of threads may
-// read one text through handles of their own; a single handle is as thread-safe as a std::shared_ptr.
+// A value: copying shares the text, comparing compares the contents. The null handle is no text at all and differs from
+// the empty text. Text made from bytes is read as UTF-8, each maximal ill-formed part becoming one U+FFFD. Any number
+// of threads may read one text through handles of their own; a single handle is as thread-safe as a std::shared_ptr.
 //
 //     string_ptr path = directory + "/value";
 //     if (path->StartsWith("/sys")) ...
@@ -38,7 +40,8 @@ public:
     string_ptr() noexcept = default;
     string_ptr(std::nullptr_t) noexcept {}
 
-    // From UTF-8. A null pointer makes the null handle. A text of more than INT_MAX code units: ArgumentOutOfRangeException.
+    // From UTF-8. A null pointer makes the null handle. A text of more than INT_MAX code units:
+    // ArgumentOutOfRangeException.
     string_ptr(const char* utf8);
     string_ptr(std::string_view utf8);
     string_ptr(const std::string& utf8);
@@ -83,8 +86,9 @@ SYSTEM_EXPORT string_ptr operator+(const string_ptr& left, const string_ptr& rig
 
 // An immutable text of UTF-16 code units; always reached through a string_ptr.
 //
-// Lengths and indices count code units, not characters: a character outside of the basic plane takes two. A text needs one
-// allocation, its hash is computed at most once, and all empty texts share one object. Any thread may use a text at any time.
+// Lengths and indices count code units, not characters: a character outside of the basic plane takes two. A text needs
+// one allocation, its hash is computed at most once, and all empty texts share one object. Any thread may use a text at
+// any time.
 class SYSTEM_EXPORT String final : public Object {
     struct Passkey {
         explicit Passkey() = default;
@@ -97,9 +101,10 @@ public:
     // count times the code unit c. A negative count: ArgumentOutOfRangeException.
     static string_ptr FromChars(unsigned short c, int count);
 
-    // length code units of chars from index on. A null array: ArgumentNullException; a range that does not lie within the
-    // array: ArgumentOutOfRangeException.
-    static string_ptr FromArray(std::shared_ptr<Collections::Generic::IArray<unsigned short>> chars, int index, int length);
+    // length code units of chars from index on. A null array: ArgumentNullException; a range that does not lie within
+    // the array: ArgumentOutOfRangeException.
+    static string_ptr FromArray(std::shared_ptr<Collections::Generic::IArray<unsigned short>> chars, int index,
+                                int length);
 
     // For this library alone: only it can name the first argument's type.
     String(Passkey, const char16_t* ownUnits, int unitCount) noexcept : units(ownUnits), length(unitCount) {}
@@ -115,11 +120,12 @@ public:
     // ArgumentNullException.
     bool StartsWith(string_ptr prefix) const;
 
-    // The part of length code units from index on. A range that does not lie within the text: ArgumentOutOfRangeException.
+    // The part of length code units from index on. A range that does not lie within the text:
+    // ArgumentOutOfRangeException.
     string_ptr Substring(int index, int partLength) const;
 
-    // The parts between all occurrences of the whole separator, empty parts included; without an occurrence one part, the text
-    // itself. An empty separator: ArgumentException; a null one: ArgumentNullException.
+    // The parts between all occurrences of the whole separator, empty parts included; without an occurrence one part,
+    // the text itself. An empty separator: ArgumentException; a null one: ArgumentNullException.
     std::shared_ptr<Collections::Generic::Array<string_ptr>> Split(string_ptr separator) const;
 
     // A new array of the code units.
@@ -158,7 +164,8 @@ private:
 
 } // namespace System
 
-template <> struct std::hash<System::string_ptr> {
+template <>
+struct std::hash<System::string_ptr> {
     std::size_t operator()(const System::string_ptr& text) const noexcept {
         return text ? static_cast<std::size_t>(static_cast<unsigned>(text->ContentHash())) : 0;
     }

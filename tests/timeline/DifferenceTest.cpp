@@ -15,7 +15,7 @@ Timeline RunOf(std::vector<Signal> signals) {
 }
 
 const Timeline A = RunOf({{"OXBO_IRQ_N", true, {{milliseconds(100), false}}},
-                        {"MS_red", false, {{milliseconds(1'250), true}, {milliseconds(1'500), false}}}});
+                          {"MS_red", false, {{milliseconds(1'250), true}, {milliseconds(1'500), false}}}});
 
 } // namespace
 
@@ -25,7 +25,7 @@ TEST(Difference, FindsNoneBetweenARunAndItself) {
 
 TEST(Difference, SaysInWordsWhatCameLaterAndEarlier) {
     const Timeline b = RunOf({{"OXBO_IRQ_N", true, {{milliseconds(60), false}}},
-                            {"MS_red", false, {{milliseconds(1'288), true}, {milliseconds(1'501), false}}}});
+                              {"MS_red", false, {{milliseconds(1'288), true}, {milliseconds(1'501), false}}}});
 
     EXPECT_EQ(Difference(A, b, {}), (Texts{"OXBO_IRQ_N low 40 ms earlier: 60 ms instead of 100 ms",
                                            "MS red 38 ms later: 1.288 s instead of 1.250 s",
@@ -34,7 +34,7 @@ TEST(Difference, SaysInWordsWhatCameLaterAndEarlier) {
 
 TEST(Difference, LetsPassWhatIsWithinTheTolerance) {
     const Timeline b = RunOf({{"OXBO_IRQ_N", true, {{milliseconds(80), false}}},
-                            {"MS_red", false, {{milliseconds(1'271), true}, {milliseconds(1'500), false}}}});
+                              {"MS_red", false, {{milliseconds(1'271), true}, {milliseconds(1'500), false}}}});
 
     EXPECT_EQ(Difference(A, b, {.tolerance = milliseconds(20)}),
               Texts{"MS red 21 ms later: 1.271 s instead of 1.250 s"});
@@ -59,19 +59,19 @@ TEST(Difference, TellsAnotherBeginningAndMissingSignals) {
 
 TEST(Difference, CanCountFromTheFirstChangeOfEachRun) {
     const Timeline b = RunOf({{"OXBO_IRQ_N", true, {{milliseconds(900), false}}},
-                            {"MS_red", false, {{milliseconds(2'050), true}, {milliseconds(2'310), false}}}});
+                              {"MS_red", false, {{milliseconds(2'050), true}, {milliseconds(2'310), false}}}});
 
     EXPECT_EQ(Difference(A, b, {.fromFirstChange = true}), Texts{"MS red off 10 ms later: 1.410 s instead of 1.400 s"});
 }
 
 TEST(Difference, CanPassOverGlitches) {
     const Timeline b = RunOf({{"OXBO_IRQ_N", true, {{milliseconds(100), false}}},
-                            {"MS_red",
-                             false,
-                             {{milliseconds(700), true},
-                              {milliseconds(701), false},
-                              {milliseconds(1'250), true},
-                              {milliseconds(1'500), false}}}});
+                              {"MS_red",
+                               false,
+                               {{milliseconds(700), true},
+                                {milliseconds(701), false},
+                                {milliseconds(1'250), true},
+                                {milliseconds(1'500), false}}}});
 
     EXPECT_EQ(Difference(A, b, {.glitch = milliseconds(1)}), Texts{});
     EXPECT_EQ(Difference(A, b, {}).size(), 3U);

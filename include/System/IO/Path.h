@@ -11,8 +11,8 @@ class SYSTEM_EXPORT Path final {
 public:
     Path() = delete;
 
-    // a and b with one "/" between them. An absolute b is the result by itself; an empty one of the two yields the other.
-    // A null one: ArgumentNullException.
+    // a and b with one "/" between them. An absolute b is the result by itself; an empty one of the two yields the
+    // other. A null one: ArgumentNullException.
     static string_ptr Combine(string_ptr a, string_ptr b);
 };
 

@@ -10,7 +10,8 @@
 
 namespace System::Text {
 
-// A way to write a text as bytes and to read it back: one of the two shared objects below. Immutable; any thread may use them.
+// A way to write a text as bytes and to read it back: one of the two shared objects below. Immutable; any thread may
+// use them.
 class SYSTEM_EXPORT Encoding : public Object {
 public:
     // Seven bits a byte: a code point above 127 becomes one '?' on writing, a byte above 127 U+FFFD on reading.

@@ -14,8 +14,8 @@ namespace System::Text {
 
 // A text in the making: pieces are appended or inserted, and ToString() gives the text so far.
 //
-// Append and Insert return the builder, so that calls chain. A piece is a text, one code unit, a number in decimal digits, or
-// any object by its ToString(); a null text or object adds nothing. Not for use by several threads at once.
+// Append and Insert return the builder, so that calls chain. A piece is a text, one code unit, a number in decimal
+// digits, or any object by its ToString(); a null text or object adds nothing. Not for use by several threads at once.
 //
 //     auto builder = StringBuilder::Create();
 //     builder->Append("line ").Append(12).Append(u':');
@@ -23,8 +23,8 @@ class SYSTEM_EXPORT StringBuilder final : public Object {
 public:
     static std::shared_ptr<StringBuilder> Create();
 
-    // A builder of many texts that are dropped together, such as those of one file: short ones share memory, and most cost no
-    // allocation. What is shared, up to 16 kB, stays as long as any of the texts in it.
+    // A builder of many texts that are dropped together, such as those of one file: short ones share memory, and most
+    // cost no allocation. What is shared, up to 16 kB, stays as long as any of the texts in it.
     static std::shared_ptr<StringBuilder> CreateForManyTexts();
 
     ~StringBuilder() override;
@@ -52,25 +52,28 @@ public:
     StringBuilder& Append(long long number) { return Insert(Length(), number); }
     StringBuilder& Append(unsigned long long number) { return Insert(Length(), number); }
     template <class T>
-        requires std::is_base_of_v<Object, T>
-    StringBuilder& Append(const std::shared_ptr<T>& object) {
+    requires std::is_base_of_v<Object, T> StringBuilder& Append(const std::shared_ptr<T>& object) {
         return Insert(Length(), object);
     }
     // A char could mean a character or a number: write a text or a number.
     StringBuilder& Append(char) = delete;
 
-    // Before the code unit at index, 0 to Length(); elsewhere ArgumentOutOfRangeException, and the text stays as it was.
+    // Before the code unit at index, 0 to Length(); elsewhere ArgumentOutOfRangeException, and the text stays as it
+    // was.
     StringBuilder& Insert(int index, const string_ptr& text);
     StringBuilder& Insert(int index, char16_t unit);
     StringBuilder& Insert(int index, unsigned short unit) { return Insert(index, static_cast<char16_t>(unit)); }
-    StringBuilder& Insert(int index, unsigned char number) { return Insert(index, static_cast<unsigned long long>(number)); }
+    StringBuilder& Insert(int index, unsigned char number) {
+        return Insert(index, static_cast<unsigned long long>(number));
+    }
     StringBuilder& Insert(int index, int number) { return Insert(index, static_cast<long long>(number)); }
-    StringBuilder& Insert(int index, unsigned int number) { return Insert(index, static_cast<unsigned long long>(number)); }
+    StringBuilder& Insert(int index, unsigned int number) {
+        return Insert(index, static_cast<unsigned long long>(number));
+    }
     StringBuilder& Insert(int index, long long number);
     StringBuilder& Insert(int index, unsigned long long number);
     template <class T>
-        requires std::is_base_of_v<Object, T>
-    StringBuilder& Insert(int index, const std::shared_ptr<T>& object) {
+    requires std::is_base_of_v<Object, T> StringBuilder& Insert(int index, const std::shared_ptr<T>& object) {
         return Insert(index, object ? static_cast<Object&>(*object).ToString() : string_ptr());
     }
     StringBuilder& Insert(int index, char) = delete;
@@ -80,8 +83,8 @@ private:
     void InsertUnits(int index, std::u16string_view piece);
     void Grow(std::size_t more);
 
-    // The text stands from the first unit to next, and there is room up to end; bare pointers, since one more unit has to cost
-    // next to nothing.
+    // The text stands from the first unit to next, and there is room up to end; bare pointers, since one more unit has
+    // to cost next to nothing.
     std::unique_ptr<char16_t[]> units;
     char16_t* next = nullptr;
     char16_t* end = nullptr;

@@ -7,8 +7,8 @@
 
 namespace System::Threading {
 
-// A lock that one thread holds at a time. Not an object: a plain member or static, usable before and after every other static's
-// life. A thread that acquires it twice waits for itself.
+// A lock that one thread holds at a time. Not an object: a plain member or static, usable before and after every other
+// static's life. A thread that acquires it twice waits for itself.
 class SYSTEM_EXPORT Mutex final {
 public:
     constexpr Mutex() noexcept = default;

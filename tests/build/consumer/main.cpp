@@ -6,8 +6,8 @@
 
 #include <velrix/gpio/LedColorProperty.h>
 
-// Prints one step of an LED. Text comes from libenv, the step from libvelrix; the exception crosses from the one into the
-// program, which fails when the library and the program do not agree on its type.
+// Prints one step of an LED. Text comes from libenv, the step from libvelrix; the exception crosses from the one into
+// the program, which fails when the library and the program do not agree on its type.
 int main() {
     using Velrix::Gpio::LedColorProperty;
 

@@ -14,7 +14,8 @@
 namespace System::Collections::Generic {
 
 // The array of the runtime: a fixed number of elements in one piece of memory, real elements for bool too.
-template <class T> class Array final : public IArray<T> {
+template <class T>
+class Array final : public IArray<T> {
 public:
     // length elements, each as T() makes it (numbers are 0). A negative length: ArgumentOutOfRangeException "length".
     static std::shared_ptr<Array> Create(int length) {
@@ -61,7 +62,8 @@ private:
     explicit Array(int ownCapacity)
         : elements(std::allocator<T>().allocate(static_cast<std::size_t>(ownCapacity))), capacity(ownCapacity) {}
 
-    // Room without elements; length stays 0 until they are made, so that a throwing constructor leaves nothing to destroy.
+    // Room without elements; length stays 0 until they are made, so that a throwing constructor leaves nothing to
+    // destroy.
     static std::shared_ptr<Array> Allocate(int capacity) { return std::shared_ptr<Array>(new Array(capacity)); }
 
     T* const elements;

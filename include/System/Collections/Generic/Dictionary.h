@@ -18,9 +18,10 @@ namespace System::Collections::Generic {
 
 // The dictionary of the runtime: constant time by key, pairs in the order of adding.
 //
-// Keys need std::hash and ==. The pairs stand in a list, which keeps their order and their places; an index of hashes leads to
-// them. Not for use by several threads at once while one of them changes it; reading is free.
-template <class K, class V> class Dictionary final : public IDictionary<K, V> {
+// Keys need std::hash and ==. The pairs stand in a list, which keeps their order and their places; an index of hashes
+// leads to them. Not for use by several threads at once while one of them changes it; reading is free.
+template <class K, class V>
+class Dictionary final : public IDictionary<K, V> {
 public:
     using typename IDictionary<K, V>::Iterator;
 
@@ -80,11 +81,15 @@ private:
     static const K& KeyOf(Place place) { return place->Key; }
     struct Hash {
         using is_transparent = void;
-        template <class Item> std::size_t operator()(const Item& item) const { return std::hash<K>()(KeyOf(item)); }
+        template <class Item>
+        std::size_t operator()(const Item& item) const {
+            return std::hash<K>()(KeyOf(item));
+        }
     };
     struct Equal {
         using is_transparent = void;
-        template <class Left, class Right> bool operator()(const Left& left, const Right& right) const {
+        template <class Left, class Right>
+        bool operator()(const Left& left, const Right& right) const {
             return KeyOf(left) == KeyOf(right);
         }
     };
@@ -105,7 +110,8 @@ private:
         return false;
     }
 
-    // The small nodes of list and index come from blocks, not one by one from the heap. Declared first: it outlives both.
+    // The small nodes of list and index come from blocks, not one by one from the heap. Declared first: it outlives
+    // both.
     NodeStore nodes;
     Pairs pairs{&nodes};
     std::unordered_set<Place, Hash, Equal, NodeAllocator<Place>> index{&nodes};

@@ -6,7 +6,8 @@
 namespace System::Collections::Generic {
 
 // A row of elements whose length is fixed. Works in a range for. As thread-safe as its elements.
-template <class T> class IArray : public Object {
+template <class T>
+class IArray : public Object {
 public:
     // The number of elements.
     virtual int Length() = 0;

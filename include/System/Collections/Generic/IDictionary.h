@@ -8,9 +8,10 @@
 
 namespace System::Collections::Generic {
 
-// Values under keys that differ from one another. A range for gives the pairs (Key, Value) in the order in which they were added;
-// it must not add or remove meanwhile.
-template <class K, class V> class IDictionary : public Object {
+// Values under keys that differ from one another. A range for gives the pairs (Key, Value) in the order in which they
+// were added; it must not add or remove meanwhile.
+template <class K, class V>
+class IDictionary : public Object {
 public:
     using Iterator = typename std::list<KeyValuePair<K, V>>::const_iterator;
 
@@ -21,8 +22,8 @@ public:
     // "Key already exists", nothing changed.
     virtual void Add(K key, V value) = 0;
 
-    // What stands under key; it stays where it is until the pair is removed. An absent key: KeyNotFoundException with the
-    // key's text.
+    // What stands under key; it stays where it is until the pair is removed. An absent key: KeyNotFoundException with
+    // the key's text.
     virtual V& operator[](const K& key) = 0;
 
     // Puts value under key, in the place of the one that is there, or as Add does.

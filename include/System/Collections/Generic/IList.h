@@ -6,7 +6,8 @@
 namespace System::Collections::Generic {
 
 // A row of elements that grows and shrinks. Works in a range for; a change meanwhile is seen by the rest of it.
-template <class T> class IList : public Object {
+template <class T>
+class IList : public Object {
 public:
     // Walks a list by index, so that any implementation can be walked.
     class Iterator final {
@@ -33,7 +34,8 @@ public:
     // Puts element behind the last one.
     virtual void Add(T element) = 0;
 
-    // Puts element before the one at index, 0 to Count(); elsewhere ArgumentOutOfRangeException "index", nothing changed.
+    // Puts element before the one at index, 0 to Count(); elsewhere ArgumentOutOfRangeException "index", nothing
+    // changed.
     virtual void Insert(int index, T element) = 0;
 
     // Takes the element at index out, 0 to Count() - 1; elsewhere ArgumentOutOfRangeException "index", nothing changed.

@@ -4,7 +4,8 @@
 namespace System::Collections::Generic {
 
 // A key and what a dictionary holds under it; a value, copied freely.
-template <class K, class V> struct KeyValuePair {
+template <class K, class V>
+struct KeyValuePair {
     K Key;
     V Value;
 };

@@ -12,9 +12,10 @@
 
 namespace System::Collections::Generic {
 
-// The text of an element or a key of a collection, for messages and for ToString: a text is itself ("null" for the null handle),
-// a number its decimal digits, an object its ToString(), anything else the name of its type.
-template <class T> string_ptr TextOf(const T& value) {
+// The text of an element or a key of a collection, for messages and for ToString: a text is itself ("null" for the null
+// handle), a number its decimal digits, an object its ToString(), anything else the name of its type.
+template <class T>
+string_ptr TextOf(const T& value) {
     if constexpr (std::is_same_v<T, string_ptr>)
         return value ? value : string_ptr("null");
     else if constexpr (std::is_same_v<T, bool>)
