@@ -13,6 +13,7 @@
 #include "tests/config/SettingsText.h"
 #include "tests/support/AllocationFailure.h"
 #include "tests/support/ExpectException.h"
+#include "tests/support/FailingSystemCalls.h"
 
 using System::string_ptr;
 using TestSupport::ExpectException;
@@ -170,6 +171,38 @@ TEST(ConfigFile, PassesOnWhyAFileDoesNotRead) {
         EXPECT_EQ(exception.ErrorCode(), EIO);
         EXPECT_EQ(exception.Path(), string_ptr("/proc/self/mem"));
     }
+}
+
+TEST(ConfigFile, GivesNothingOfAFileThatFailsInTheMiddle) {
+    const SettingsText file("a=1\n" + std::string(20000, ' ') + "!");
+
+    for (int number = 1; number <= 3; ++number) {
+        const TestSupport::FailingSystemCalls failing("read", number, EIO);
+        try {
+            ConfigFile::ReadAll(file.Path());
+            ADD_FAILURE();
+        } catch (const System::IO::IOException& exception) {
+            EXPECT_EQ(exception.ErrorCode(), EIO);
+            EXPECT_TRUE(failing.HasFailed()) << number;
+        }
+    }
+}
+
+TEST(ConfigFile, ReadsOnAfterAnInterruption) {
+    const SettingsText file("a=1");
+    const TestSupport::FailingSystemCalls failing("read", 1, EINTR);
+
+    EXPECT_EQ(ConfigFile::ReadAll(file.Path())->Count(), 1);
+    EXPECT_TRUE(failing.HasFailed());
+}
+
+TEST(ConfigFile, ReadsInBlocksAndClosesTheFile) {
+    const SettingsText file("a=1");
+    const TestSupport::FailingSystemCalls watching;
+
+    ConfigFile::ReadAll(file.Path());
+
+    EXPECT_EQ(watching.Log(), "open, fstat, read, read, close");
 }
 
 TEST(ConfigFile, LeavesNoFileOpen) {

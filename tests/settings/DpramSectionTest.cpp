@@ -169,6 +169,9 @@ TEST(DpramSection, NeedsPairsAndASection) {
     ExpectException<ArgumentNullException>(message, [] { DpramSection::FromSectionDictionary(nullptr); });
     ExpectException<ArgumentNullException>(message, [] { DpramSection::HandleLength(nullptr, "1"); });
     ExpectException<ArgumentNullException>(message, [] { DpramSection::HandleOffset(nullptr, "1"); });
+    ExpectException<ArgumentNullException>(ArgumentNullException("owner").what(), [] {
+        (*DpramSection::KEY_HANDLERS.Value())["path"]->Invoke(nullptr, "/x");
+    });
 }
 
 TEST(DpramSection, SurvivesEveryAllocationFailure) {

@@ -108,8 +108,8 @@ TEST(LedSection, NeedsPairsAndAnOwner) {
     ExpectException<System::ArgumentNullException>(pairs, [] { LedSection::FromSectionDictionary(nullptr); });
 
     const std::string owner = System::ArgumentNullException("owner").what();
-    ExpectException<System::ArgumentNullException>(
-        owner, [] { (*LedSection::KEY_HANDLERS.Value())["network_status_red"]->Invoke(nullptr, "/x"); });
+    for (const auto& row : *LedSection::KEY_HANDLERS.Value())
+        ExpectException<System::ArgumentNullException>(owner, [&] { row.Value->Invoke(nullptr, "/x"); });
 }
 
 TEST(LedSection, SurvivesEveryAllocationFailure) {

@@ -104,8 +104,8 @@ TEST(OxboPinSection, NeedsPairsAndAnOwner) {
     ExpectException<System::ArgumentNullException>(pairs, [] { OxboPinSection::FromSectionDictionary(nullptr); });
 
     const std::string owner = System::ArgumentNullException("owner").what();
-    ExpectException<System::ArgumentNullException>(
-        owner, [] { (*OxboPinSection::KEY_HANDLERS.Value())["reset_n"]->Invoke(nullptr, "/x"); });
+    for (const auto& row : *OxboPinSection::KEY_HANDLERS.Value())
+        ExpectException<System::ArgumentNullException>(owner, [&] { row.Value->Invoke(nullptr, "/x"); });
 }
 
 TEST(OxboPinSection, SurvivesEveryAllocationFailure) {

@@ -76,11 +76,6 @@ void PrivateEtc::MakeDirectory() {
     Check(mkdir(SETTINGS, 0700) == 0, "cannot make a directory");
 }
 
-void PrivateEtc::LinkTo(const char* target) {
-    Clear();
-    Check(symlink(target, SETTINGS) == 0, "cannot make a link");
-}
-
 void PrivateEtc::Clear() {
     std::filesystem::remove(SETTINGS);
 }

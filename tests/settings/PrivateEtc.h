@@ -22,7 +22,6 @@ public:
     void Write(std::string_view text);
     void WriteUnreadable(std::string_view text);
     void MakeDirectory();
-    void LinkTo(const char* target);
     void Clear();
 };
 

@@ -103,8 +103,8 @@ TEST(QorPinSection, NeedsPairsAndAnOwner) {
     ExpectException<System::ArgumentNullException>(pairs, [] { QorPinSection::FromSectionDictionary(nullptr); });
 
     const std::string owner = System::ArgumentNullException("owner").what();
-    ExpectException<System::ArgumentNullException>(
-        owner, [] { (*QorPinSection::KEY_HANDLERS.Value())["reset_n"]->Invoke(nullptr, "/x"); });
+    for (const auto& row : *QorPinSection::KEY_HANDLERS.Value())
+        ExpectException<System::ArgumentNullException>(owner, [&] { row.Value->Invoke(nullptr, "/x"); });
 }
 
 TEST(QorPinSection, SurvivesEveryAllocationFailure) {
