@@ -34,6 +34,9 @@ constexpr const char* EMULATOR = "qemu-system-arm";
 // Booting takes about eight seconds, and several times that on a machine that is busy with other things.
 constexpr std::chrono::seconds BOOT_LIMIT{180};
 
+// Observers are told the time at least so often, even while nothing happens.
+constexpr std::chrono::milliseconds OBSERVER_INTERVAL{100};
+
 // A line that the agent's shell reads in one go, and the terminal driver holds.
 constexpr std::size_t MAX_COMMAND = 3500;
 
@@ -242,6 +245,8 @@ void Machine::Process::Start(const std::vector<std::string>& arguments, const st
 }
 
 void Machine::Process::Fail(const std::string& what) {
+    // What still runs in there would meddle with whatever came next.
+    ::kill(pid, SIGKILL);
     const std::string console = Tail(directory.Path() / "console");
     throw BoardError(what + "\n--- the emulator:\n" + Tail(directory.Path() / "emulator") + "\n--- the console:\n" +
                      console);
@@ -340,6 +345,8 @@ void Machine::Process::ReadSignals() {
 }
 
 void Machine::Process::Turn(std::chrono::microseconds until) {
+    if (running && running->state)
+        until = std::min(until, HostTime() + OBSERVER_INTERVAL);
     OxboModule* module = running ? running->program.module : nullptr;
     if (module && module->Due())
         until = std::min(until, running->start + *module->Due());

@@ -29,7 +29,7 @@ namespace {
 // How long after the program's end its children may still run. A program that calls for a reboot and ends at once
 // leaves the call to a child, which must come to its end; a daemon that was left behind must not hold the board for
 // long.
-constexpr timespec GRACE{0, 500'000'000};
+constexpr long long GRACE_NS = 1'000'000'000;
 
 void Send(int socket, InitMessage::Kind kind, int status, const std::string& text, int descriptor) {
     InitMessage message{kind, status, {}};
@@ -74,26 +74,26 @@ void MakeBoard(const InitPlan& plan, const std::filesystem::path& workingDirecto
     std::exit(program.main());
 }
 
-// Waits for children until one of them, or with GRACE for any, has ended. True when there is none left.
-bool NoChildrenAreLeft() {
+long long NowNs() {
+    timespec now;
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
+}
+
+// Reaps children until none is left, for as long as they may still run.
+void WaitForOthers() {
     sigset_t childSignal;
     sigemptyset(&childSignal);
     sigaddset(&childSignal, SIGCHLD);
-    timespec end;
-    ::clock_gettime(CLOCK_MONOTONIC, &end);
-    end.tv_nsec += GRACE.tv_nsec; // may exceed a second, which the difference below does not mind
+    const long long end = NowNs() + GRACE_NS;
     for (;;) {
-        const pid_t ended = ::waitpid(-1, nullptr, WNOHANG);
-        if (ended < 0)
-            return true;
-        if (ended > 0)
-            continue;
-        timespec now;
-        ::clock_gettime(CLOCK_MONOTONIC, &now);
-        const long long left = (end.tv_sec - now.tv_sec) * 1'000'000'000LL + end.tv_nsec - now.tv_nsec;
-        if (left <= 0)
-            return false;
-        const timespec wait{0, static_cast<long>(left)};
+        pid_t ended = 0;
+        while ((ended = ::waitpid(-1, nullptr, WNOHANG)) > 0) {
+        }
+        const long long left = end - NowNs();
+        if (ended < 0 || left <= 0)
+            return;
+        const timespec wait{static_cast<time_t>(left / 1'000'000'000), static_cast<long>(left % 1'000'000'000)};
         ::sigtimedwait(&childSignal, nullptr, &wait);
     }
 }
@@ -133,7 +133,7 @@ void RunInit(const InitPlan& plan, const Program& program, FileDescriptor socket
         ::_exit(1);
     }
 
-    // SIGCHLD must stay pending for NoChildrenAreLeft.
+    // SIGCHLD must stay pending for WaitForOthers.
     sigset_t all;
     sigfillset(&all);
     ::sigprocmask(SIG_BLOCK, &all, nullptr);
@@ -155,7 +155,7 @@ void RunInit(const InitPlan& plan, const Program& program, FileDescriptor socket
     for (pid_t ended = 0; ended != child;)
         ended = ::waitpid(-1, &status, 0);
     Send(socket.Get(), InitMessage::Kind::ENDED, status, "", -1);
-    (void)NoChildrenAreLeft();
+    WaitForOthers();
     ::_exit(0);
 }
 
