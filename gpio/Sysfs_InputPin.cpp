@@ -37,7 +37,8 @@ bool Sysfs_InputPin::Get() {
     stream->Seek(0, SeekOrigin::BEGIN);
     stream->Read(readBuffer, 0, 1); // how many bytes came does not matter: none leaves the level read before
 
-    return *readBuffer->Data() == '1';
+    // The buffer is known to be an Array, whose bytes are at hand without a virtual call.
+    return *static_cast<Array<unsigned char>&>(*readBuffer).Data() == '1';
 }
 
 } // namespace Velrix::Gpio

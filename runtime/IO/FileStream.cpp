@@ -48,6 +48,29 @@ int FlagsOf(FileMode mode, FileAccess access) {
     }
 }
 
+// The exceptions of the operations that a pin calls all the time are made out of line: their objects would have every
+// call set up and check a guarded stack.
+
+[[noreturn, gnu::cold, gnu::noinline]] void RaiseOutOfRange(const char* name) {
+    throw ArgumentOutOfRangeException(name);
+}
+
+[[noreturn, gnu::cold, gnu::noinline]] void RaiseBadPart(const std::shared_ptr<IArray<unsigned char>>& buffer,
+                                                         int offset) {
+    if (!buffer)
+        _throw_argument_null_exception("buffer");
+    RaiseOutOfRange(offset < 0 || offset > buffer->Length() ? "offset" : "count");
+}
+
+[[noreturn, gnu::cold, gnu::noinline]] void RaiseUnusable(const string_ptr& path, const int& descriptor,
+                                                          FileAccess needed) {
+    if (descriptor < 0)
+        throw ObjectDisposedException("The file is closed: " + path);
+    throw NotSupportedException(
+        (needed == FileAccess::READ ? "The file is open for writing only: " : "The file is open for reading only: ") +
+        path);
+}
+
 int WhenceOf(SeekOrigin origin) {
     switch (origin) {
     case SeekOrigin::BEGIN:
@@ -57,19 +80,19 @@ int WhenceOf(SeekOrigin origin) {
     case SeekOrigin::END:
         return SEEK_END;
     default:
-        throw ArgumentOutOfRangeException("origin");
+        RaiseOutOfRange("origin");
     }
 }
 
 // The part of the buffer that an operation was told to use.
-unsigned char* PartOf(const std::shared_ptr<IArray<unsigned char>>& buffer, int offset, int count) {
+inline unsigned char* PartOf(const std::shared_ptr<IArray<unsigned char>>& buffer, int offset, int count) {
     if (!buffer)
-        _throw_argument_null_exception("buffer");
+        RaiseBadPart(buffer, offset);
     const int length = buffer->Length();
-    if (offset < 0 || offset > length)
-        throw ArgumentOutOfRangeException("offset");
-    if (count < 0 || count > length - offset)
-        throw ArgumentOutOfRangeException("count");
+    // As unsigned numbers, so that a negative one is too great as well.
+    if (static_cast<unsigned>(offset) > static_cast<unsigned>(length) ||
+        static_cast<unsigned>(count) > static_cast<unsigned>(length - offset))
+        RaiseBadPart(buffer, offset);
     return buffer->Data() + offset;
 }
 
@@ -111,7 +134,42 @@ FileStream::~FileStream() {
         ::close(descriptor);
 }
 
+inline void FileStream::CheckUse(FileAccess needed) const {
+    if (descriptor < 0 || access != needed)
+        RaiseUnusable(path, descriptor, needed);
+}
+
+inline int FileStream::ReadSome(void* target, int count) {
+    const std::size_t size = static_cast<std::size_t>(count);
+    for (;;) {
+        if (position >= 0) {
+            const ssize_t result = ::pread(descriptor, target, size, position);
+            if (result >= 0) {
+                position += result;
+                return static_cast<int>(result);
+            }
+        } else {
+            const ssize_t result = ::read(descriptor, target, size);
+            if (result >= 0)
+                return static_cast<int>(result);
+        }
+        if (errno != EINTR)
+            RaiseIO("Cannot read", path, errno);
+    }
+}
+
 long long FileStream::Seek(long long offset, SeekOrigin origin) {
+    // A reader leaves a known place to the next read, which names its place itself. An input pin does so for each
+    // level.
+    if (origin == SeekOrigin::BEGIN && offset >= 0 && access == FileAccess::READ && descriptor >= 0) {
+        position = offset;
+        nextByte = lastByte;
+        return offset;
+    }
+    return SeekElsewhere(offset, origin);
+}
+
+long long FileStream::SeekElsewhere(long long offset, SeekOrigin origin) {
     CheckUse(access);
     const int whence = WhenceOf(origin);
     const std::ptrdiff_t ahead = lastByte - nextByte;
@@ -121,20 +179,20 @@ long long FileStream::Seek(long long offset, SeekOrigin origin) {
     if (origin == SeekOrigin::CURRENT && position >= 0) {
         known = true;
         if (__builtin_add_overflow(position - ahead, offset, &target))
-            throw ArgumentOutOfRangeException("offset");
+            RaiseOutOfRange("offset");
     }
     if (known && target < 0)
-        throw ArgumentOutOfRangeException("offset");
+        RaiseOutOfRange("offset");
 
-    // A reader that knows the place leaves it to the next read, which names its place itself. Everything else is a
-    // matter between the system and its own offset, which stands behind what was read ahead.
+    // Everything else than a reader's known place is a matter between the system and its own offset, which stands
+    // behind what was read ahead.
     if (!known || access == FileAccess::WRITE) {
         if (origin == SeekOrigin::CURRENT && __builtin_sub_overflow(offset, ahead, &offset))
-            throw ArgumentOutOfRangeException("offset");
+            RaiseOutOfRange("offset");
         target = ::lseek(descriptor, offset, whence);
         if (target < 0) {
             if (errno == EINVAL)
-                throw ArgumentOutOfRangeException("offset");
+                RaiseOutOfRange("offset");
             RaiseIO("Cannot seek", path, errno);
         }
     }
@@ -194,30 +252,6 @@ int FileStream::ReadBlock() {
     nextByte = block.get();
     lastByte = nextByte + count;
     return *nextByte++;
-}
-
-int FileStream::ReadSome(void* target, int count) {
-    const std::size_t size = static_cast<std::size_t>(count);
-    for (;;) {
-        const ssize_t result =
-            position < 0 ? ::read(descriptor, target, size) : ::pread(descriptor, target, size, position);
-        if (result >= 0) {
-            if (position >= 0)
-                position += result;
-            return static_cast<int>(result);
-        }
-        if (errno != EINTR)
-            RaiseIO("Cannot read", path, errno);
-    }
-}
-
-void FileStream::CheckUse(FileAccess needed) const {
-    if (descriptor < 0)
-        throw ObjectDisposedException("The file is closed: " + path);
-    if (access != needed)
-        throw NotSupportedException((needed == FileAccess::READ ? "The file is open for writing only: "
-                                                                : "The file is open for reading only: ") +
-                                    path);
 }
 
 } // namespace System::IO

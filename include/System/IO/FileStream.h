@@ -56,6 +56,7 @@ public:
 private:
     FileStream(string_ptr ownPath, FileAccess ownAccess, int ownDescriptor) noexcept;
 
+    long long SeekElsewhere(long long offset, SeekOrigin origin);
     int ReadBlock();
     int ReadSome(void* target, int count);
     void CheckUse(FileAccess needed) const;
