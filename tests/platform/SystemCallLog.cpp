@@ -14,6 +14,10 @@
 
 #include <utility>
 
+// There when coverage is counted.
+extern "C" [[gnu::weak]] void __gcov_dump();
+extern "C" [[gnu::weak]] void __gcov_reset();
+
 namespace {
 
 // The files of the board under the names of what they are, written down here independently of the library and of its
@@ -88,6 +92,14 @@ const char* NameOf(const char* path) {
 // The name of an open file, or null for one that is none of the test's concern.
 const char* NameOf(int descriptor) {
     return descriptor >= 0 && descriptor < MAX_FILES && openNames[descriptor][0] ? openNames[descriptor] : nullptr;
+}
+
+// The counters are written at the exit of a program, which neither another program in its place nor _exit comes to.
+void WriteCoverage() {
+    if (__gcov_dump && __gcov_reset) {
+        __gcov_dump();
+        __gcov_reset();
+    }
 }
 
 void CopyName(char (&target)[64], const char* name) {
@@ -240,6 +252,7 @@ int execlp(const char* path, const char* first, ...) noexcept {
     for (int i = 1; i < 4 && argv[i - 1]; ++i)
         argv[i] = va_arg(arguments, char*);
     va_end(arguments);
+    WriteCoverage();
     if (failExec) {
         EmitWord("exec(", path);
         Emit("", ")!");
@@ -247,6 +260,12 @@ int execlp(const char* path, const char* first, ...) noexcept {
         return -1;
     }
     return ::execv(path, argv);
+}
+
+void _exit(int status) {
+    WriteCoverage();
+    ::syscall(SYS_exit_group, status);
+    std::abort();
 }
 
 } // extern "C"
