@@ -5,6 +5,7 @@
 #include "tests/support/FailingSystemCalls.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstring>
@@ -24,11 +25,15 @@ thread_local FailingSystemCalls* watcher = nullptr;
 // with the definitions below.
 constexpr bool IS_LARGE_FILE_32 = sizeof(off_t) > sizeof(long);
 
+// Found at the first call of each; several threads may be the first.
 template <class Function>
-Function* Real(Function*& real, const char* name, const char* largeFileName) {
-    if (!real)
-        real = reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, IS_LARGE_FILE_32 ? largeFileName : name));
-    return real;
+Function* Real(std::atomic<Function*>& real, const char* name, const char* largeFileName) {
+    Function* found = real.load(std::memory_order_relaxed);
+    if (!found) {
+        found = reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, IS_LARGE_FILE_32 ? largeFileName : name));
+        real.store(found, std::memory_order_relaxed);
+    }
+    return found;
 }
 
 } // namespace
@@ -85,7 +90,7 @@ using TestSupport::SystemCallWatch;
 extern "C" {
 
 int open(const char* path, int flags, ...) {
-    static int (*real)(const char*, int, ...) = nullptr;
+    static std::atomic<int (*)(const char*, int, ...)> real{nullptr};
     if (SystemCallWatch::Fails("open"))
         return -1;
     mode_t mode = 0;
@@ -99,46 +104,46 @@ int open(const char* path, int flags, ...) {
 }
 
 int close(int descriptor) {
-    static int (*real)(int) = nullptr;
+    static std::atomic<int (*)(int)> real{nullptr};
     // The descriptor is gone also when close fails, as on every Linux.
     const int result = Real(real, "close", "close")(descriptor);
     return SystemCallWatch::Fails("close") ? -1 : result;
 }
 
 ssize_t read(int descriptor, void* target, size_t count) {
-    static ssize_t (*real)(int, void*, size_t) = nullptr;
+    static std::atomic<ssize_t (*)(int, void*, size_t)> real{nullptr};
     return SystemCallWatch::Fails("read") ? -1 : Real(real, "read", "read")(descriptor, target, count);
 }
 
 ssize_t pread(int descriptor, void* target, size_t count, off_t offset) {
-    static ssize_t (*real)(int, void*, size_t, off_t) = nullptr;
+    static std::atomic<ssize_t (*)(int, void*, size_t, off_t)> real{nullptr};
     return SystemCallWatch::Fails("pread") ? -1 : Real(real, "pread", "pread64")(descriptor, target, count, offset);
 }
 
 ssize_t write(int descriptor, const void* source, size_t count) {
-    static ssize_t (*real)(int, const void*, size_t) = nullptr;
+    static std::atomic<ssize_t (*)(int, const void*, size_t)> real{nullptr};
     if (SystemCallWatch::Fails("write"))
         return -1;
     return Real(real, "write", "write")(descriptor, source, SystemCallWatch::Limited(count));
 }
 
 off_t lseek(int descriptor, off_t offset, int whence) noexcept {
-    static off_t (*real)(int, off_t, int) = nullptr;
+    static std::atomic<off_t (*)(int, off_t, int)> real{nullptr};
     return SystemCallWatch::Fails("lseek") ? -1 : Real(real, "lseek", "lseek64")(descriptor, offset, whence);
 }
 
 int fstat(int descriptor, struct stat* status) noexcept {
-    static int (*real)(int, struct stat*) = nullptr;
+    static std::atomic<int (*)(int, struct stat*)> real{nullptr};
     return SystemCallWatch::Fails("fstat") ? -1 : Real(real, "fstat", "__fstat64_time64")(descriptor, status);
 }
 
 int stat(const char* path, struct stat* status) noexcept {
-    static int (*real)(const char*, struct stat*) = nullptr;
+    static std::atomic<int (*)(const char*, struct stat*)> real{nullptr};
     return SystemCallWatch::Fails("stat") ? -1 : Real(real, "stat", "__stat64_time64")(path, status);
 }
 
 int dup3(int from, int to, int flags) noexcept {
-    static int (*real)(int, int, int) = nullptr;
+    static std::atomic<int (*)(int, int, int)> real{nullptr};
     return SystemCallWatch::Fails("dup3") ? -1 : Real(real, "dup3", "dup3")(from, to, flags);
 }
 
