@@ -19,7 +19,9 @@ struct Exception::Content {
 namespace {
 
 string_ptr OrEmpty(string_ptr text) {
-    return text ? std::move(text) : String::EMPTY;
+    if (!text)
+        return String::EMPTY;
+    return text;
 }
 
 string_ptr ArgumentMessage(const string_ptr& paramName, const char* complaint) {

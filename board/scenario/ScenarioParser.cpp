@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -295,7 +296,7 @@ std::optional<ScenarioTime> ParseTime(std::string_view text) {
     constexpr double YEAR = 365.0 * 24 * 3600 * 1e6;
     if (us < 0 || number * us > YEAR)
         return std::nullopt;
-    return ScenarioTime(static_cast<long long>(number * us + 0.5));
+    return ScenarioTime(std::llround(number * us));
 }
 
 Scenario ParseScenario(const std::string& path, std::string_view text, const ScenarioNames& names) {

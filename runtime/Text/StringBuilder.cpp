@@ -22,7 +22,7 @@ constexpr std::size_t LEAST_CAPACITY = 48;
 struct Digits {
     template <class Number>
     explicit Digits(Number number) noexcept {
-        char bytes[sizeof units / sizeof *units];
+        char bytes[sizeof units / sizeof *units] = {}; // cleared for the analyser, which does not know to_chars
         const char* const end = std::to_chars(bytes, bytes + sizeof bytes, number).ptr;
         for (const char* byte = bytes; byte != end; ++byte)
             units[length++] = static_cast<char16_t>(*byte);
