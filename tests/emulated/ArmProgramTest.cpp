@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/emulated/ArmProgram.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "board/virtual/BoardError.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+using TestSupport::TemporaryFolder;
+using VelrixBoard::AddArmProgram;
+using VelrixBoard::BoardError;
+using VelrixBoard::CpioArchive;
+using VelrixBoard::ReadArmObject;
+
+constexpr const char* COMPILER = "arm-linux-gnueabihf-g++";
+
+// Programs and libraries made on the spot, since nothing else says what a linker really writes.
+class ArmProgram : public testing::Test {
+protected:
+    void SetUp() override {
+        if (std::system((std::string(COMPILER) + " --version > /dev/null 2>&1").c_str()) != 0)
+            GTEST_SKIP() << "needs " << COMPILER;
+        std::filesystem::create_directories(Path("lib"));
+        Make("lib/libinner.so", "int inner() { return 1; }", "-shared -fPIC -Wl,-soname,libinner.so");
+        Make("lib/libouter.so", "int inner(); int outer() { return inner(); }",
+             "-shared -fPIC -Wl,-soname,libouter.so -Llib -linner -Wl,-rpath,'$ORIGIN'");
+    }
+
+    std::filesystem::path Path(const std::string& name) const { return folder.Path(name); }
+
+    void Make(const std::string& name, const std::string& source, const std::string& options) const {
+        std::ofstream(Path("source.cpp")) << source;
+        const std::string command =
+            "cd " + folder.Path() + " && " + COMPILER + " source.cpp " + options + " -o " + name;
+        ASSERT_EQ(std::system(command.c_str()), 0) << command;
+    }
+
+    TemporaryFolder folder;
+};
+
+TEST_F(ArmProgram, TellsNeededLibrariesAndRunPath) {
+    Make("program", "int outer(); int main() { return outer(); }",
+         "-Llib -louter -Wl,-rpath-link,lib -Wl,-rpath,/one:/two");
+
+    const auto object = ReadArmObject(Path("program"));
+
+    ASSERT_TRUE(object);
+    ASSERT_FALSE(object->needed.empty());
+    EXPECT_EQ(object->needed[0], "libouter.so");
+    EXPECT_EQ(object->runPath, (std::vector<std::string>{"/one", "/two"}));
+}
+
+TEST_F(ArmProgram, TellsThatAStaticProgramNeedsNothing) {
+    Make("program", "int main() {}", "-static");
+
+    const auto object = ReadArmObject(Path("program"));
+
+    ASSERT_TRUE(object);
+    EXPECT_TRUE(object->needed.empty());
+}
+
+TEST_F(ArmProgram, PutsLibrariesOfTheRunPathWhereTheyAre) {
+    Make("program", "int outer(); int main() { return outer(); }",
+         "-Llib -louter -Wl,-rpath-link,lib -Wl,-rpath,'$ORIGIN/lib'");
+
+    CpioArchive archive;
+    AddArmProgram(archive, Path("program"), {});
+
+    CpioArchive expected;
+    expected.AddFile(Path("program"), Path("program"));
+    expected.AddFile(Path("lib/libouter.so"), Path("lib/libouter.so"));
+    expected.AddFile(Path("lib/libinner.so"), Path("lib/libinner.so"));
+    EXPECT_EQ(archive.Finish(), expected.Finish());
+}
+
+TEST_F(ArmProgram, PutsLibrariesOfGivenFoldersIntoTheMachinesOwn) {
+    Make("program", "int outer(); int main() { return outer(); }", "-Llib -louter -Wl,-rpath-link,lib");
+
+    CpioArchive archive;
+    AddArmProgram(archive, Path("program"), {Path("none"), Path("lib")});
+
+    CpioArchive expected;
+    expected.AddFile(Path("program"), Path("program"));
+    expected.AddFile("/usr/lib/arm-linux-gnueabihf/libouter.so", Path("lib/libouter.so"));
+    expected.AddFile("/usr/lib/arm-linux-gnueabihf/libinner.so", Path("lib/libinner.so"));
+    EXPECT_EQ(archive.Finish(), expected.Finish());
+}
+
+TEST_F(ArmProgram, RefusesWhatIsCutShort) {
+    Make("program", "int main() {}", "");
+    for (const std::uintmax_t size : {std::uintmax_t{60}, std::uintmax_t{200}, std::uintmax_t{1000}}) {
+        std::filesystem::resize_file(Path("program"), size);
+        EXPECT_THROW(ReadArmObject(Path("program")), BoardError) << size;
+        Make("program", "int main() {}", "");
+    }
+}
+
+TEST(ArmProgramErrors, RefusesProgramsOfOtherMachines) {
+    EXPECT_FALSE(ReadArmObject("/proc/self/exe"));
+    CpioArchive archive;
+
+    try {
+        AddArmProgram(archive, "/proc/self/exe", {});
+        ADD_FAILURE();
+    } catch (const BoardError& error) {
+        EXPECT_STREQ(error.what(), "/proc/self/exe is no 32-bit ARM program; build it with the preset \"arm\"");
+    }
+}
+
+TEST(ArmProgramErrors, RefusesTextAndWhatCannotBeRead) {
+    const TemporaryFolder folder;
+    std::ofstream(folder.Path("script")) << "#!/bin/sh\n";
+
+    EXPECT_FALSE(ReadArmObject(folder.Path("script")));
+    EXPECT_THROW(ReadArmObject(folder.Path("absent")), BoardError);
+    EXPECT_THROW(ReadArmObject(folder.Path()), BoardError);
+}
+
+} // namespace

@@ -1,0 +1,394 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Programs on the emulated board, judged by what its GPIO controller saw. The machine boots once and runs them all; so
+// this is one program that wants to run whole. The programs are those of the folder VELRIX_ARM_BUILD, a build with the
+// preset "arm"; the image is that of VELRIX_EMULATED_BOARD.
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "board/emulated/ArmProgram.h"
+#include "board/emulated/Machine.h"
+#include "board/timeline/Timeline.h"
+#include "board/virtual/BoardState.h"
+
+namespace {
+
+using namespace VelrixBoard;
+using std::chrono::microseconds;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+std::filesystem::path FolderOf(const char* variable) {
+    const char* value = std::getenv(variable);
+    return std::filesystem::absolute(value ? value : "").lexically_normal();
+}
+
+const std::filesystem::path BUILD = FolderOf("VELRIX_ARM_BUILD");
+const std::filesystem::path IMAGE = FolderOf("VELRIX_EMULATED_BOARD");
+
+// The test programs of both libraries in the ARM build. Those of the boards and recordings test what runs on a
+// workstation.
+std::vector<std::filesystem::path> TestPrograms() {
+    std::vector<std::filesystem::path> programs;
+    for (const char* folder : {"config", "runtime", "support", "settings", "gpio", "logging", "identity", "platform"})
+        if (std::filesystem::is_directory(BUILD / "tests" / folder))
+            for (const auto& entry : std::filesystem::directory_iterator(BUILD / "tests" / folder))
+                if (entry.is_regular_file() && entry.path().filename().native().ends_with("-tests"))
+                    programs.push_back(entry.path());
+    return programs;
+}
+
+// How a program ran, and what the board's signals did meanwhile.
+struct Recording final : public BoardObserver {
+    struct Event {
+        std::string name;
+        bool level;
+        microseconds time;
+    };
+
+    explicit Recording(const BoardModel& model) : state(model) { state.Add(*this); }
+
+    void OnChange(std::size_t signal, bool level, BoardTime time) override {
+        events.push_back({state.Name(signal), level, time});
+    }
+
+    void OnSettled(BoardTime time) override {
+        if (settled)
+            settled(time);
+    }
+
+    // "MS.green 1, OXBO_RL 0": all changes of the signals whose names begin so, in their order.
+    std::string Order(const std::vector<std::string>& prefixes = {""}) const {
+        std::string text;
+        for (const Event& event : events)
+            if (std::any_of(prefixes.begin(), prefixes.end(), [&](const auto& p) { return event.name.starts_with(p); }))
+                text += (text.empty() ? "" : ", ") + event.name + (event.level ? " 1" : " 0");
+        return text;
+    }
+
+    // When each change of the signal was.
+    std::vector<microseconds> Times(const std::string& name) const {
+        std::vector<microseconds> times;
+        for (const Event& event : events)
+            if (event.name == name)
+                times.push_back(event.time);
+        return times;
+    }
+
+    // The signals that are high, in the board's order.
+    std::string High() const {
+        std::string text;
+        for (std::size_t i = 0; i < state.Count(); ++i)
+            if (state.Level(i) && !state.IsInput(i))
+                text += (text.empty() ? "" : ", ") + state.Name(i);
+        return text;
+    }
+
+    BoardState state;
+    std::vector<Event> events;
+    std::function<void(BoardTime)> settled;
+    std::string output;
+    std::string errors;
+    MachineResult result;
+};
+
+// The one machine of all tests.
+class EmulatedBoard : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        CpioArchive files;
+        scenes = BUILD / "tests/emulated/board-scenes";
+        gateway = BUILD / "examples/gateway/gateway";
+        std::vector<std::filesystem::path> programs = TestPrograms();
+        programs.push_back(scenes);
+        programs.push_back(gateway);
+        // Libraries that several programs need come several times, which the kernel takes.
+        for (const auto& program : programs)
+            AddArmProgram(files, program, {});
+        // Some tests read the documentation that they check.
+        files.AddTree(SOURCE_FOLDER "/docs", SOURCE_FOLDER "/docs");
+        files.AddTree(SOURCE_FOLDER "/tests", SOURCE_FOLDER "/tests");
+        lines.emplace(IMAGE / "lines.txt", Model());
+        machine = std::make_unique<Machine>(IMAGE, files);
+        machine->AwaitReady();
+    }
+
+    static void TearDownTestSuite() { machine.reset(); }
+
+    // Runs a program with a module that is ready so long after its reset.
+    static std::unique_ptr<Recording> Play(const std::vector<std::string>& words,
+                                           std::optional<milliseconds> readyAfter = milliseconds(40),
+                                           const std::function<void(Recording&)>& prepare = {}) {
+        auto run = std::make_unique<Recording>(Model());
+        OxboModule module(run->state, readyAfter, [](std::size_t s, bool level) { machine->DriveInput(s, level); });
+        run->state.Add(module);
+        MachineProgram program;
+        program.words = words;
+        program.module = &module;
+        program.limit = seconds(120);
+        program.output = [&run](std::string_view text) { run->output += text; };
+        program.errors = [&run](std::string_view text) { run->errors += text; };
+        if (prepare)
+            prepare(*run);
+        run->result = machine->Run(program, run->state, *lines);
+        return run;
+    }
+
+    static std::unique_ptr<Recording> Scene(std::vector<std::string> words,
+                                            std::optional<milliseconds> readyAfter = milliseconds(40)) {
+        words.insert(words.begin(), scenes.native());
+        auto run = Play(words, readyAfter);
+        EXPECT_EQ(run->result.exitCode, 0) << run->errors;
+        EXPECT_EQ(run->errors, "");
+        return run;
+    }
+
+    static const BoardModel& Model() {
+        static const BoardModel model;
+        return model;
+    }
+
+    static inline std::optional<GpioLines> lines;
+    static inline std::unique_ptr<Machine> machine;
+    static inline std::filesystem::path scenes;
+    static inline std::filesystem::path gateway;
+};
+
+// The program reads its clock, then writes; the host may take the processor away in between, so that the first of two
+// writes is late and the interval short. Longer than this it hardly ever does.
+constexpr microseconds LATE = milliseconds(20);
+
+// How much longer than asked a step may last here: the loops turn every few milliseconds, and the host is busy.
+constexpr microseconds SLOW = milliseconds(400);
+
+void ExpectIntervals(const std::vector<microseconds>& times, microseconds least) {
+    ASSERT_GE(times.size(), 2U);
+    for (std::size_t i = 1; i < times.size(); ++i) {
+        EXPECT_GE((times[i] - times[i - 1]).count(), (least - LATE).count())
+            << "between changes " << i - 1 << " and " << i;
+        EXPECT_LE((times[i] - times[i - 1]).count(), (least + SLOW).count())
+            << "between changes " << i - 1 << " and " << i;
+    }
+}
+
+TEST_F(EmulatedBoard, LightsEveryColourInThePowerUpTest) {
+    const auto run = Scene({"power-up"});
+
+    // Each LED's own order; LEDs among one another change in the order in which they are updated.
+    EXPECT_EQ(run->Order({"MS"}), "MS.green 1, MS.green 0, MS.red 1, MS.green 1, MS.red 0, MS.green 0");
+    EXPECT_EQ(run->Order({"NS"}), "NS.green 1, NS.green 0, NS.red 1, NS.red 0");
+    EXPECT_EQ(run->Order({"LINK_ACT1"}),
+              "LINK_ACT1.green 1, LINK_ACT1.green 0, LINK_ACT1.yellow 1, LINK_ACT1.yellow 0");
+    EXPECT_EQ(run->Order({"LINK_ACT2"}),
+              "LINK_ACT2.green 1, LINK_ACT2.green 0, LINK_ACT2.yellow 1, LINK_ACT2.yellow 0");
+    EXPECT_TRUE(run->Order().starts_with("MS.green 1, NS.green 1, LINK_ACT1.green 1, LINK_ACT2.green 1, MS.green 0"))
+        << run->Order();
+    for (const char* green : {"NS.green", "LINK_ACT1.green", "LINK_ACT2.green"})
+        ExpectIntervals(run->Times(green), milliseconds(250));
+    for (const char* second : {"MS.red", "NS.red", "LINK_ACT1.yellow", "LINK_ACT2.yellow"})
+        ExpectIntervals(run->Times(second), milliseconds(250));
+
+    // The module status LED stays green until the end of the process switches it off.
+    const auto green = run->Times("MS.green");
+    ASSERT_EQ(green.size(), 4U);
+    EXPECT_GE((green[3] - green[2]).count(), (milliseconds(300) - LATE).count());
+}
+
+struct Pair {
+    const char* ms;
+    const char* msOrder; // of one and a half periods
+    const char* ns;
+    const char* nsOrder;
+};
+constexpr Pair FLASHING[] = {
+    {"SetMsEnLedMissingConfiguration", "MS.green 1, MS.green 0, MS.red 1, MS.green 1, MS.red 0", "SetNsLedNoConnection",
+     "NS.green 1, NS.green 0, NS.green 1"},
+    {"SetMsEnLedIdle", "MS.green 1, MS.green 0, MS.green 1", //
+     "SetNsLedTimeout", "NS.red 1, NS.red 0, NS.red 1"},
+    {"SetMsEnLedInvalidConfiguration", "MS.red 1, MS.red 0, MS.red 1", //
+     "SetNsLedConnectionEstablished", "NS.green 1"},
+};
+
+TEST_F(EmulatedBoard, FlashesWithHalvesOf500Ms) {
+    for (const Pair& pair : FLASHING) {
+        SCOPED_TRACE(pair.ms);
+        const auto run = Scene({"indications", "1250", pair.ms, pair.ns});
+
+        EXPECT_EQ(run->Order({"MS"}), pair.msOrder);
+        EXPECT_EQ(run->Order({"NS"}), pair.nsOrder);
+        EXPECT_EQ(run->Order({"LINK"}), "");
+        for (const char* element : {"MS.green", "MS.red", "NS.green", "NS.red"})
+            if (run->Times(element).size() > 1)
+                ExpectIntervals(run->Times(element), milliseconds(500));
+    }
+}
+
+constexpr Pair STEADY[] = {
+    {"SetMsEnLedRunning", "MS.green 1", "SetNsLedFatalError", "NS.red 1"},
+    {"SetMsEnLedFatalError", "MS.red 1", "SetNsLedPowerOff", ""},
+    {"SetMsEnLedPowerOff", "", "SetNsLedConnectionEstablished", "NS.green 1"},
+};
+
+TEST_F(EmulatedBoard, KeepsSteadyIndicationsSteady) {
+    for (const Pair& pair : STEADY) {
+        SCOPED_TRACE(pair.ms);
+        const auto run = Scene({"indications", "600", pair.ms, pair.ns});
+
+        EXPECT_EQ(run->Order({"MS"}), pair.msOrder);
+        EXPECT_EQ(run->Order({"NS"}), pair.nsOrder);
+    }
+}
+
+TEST_F(EmulatedBoard, ResetsTheModuleAndWaitsUntilItIsReady) {
+    const auto run = Scene({"reset", "5000"}, milliseconds(300));
+
+    // The ram-loader line stands before reset is released, and the module answers to the release alone.
+    EXPECT_EQ(run->Order({"OXBO", "QOR"}), "OXBO_RESET1_N 1, OXBO_IRQ_N 0, OXBO_RESET1_N 0, OXBO_IRQ_N 1, OXBO_RL 1, "
+                                           "OXBO_RESET1_N 1, OXBO_IRQ_N 0");
+    const auto reset = run->Times("OXBO_RESET1_N");
+    const auto irq = run->Times("OXBO_IRQ_N");
+    const auto loader = run->Times("OXBO_RL");
+    ASSERT_EQ(reset.size(), 3U);
+    ASSERT_EQ(irq.size(), 3U);
+    ASSERT_EQ(loader.size(), 1U);
+    EXPECT_GE((reset[2] - reset[1]).count(), 1000);
+    EXPECT_GE((reset[2] - loader[0]).count(), 1000);
+    EXPECT_GE((irq[2] - reset[2]).count(), microseconds(milliseconds(300)).count());
+
+    int milliseconds1 = 0;
+    int milliseconds2 = 0;
+    ASSERT_EQ(std::sscanf(run->output.c_str(), "ready %d ready %d", &milliseconds1, &milliseconds2), 2) << run->output;
+    EXPECT_GE(milliseconds1, 290);
+    EXPECT_LE(milliseconds1, 1300);
+    EXPECT_GE(milliseconds2, 290);
+    EXPECT_LE(milliseconds2, 1300);
+}
+
+TEST_F(EmulatedBoard, ReturnsAtOnceFromAResetThatDoesNotWait) {
+    const auto run = Scene({"reset", "0"}, std::nullopt);
+
+    EXPECT_EQ(run->Order(), "OXBO_RESET1_N 1, OXBO_RESET1_N 0, OXBO_RL 1, OXBO_RESET1_N 1");
+    int first = 0;
+    int second = 0;
+    ASSERT_EQ(std::sscanf(run->output.c_str(), "ready %d ready %d", &first, &second), 2) << run->output;
+    EXPECT_LE(second, 400);
+}
+
+TEST_F(EmulatedBoard, GivesUpOnAModuleThatIsNotReadyInTime) {
+    const auto run = Scene({"reset", "200"}, std::nullopt);
+
+    EXPECT_EQ(run->Order(), "OXBO_RESET1_N 1, OXBO_RESET1_N 0, OXBO_RL 1, OXBO_RESET1_N 1");
+    int first = 0;
+    int second = 0;
+    ASSERT_EQ(std::sscanf(run->output.c_str(), "timeout %d timeout %d", &first, &second), 2) << run->output;
+    EXPECT_GE(first, 200);
+    EXPECT_LE(first, 1200);
+}
+
+struct Ending {
+    const char* event;
+    const char* way;
+    const char* leds; // from the event on
+    const char* high;
+};
+// The ram-loader line stays as it is, both resets are held.
+constexpr Ending ENDINGS[] = {
+    {"normal", "shutdown", "", "OXBO_RL"},
+    {"normal", "exit", "", "OXBO_RL"},
+    {"fatal", "shutdown", "MS.red 1", "OXBO_RL, MS.red, NS.red"},
+    {"fatal", "exit", "MS.red 1", "OXBO_RL, MS.red, NS.red"},
+};
+
+TEST_F(EmulatedBoard, LeavesTheFinalStateHoweverTheProcessEnds) {
+    for (const Ending& ending : ENDINGS) {
+        SCOPED_TRACE(std::string(ending.event) + " " + ending.way);
+        const auto run = Scene({"end", ending.event, ending.way});
+
+        EXPECT_EQ(run->High(), ending.high);
+        EXPECT_EQ(run->Order({"OXBO_R"}), "OXBO_RL 1, OXBO_RESET1_N 1, OXBO_RESET1_N 0");
+        // The module is put into reset before the LEDs say so, unless a fatal event was quicker.
+        const std::string order = run->Order({"OXBO_RESET", "MS"});
+        EXPECT_EQ(order, std::string(ending.event) == "fatal"
+                             ? "OXBO_RESET1_N 1, MS.green 1, MS.green 0, MS.red 1, OXBO_RESET1_N 0"
+                             : "OXBO_RESET1_N 1, MS.green 1, OXBO_RESET1_N 0, MS.green 0");
+    }
+}
+
+TEST_F(EmulatedBoard, RunsTheGatewayFromStartToSigterm) {
+    // Green after the red of a lost connection is the last state of all.
+    const auto run = Play({gateway.native()}, milliseconds(40), [](Recording& running) {
+        running.settled = [&running, sent = false](BoardTime) mutable {
+            if (!sent && running.Times("NS.red").size() >= 4 && running.Times("NS.green").size() % 2 == 1) {
+                sent = true;
+                machine->Signal("TERM");
+            }
+        };
+    });
+
+    EXPECT_EQ(run->result.exitCode, 0) << run->errors;
+    EXPECT_EQ(run->errors, "");
+    EXPECT_EQ(run->Order({"OXBO"}), "OXBO_RESET1_N 1, OXBO_IRQ_N 0, OXBO_RESET1_N 0, OXBO_IRQ_N 1");
+    EXPECT_EQ(run->High(), "");
+    const std::string order = run->Order({"MS", "OXBO_RESET"});
+    EXPECT_TRUE(order.starts_with("MS.green 1, MS.green 0, MS.red 1, MS.green 1, MS.red 0, OXBO_RESET1_N 1")) << order;
+    EXPECT_TRUE(order.ends_with("MS.green 1, OXBO_RESET1_N 0, MS.green 0")) << order;
+    EXPECT_TRUE(run->Order({"NS"}).ends_with(", NS.green 0")) << run->Order({"NS"});
+
+    const auto log = Play({"cat", "/mnt/share/logger"});
+    EXPECT_NE(log->output.find("Connection established"), std::string::npos) << log->output;
+    const auto trace = Play({"cat", "/var/log/apps/gateway.log"});
+    EXPECT_NE(trace->output.find("Shutting down gateway"), std::string::npos) << trace->output;
+}
+
+TEST_F(EmulatedBoard, ShowsTheGatewaysFatalEnd) {
+    const auto run = Play({gateway.native()}, std::nullopt);
+
+    EXPECT_EQ(run->result.exitCode, 1);
+    EXPECT_NE(run->errors.find("did not become ready"), std::string::npos) << run->errors;
+    EXPECT_EQ(run->High(), "MS.red, NS.red");
+}
+
+// Two at a time, one for each of the machine's processors. The parser's comparisons with a model, some ten thousand
+// files each, would take minutes here and ask the same few things of the kernel over and over; qemu-arm runs them.
+constexpr const char* RUN_SUITES =
+    R"(printf '%s\n' "$@" | xargs -n 1 -P 2 sh -c '"$0" --gtest_brief=1 "--gtest_filter=-ConfigParser.*AsTheModel" > /tmp/$(basename "$0").log 2>&1; echo $? $0')";
+
+TEST_F(EmulatedBoard, PassesEverySuiteOnTheRealKernel) {
+    const auto programs = TestPrograms();
+    ASSERT_FALSE(programs.empty()) << "no test programs in " << BUILD;
+    std::vector<std::string> words = {"sh", "-c", RUN_SUITES, "sh"};
+    for (const auto& program : programs)
+        words.push_back(program.native());
+
+    const auto suites = Play(words);
+
+    EXPECT_EQ(suites->result.exitCode, 0) << suites->errors;
+    for (const auto& program : programs) {
+        const auto log = Play({"cat", "/tmp/" + program.filename().native() + ".log"});
+        EXPECT_NE(suites->output.find("0 " + program.native() + "\n"), std::string::npos) << log->output << log->errors;
+        EXPECT_NE(log->output.find("[  PASSED  ]"), std::string::npos) << program;
+    }
+}
+
+// The last one, since it ends the machine's first life.
+TEST_F(EmulatedBoard, RestartsTheMachine) {
+    const auto run = Play({scenes.native(), "reboot"});
+
+    EXPECT_TRUE(run->result.restarted);
+    EXPECT_TRUE(run->Order().starts_with("MS.green 1, NS.green 1")) << run->Order();
+
+    const auto after = Play({"cut", "-d.", "-f1", "/proc/uptime"});
+    EXPECT_EQ(after->result.exitCode, 0);
+    EXPECT_LT(std::stod("0" + after->output), 60.0) << after->output;
+}
+
+} // namespace

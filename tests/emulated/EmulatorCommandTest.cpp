@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The command velrix-emulator as people use it. Whatever needs a machine boots one; the rest fails before.
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "board/timeline/VcdReader.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+std::string Variable(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? value : "";
+}
+
+// A run of the command in a folder of its own.
+class EmulatorCommand : public testing::Test {
+protected:
+    void Start(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), VELRIX_EMULATOR_COMMAND);
+        std::vector<char*> pointers;
+        for (std::string& argument : arguments)
+            pointers.push_back(argument.data());
+        pointers.push_back(nullptr);
+        process = ::fork();
+        ASSERT_GE(process, 0);
+        if (process == 0) {
+            ::dup2(::open(folder.Path("output").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
+            ::dup2(::open(folder.Path("errors").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+            ::execv(pointers[0], pointers.data());
+            ::_exit(99);
+        }
+    }
+
+    int Wait() {
+        int status = 0;
+        ::waitpid(process, &status, 0);
+        output = folder.Read("output");
+        errors = folder.Read("errors");
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+
+    int Run(const std::vector<std::string>& arguments) {
+        Start(arguments);
+        return Wait();
+    }
+
+    const std::string image = std::filesystem::absolute(Variable("VELRIX_EMULATED_BOARD"));
+    const std::string scenes = std::filesystem::absolute(Variable("VELRIX_ARM_BUILD") + "/tests/emulated/board-scenes");
+    TestSupport::TemporaryFolder folder;
+    pid_t process = -1;
+    std::string output;
+    std::string errors;
+};
+
+TEST_F(EmulatorCommand, PassesOutputExitCodeSettingsAndLevelsAndRecordsTheTimeline) {
+    folder.Write("settings", "log_dir=\"/tmp\"\n[oxbo_pin]\nreset_n=\"/opt/reset\"\n");
+    const std::string script = "cat /etc/velrix.conf; cat /var/dev/gpio-inputs/oxboMod1/value; echo 'an error' >&2; "
+                               "echo 1 > /opt/reset; usleep 300000; cat /var/dev/gpio-inputs/oxboIrqN/value; "
+                               "printf 'a\\r\\tb%s' \"$1\"; exit 7";
+
+    const int code = Run({"run", "--image", image, "--settings", folder.Path("settings"), "--set", "OXBO_MOD_1=1",
+                          "--oxbo-ready-after", "10ms", "--timeline", folder.Path("run.vcd"), "--", "sh", "-c", script,
+                          "sh", "it's\n\"two\" $lines"});
+
+    EXPECT_EQ(code, 7) << errors;
+    EXPECT_EQ(output, "log_dir=\"/tmp\"\n[oxbo_pin]\nreset_n=\"/opt/reset\"\n1\n0\na\r\tbit's\n\"two\" $lines");
+    EXPECT_EQ(errors, "an error\n");
+    const auto timeline = VelrixBoard::ReadVcd(folder.Path("run.vcd"));
+    const auto* reset = timeline.Find("OXBO_RESET1_N");
+    const auto* irq = timeline.Find("OXBO_IRQ_N");
+    ASSERT_TRUE(reset && irq);
+    ASSERT_EQ(reset->changes.size(), 1U);
+    ASSERT_EQ(irq->changes.size(), 1U);
+    EXPECT_TRUE(reset->changes[0].level);
+    EXPECT_FALSE(irq->changes[0].level);
+    EXPECT_GE((irq->changes[0].time - reset->changes[0].time).count(), 10'000);
+    EXPECT_GE((timeline.end - reset->changes[0].time).count(), 300'000);
+}
+
+TEST_F(EmulatorCommand, PassesSignalsToAProgramCopiedIntoTheMachine) {
+    Start({"run", "--image", image, "--timeline", folder.Path("run.vcd"), "--", scenes, "indications", "60000",
+           "SetMsEnLedRunning"});
+    // The timeline's first change says that the program is at work.
+    for (int i = 0; i < 12'000 &&
+                    folder.Read("run.vcd").find("\n#", folder.Read("run.vcd").find("$dumpvars")) == std::string::npos;
+         ++i)
+        ::usleep(10'000);
+    ::kill(process, SIGTERM);
+
+    EXPECT_EQ(Wait(), 143) << errors;
+    EXPECT_EQ(errors, "");
+}
+
+TEST_F(EmulatorCommand, SaysWhatIsMissingAndWhatToDo) {
+    EXPECT_EQ(Run({"run", "--image", folder.Path("none"), "--", "true"}), 125);
+    EXPECT_EQ(errors, "velrix-emulator: cannot read " + folder.Path("none") +
+                          "/lines.txt; scripts/emulated-board-image makes it\n");
+
+    std::filesystem::create_directory(folder.Path("half"));
+    std::filesystem::copy(image + "/lines.txt", folder.Path("half"));
+    EXPECT_EQ(Run({"run", "--image", folder.Path("half"), "--", "true"}), 125);
+    EXPECT_EQ(errors, "velrix-emulator: the emulated board's " + folder.Path("half") +
+                          "/vmlinuz is missing; scripts/emulated-board-image makes it from Debian's kernel package\n");
+
+    const std::string path = Variable("PATH");
+    ::setenv("PATH", "/nowhere", 1);
+    EXPECT_EQ(Run({"run", "--image", image, "--", "true"}), 125);
+    ::setenv("PATH", path.c_str(), 1);
+    EXPECT_EQ(errors,
+              "velrix-emulator: qemu-system-arm cannot be started (No such file or directory); Debian has it in the "
+              "package qemu-system-arm, which scripts/setup installs\n");
+}
+
+TEST_F(EmulatorCommand, RefusesWhatItCannotDoBeforeItBoots) {
+    EXPECT_EQ(Run({"run", "--image", image, "--", VELRIX_EMULATOR_COMMAND}), 125);
+    EXPECT_NE(errors.find("is no 32-bit ARM program"), std::string::npos) << errors;
+    EXPECT_EQ(Run({"run", "--image", image, "--set", "OXBO_RL=1", "--", "true"}), 125);
+    EXPECT_NE(errors.find("OXBO_RL is an output"), std::string::npos) << errors;
+    EXPECT_EQ(Run({"run", "--set", "OXBO_IRQ_N=2", "--", "true"}), 125);
+    EXPECT_EQ(Run({"run", "--oxbo-ready-after", "soon", "--", "true"}), 125);
+    EXPECT_EQ(Run({"run"}), 125);
+    EXPECT_EQ(Run({"run", "--image", image, "--timeline", folder.Path("none/run.vcd"), "--", "true"}), 125);
+    EXPECT_NE(errors.find("run.vcd"), std::string::npos) << errors;
+}
+
+} // namespace
