@@ -672,7 +672,7 @@ TEST_F(TraceTest, ServesAChildThatIsForkedWhileOtherThreadsTrace) {
                 Trace::TraceInformation("x");
         });
 
-    for (int i = 0; i < 50; ++i) {
+    for (int i = 0; i < 20; ++i) {
         const pid_t child = ::fork();
         if (child == 0) {
             ::alarm(20); // a child that waits for a lock for ever is killed

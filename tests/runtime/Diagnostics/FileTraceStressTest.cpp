@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: Apache-2.0
+// One log file, many writers, and what happens to log files in the field.
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <System/Diagnostics/FileTraceListener.h>
+
+#include "tests/runtime/Diagnostics/TraceProgram.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+using namespace System;
+using namespace System::Diagnostics;
+using TestSupport::TemporaryFolder;
+
+constexpr int THREADS = 8, PROCESSES = 4, RECORDS = 10'000;
+
+std::string TextOf(const std::string& writer, int number) {
+    return writer + " " + std::to_string(number) + " " + std::string(static_cast<std::size_t>(number * 7 % 300), '.') +
+           "|";
+}
+
+bool IsWhole(const std::string& line) {
+    // "2026-11-21T08:15:30.042Z INFORMATION name[1:2] writer number dots|"
+    const std::size_t text = line.find("] ");
+    if (text == std::string::npos || line.size() < 45 || line[10] != 'T' || line.substr(23, 14) != "Z INFORMATION " ||
+        line.find("] ", text + 2) != std::string::npos)
+        return false;
+    const std::size_t number = line.find(' ', text + 2) + 1;
+    return line.substr(text + 2) == TextOf(line.substr(text + 2, number - text - 3), std::atoi(line.c_str() + number));
+}
+
+// What the files of a folder hold: every line must be whole, and the numbers of a writer must rise by one in each
+// file; returns how many records of each writer there are.
+std::map<std::string, int> CountRecords(const TemporaryFolder& folder) {
+    std::map<std::string, int> counts;
+    std::map<std::string, long long> sums;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
+        std::map<std::string, int> last;
+        std::ifstream file(entry.path());
+        for (std::string line; std::getline(file, line);) {
+            if (!IsWhole(line)) {
+                ADD_FAILURE() << entry.path() << ": " << line;
+                continue;
+            }
+            EXPECT_FALSE(file.eof()) << "no line end behind " << line;
+            const std::size_t text = line.find("] ") + 2, number = line.find(' ', text) + 1;
+            const std::string writer = line.substr(text, number - text - 1);
+            const int value = std::atoi(line.c_str() + number);
+            if (last.contains(writer)) {
+                EXPECT_GT(value, last[writer]) << writer;
+            }
+            last[writer] = value;
+            ++counts[writer];
+            sums[writer] += value;
+        }
+    }
+    for (const auto& [writer, count] : counts) {
+        EXPECT_EQ(sums[writer], static_cast<long long>(count) * (count - 1) / 2) << writer;
+    }
+    return counts;
+}
+
+// Eight threads of this process and four processes, each writing its records to one file; meanwhile is called until
+// they are through.
+template <class Meanwhile>
+void WriteAll(const std::string& path, const Meanwhile& meanwhile) {
+    std::vector<std::unique_ptr<TraceProgram>> programs;
+    for (int i = 0; i < PROCESSES; ++i)
+        programs.push_back(std::make_unique<TraceProgram>(
+            TraceProgram::Life({"file:" + path, "numbers", std::to_string(RECORDS), "process" + std::to_string(i)})));
+    const auto listener = FileTraceListener::Create(path);
+    std::atomic<int> running{THREADS};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < THREADS; ++i)
+        threads.emplace_back([&, i] {
+            for (int number = 0; number < RECORDS; ++number)
+                listener->TraceEvent(TraceEventArgs::Create(), TraceEventType::INFORMATION,
+                                     string_ptr(TextOf("thread" + std::to_string(i), number)));
+            --running;
+        });
+    while (running > 0)
+        meanwhile();
+    for (auto& thread : threads)
+        thread.join();
+    for (auto& program : programs) {
+        const auto result = program->Wait();
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.errors, "");
+    }
+}
+
+void ExpectAllRecords(const TemporaryFolder& folder) {
+    const auto counts = CountRecords(folder);
+    EXPECT_EQ(counts.size(), static_cast<std::size_t>(THREADS + PROCESSES));
+    for (const auto& [writer, count] : counts)
+        EXPECT_EQ(count, RECORDS) << writer;
+}
+
+TEST(FileTraceStress, LosesAndMixesNothing) {
+    TemporaryFolder folder;
+
+    WriteAll(folder.Path("log"), [] { std::this_thread::yield(); });
+
+    ExpectAllRecords(folder);
+}
+
+TEST(FileTraceStress, LosesNothingWhileTheFileIsMovedAndRemoved) {
+    TemporaryFolder folder;
+    const std::string path = folder.Path("log");
+    int round = 0;
+
+    WriteAll(path, [&] {
+        std::this_thread::yield();
+        if (round == 200)
+            return;
+        // By turns a move, and a removal of which a second name keeps the content for this test.
+        const std::string other = path + "." + std::to_string(round);
+        std::error_code error; // there may be no file yet
+        if (round % 2 == 0) {
+            std::filesystem::rename(path, other, error);
+        } else {
+            std::filesystem::create_hard_link(path, other, error);
+            if (!error)
+                std::filesystem::remove(path);
+        }
+        if (!error)
+            ++round;
+    });
+
+    EXPECT_GT(round, 4);
+    ExpectAllRecords(folder);
+}
+
+TEST(FileTraceStress, KeepsLinesWholeWhenWritersAreKilled) {
+    TemporaryFolder folder;
+    const std::string path = folder.Path("log");
+    std::vector<std::unique_ptr<TraceProgram>> programs;
+    for (int i = 0; i < PROCESSES; ++i)
+        programs.push_back(std::make_unique<TraceProgram>(
+            TraceProgram::Life({"file:" + path, "numbers", "100000000", "process" + std::to_string(i)})));
+
+    std::uintmax_t size = 0;
+    for (auto& program : programs) {
+        // In the middle of writing: the file has grown since the last one died.
+        std::error_code error;
+        const std::uintmax_t before = size;
+        while (size < before + 100'000 || size == static_cast<std::uintmax_t>(-1))
+            size = std::filesystem::file_size(path, error);
+        ::kill(program->Id(), SIGKILL);
+        EXPECT_EQ(WTERMSIG(program->Wait().status), SIGKILL);
+    }
+    TraceProgram(TraceProgram::Life({"file:" + path, "numbers", "3", "late"})).Wait();
+
+    const auto counts = CountRecords(folder);
+    EXPECT_EQ(counts.size(), static_cast<std::size_t>(PROCESSES + 1));
+    EXPECT_EQ(counts.at("late"), 3);
+}
+
+TEST(FileTraceStress, RunsOnWithAFullDiskAndReportsItOnce) {
+    auto result = TraceProgram(TraceProgram::Life({"file:/dev/full", "numbers", "100", "x"})).Wait();
+
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.errors, "Trace listener System::Diagnostics::FileTraceListener failed: System::IO::IOException: "
+                             "Cannot write: /dev/full: No space left on device\n");
+}
+
+TEST(FileTraceStress, RecordsFlowAgainWhenTheDiskHasRoom) {
+    TemporaryFolder folder;
+    const std::string mount = folder.Path("small"), log = mount + "/log", ballast = mount + "/ballast";
+    std::filesystem::create_directory(mount);
+    const std::string script = "mount -t tmpfs -o size=64k small " + mount + " && head -c 20000 /dev/zero >" + ballast +
+                               " && " + TRACE_LIFE_PROGRAM + " file:" + log + " fill " + ballast + " && cat " + log;
+    auto result = TraceProgram({"unshare", "--user", "--map-root-user", "--mount", "sh", "-c", script}).Wait();
+    if (WEXITSTATUS(result.status) != 0 && result.errors.find("unshare") != std::string::npos)
+        GTEST_SKIP() << result.errors;
+
+    ASSERT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(result.errors, "Trace listener System::Diagnostics::FileTraceListener failed: System::IO::IOException: "
+                             "Cannot write: " +
+                                 log + ": No space left on device\n");
+
+    // All lines are whole but the one that filled the disk, and the last two are those after there was room.
+    std::vector<std::string> lines;
+    for (std::size_t start = 0; start < result.output.size();) {
+        const std::size_t end = result.output.find('\n', start);
+        ASSERT_NE(end, std::string::npos);
+        lines.push_back(result.output.substr(start, end - start));
+        start = end + 1;
+    }
+    ASSERT_GT(lines.size(), 50u);
+    EXPECT_TRUE(lines.back().ends_with("] and again")) << lines.back();
+    EXPECT_TRUE(lines[lines.size() - 2].ends_with("] room again")) << lines[lines.size() - 2];
+    const auto broken = std::count_if(lines.begin(), lines.end() - 2, [](const std::string& line) {
+        return !line.ends_with("|") || line.find("] ") != line.rfind("] ");
+    });
+    EXPECT_LE(broken, 1);
+}
+
+} // namespace
