@@ -119,3 +119,17 @@ TEST(HardwareInfo, SurvivesEveryAllocationFailure) {
 
     EXPECT_GT(failures, 5);
 }
+
+TEST(HardwareInfo, SurvivesEveryAllocationFailureOfARefusal) {
+    const Device device("mainboard");
+
+    const long failures = TestSupport::FailEachAllocation([] {
+        try {
+            HardwareInfo::Create();
+            ADD_FAILURE() << "nothing was thrown";
+        } catch (const System::FormatException&) {
+        }
+    });
+
+    EXPECT_GT(failures, 5);
+}

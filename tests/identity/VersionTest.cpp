@@ -175,3 +175,20 @@ TEST(Version, SurvivesEveryAllocationFailure) {
 
     EXPECT_GT(failures, 5);
 }
+
+TEST(Version, SurvivesEveryAllocationFailureOfItsRefusals) {
+    const System::string_ptr texts[] = {"1.2.3", "v1.2", "v1.2.x"};
+    const System::string_ptr prefix = "v";
+
+    for (const auto& text : texts) {
+        const long failures = TestSupport::FailEachAllocation([&] {
+            try {
+                Version::FromString(text, prefix, '.');
+                ADD_FAILURE() << "nothing was thrown";
+            } catch (const System::Exception&) {
+            }
+        });
+
+        EXPECT_GT(failures, 0);
+    }
+}
