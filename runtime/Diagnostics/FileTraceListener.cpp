@@ -125,12 +125,12 @@ char* WriteNumber(char* target, int number) noexcept {
 // numbers.
 char* WriteOrigin(char* target, const std::string& processName, int processId, int threadId) noexcept {
     [[gnu::tls_model("initial-exec")]] static thread_local constinit struct {
-        int processId = 0;
-        int threadId = 0;
+        unsigned long long ids = 0; // the process's and the thread's, which a fork changes both
         std::size_t length = 0;
         char text[ORIGIN_ROOM] = {};
     } last;
-    if (last.threadId != threadId || last.processId != processId) {
+    const unsigned long long ids = static_cast<unsigned long long>(processId) << 32 | static_cast<unsigned>(threadId);
+    if (last.ids != ids) {
         const std::size_t kept = processName.size() <= LONGEST_KEPT_NAME ? processName.size() : 0;
         char* end = std::copy_n(processName.begin(), kept, last.text);
         *end++ = '[';
@@ -140,8 +140,7 @@ char* WriteOrigin(char* target, const std::string& processName, int processId, i
         *end++ = ']';
         *end++ = ' ';
         last.length = static_cast<std::size_t>(end - last.text);
-        last.processId = processId;
-        last.threadId = threadId;
+        last.ids = ids;
     }
     if (processName.size() > LONGEST_KEPT_NAME)
         target = std::copy(processName.begin(), processName.end(), target);
