@@ -342,8 +342,7 @@ TEST_F(FileTraceListenerRotation, GoesOnAtTheBeginningOfATruncatedFile) {
     EXPECT_EQ(folder.Read("log"), Record("two"));
 }
 
-TEST_F(FileTraceListenerRotation, TellsFilesOfTheSameNumberOnDifferentFileSystemsApart) {
-    // A link that leads to a device, and then to another one.
+TEST_F(FileTraceListenerRotation, FollowsALinkThatLeadsElsewhere) {
     const std::string link = folder.Path("link");
     std::filesystem::create_symlink(path, link);
     const auto listener = FileTraceListener::Create(link);
@@ -464,6 +463,15 @@ TEST_F(FileTraceListenerFailures, PassesAFailedWriteOnAndTriesAgain) {
     Write(*listener, "next");
 
     EXPECT_EQ(folder.Read("log"), Record("next"));
+}
+
+TEST_F(FileTraceListenerFailures, GivesUpOnADeviceThatTakesNothing) {
+    const auto listener = CreateUsed();
+    FailingSystemCalls calls;
+    calls.LimitWrites(0);
+
+    ExpectException<IO::IOException>("Cannot write: " + path + ": Input/output error",
+                                     [&] { Write(*listener, "lost"); });
 }
 
 TEST_F(FileTraceListenerFailures, WritesAgainAfterASignal) {

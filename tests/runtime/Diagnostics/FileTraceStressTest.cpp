@@ -179,15 +179,47 @@ TEST(FileTraceStress, RunsOnWithAFullDiskAndReportsItOnce) {
                              "Cannot write: /dev/full: No space left on device\n");
 }
 
+// Runs a script as the root of a mount namespace of its own.
+TraceProgram::Result RunWithMounts(const std::string& script) {
+    return TraceProgram({"unshare", "--user", "--map-root-user", "--mount", "sh", "-ec", script}).Wait();
+}
+
+TEST(FileTraceStress, TellsFilesOfTheSameNumberOnTwoDisksApart) {
+    TemporaryFolder folder;
+    const auto result = RunWithMounts("cd " + folder.Path() + R"sh(
+        mkdir a b
+        mount -t tmpfs -o size=64k a a
+        mount -t tmpfs -o size=64k b b
+        : >a/log
+        : >b/log
+        [ "$(stat -c %i a/log)" = "$(stat -c %i b/log)" ]
+        ln -s a/log log
+        mkfifo in out
+        )sh" TRACE_LIFE_PROGRAM R"sh( file:log listen <in >out &
+        exec 3>in 4<out
+        echo one >&3
+        read -r line <&4
+        ln -sfn b/log log
+        echo two >&3
+        read -r line <&4
+        exec 3>&-
+        wait
+        cat a/log
+        echo --
+        cat b/log)sh");
+
+    ASSERT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(result.output.find("] one\n--\n"), result.output.find("] "));
+    EXPECT_TRUE(result.output.ends_with("] two\n")) << result.output;
+}
+
 TEST(FileTraceStress, RecordsFlowAgainWhenTheDiskHasRoom) {
     TemporaryFolder folder;
     const std::string mount = folder.Path("small"), log = mount + "/log", ballast = mount + "/ballast";
     std::filesystem::create_directory(mount);
     const std::string script = "mount -t tmpfs -o size=64k small " + mount + " && head -c 20000 /dev/zero >" + ballast +
                                " && " + TRACE_LIFE_PROGRAM + " file:" + log + " fill " + ballast + " && cat " + log;
-    auto result = TraceProgram({"unshare", "--user", "--map-root-user", "--mount", "sh", "-c", script}).Wait();
-    if (WEXITSTATUS(result.status) != 0 && result.errors.find("unshare") != std::string::npos)
-        GTEST_SKIP() << result.errors;
+    const auto result = RunWithMounts(script);
 
     ASSERT_EQ(result.status, 0) << result.errors;
     EXPECT_EQ(result.errors, "Trace listener System::Diagnostics::FileTraceListener failed: System::IO::IOException: "
