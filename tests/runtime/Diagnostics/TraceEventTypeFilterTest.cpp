@@ -7,6 +7,7 @@
 
 #include <System/Exceptions.h>
 
+#include "tests/support/AllocationFailure.h"
 #include "tests/support/ExpectException.h"
 
 namespace {
@@ -48,6 +49,14 @@ TEST(TraceEventTypeFilter, RefusesNull) {
     ExpectException<ArgumentNullException>(message, [] { TraceEventTypeFilter::FromEqualOrHigherType(nullptr); });
     ExpectException<ArgumentNullException>(
         message, [] { TraceEventTypeFilter::FromType(TraceEventType::DEBUG)->ShouldTrace(nullptr); });
+}
+
+TEST(TraceEventTypeFilter, SurvivesEveryAllocationFailure) {
+    EXPECT_GT(TestSupport::FailEachAllocation([] {
+                  TraceEventTypeFilter::FromType(TraceEventType::DEBUG);
+                  TraceEventTypeFilter::FromEqualOrHigherType(TraceEventType::DEBUG);
+              }),
+              1);
 }
 
 } // namespace

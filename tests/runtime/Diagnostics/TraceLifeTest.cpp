@@ -2,6 +2,7 @@
 // What becomes of records when a process forks, executes another program or ends: docs/tracing.md as tests.
 
 #include <csignal>
+#include <filesystem>
 #include <string>
 
 #include <sys/wait.h>
@@ -75,6 +76,30 @@ TEST_P(TraceLife, OwnListenerIsDestroyedAtAnOrderlyEndAndNotClosed) {
 
     EXPECT_EQ(WIFSIGNALED(result.status) ? WTERMSIG(result.status) : WEXITSTATUS(result.status), way.status);
     EXPECT_EQ(result.output, way.ownOutput);
+}
+
+TEST(TraceLifeNames, TakeAnyNameOfAProgramIntoTheRecord) {
+    const struct {
+        std::string name, written;
+    } rows[] = {
+        {"g", "g"},
+        {std::string(38, 'n'), std::string(38, 'n')},
+        {std::string(39, 'n'), std::string(39, 'n')},
+        {std::string(200, 'n'), std::string(200, 'n')},
+        {"two\nlines", "two\\nlines"},
+    };
+
+    for (const auto& row : rows) {
+        TemporaryFolder folder;
+        std::filesystem::create_symlink(TRACE_LIFE_PROGRAM, folder.Path(row.name));
+        TraceProgram program({folder.Path(row.name), "file:" + folder.Path("records.log"), "return"});
+        const std::string id = std::to_string(program.Id());
+
+        EXPECT_EQ(program.Wait().status, 0);
+
+        EXPECT_EQ(folder.Read("records.log").substr(24),
+                  " INFORMATION " + row.written + "[" + id + ":" + id + "] last\n");
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways, TraceLife, testing::ValuesIn(WAYS));

@@ -270,6 +270,7 @@ TEST_F(TraceTest, FlushesAndClosesEveryListener) {
 
     Trace::Close();
     Trace::Flush();
+    Trace::RemoveListener(a);
     Trace::TraceFatal("nobody hears this");
     EXPECT_EQ(a->Log(), "flush, close");
 }
@@ -660,6 +661,27 @@ TEST_F(TraceTest, ServesManyThreadsWhileListenersComeAndGo) {
     EXPECT_EQ(heard, THREADS * EVENTS);
     EXPECT_EQ(Trace::Listeners().size(), 2u);
     EXPECT_EQ(standardError.Text(), "Trace listener Device::ScriptedListener failed: System::FormatException: bad\n");
+}
+
+TEST_F(TraceTest, IsClosedWhileOtherThreadsTrace) {
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 2; ++i)
+        threads.emplace_back([&stop] {
+            while (!stop)
+                Trace::TraceInformation("x");
+        });
+
+    for (int round = 0; round < 2000; ++round) {
+        const auto listener = RecordingListener::Create();
+        Trace::AddListener(listener);
+        Trace::Close();
+        EXPECT_NE(listener->Log().find("close"), std::string::npos);
+    }
+
+    stop = true;
+    for (auto& thread : threads)
+        thread.join();
 }
 
 TEST_F(TraceTest, ServesAChildThatIsForkedWhileOtherThreadsTrace) {
