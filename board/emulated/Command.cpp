@@ -16,11 +16,11 @@
 
 #include "board/emulated/ArmProgram.h"
 #include "board/emulated/Machine.h"
-#include "board/emulated/TimelineRecorder.h"
 #include "board/virtual/BoardError.h"
 #include "board/virtual/FileDescriptor.h"
 #include "board/virtual/SettingsReader.h"
 #include "board/virtual/SignalBlock.h"
+#include "board/virtual/TimelineRecorder.h"
 
 namespace VelrixBoard {
 

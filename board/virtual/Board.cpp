@@ -40,6 +40,7 @@
 #include "board/virtual/SignalBlock.h"
 #include "board/virtual/SyslogSocket.h"
 #include "board/virtual/TerminalView.h"
+#include "board/virtual/TimelineRecorder.h"
 
 namespace VelrixBoard {
 
@@ -150,6 +151,10 @@ public:
         state.Add(recorder);
         if (options.levels.count(BoardModel::OXBO_IRQ) == 0)
             state.Add(oxbo);
+        if (options.timeline)
+            timeline.emplace(*options.timeline, state);
+        if (timeline)
+            state.Add(*timeline);
         MakeFile(layout.Reboots());
         watcher.WatchFile(layout.Reboots(), [this] { reboots.Read(); });
         fs::create_directory(layout.Stage());
@@ -190,6 +195,8 @@ public:
             view->Finish(Now());
         if (!failure.empty())
             throw BoardError(failure);
+        if (timeline)
+            timeline->Finish(Now());
         return ended ? endStatus : StatusWithoutEnd(initStatus);
     }
 
@@ -377,6 +384,7 @@ private:
     LogTail webLog;
     std::unique_ptr<SyslogSocket> syslog;
     std::unique_ptr<TerminalView> view;
+    std::optional<TimelineRecorder> timeline;
     std::vector<OutputPipe> pipes;
     std::vector<Placement> placements;
     const std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,7 +12,8 @@
 #include <CLI/CLI.hpp>
 
 #include "board/virtual/Board.h"
-#include "board/virtual/BoardError.h"
+#include "board/virtual/DiffCommand.h"
+#include "board/virtual/TestingOptions.h"
 
 namespace VelrixBoard {
 
@@ -57,67 +59,87 @@ std::vector<std::string> OwnArguments(const std::vector<std::string>& all, std::
     return {std::make_reverse_iterator(separator), all.rend()};
 }
 
-} // namespace
-
-int RunCommand(int argc, char** argv) {
+// The options of a command that runs a program, and what is still to be made of them.
+struct RunArguments {
     BoardOptions options;
     std::vector<std::string> levels;
     std::vector<std::string> without;
-    std::vector<std::string> command;
     std::string settings;
     std::string directory;
     std::string readyAfter = "40";
     bool noSyslog = false;
+};
+
+void AddRunOptions(CLI::App& run, RunArguments& arguments) {
+    run.footer(FOOTER);
+    run.add_option("--settings", arguments.settings, "The board's /etc/velrix.conf; without it there is none")
+        ->type_name("FILE");
+    run.add_option("--directory", arguments.directory,
+                   "Keep the board's files here, in an empty or new directory; without it they go with the board")
+        ->type_name("DIR");
+    run.add_option("--set", arguments.levels, "Level of an input from the start, such as OXBO_IRQ_N=0")
+        ->type_name("LABEL=0|1");
+    run.add_option("--without", arguments.without, "Leave a value file or a directory of the board out")
+        ->type_name("PATH");
+    run.add_option("--oxbo-ready-after", arguments.readyAfter,
+                   "When the Oxbo module pulls its interrupt line low after its reset; 40 if not given")
+        ->type_name("MS|never");
+    run.add_flag("--as-root", arguments.options.asRoot, "Let the program see itself as user 0");
+    run.add_flag("--no-syslog", arguments.noSyslog, "Leave /dev/log free for a daemon started on the board");
+    run.add_flag("--terminal", arguments.options.terminal, "Show LEDs, lines and web log on standard error");
+    AddTestingOptions(run, arguments.options);
+    // Each occurrence takes one value, or "--set A=1 -- X" would be read on.
+    for (CLI::Option* option : run.get_options())
+        if (option->get_items_expected_max() > 1)
+            option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+// Throws CLI::ParseError for what is not understood.
+void Complete(RunArguments& arguments) {
+    BoardOptions& options = arguments.options;
+    options.oxboReadyAfter = ParseReadyAfter(arguments.readyAfter);
+    for (const std::string& level : arguments.levels)
+        options.levels.insert_or_assign(ParseLevel(level).first, ParseLevel(level).second);
+    if (!arguments.settings.empty())
+        options.settings = arguments.settings;
+    if (!arguments.directory.empty())
+        options.directory = arguments.directory;
+    for (const std::string& path : arguments.without)
+        options.without.insert(NormalPath(path));
+    options.syslog = !arguments.noSyslog;
+}
+
+} // namespace
+
+int RunCommand(int argc, char** argv) {
+    RunArguments arguments;
+    std::vector<std::string> command;
 
     CLI::App app("A private board to run device programs on.", "velrix-board");
     app.footer(FOOTER);
     app.require_subcommand(1);
     CLI::App* run = app.add_subcommand(
         "run", "Run a program on a board of its own: velrix-board run [OPTIONS] -- PROGRAM [ARG...]");
-    run->footer(FOOTER);
-    run->add_option("--settings", settings, "The board's /etc/velrix.conf; without it there is none")
-        ->type_name("FILE");
-    run->add_option("--directory", directory,
-                    "Keep the board's files here, in an empty or new directory; without it they go with the board")
-        ->type_name("DIR");
-    run->add_option("--set", levels, "Level of an input from the start, such as OXBO_IRQ_N=0")->type_name("LABEL=0|1");
-    run->add_option("--without", without, "Leave a value file or a directory of the board out")->type_name("PATH");
-    run->add_option("--oxbo-ready-after", readyAfter,
-                    "When the Oxbo module pulls its interrupt line low after its reset; 40 if not given")
-        ->type_name("MS|never");
-    run->add_flag("--as-root", options.asRoot, "Let the program see itself as user 0");
-    run->add_flag("--no-syslog", noSyslog, "Leave /dev/log free for a daemon started on the board");
-    run->add_flag("--terminal", options.terminal, "Show LEDs, lines and web log on standard error");
+    AddRunOptions(*run, arguments);
+    const DiffCommand diff(app);
 
     try {
-        // Each occurrence takes one value, or "--set A=1 -- X" would be read on.
-        for (CLI::Option* option : run->get_options())
-            if (option->get_items_expected_max() > 1)
-                option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
         const std::vector<std::string> all(argv + 1, argv + argc);
         app.parse(OwnArguments(all, command));
-        if (command.empty())
+        if (command.empty() && !diff.IsGiven())
             throw CLI::RequiredError("-- PROGRAM");
-        options.oxboReadyAfter = ParseReadyAfter(readyAfter);
-        for (const std::string& level : levels)
-            options.levels.insert_or_assign(ParseLevel(level).first, ParseLevel(level).second);
+        Complete(arguments);
     } catch (const CLI::ParseError& error) {
         const int code = app.exit(error);
         return code == 0 ? 0 : BOARD_FAILED;
     }
 
-    if (!settings.empty())
-        options.settings = settings;
-    if (!directory.empty())
-        options.directory = directory;
-    for (const std::string& path : without)
-        options.without.insert(NormalPath(path));
-    options.syslog = !noSyslog;
-
     int status = 0;
     try {
-        status = RunBoard(options, CommandProgram(command));
-    } catch (const BoardError& error) {
+        if (diff.IsGiven())
+            return diff.Run();
+        status = RunBoard(arguments.options, CommandProgram(command));
+    } catch (const std::runtime_error& error) { // BoardError, TimelineError
         std::fprintf(stderr, "velrix-board: %s\n", error.what());
         return BOARD_FAILED;
     }

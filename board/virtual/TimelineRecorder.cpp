@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "board/emulated/TimelineRecorder.h"
+#include "board/virtual/TimelineRecorder.h"
 
 namespace VelrixBoard {
 
@@ -18,7 +18,7 @@ TimelineRecorder::TimelineRecorder(const std::string& path, const BoardState& st
 
 void TimelineRecorder::OnChange(std::size_t signal, bool level, BoardTime time) {
     try {
-        writer.Write(signal, level, time);
+        writer.Write(signal, level, std::chrono::duration_cast<TimelineTime>(time));
     } catch (const TimelineError& error) {
         failure = error.what();
     }
@@ -27,7 +27,7 @@ void TimelineRecorder::OnChange(std::size_t signal, bool level, BoardTime time) 
 void TimelineRecorder::Finish(BoardTime time) {
     if (!failure.empty())
         throw TimelineError(failure);
-    writer.Finish(time);
+    writer.Finish(std::chrono::duration_cast<TimelineTime>(time));
 }
 
 } // namespace VelrixBoard
