@@ -349,7 +349,7 @@ void Machine::Process::Turn(std::chrono::microseconds until) {
         until = std::min(until, HostTime() + OBSERVER_INTERVAL);
     OxboModule* module = running ? running->program.module : nullptr;
     if (module && module->Due())
-        until = std::min(until, running->start + *module->Due());
+        until = std::min(until, running->start + std::chrono::ceil<std::chrono::microseconds>(*module->Due()));
     const auto left = std::max(until - HostTime(), std::chrono::microseconds(0));
     const timespec wait = {static_cast<time_t>(left.count() / 1'000'000),
                            static_cast<long>(left.count() % 1'000'000 * 1000)};

@@ -11,8 +11,8 @@
 
 namespace VelrixBoard {
 
-// Time since the board was started.
-using BoardTime = std::chrono::microseconds;
+// Time since the board was started. Writes that follow one another at once still differ in it.
+using BoardTime = std::chrono::nanoseconds;
 
 // Whoever wants to know what happens on the board. Called from the board's loop; must neither block nor throw.
 class IBoardObserver {

@@ -32,8 +32,8 @@ Recorder::Recorder(const BoardLayout& layout, const BoardState& boardState)
 
 void Recorder::OnChange(std::size_t signal, bool level, BoardTime time) {
     char seconds[32];
-    std::snprintf(seconds, sizeof seconds, "%lld.%06lld ", static_cast<long long>(time.count() / 1'000'000),
-                  static_cast<long long>(time.count() % 1'000'000));
+    std::snprintf(seconds, sizeof seconds, "%lld.%09lld ", static_cast<long long>(time / std::chrono::seconds(1)),
+                  static_cast<long long>(time % std::chrono::seconds(1) / std::chrono::nanoseconds(1)));
     Append(changes, seconds + state.Name(signal) + (level ? " 1\n" : " 0\n"));
 }
 

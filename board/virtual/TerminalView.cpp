@@ -51,7 +51,7 @@ const char* TerminalColor(std::string_view color) {
 
 std::string Seconds(BoardTime time) {
     char text[32];
-    std::snprintf(text, sizeof text, "%8.3f s  ", static_cast<double>(time.count()) / 1e6);
+    std::snprintf(text, sizeof text, "%8.3f s  ", std::chrono::duration<double>(time).count());
     return text;
 }
 

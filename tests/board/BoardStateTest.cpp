@@ -57,10 +57,10 @@ TEST(BoardStateTest, TellsObserversInOrderOfNewLevelsOnly) {
     state.Add(first);
     state.Add(second);
 
-    state.Set(9, true, 7us);
-    state.Set(9, true, 8us);
-    state.Set(0, false, 9us);
-    state.Set(9, false, 10us);
+    state.Set(9, true, 7ns);
+    state.Set(9, true, 8ns);
+    state.Set(0, false, 9ns);
+    state.Set(9, false, 10ns);
 
     EXPECT_EQ(log, "first MS.green 1 at 7\nsecond MS.green 1 at 7\n"
                    "first OXBO_IRQ_N 0 at 9\nsecond OXBO_IRQ_N 0 at 9\n"

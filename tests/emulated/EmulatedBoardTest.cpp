@@ -58,7 +58,7 @@ struct Recording final : public BoardObserver {
     explicit Recording(const BoardModel& model) : state(model) { state.Add(*this); }
 
     void OnChange(std::size_t signal, bool level, BoardTime time) override {
-        events.push_back({state.Name(signal), level, time});
+        events.push_back({state.Name(signal), level, std::chrono::duration_cast<microseconds>(time)});
     }
 
     void OnSettled(BoardTime time) override {
