@@ -372,7 +372,7 @@ void Machine::Process::Turn(std::chrono::microseconds until) {
         ReadSignals();
     if (running && running->state) {
         if (module)
-            module->Tick(running->Now());
+            module->Run(running->Now());
         for (IBoardObserver* observer : running->state->Observers())
             observer->OnSettled(running->Now());
     }

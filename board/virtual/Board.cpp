@@ -28,6 +28,8 @@
 #include "board/virtual/BoardState.h"
 #include "board/virtual/Clock.h"
 #include "board/virtual/FileWatcher.h"
+#include "board/virtual/IBoardControl.h"
+#include "board/virtual/ILoopPart.h"
 #include "board/virtual/Init.h"
 #include "board/virtual/LogTail.h"
 #include "board/virtual/Namespaces.h"
@@ -135,7 +137,7 @@ int TerminalColumns(int descriptor) {
 }
 
 // One running board: everything outside of its namespaces, in one thread around one poll.
-class Board final {
+class Board final : public IBoardControl {
 public:
     Board(const BoardOptions& boardOptions, RunDirectory runDirectory)
         : options(boardOptions), directory(std::move(runDirectory)), layout(directory.Path()),
@@ -143,14 +145,14 @@ public:
           files(
               layout, state, watcher, [this] { return Now(); }, options.without),
           oxbo(state, options.oxboReadyAfter,
-               [this](std::size_t signal, bool level) { files.DriveInput(signal, level); }),
+               [this](std::size_t signal, bool level) { DriveForModule(signal, level); }),
           reboots(layout.Reboots(), [this](std::string_view call) { Tell(&IBoardObserver::OnReboot, call); }),
           webLog(layout.Outside(model.WebLogFile()),
                  [this](std::string_view record) { Tell(&IBoardObserver::OnWebLog, record); }) {
         RequireKnownPaths(options, layout, state);
         state.Add(recorder);
-        if (options.levels.count(BoardModel::OXBO_IRQ) == 0)
-            state.Add(oxbo);
+        state.Add(oxbo);
+        parts.push_back(&oxbo);
         if (options.timeline)
             timeline.emplace(*options.timeline, state);
         if (timeline)
@@ -200,8 +202,36 @@ public:
         return ended ? endStatus : StatusWithoutEnd(initStatus);
     }
 
+    void DriveInput(std::size_t signal, bool level) override {
+        if (!state.IsInput(signal))
+            throw BoardError(state.Name(signal) + " is an output, which only the program drives");
+        files.DriveInput(signal, level);
+    }
+
+    void SetFault(std::size_t signal, const std::optional<Fault>&) override {
+        throw BoardError("cannot break " + state.Name(signal) + ": plain files have no faults");
+    }
+    std::optional<Fault> FaultOf(std::size_t) const override { return std::nullopt; }
+
+    void SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) override {
+        oxbo.SetReadyAfter(delay, Now());
+    }
+    std::optional<std::chrono::milliseconds> OxboReadyAfter() const override { return oxbo.ReadyAfter(); }
+    ModuleState OxboState() const override { return oxbo.State(); }
+
+    void SignalProgram(int signal) override {
+        if (programProcess && !ended)
+            ::syscall(SYS_pidfd_send_signal, programProcess.Get(), signal, nullptr, 0);
+    }
+
 private:
     BoardTime Now() const { return std::chrono::duration_cast<BoardTime>(std::chrono::steady_clock::now() - started); }
+
+    // A line that the user set is the user's.
+    void DriveForModule(std::size_t signal, bool level) {
+        if (options.levels.count(state.Name(signal)) == 0)
+            files.DriveInput(signal, level);
+    }
 
     void Tell(void (IBoardObserver::*event)(std::string_view, BoardTime), std::string_view text) {
         for (IBoardObserver* observer : state.Observers())
@@ -284,11 +314,14 @@ private:
             waits.push_back({syslog ? syslog->Descriptor() : -1, POLLIN, 0});
             for (const OutputPipe& pipe : pipes)
                 waits.push_back({pipe.reading ? pipe.reading.Get() : -1, POLLIN, 0});
+            for (const ILoopPart* part : parts)
+                waits.push_back({part->Descriptor(), POLLIN, 0});
             if (::poll(waits.data(), waits.size(), Timeout()) < 0 && errno != EINTR)
                 ThrowSystemError("the board cannot wait for its program");
 
             Drain();
-            oxbo.Tick(Now());
+            for (ILoopPart* part : parts)
+                part->Run(Now());
             if (waits[2].revents != 0)
                 PassOnSignals(signalFile);
             if (waits[0].revents != 0)
@@ -297,9 +330,13 @@ private:
     }
 
     int Timeout() const {
-        if (!oxbo.Due())
+        std::optional<BoardTime> due;
+        for (const ILoopPart* part : parts)
+            if (const auto own = part->Due())
+                due = due ? std::min(*due, *own) : own;
+        if (!due)
             return -1;
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(*oxbo.Due() - Now()).count();
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(*due - Now()).count();
         return static_cast<int>(std::clamp<long long>(left, 0, INT_MAX));
     }
 
@@ -334,7 +371,7 @@ private:
         while (::read(signalFile, &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
             const auto number = static_cast<int>(info.ssi_signo);
             if (info.ssi_code <= 0 || number == SIGHUP)
-                ::syscall(SYS_pidfd_send_signal, programProcess.Get(), number, nullptr, 0);
+                SignalProgram(number);
         }
     }
 
@@ -346,10 +383,14 @@ private:
         switch (message.kind) {
         case InitMessage::Kind::STARTED:
             programProcess = std::move(process);
+            for (IBoardObserver* observer : state.Observers())
+                observer->OnProgramStarted(Now());
             break;
         case InitMessage::Kind::ENDED:
             ended = true;
             endStatus = message.status;
+            for (IBoardObserver* observer : state.Observers())
+                observer->OnProgramEnded(endStatus, Now());
             break;
         case InitMessage::Kind::FAILED:
             failure = message.text;
@@ -386,6 +427,7 @@ private:
     std::unique_ptr<TerminalView> view;
     std::optional<TimelineRecorder> timeline;
     std::vector<OutputPipe> pipes;
+    std::vector<ILoopPart*> parts;
     std::vector<Placement> placements;
     const std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();
 

@@ -23,6 +23,13 @@ std::string BoardState::Name(std::size_t signal) const {
     return signal < lines ? model.Lines()[signal].label : model.LedElements()[signal - lines].Name();
 }
 
+std::optional<std::size_t> BoardState::Find(std::string_view name) const {
+    for (std::size_t signal = 0; signal < Count(); ++signal)
+        if (Name(signal) == name)
+            return signal;
+    return std::nullopt;
+}
+
 std::string BoardState::LedColor(std::string_view led) const {
     const std::size_t lines = model.Lines().size();
     std::string color;
@@ -34,6 +41,12 @@ std::string BoardState::LedColor(std::string_view led) const {
         color += ColorName(element.color);
     }
     return color.empty() ? "off" : color;
+}
+
+void BoardState::Write(std::size_t signal, bool level, BoardTime time) {
+    for (IBoardObserver* observer : observers)
+        observer->OnWrite(signal, level, time);
+    Set(signal, level, time);
 }
 
 void BoardState::Set(std::size_t signal, bool level, BoardTime time) {

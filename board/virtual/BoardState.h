@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,6 +20,9 @@ class IBoardObserver {
 public:
     virtual ~IBoardObserver() = default;
 
+    // The program wrote a level into a value file, be it the one that was there. OnChange follows if it was not.
+    virtual void OnWrite(std::size_t signal, bool level, BoardTime time) = 0;
+
     // A line or an LED element has another level. The state holds it already.
     virtual void OnChange(std::size_t signal, bool level, BoardTime time) = 0;
 
@@ -29,16 +33,30 @@ public:
     virtual void OnWebLog(std::string_view record, BoardTime time) = 0;
     virtual void OnReboot(std::string_view call, BoardTime time) = 0;
     virtual void OnSyslog(std::string_view record, BoardTime time) = 0;
+
+    // A value file was broken or is whole again; the simulated module is in another state. The board's control says
+    // how.
+    virtual void OnFault(std::size_t signal, BoardTime time) = 0;
+    virtual void OnModule(BoardTime time) = 0;
+
+    // The program runs; it has ended, with a status as wait gives it. A board may run it anew.
+    virtual void OnProgramStarted(BoardTime time) = 0;
+    virtual void OnProgramEnded(int waitStatus, BoardTime time) = 0;
 };
 
 // An observer that minds nothing, to derive from.
 class BoardObserver : public IBoardObserver {
 public:
+    void OnWrite(std::size_t, bool, BoardTime) override {}
     void OnChange(std::size_t, bool, BoardTime) override {}
     void OnSettled(BoardTime) override {}
     void OnWebLog(std::string_view, BoardTime) override {}
     void OnReboot(std::string_view, BoardTime) override {}
     void OnSyslog(std::string_view, BoardTime) override {}
+    void OnFault(std::size_t, BoardTime) override {}
+    void OnModule(BoardTime) override {}
+    void OnProgramStarted(BoardTime) override {}
+    void OnProgramEnded(int, BoardTime) override {}
 };
 
 // The levels of all lines and LED elements of one board, and the stream of their changes.
@@ -58,6 +76,9 @@ public:
     // "OXBO_RL", "MS.green".
     std::string Name(std::size_t signal) const;
 
+    // The signal of that name; nothing for an unknown one.
+    std::optional<std::size_t> Find(std::string_view name) const;
+
     // "off", "green", "red", "yellow", or several joined by "+".
     std::string LedColor(std::string_view led) const;
 
@@ -67,6 +88,9 @@ public:
 
     // Stores the level; observers hear of it only if it is another one than before.
     void Set(std::size_t signal, bool level, BoardTime time);
+
+    // The same for a level that the program wrote; observers hear of that in any case.
+    void Write(std::size_t signal, bool level, BoardTime time);
 
 private:
     const BoardModel& model;

@@ -6,13 +6,16 @@
 #include <optional>
 
 #include "board/virtual/BoardState.h"
+#include "board/virtual/ILoopPart.h"
+#include "board/virtual/ModuleState.h"
 
 namespace VelrixBoard {
 
 // The Oxbo module as the program sees it: it holds its interrupt line high while it is in reset, and pulls it low when
-// it is ready, some time after reset was released. It observes the state and drives the line through the function it
-// was given.
-class OxboModule final : public BoardObserver {
+// it is ready, some time after reset was released. At the release it looks at the ram-loader line, and remembers it. It
+// observes the state, tells its own changes to the state's observers, and drives the line through the function it was
+// given.
+class OxboModule final : public BoardObserver, public ILoopPart {
 public:
     using DriveInput = std::function<void(std::size_t signal, bool level)>;
 
@@ -20,19 +23,29 @@ public:
     OxboModule(const BoardState& boardState, std::optional<std::chrono::milliseconds> readyAfter,
                DriveInput driveInput);
 
+    // The new time holds for a reset that was released already, too, unless the module is ready.
+    void SetReadyAfter(std::optional<std::chrono::milliseconds> readyAfter, BoardTime now);
+    std::optional<std::chrono::milliseconds> ReadyAfter() const { return delay; }
+
+    const ModuleState& State() const { return module; }
+
     void OnChange(std::size_t signal, bool level, BoardTime time) override;
 
-    // When Tick is due; nothing when the module waits for the program.
-    std::optional<BoardTime> Due() const { return due; }
-    void Tick(BoardTime now);
+    int Descriptor() const override { return -1; }
+    std::optional<BoardTime> Due() const override { return module.due; }
+    void Run(BoardTime now) override;
 
 private:
+    void Tell(BoardTime time) const;
+
     const BoardState& state;
     std::optional<std::chrono::milliseconds> delay;
     DriveInput drive;
     std::size_t irq;
     std::size_t reset;
-    std::optional<BoardTime> due;
+    std::size_t ramLoader;
+    ModuleState module;
+    BoardTime released{};
 };
 
 } // namespace VelrixBoard

@@ -106,7 +106,7 @@ void PlainFiles::OnWritten(std::size_t signal) {
         state.Set(signal, content.front() == '1', now);
     } else {
         for (const char value : WrittenValues(file.content, content))
-            state.Set(signal, value != '0', now);
+            state.Write(signal, value != '0', now);
     }
     file.content = std::move(content);
 }

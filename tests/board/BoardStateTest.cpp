@@ -67,6 +67,39 @@ TEST(BoardStateTest, TellsObserversInOrderOfNewLevelsOnly) {
                    "first MS.green 0 at 10\nsecond MS.green 0 at 10\n");
 }
 
+TEST(BoardStateTest, TellsEveryWriteAndItsChange) {
+    struct Writes final : BoardObserver {
+        void OnWrite(std::size_t signal, bool level, BoardTime time) override {
+            log += "write " + std::to_string(signal) + (level ? " 1" : " 0") + " at " + std::to_string(time.count()) +
+                   "\n";
+        }
+        void OnChange(std::size_t signal, bool level, BoardTime) override {
+            log += "change " + std::to_string(signal) + (level ? " 1\n" : " 0\n");
+        }
+        std::string log;
+    };
+    const BoardModel model;
+    BoardState state(model);
+    Writes observer;
+    state.Add(observer);
+
+    state.Write(9, false, 1ns);
+    state.Write(9, true, 2ns);
+    state.Write(9, true, 3ns);
+
+    EXPECT_EQ(observer.log, "write 9 0 at 1\nwrite 9 1 at 2\nchange 9 1\nwrite 9 1 at 3\n");
+}
+
+TEST(BoardStateTest, FindsSignalsByTheirNames) {
+    const BoardModel model;
+    const BoardState state(model);
+
+    for (std::size_t signal = 0; signal < state.Count(); ++signal)
+        EXPECT_EQ(state.Find(state.Name(signal)), signal);
+    for (const char* name : {"", "MS", "MS.yellow", "oxbo_rl", "OXBO_RL "})
+        EXPECT_EQ(state.Find(name), std::nullopt) << name;
+}
+
 TEST(BoardStateTest, NamesTheColourOfAnLed) {
     const BoardModel model;
     BoardState state(model);
