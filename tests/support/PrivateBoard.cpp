@@ -55,7 +55,8 @@ void PrivateBoard::LeaveOut(const std::string& path) {
 
 void PrivateBoard::AddOption(const std::string& option, const std::string& value) {
     options.push_back(option);
-    options.push_back(value);
+    if (!value.empty())
+        options.push_back(value);
 }
 
 BoardResult PrivateBoard::Run(const std::vector<std::string>& command) {

@@ -29,8 +29,8 @@ public:
     // A value file that is to be missing.
     void LeaveOut(const std::string& path);
 
-    // Any other option of the command.
-    void AddOption(const std::string& option, const std::string& value);
+    // Any other option of the command; an empty value is not handed over.
+    void AddOption(const std::string& option, const std::string& value = {});
 
     // Runs the program and waits for its end; once a board.
     BoardResult Run(const std::vector<std::string>& command);
