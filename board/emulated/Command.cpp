@@ -16,8 +16,10 @@
 
 #include "board/emulated/ArmProgram.h"
 #include "board/emulated/Machine.h"
+#include "board/emulated/MachineControl.h"
 #include "board/virtual/BoardError.h"
 #include "board/virtual/FileDescriptor.h"
+#include "board/virtual/ScenarioPlayer.h"
 #include "board/virtual/SettingsReader.h"
 #include "board/virtual/SignalBlock.h"
 #include "board/virtual/TimelineRecorder.h"
@@ -38,6 +40,8 @@ struct EmulatorOptions {
     std::filesystem::path image = DEFAULT_IMAGE;
     std::optional<std::filesystem::path> settings;
     std::optional<std::string> timeline;
+    std::optional<std::string> scenario;
+    std::optional<std::string> junit;
     std::vector<std::filesystem::path> libraries;
     std::vector<std::filesystem::path> copies;
     std::map<std::string, bool> levels;
@@ -88,6 +92,24 @@ void Print(int descriptor, std::string_view text) {
     }
 }
 
+// What happens inside of the machine is not seen from outside, but for its lines, LEDs and end.
+void RefuseWhatTheMachineCannot(const Scenario& scenario) {
+    for (const Step& step : scenario.steps) {
+        const auto* action = std::get_if<Do>(&step.what);
+        const auto* await = std::get_if<Await>(&step.what);
+        const auto* never = std::get_if<Never>(&step.what);
+        const Condition* condition = await ? &await->condition : never ? &never->condition : nullptr;
+        const std::string place = scenario.path + ":" + std::to_string(step.line) + ": ";
+        if (action && std::holds_alternative<InjectFault>(action->action))
+            throw ScenarioError(place + "the emulated board's value files are the real kernel's and cannot be broken; "
+                                        "play this scenario on velrix-board");
+        if (condition &&
+            (std::holds_alternative<WebLogHas>(*condition) || std::holds_alternative<SystemLogHas>(*condition)))
+            throw ScenarioError(place + "the emulated board's logs are not seen from outside; play this scenario on "
+                                        "velrix-board");
+    }
+}
+
 int RunOnEmulator(const EmulatorOptions& options) {
     const BoardModel model = MakeModel(options);
     const GpioLines lines(options.image / "lines.txt", model);
@@ -116,12 +138,20 @@ int RunOnEmulator(const EmulatorOptions& options) {
         module.emplace(state, options.oxboReadyAfter,
                        [&machine](std::size_t signal, bool level) { machine.DriveInput(signal, level); });
         state.Add(*module);
-        program.module = &*module;
+        program.parts.push_back(&*module);
     }
     std::optional<TimelineRecorder> recorder;
     if (options.timeline) {
         recorder.emplace(*options.timeline, state);
         state.Add(*recorder);
+    }
+    MachineControl control(machine, state, module ? &*module : nullptr);
+    std::optional<ScenarioPlayer> player;
+    if (options.scenario) {
+        player.emplace(ScenarioOptions{*options.scenario, options.junit}, state, control);
+        RefuseWhatTheMachineCannot(player->Steps());
+        state.Add(*player);
+        program.parts.push_back(&*player);
     }
     program.output = [](std::string_view text) { Print(STDOUT_FILENO, text); };
     program.errors = [](std::string_view text) { Print(STDERR_FILENO, text); };
@@ -135,6 +165,8 @@ int RunOnEmulator(const EmulatorOptions& options) {
         recorder->Finish(result.end);
     if (result.restarted)
         std::fprintf(stderr, "velrix-emulator: the machine restarted\n");
+    if (player)
+        return player->Finish(result.end);
     return result.exitCode;
 }
 
@@ -165,6 +197,12 @@ int RunEmulatorCommand(int argc, char** argv) {
     run->add_option("--settings", options.settings, "The board's /etc/velrix.conf; without it there is none")
         ->type_name("FILE");
     run->add_option("--timeline", options.timeline, "Record every change of every line and LED")->type_name("FILE.vcd");
+    CLI::Option* scenario =
+        run->add_option("--scenario", options.scenario, "Play these steps and judge the run by them")
+            ->type_name("FILE");
+    run->add_option("--junit", options.junit, "Write the scenario's results as a JUnit report")
+        ->type_name("FILE.xml")
+        ->needs(scenario);
     run->add_option("--set", levels, "Level of an input from the start, such as OXBO_IRQ_N=0")->type_name("LABEL=0|1");
     run->add_option("--oxbo-ready-after", readyAfter,
                     "When the Oxbo module pulls its interrupt line low after its reset; 40 if not given")
@@ -193,9 +231,7 @@ int RunEmulatorCommand(int argc, char** argv) {
 
     try {
         return RunOnEmulator(options);
-    } catch (const BoardError& error) {
-        std::fprintf(stderr, "velrix-emulator: %s\n", error.what());
-    } catch (const TimelineError& error) {
+    } catch (const std::runtime_error& error) { // BoardError, ScenarioError, TimelineError
         std::fprintf(stderr, "velrix-emulator: %s\n", error.what());
     }
     return BOARD_FAILED;

@@ -37,6 +37,9 @@ constexpr std::chrono::seconds BOOT_LIMIT{180};
 // Observers are told the time at least so often, even while nothing happens.
 constexpr std::chrono::milliseconds OBSERVER_INTERVAL{100};
 
+// A shell's exit code for a signal, less its number.
+constexpr int SIGNALLED = 128;
+
 // A line that the agent's shell reads in one go, and the terminal driver holds.
 constexpr std::size_t MAX_COMMAND = 3500;
 
@@ -103,6 +106,7 @@ public:
     MachineResult Run(const MachineProgram& program, BoardState& state, const GpioLines& lines);
     void Command(const std::string& line);
     void DriveInput(std::size_t signal, bool level);
+    BoardTime Now() const { return running ? running->Now() : BoardTime(0); }
 
 private:
     // What is known of the program that runs.
@@ -347,9 +351,10 @@ void Machine::Process::ReadSignals() {
 void Machine::Process::Turn(std::chrono::microseconds until) {
     if (running && running->state)
         until = std::min(until, HostTime() + OBSERVER_INTERVAL);
-    OxboModule* module = running ? running->program.module : nullptr;
-    if (module && module->Due())
-        until = std::min(until, running->start + std::chrono::ceil<std::chrono::microseconds>(*module->Due()));
+    const std::vector<ILoopPart*> parts = running ? running->program.parts : std::vector<ILoopPart*>();
+    for (const ILoopPart* part : parts)
+        if (const auto due = part->Due())
+            until = std::min(until, running->start + std::chrono::ceil<std::chrono::microseconds>(*due));
     const auto left = std::max(until - HostTime(), std::chrono::microseconds(0));
     const timespec wait = {static_cast<time_t>(left.count() / 1'000'000),
                            static_cast<long>(left.count() % 1'000'000 * 1000)};
@@ -371,8 +376,9 @@ void Machine::Process::Turn(std::chrono::microseconds until) {
     if (descriptors[5].revents && running && !running->result)
         ReadSignals();
     if (running && running->state) {
-        if (module)
-            module->Run(running->Now());
+        for (ILoopPart* part : parts)
+            if (!running->result)
+                part->Run(running->Now());
         for (IBoardObserver* observer : running->state->Observers())
             observer->OnSettled(running->Now());
     }
@@ -430,7 +436,15 @@ MachineResult Machine::Process::Run(const MachineProgram& program, BoardState& s
         Fail("the emulated board's lines cannot be reset");
 
     Running observed{program, &state, &lines, HostTime(), {}};
+    for (IBoardObserver* observer : state.Observers())
+        observer->OnProgramStarted(BoardTime(0));
     Play(observed);
+    const int code = observed.result->exitCode;
+    for (IBoardObserver* observer : state.Observers())
+        if (observed.result->restarted)
+            observer->OnReboot("the machine restarted", observed.result->end);
+        else
+            observer->OnProgramEnded(code > SIGNALLED ? code - SIGNALLED : W_EXITCODE(code, 0), observed.result->end);
     return *observed.result;
 }
 
@@ -453,6 +467,10 @@ void Machine::Signal(const std::string& name) {
 
 void Machine::DriveInput(std::size_t signal, bool level) {
     process->DriveInput(signal, level);
+}
+
+BoardTime Machine::Now() const {
+    return process->Now();
 }
 
 } // namespace VelrixBoard

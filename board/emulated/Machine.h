@@ -14,7 +14,7 @@
 #include "board/emulated/CpioArchive.h"
 #include "board/emulated/GpioLines.h"
 #include "board/virtual/BoardState.h"
-#include "board/virtual/OxboModule.h"
+#include "board/virtual/ILoopPart.h"
 
 namespace VelrixBoard {
 
@@ -27,8 +27,8 @@ struct MachineProgram {
     std::function<void(std::string_view)> output = [](std::string_view) {};
     std::function<void(std::string_view)> errors = [](std::string_view) {};
 
-    // The simulated module, if it is to be there.
-    OxboModule* module = nullptr;
+    // What wants attention while the program runs, such as the simulated module. Their descriptors are not looked at.
+    std::vector<ILoopPart*> parts{};
 
     // A signalfd whose signals the program gets; -1 for none.
     int signals = -1;
@@ -63,7 +63,9 @@ public:
     // Waits until the machine is up; Run does so as well.
     void AwaitReady();
 
-    // Runs a program and feeds the state with what the GPIO controller sees; times count from the program's start.
+    // Runs a program and feeds the state with what the GPIO controller sees; times count from the program's start. Its
+    // observers hear of the start and of the end, where a code above 128 counts as a signal, and of a restart of the
+    // machine as a call of reboot. What the program logs they do not hear.
     // Throws BoardError when the machine does not come up, ends, or the program's limit passed.
     MachineResult Run(const MachineProgram& program, BoardState& state, const GpioLines& lines);
 
@@ -72,6 +74,9 @@ public:
 
     // While a program runs: drives an input.
     void DriveInput(std::size_t signal, bool level);
+
+    // While a program runs: the time since its start.
+    BoardTime Now() const;
 
 private:
     class Process;

@@ -314,6 +314,8 @@ Scenario ParseScenario(const std::string& path, std::string_view text, const Sce
             line.FailHere("the end of the line");
         scenario.steps.push_back({line.Number(), line.Text(), std::move(what)});
     }
+    if (scenario.steps.empty())
+        throw ScenarioError(path + ": has no steps; write one a line, such as \"within 2s program exits with 0\"");
     return scenario;
 }
 

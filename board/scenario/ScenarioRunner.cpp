@@ -16,6 +16,10 @@ using Verdict = StepResult::Verdict;
 // Longer than half a cycle of every pattern that a board shows.
 constexpr ScenarioTime STEADY = std::chrono::milliseconds(1'000);
 
+// The exit codes of a program that could not be started, as shells have them.
+constexpr int NOT_RUNNABLE = 126;
+constexpr int NOT_FOUND = 127;
+
 // How many phases a failure report shows.
 constexpr std::size_t SHOWN_PHASES = 6;
 
@@ -71,11 +75,13 @@ void ScenarioRunner::OnReboot(ScenarioTime time) {
 
 void ScenarioRunner::OnExit(int code, ScenarioTime time) {
     exitCode = code;
+    programEnd = time;
     OnTime(time);
 }
 
 void ScenarioRunner::OnKilled(int signal, ScenarioTime time) {
     killedBy = signal;
+    programEnd = time;
     OnTime(time);
 }
 
@@ -187,12 +193,15 @@ void ScenarioRunner::Finish(ScenarioTime now) {
         return;
     OnTime(now);
     finished = true;
+    const std::string crash = Crash();
     const bool inOrder = std::none_of(results.begin(), results.end(),
                                       [](const StepResult& result) { return result.verdict == Verdict::FAILED; });
     for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
         if (results[i].verdict != Verdict::NOT_REACHED)
             continue;
-        if (std::holds_alternative<Never>(scenario.steps[i].what))
+        if (!crash.empty() && inOrder) // what was not seen means nothing then
+            Decide(i, Verdict::FAILED, crash + " at " + TextOf(programEnd), programEnd);
+        else if (std::holds_alternative<Never>(scenario.steps[i].what))
             Decide(i, Verdict::PASSED, "", now);
         else if (const auto* pulses = std::get_if<Pulses>(&scenario.steps[i].what)) {
             if (inOrder)
@@ -201,6 +210,17 @@ void ScenarioRunner::Finish(ScenarioTime now) {
             Decide(i, Verdict::FAILED, "the run ended at " + TextOf(now) + " before this step", now);
     }
     done = true;
+}
+
+std::string ScenarioRunner::Crash() const {
+    if (exitCode == NOT_RUNNABLE || exitCode == NOT_FOUND)
+        return "the program could not be run (exit code " + std::to_string(*exitCode) + ")";
+    const bool sent = std::any_of(scenario.steps.begin(), scenario.steps.end(), [this](const Step& step) {
+        const auto* action = std::get_if<Do>(&step.what);
+        const auto* send = action ? std::get_if<SendSignal>(&action->action) : nullptr;
+        return send && send->signal == killedBy;
+    });
+    return killedBy && !sent ? "the program was killed by " + std::string(sigabbrev_np(*killedBy)) : "";
 }
 
 void ScenarioRunner::Judge(std::size_t step, const Pulses& pulses, ScenarioTime now) {

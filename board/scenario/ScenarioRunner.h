@@ -60,8 +60,8 @@ public:
     // Nothing is left to wait for: the board may end the program.
     bool IsDone() const { return done; }
 
-    // Ends the judging, with the "never" and "expect" steps decided by the run up to now. Once; done before if it is
-    // not needed.
+    // Ends the judging, with the "never" and "expect" steps decided by the run up to now; a run that ended by a crash
+    // passes none of them. Once; done before if it is not needed.
     void Finish(ScenarioTime now);
 
     bool HasPassed() const;
@@ -80,6 +80,8 @@ private:
     void Advance(ScenarioTime now);
     bool Holds(const Condition& condition, ScenarioTime now) const;
     bool Alternates(const LedAlternates& condition) const;
+    // How the program ended in a way that no step can have meant; empty: it did not.
+    std::string Crash() const;
     std::string Seen(const Condition& condition) const;
     void Settle(ScenarioTime now);
     void Decide(std::size_t step, StepResult::Verdict verdict, std::string message, ScenarioTime time);
@@ -100,6 +102,7 @@ private:
     bool rebootCalled = false;
     std::optional<int> exitCode;
     std::optional<int> killedBy;
+    ScenarioTime programEnd{0};
     ScenarioTime last{0};
 };
 

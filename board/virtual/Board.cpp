@@ -157,6 +157,11 @@ public:
             timeline.emplace(*options.timeline, state);
         if (timeline)
             state.Add(*timeline);
+        if (options.scenario) {
+            player.emplace(*options.scenario, state, *this);
+            state.Add(*player);
+            parts.push_back(&*player);
+        }
         MakeFile(layout.Reboots());
         watcher.WatchFile(layout.Reboots(), [this] { reboots.Read(); });
         fs::create_directory(layout.Stage());
@@ -199,6 +204,8 @@ public:
             throw BoardError(failure);
         if (timeline)
             timeline->Finish(Now());
+        if (player)
+            return W_EXITCODE(player->Finish(Now()), 0);
         return ended ? endStatus : StatusWithoutEnd(initStatus);
     }
 
@@ -426,6 +433,7 @@ private:
     std::unique_ptr<SyslogSocket> syslog;
     std::unique_ptr<TerminalView> view;
     std::optional<TimelineRecorder> timeline;
+    std::optional<ScenarioPlayer> player;
     std::vector<OutputPipe> pipes;
     std::vector<ILoopPart*> parts;
     std::vector<Placement> placements;

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "board/virtual/Program.h"
+#include "board/virtual/ScenarioPlayer.h"
 
 namespace VelrixBoard {
 
@@ -40,15 +41,18 @@ struct BoardOptions {
     // Gets every change of every line and LED, as VCD.
     std::optional<std::string> timeline;
 
+    // Judges the run; the wait status is then that of a program that ended with the verdict's exit code.
+    std::optional<ScenarioOptions> scenario;
+
     // The file that stands in for the reboot command: a program whose main asks RebootStub. Empty: this process's
     // program.
     std::filesystem::path rebootStub;
 };
 
 // Runs the program on a board of its own and returns its wait status. Signals that another process sends to this one
-// while the program runs are passed on to it. The calling process must have one thread. Throws BoardError or
-// TimelineError when the board cannot be made; the program has not run then. Throws TimelineError as well when the
-// timeline could not be written to its end.
+// while the program runs are passed on to it. The calling process must have one thread. Throws BoardError,
+// ScenarioError or TimelineError when the board cannot be made; the program has not run then. Throws TimelineError as
+// well when the timeline could not be written to its end.
 int RunBoard(const BoardOptions& options, const Program& program);
 
 // Ends this process as the status says: with the same exit code, or by the same signal.

@@ -22,8 +22,9 @@ namespace {
 constexpr int BOARD_FAILED = 125;
 
 constexpr const char* FOOTER =
-    "The program's exit code, or the signal that ended it, becomes that of this command; 125 says that the board\n"
-    "could not be made, 126 that PROGRAM cannot be run, 127 that it was not found.";
+    "The program's exit code, or the signal that ended it, becomes that of this command, or the verdict of "
+    "--scenario:\n"
+    "0 or 1. 125 says that the board could not be made, 126 that PROGRAM cannot be run, 127 that it was not found.";
 
 // "40", "40ms" or "never".
 std::optional<std::chrono::milliseconds> ParseReadyAfter(std::string_view text) {
@@ -68,6 +69,7 @@ struct RunArguments {
     std::string directory;
     std::string readyAfter = "40";
     bool noSyslog = false;
+    TestingOptions testing;
 };
 
 void AddRunOptions(CLI::App& run, RunArguments& arguments) {
@@ -87,7 +89,7 @@ void AddRunOptions(CLI::App& run, RunArguments& arguments) {
     run.add_flag("--as-root", arguments.options.asRoot, "Let the program see itself as user 0");
     run.add_flag("--no-syslog", arguments.noSyslog, "Leave /dev/log free for a daemon started on the board");
     run.add_flag("--terminal", arguments.options.terminal, "Show LEDs, lines and web log on standard error");
-    AddTestingOptions(run, arguments.options);
+    arguments.testing.AddTo(run);
     // Each occurrence takes one value, or "--set A=1 -- X" would be read on.
     for (CLI::Option* option : run.get_options())
         if (option->get_items_expected_max() > 1)
@@ -107,6 +109,7 @@ void Complete(RunArguments& arguments) {
     for (const std::string& path : arguments.without)
         options.without.insert(NormalPath(path));
     options.syslog = !arguments.noSyslog;
+    arguments.testing.Apply(options);
 }
 
 } // namespace
@@ -139,7 +142,7 @@ int RunCommand(int argc, char** argv) {
         if (diff.IsGiven())
             return diff.Run();
         status = RunBoard(arguments.options, CommandProgram(command));
-    } catch (const std::runtime_error& error) { // BoardError, TimelineError
+    } catch (const std::runtime_error& error) { // BoardError, ScenarioError, TimelineError
         std::fprintf(stderr, "velrix-board: %s\n", error.what());
         return BOARD_FAILED;
     }

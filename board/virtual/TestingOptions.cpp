@@ -3,9 +3,20 @@
 
 namespace VelrixBoard {
 
-void AddTestingOptions(CLI::App& command, BoardOptions& options) {
-    command.add_option("--timeline", options.timeline, "Record every change of every line and LED")
-        ->type_name("FILE.vcd");
+void TestingOptions::AddTo(CLI::App& command) {
+    command.add_option("--timeline", timeline, "Record every change of every line and LED")->type_name("FILE.vcd");
+    CLI::Option* play =
+        command.add_option("--scenario", scenario, "Play these steps and judge the run by them: 0 or 1")
+            ->type_name("FILE");
+    command.add_option("--junit", junit, "Write the scenario's results as a JUnit report")
+        ->type_name("FILE.xml")
+        ->needs(play);
+}
+
+void TestingOptions::Apply(BoardOptions& options) const {
+    options.timeline = timeline;
+    if (scenario)
+        options.scenario = ScenarioOptions{*scenario, junit};
 }
 
 } // namespace VelrixBoard

@@ -1,13 +1,27 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <optional>
+#include <string>
+
 #include <CLI/CLI.hpp>
 
 #include "board/virtual/Board.h"
 
 namespace VelrixBoard {
 
-// Options that record a run and judge it.
-void AddTestingOptions(CLI::App& command, BoardOptions& options);
+// Options that record a run and judge it: --timeline, --scenario, --junit.
+class TestingOptions final {
+public:
+    // Adds them to the command, whose arguments then fill this object, which must stay where it is.
+    void AddTo(CLI::App& command);
+
+    void Apply(BoardOptions& options) const;
+
+private:
+    std::optional<std::string> timeline;
+    std::optional<std::string> scenario;
+    std::optional<std::string> junit;
+};
 
 } // namespace VelrixBoard

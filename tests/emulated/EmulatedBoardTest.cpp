@@ -133,7 +133,7 @@ protected:
         run->state.Add(module);
         MachineProgram program;
         program.words = words;
-        program.module = &module;
+        program.parts = {&module};
         program.limit = seconds(400);
         program.output = [&run](std::string_view text) { run->output += text; };
         program.errors = [&run](std::string_view text) { run->errors += text; };

@@ -99,6 +99,8 @@ TEST(ScenarioParser, SaysWhereAndWhatItExpected) {
         std::string message;
     } ROWS[] = {
         {"\n  upon 2s", "x:2:3: expected within, at, set, fault, send, wait, expect or never, found 'upon'"},
+        {"", "x: has no steps; write one a line, such as \"within 2s program exits with 0\""},
+        {"# nothing\n", "x: has no steps; write one a line, such as \"within 2s program exits with 0\""},
         {"within", "x:1:7: expected a time such as 500ms or 2s, found the end of the line"},
         {"within 2 MS is green", "x:1:8: expected a time such as 500ms or 2s, found '2'"},
         {"wait -1s", "x:1:6: expected a time such as 500ms or 2s, found '-1s'"},
@@ -175,8 +177,8 @@ TEST(ScenarioParser, ReadsAFile) {
     } catch (const ScenarioError& error) {
         EXPECT_EQ(error.what(), "cannot read the scenario " + folder.Path("absent") + ": No such file or directory");
     }
-    folder.Write("empty", "");
-    EXPECT_TRUE(ReadScenario(folder.Path("empty"), NAMES).steps.empty());
+    folder.Write("good", "wait 1s");
+    EXPECT_EQ(ReadScenario(folder.Path("good"), NAMES).steps.size(), 1U);
 }
 
 TEST(Scenario, KnowsSignalsWithAndWithoutTheirPrefix) {

@@ -315,6 +315,26 @@ TEST(ScenarioRunner, FailsAWaitWhenTheProgramEndsAnotherWay) {
     EXPECT_EQ(run.Message(), "expected within 9.000 s: program exits with 0; seen at 10 ms: the program exited with 1");
 }
 
+TEST(ScenarioRunner, PassesNothingWhenTheProgramCrashed) {
+    Play killed("never MS is red\nexpect OXBO_RL pulses high");
+    killed.runner.OnKilled(SIGSEGV, milliseconds(20));
+    killed.runner.Finish(milliseconds(30));
+    EXPECT_EQ(killed.Verdicts(), "ff");
+    EXPECT_EQ(killed.Message(), "the program was killed by SEGV at 20 ms");
+
+    for (const int code : {126, 127}) {
+        Play missing("never MS is red");
+        missing.runner.OnExit(code, milliseconds(20));
+        missing.runner.Finish(milliseconds(30));
+        EXPECT_EQ(missing.Message(), "the program could not be run (exit code " + std::to_string(code) + ") at 20 ms");
+    }
+
+    Play meant("never MS is red\nsend KILL\nwithin 1s program is killed by KILL");
+    meant.runner.OnKilled(SIGKILL, milliseconds(20));
+    meant.runner.Finish(milliseconds(30));
+    EXPECT_EQ(meant.Verdicts(), "ppp");
+}
+
 TEST(ScenarioRunner, FailsAStepThatTheRunDidNotReach) {
     Play run("wait 10s\nwait 1s");
 

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "board/emulated/Machine.h"
+#include "board/virtual/IBoardControl.h"
+#include "board/virtual/OxboModule.h"
+
+namespace VelrixBoard {
+
+// What can be done to the emulated board: its inputs are driven and its program gets signals. Its value files are the
+// real kernel's, which fails as it sees fit: every fault is refused.
+class MachineControl final : public IBoardControl {
+public:
+    // The module is the simulated one; null where the user plays it. All must outlive this object.
+    MachineControl(Machine& ownMachine, const BoardState& boardState, OxboModule* oxboModule)
+        : machine(ownMachine), state(boardState), module(oxboModule) {}
+
+    void DriveInput(std::size_t signal, bool level) override;
+    void SetFault(std::size_t signal, const std::optional<Fault>& fault) override;
+    std::optional<Fault> FaultOf(std::size_t) const override { return std::nullopt; }
+    void SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) override;
+    std::optional<std::chrono::milliseconds> OxboReadyAfter() const override;
+    ModuleState OxboState() const override;
+    void SignalProgram(int signal) override;
+
+private:
+    Machine& machine;
+    const BoardState& state;
+    OxboModule* module;
+};
+
+} // namespace VelrixBoard
