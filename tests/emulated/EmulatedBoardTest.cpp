@@ -19,6 +19,7 @@
 #include "board/emulated/Machine.h"
 #include "board/timeline/Timeline.h"
 #include "board/virtual/BoardState.h"
+#include "board/virtual/OxboModule.h"
 
 namespace {
 
