@@ -89,6 +89,7 @@ TEST_F(EmulatorCommand, PassesOutputExitCodeSettingsAndLevelsAndRecordsTheTimeli
 }
 
 TEST_F(EmulatorCommand, PassesSignalsToAProgramCopiedIntoTheMachine) {
+    folder.Write("run.vcd", ""); // to be looked into before the command has made it
     Start({"run", "--image", image, "--timeline", folder.Path("run.vcd"), "--", scenes, "indications", "60000",
            "SetMsEnLedRunning"});
     // The timeline's first change says that the program is at work.
