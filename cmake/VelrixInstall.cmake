@@ -1,19 +1,23 @@
 # SPDX-License-Identifier: Apache-2.0
-# What an installation holds: both libraries, their headers, the CMake package "velrix" and the pkg-config files. Everything
-# in it finds its neighbours by relative paths, so that an installed folder may be moved.
+# What an installation holds: both libraries, their headers, the CMake package "velrix", the pkg-config files, and for the tools
+# their manual pages. Everything in it finds its neighbours by relative paths, so that an installed folder may be moved.
+# Components: env and velrix are what programs need to run, dev what building them needs, tools the commands.
 
 include(CMakePackageConfigHelpers)
 
 set(velrixPackageDir ${CMAKE_INSTALL_LIBDIR}/cmake/velrix)
 set(velrixPkgConfigDir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# libvelrix finds libenv beside it, wherever the folder is.
+# libvelrix finds libenv beside it, wherever the folder is. What is built for packages does without (CMAKE_SKIP_INSTALL_RPATH):
+# there the dynamic linker knows the folder.
 set_target_properties(velrix PROPERTIES INSTALL_RPATH $ORIGIN)
 
-install(TARGETS env velrix EXPORT velrix-targets
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(EXPORT velrix-targets NAMESPACE velrix:: DESTINATION ${velrixPackageDir})
+foreach(library env velrix)
+  install(TARGETS ${library} EXPORT velrix-targets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${library} NAMELINK_COMPONENT dev
+    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev)
+endforeach()
+install(EXPORT velrix-targets NAMESPACE velrix:: DESTINATION ${velrixPackageDir} COMPONENT dev)
 
 configure_package_config_file(
   ${PROJECT_SOURCE_DIR}/cmake/velrix-config.cmake.in ${PROJECT_BINARY_DIR}/package/velrix-config.cmake
@@ -24,12 +28,36 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/velrix-config-ver
 install(FILES
   ${PROJECT_BINARY_DIR}/package/velrix-config.cmake
   ${PROJECT_BINARY_DIR}/package/velrix-config-version.cmake
-  DESTINATION ${velrixPackageDir})
+  DESTINATION ${velrixPackageDir}
+  COMPONENT dev)
 
 # The way from the folder of the .pc files back to the prefix, whose depth depends on the library folder.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
   BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}/${velrixPkgConfigDir} OUTPUT_VARIABLE velrixPrefixFromPcFile)
 foreach(file velrix.pc velrix-env.pc)
   configure_file(${PROJECT_SOURCE_DIR}/cmake/${file}.in ${PROJECT_BINARY_DIR}/package/${file} @ONLY)
-  install(FILES ${PROJECT_BINARY_DIR}/package/${file} DESTINATION ${velrixPkgConfigDir})
+  install(FILES ${PROJECT_BINARY_DIR}/package/${file} DESTINATION ${velrixPkgConfigDir} COMPONENT dev)
 endforeach()
+
+# The example is documentation: a project of its own as it stands.
+install(FILES
+  ${PROJECT_SOURCE_DIR}/examples/gateway/CMakeLists.txt
+  ${PROJECT_SOURCE_DIR}/examples/gateway/Gateway.cpp
+  DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvelrix-dev/examples/gateway
+  COMPONENT dev)
+
+foreach(tool velrix-board velrix-emulator)
+  if(TARGET ${tool})
+    install(FILES ${PROJECT_SOURCE_DIR}/packaging/man/${tool}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+  endif()
+endforeach()
+if(TARGET velrix-emulator)
+  # Makes what the emulator boots. In the same folders as here, by which the script finds its parts.
+  install(PROGRAMS ${PROJECT_SOURCE_DIR}/scripts/emulated-board-image
+    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/velrix/scripts COMPONENT tools)
+  set(velrixImage ${PROJECT_SOURCE_DIR}/board/emulated/image)
+  set(velrixImageDir ${CMAKE_INSTALL_DATAROOTDIR}/velrix/board/emulated/image)
+  install(PROGRAMS ${velrixImage}/agent ${velrixImage}/reset-lines ${velrixImage}/start
+    DESTINATION ${velrixImageDir} COMPONENT tools)
+  install(FILES ${velrixImage}/inittab ${velrixImage}/lines.txt DESTINATION ${velrixImageDir} COMPONENT tools)
+endif()

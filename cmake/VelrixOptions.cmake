@@ -33,6 +33,13 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_SYSTEM_PROCESSOR MATCHES "^arm
   target_compile_options(velrix-build-options INTERFACE -Wno-psabi)
 endif()
 
+# What is built does not depend on the folder that it is built in: no absolute run paths, whose room would stay in an installed
+# file, and file names in messages as they are in the repository.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+  target_compile_options(velrix-build-options INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+endif()
+
 if(VELRIX_SANITIZE)
   list(JOIN VELRIX_SANITIZE "," velrixSanitizers)
   # no-sanitize-recover: a finding ends the test instead of scrolling by. Frame pointers: whole stacks in the reports.
