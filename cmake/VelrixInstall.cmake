@@ -22,12 +22,14 @@ install(EXPORT velrix-targets NAMESPACE velrix:: DESTINATION ${velrixPackageDir}
 configure_package_config_file(
   ${PROJECT_SOURCE_DIR}/cmake/velrix-config.cmake.in ${PROJECT_BINARY_DIR}/package/velrix-config.cmake
   INSTALL_DESTINATION ${velrixPackageDir}
+  PATH_VARS CMAKE_INSTALL_BINDIR
   NO_CHECK_REQUIRED_COMPONENTS_MACRO)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/velrix-config-version.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES
   ${PROJECT_BINARY_DIR}/package/velrix-config.cmake
   ${PROJECT_BINARY_DIR}/package/velrix-config-version.cmake
+  ${PROJECT_SOURCE_DIR}/cmake/velrix-board-test.cmake
   DESTINATION ${velrixPackageDir}
   COMPONENT dev)
 

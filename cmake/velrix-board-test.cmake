@@ -1,0 +1,24 @@
+# SPDX-License-Identifier: Apache-2.0
+
+# velrix_add_board_test(NAME name SCENARIO file COMMAND program [argument...] [OPTIONS option...])
+# A test of ctest that runs the program, a target or a path, on a virtual board of its own, plays the scenario there and passes
+# when the scenario does. The options are those of "velrix-board run". The results are also in NAME.xml of the build folder, as a
+# JUnit report.
+function(velrix_add_board_test)
+  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME;SCENARIO" "COMMAND;OPTIONS")
+  if(arg_UNPARSED_ARGUMENTS OR NOT arg_NAME OR NOT arg_SCENARIO OR NOT arg_COMMAND)
+    message(FATAL_ERROR "velrix_add_board_test takes NAME name SCENARIO file COMMAND program [argument...] [OPTIONS option...]")
+  endif()
+  find_program(VELRIX_BOARD velrix-board HINTS ${VELRIX_BOARD_FOLDER})
+  if(NOT VELRIX_BOARD)
+    message(FATAL_ERROR "velrix_add_board_test needs the command velrix-board; install it, or set VELRIX_BOARD to its path")
+  endif()
+  list(POP_FRONT arg_COMMAND program)
+  if(TARGET ${program})
+    set(program $<TARGET_FILE:${program}>)
+  endif()
+  cmake_path(ABSOLUTE_PATH arg_SCENARIO BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR})
+  add_test(NAME ${arg_NAME}
+    COMMAND ${VELRIX_BOARD} run --scenario ${arg_SCENARIO} --junit ${CMAKE_CURRENT_BINARY_DIR}/${arg_NAME}.xml
+      ${arg_OPTIONS} -- ${program} ${arg_COMMAND})
+endfunction()
