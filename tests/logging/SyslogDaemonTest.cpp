@@ -42,7 +42,7 @@ stop() {
 # Everything sent before is in the log: the socket keeps the order.
 finish() {
     $life log:136 return
-    await 'grep -q "]: last$" $log'
+    await 'grep -sq "]: last$" $log'
     stop
 }
 )";
@@ -162,18 +162,18 @@ program=$!
 exec 3>$folder/in
 start
 echo one >&3
-await 'grep -q "]: one$" $log'
+await 'grep -sq "]: one$" $log'
 stop
 rm -f /dev/log
 echo nobody >&3
-await 'grep -q "traced nobody" $folder/out'
+await 'grep -sq "traced nobody" $folder/out'
 start
 echo two >&3
-await 'grep -q "]: two$" $log'
+await 'grep -sq "]: two$" $log'
 stop
 start
 echo three >&3
-await 'grep -q "]: three$" $log'
+await 'grep -sq "]: three$" $log'
 exec 3>&-
 wait $program
 finish
