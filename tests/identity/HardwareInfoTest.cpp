@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <velrix/identity/HardwareInfo.h>
 
+#include <cerrno>
 #include <string>
 #include <type_traits>
 
 #include <gtest/gtest.h>
 
+#include <System/Diagnostics/Trace.h>
 #include <System/Exceptions.h>
 #include <System/IO/Exceptions.h>
 
@@ -13,9 +15,12 @@
 
 #include "tests/support/AllocationFailure.h"
 #include "tests/support/ExpectException.h"
+#include "tests/support/FailingSystemCalls.h"
+#include "tests/support/RecordingListener.h"
 #include "tests/support/TemporaryFolder.h"
 
 using TestSupport::ExpectException;
+using TestSupport::FailingSystemCalls;
 using TestSupport::TemporaryFolder;
 using Velrix::HardwareInfo;
 using Velrix::Settings::SettingsFile;
@@ -90,6 +95,35 @@ TEST(HardwareInfo, CutsRevisionNumbersTo8Bits) {
     const Device device("mainboard 1.256.300");
 
     EXPECT_EQ(HardwareInfo::Create()->ToString(), "HardwareInfo[name=mainboard, version=1.0.44]");
+}
+
+TEST(HardwareInfo, HasNoDefaultForAFileThatCannotBeRead) {
+    const Device device("mainboard 3.0.1");
+    const std::string path = device.folder.Path("hwrevision");
+
+    {
+        const FailingSystemCalls failing("open", 1, EACCES);
+        ExpectException<System::IO::UnauthorizedAccessException>("Cannot open: " + path + ": Permission denied",
+                                                                 [] { HardwareInfo::Create(); });
+    }
+    {
+        const FailingSystemCalls failing("read", 1, EIO);
+        ExpectException<System::IO::IOException>("Cannot read: " + path + ": Input/output error",
+                                                 [] { HardwareInfo::Create(); });
+    }
+}
+
+TEST(HardwareInfo, TracesNothing) {
+    const Device device("mainboard");
+    const auto listener = TestSupport::RecordingListener::Create();
+    System::Diagnostics::Trace::AddListener(listener);
+
+    EXPECT_THROW(HardwareInfo::Create(), System::FormatException);
+    device.folder.Write("hwrevision", "mainboard 1.256.300");
+    HardwareInfo::Create();
+
+    System::Diagnostics::Trace::RemoveListener(listener);
+    EXPECT_EQ(listener->Log(), "");
 }
 
 TEST(HardwareInfo, IsReadOnceAndAgainOnlyAfterAFailure) {

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <velrix/identity/ProductInfo.h>
 
+#include <cerrno>
 #include <string>
 #include <type_traits>
 
 #include <gtest/gtest.h>
 
+#include <System/Diagnostics/Trace.h>
 #include <System/Exceptions.h>
 #include <System/IO/Exceptions.h>
 
@@ -13,9 +15,12 @@
 
 #include "tests/support/AllocationFailure.h"
 #include "tests/support/ExpectException.h"
+#include "tests/support/FailingSystemCalls.h"
+#include "tests/support/RecordingListener.h"
 #include "tests/support/TemporaryFolder.h"
 
 using TestSupport::ExpectException;
+using TestSupport::FailingSystemCalls;
 using TestSupport::TemporaryFolder;
 using Velrix::ProductInfo;
 using Velrix::Settings::SettingsFile;
@@ -128,6 +133,37 @@ TEST(ProductInfo, HasNoDefaultForAMissingFile) {
             EXPECT_EQ(exception.Path(), device.folder.Path(file));
         }
     }
+}
+
+TEST(ProductInfo, HasNoDefaultForAFileThatCannotBeRead) {
+    const Device device("ff", "v2.1.0");
+
+    int number = 0;
+    for (const char* const file : {"serialnumber.product", "version.product"}) {
+        SCOPED_TRACE(file);
+        const std::string path = device.folder.Path(file);
+        const FailingSystemCalls failing("open", ++number, EACCES);
+        ExpectException<System::IO::UnauthorizedAccessException>("Cannot open: " + path + ": Permission denied",
+                                                                 [] { ProductInfo::Create(); });
+    }
+
+    const FailingSystemCalls failing("read", 1, EIO);
+    ExpectException<System::IO::IOException>("Cannot read: " + device.folder.Path("serialnumber.product") +
+                                                 ": Input/output error",
+                                             [] { ProductInfo::Create(); });
+}
+
+TEST(ProductInfo, TracesNothing) {
+    const Device device("ff", "2.1.0");
+    const auto listener = TestSupport::RecordingListener::Create();
+    System::Diagnostics::Trace::AddListener(listener);
+
+    EXPECT_THROW(ProductInfo::Create(), System::ArgumentException);
+    device.folder.Write("version.product", "v1.256.300");
+    ProductInfo::Create();
+
+    System::Diagnostics::Trace::RemoveListener(listener);
+    EXPECT_EQ(listener->Log(), "");
 }
 
 TEST(ProductInfo, ReadsTheSerialNumberFirst) {

@@ -11,6 +11,7 @@
 
 #include "tests/support/AllocationFailure.h"
 #include "tests/support/ExpectException.h"
+#include "tests/support/VirtualSlot.h"
 
 using System::string_ptr;
 using TestSupport::ExpectException;
@@ -164,6 +165,13 @@ TEST(Version, ComparesAsAnObjectByIdentity) {
     EXPECT_TRUE(version->Equals(version));
     EXPECT_FALSE(version->Equals(same));
     EXPECT_FALSE(std::static_pointer_cast<Version>(version)->Equals(same));
+}
+
+TEST(Version, AddsNoVirtualOperation) {
+    using EqualsVersion = bool (Version::*)(std::shared_ptr<Version>);
+
+    EXPECT_EQ(TestSupport::SlotOf(static_cast<EqualsVersion>(&Version::Equals)), -1);
+    EXPECT_EQ(TestSupport::SlotOf(&Version::ToString), TestSupport::SlotOf(&System::Object::ToString));
 }
 
 TEST(Version, SurvivesEveryAllocationFailure) {

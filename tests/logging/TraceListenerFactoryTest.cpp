@@ -219,6 +219,19 @@ TEST(TraceListenerFactory, DoesNotCreateTheFolder) {
     ownFolder.clear();
 }
 
+TEST(TraceListenerFactory, PassesOnWhyTheFileDoesNotOpen) {
+    const LogFolder logs;
+    ASSERT_EQ(mkdir(logs.folder.Path(logs.name).c_str(), 0777), 0);
+
+    try {
+        TraceListenerFactory::CreateFileTraceListener();
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const System::IO::IOException& exception) {
+        EXPECT_EQ(exception.ErrorCode(), EISDIR);
+        EXPECT_EQ(exception.Path()->ToUtf8(), std::string(FOLDER) + logs.name);
+    }
+}
+
 TEST(TraceListenerFactory, AddsNoListenerItself) {
     TraceListenerFactory::CreateFatalEventLogTraceListener();
     TraceListenerFactory::CreateEventLogTraceListener();
