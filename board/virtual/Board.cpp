@@ -189,6 +189,9 @@ public:
         initSocket.Close();
         for (OutputPipe& pipe : pipes)
             pipe.writing.Close();
+        // After the fork, which one thread alone may make, and before the program can change anything.
+        for (const AttachmentFactory& make : options.attachments)
+            Attach(make(state, *this, [this] { return Now(); }));
         (void)::send(socket.Get(), "", 1, MSG_NOSIGNAL);
 
         Loop(socket.Get(), signalFile.Get());
@@ -290,6 +293,17 @@ private:
             MakeFile(outside);
         result.push_back({Placement::Kind::BIND, asDirectory ? inside.parent_path() : inside,
                           asDirectory ? outside.parent_path() : outside});
+    }
+
+    void Attach(std::unique_ptr<IBoardAttachment> attachment) {
+        state.Add(*attachment);
+        parts.push_back(attachment.get());
+        const std::string text = "velrix-board: " + attachment->Announcement() + "\n";
+        if (view && IsTerminal(STDERR_FILENO))
+            view->Print(text);
+        else
+            WriteAll(STDERR_FILENO, text);
+        attachments.push_back(std::move(attachment));
     }
 
     void MakeView(Program& program) {
@@ -443,6 +457,9 @@ private:
     bool ended = false;
     int endStatus = 0;
     std::string failure;
+
+    // Last, since its members use all of the board until they go.
+    std::vector<std::unique_ptr<IBoardAttachment>> attachments;
 };
 
 } // namespace

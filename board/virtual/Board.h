@@ -7,7 +7,9 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
+#include "board/virtual/IBoardAttachment.h"
 #include "board/virtual/Program.h"
 #include "board/virtual/ScenarioPlayer.h"
 
@@ -43,6 +45,9 @@ struct BoardOptions {
 
     // Judges the run; the wait status is then that of a program that ended with the verdict's exit code.
     std::optional<ScenarioOptions> scenario;
+
+    // What else watches and operates the board.
+    std::vector<AttachmentFactory> attachments;
 
     // The file that stands in for the reboot command: a program whose main asks RebootStub. Empty: this process's
     // program.

@@ -11,6 +11,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "board/panel/PanelOptions.h"
 #include "board/virtual/Board.h"
 #include "board/virtual/DiffCommand.h"
 #include "board/virtual/TestingOptions.h"
@@ -124,6 +125,7 @@ int RunCommand(int argc, char** argv) {
     CLI::App* run = app.add_subcommand(
         "run", "Run a program on a board of its own: velrix-board run [OPTIONS] -- PROGRAM [ARG...]");
     AddRunOptions(*run, arguments);
+    const PanelOptions panel(*run);
     const DiffCommand diff(app);
 
     try {
@@ -132,6 +134,7 @@ int RunCommand(int argc, char** argv) {
         if (command.empty() && !diff.IsGiven())
             throw CLI::RequiredError("-- PROGRAM");
         Complete(arguments);
+        panel.Complete(arguments.options, command);
     } catch (const CLI::ParseError& error) {
         const int code = app.exit(error);
         return code == 0 ? 0 : BOARD_FAILED;

@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/panel/Panel.h"
+
+#include <cstring>
+
+#include <nlohmann/json.hpp>
+#include <sys/wait.h>
+
+#include "board/panel/PanelCommand.h"
+#include "board/virtual/Fault.h"
+
+namespace VelrixBoard {
+
+namespace {
+
+using nlohmann::json;
+
+PanelFeed::Time FeedTime(BoardTime time) {
+    return std::chrono::duration_cast<PanelFeed::Time>(time);
+}
+
+std::string Text(const json& value) {
+    return value.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+// The board as the page needs it to draw and name everything: signals by their numbers.
+std::string Describe(const BoardState& state, const std::string& program) {
+    json signals = json::array();
+    for (std::size_t signal = 0; signal < state.Count(); ++signal)
+        signals.push_back(
+            {{"name", state.Name(signal)}, {"path", state.Path(signal)}, {"input", state.IsInput(signal)}});
+    const std::size_t lines = state.Model().Lines().size();
+    const auto& elements = state.Model().LedElements();
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        signals[lines + i]["led"] = elements[i].led;
+        signals[lines + i]["color"] = ColorName(elements[i].color);
+    }
+    return Text({{"program", program}, {"signals", signals}});
+}
+
+std::vector<bool> Levels(const BoardState& state) {
+    std::vector<bool> levels;
+    for (std::size_t signal = 0; signal < state.Count(); ++signal)
+        levels.push_back(state.Level(signal));
+    return levels;
+}
+
+const char* StateName(const ModuleState& module, bool everReady) {
+    if (module.inReset)
+        return "reset";
+    if (module.ready)
+        return "ready";
+    return everReady ? "starting" : "silent";
+}
+
+} // namespace
+
+Panel::Panel(const BoardState& boardState, IBoardControl& boardControl, Clock clock, const std::string& program,
+             std::optional<int> port)
+    : state(boardState), control(boardControl),
+      feed(Describe(state, program), Levels(state), [clock = std::move(clock)] { return FeedTime(clock()); }),
+      server(
+          feed,
+          [this](const std::string& path, const std::string& body) {
+              queue.Do(ReadPanelCommand(path, body, state, control));
+              return std::string("{}");
+          },
+          port) {
+    TellModule();
+    TellFaults();
+    TellProgram("waiting", "not started");
+    feed.Publish();
+}
+
+// Requests that wait for the loop would hold up the end of the server, for the loop has come to its end.
+Panel::~Panel() {
+    queue.Close();
+}
+
+std::string Panel::Announcement() const {
+    return "the panel is at " + Address();
+}
+
+void Panel::OnChange(std::size_t signal, bool level, BoardTime time) {
+    feed.Change(signal, level, FeedTime(time));
+}
+
+void Panel::OnSettled(BoardTime) {
+    feed.Publish();
+}
+
+void Panel::OnWebLog(std::string_view record, BoardTime time) {
+    feed.Record(PanelFeed::Log::WEB, record, FeedTime(time));
+}
+
+// As a notice of the board's own among the trace records.
+void Panel::OnReboot(std::string_view call, BoardTime time) {
+    feed.Record(PanelFeed::Log::SYSTEM, "<5>board: reboot called: " + std::string(call), FeedTime(time));
+}
+
+void Panel::OnSyslog(std::string_view record, BoardTime time) {
+    feed.Record(PanelFeed::Log::SYSTEM, record, FeedTime(time));
+}
+
+void Panel::OnFault(std::size_t, BoardTime) {
+    TellFaults();
+}
+
+void Panel::OnModule(BoardTime) {
+    TellModule();
+}
+
+void Panel::OnProgramStarted(BoardTime) {
+    TellProgram("running", "running");
+}
+
+void Panel::OnProgramEnded(int waitStatus, BoardTime) {
+    if (WIFSIGNALED(waitStatus)) {
+        TellProgram("failed", std::string("ended by ") + ::strsignal(WTERMSIG(waitStatus)));
+        return;
+    }
+    const int code = WEXITSTATUS(waitStatus);
+    TellProgram(code == 0 ? "ended" : "failed", "ended with " + std::to_string(code));
+}
+
+void Panel::Run(BoardTime) {
+    queue.Run();
+    feed.Publish();
+}
+
+void Panel::TellModule() {
+    const ModuleState module = control.OxboState();
+    const auto readyAfter = control.OxboReadyAfter();
+    json text = {
+        {"state", StateName(module, readyAfter.has_value())}, {"ramLoader", nullptr}, {"readyAfterMs", nullptr}};
+    if (module.ramLoaderAtRelease)
+        text["ramLoader"] = *module.ramLoaderAtRelease;
+    if (readyAfter)
+        text["readyAfterMs"] = readyAfter->count();
+    feed.Status("module", Text(text));
+}
+
+void Panel::TellFaults() {
+    json faults = json::object();
+    for (std::size_t signal = 0; signal < state.Count(); ++signal)
+        if (const auto fault = control.FaultOf(signal))
+            faults[state.Name(signal)] = ToString(*fault);
+    feed.Status("faults", Text(faults));
+}
+
+void Panel::TellProgram(const char* programState, const std::string& text) {
+    feed.Status("program", Text({{"state", programState}, {"text", text}}));
+}
+
+} // namespace VelrixBoard

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "board/panel/PanelFeed.h"
+#include "board/panel/PanelQueue.h"
+#include "board/panel/PanelServer.h"
+#include "board/virtual/IBoardAttachment.h"
+
+namespace VelrixBoard {
+
+// The board's panel in the browser: passes on what happens to the pages' feed, and does on the board's loop what the
+// pages ask for.
+class Panel final : public IBoardAttachment {
+public:
+    // The program as the pages name it; the port as PanelServer takes it. Throws BoardError when the port is in use.
+    Panel(const BoardState& boardState, IBoardControl& boardControl, Clock clock, const std::string& program,
+          std::optional<int> port);
+    ~Panel() override;
+
+    std::string Address() const { return server.Address(); }
+    std::string Announcement() const override;
+
+    void OnChange(std::size_t signal, bool level, BoardTime time) override;
+    void OnSettled(BoardTime time) override;
+    void OnWebLog(std::string_view record, BoardTime time) override;
+    void OnReboot(std::string_view call, BoardTime time) override;
+    void OnSyslog(std::string_view record, BoardTime time) override;
+    void OnFault(std::size_t signal, BoardTime time) override;
+    void OnModule(BoardTime time) override;
+    void OnProgramStarted(BoardTime time) override;
+    void OnProgramEnded(int waitStatus, BoardTime time) override;
+
+    int Descriptor() const override { return queue.Descriptor(); }
+    std::optional<BoardTime> Due() const override { return std::nullopt; }
+    void Run(BoardTime now) override;
+
+private:
+    void TellModule();
+    void TellFaults();
+    void TellProgram(const char* programState, const std::string& text);
+
+    const BoardState& state;
+    IBoardControl& control;
+    PanelFeed feed;
+    PanelQueue queue;
+    PanelServer server; // last: its threads use all of the above
+};
+
+} // namespace VelrixBoard

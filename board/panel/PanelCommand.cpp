@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/panel/PanelCommand.h"
+
+#include <chrono>
+#include <csignal>
+#include <map>
+#include <optional>
+
+#include <nlohmann/json.hpp>
+
+#include "board/virtual/BoardError.h"
+#include "board/virtual/Fault.h"
+
+namespace VelrixBoard {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr int BAD_REQUEST = 400;
+constexpr int NOT_FOUND = 404;
+constexpr int LONGEST_MS = 600'000;
+
+const std::map<std::string, int> SIGNALS = {{"TERM", SIGTERM}, {"INT", SIGINT}, {"HUP", SIGHUP}, {"KILL", SIGKILL}};
+
+json ReadBody(const std::string& body, const char* key) {
+    const json value = json::parse(body, nullptr, false);
+    if (!value.is_object() || !value.contains(key))
+        throw PanelError(BAD_REQUEST, std::string("the body has to be a JSON object with the key \"") + key + "\"");
+    return value[key];
+}
+
+std::size_t FindSignal(const BoardState& state, const std::string& name) {
+    for (std::size_t signal = 0; signal < state.Count(); ++signal)
+        if (state.Name(signal) == name)
+            return signal;
+    throw PanelError(NOT_FOUND, name + " is neither a line nor an LED element of the board");
+}
+
+PanelQueue::Work InputCommand(const std::string& name, const std::string& body, const BoardState& state,
+                              IBoardControl& control) {
+    const std::size_t signal = FindSignal(state, name);
+    const json level = ReadBody(body, "level");
+    if (!level.is_boolean())
+        throw PanelError(BAD_REQUEST, "\"level\" has to be true or false");
+    return [&control, signal, high = level.get<bool>()] { control.DriveInput(signal, high); };
+}
+
+PanelQueue::Work FaultCommand(const std::string& name, const std::string& body, const BoardState& state,
+                              IBoardControl& control) {
+    const std::size_t signal = FindSignal(state, name);
+    const json text = ReadBody(body, "fault");
+    std::optional<Fault> fault;
+    try {
+        if (!text.is_null())
+            fault = ParseFault(text.get<std::string>());
+    } catch (const json::exception&) {
+        throw PanelError(BAD_REQUEST, "\"fault\" has to be a text, such as \"EIO\", or null");
+    } catch (const BoardError& error) {
+        throw PanelError(BAD_REQUEST, error.what());
+    }
+    return [&control, signal, fault] { control.SetFault(signal, fault); };
+}
+
+PanelQueue::Work ModuleCommand(const std::string& body, IBoardControl& control) {
+    const json time = ReadBody(body, "readyAfterMs");
+    if (!time.is_null() && (!time.is_number_integer() || time < 0 || time > LONGEST_MS))
+        throw PanelError(BAD_REQUEST, "\"readyAfterMs\" has to be a whole number up to 600000, or null");
+    std::optional<std::chrono::milliseconds> after;
+    if (!time.is_null())
+        after = std::chrono::milliseconds(time.get<int>());
+    return [&control, after] { control.SetOxboReadyAfter(after); };
+}
+
+PanelQueue::Work ProgramCommand(const std::string& body, IBoardControl& control) {
+    const json name = ReadBody(body, "signal");
+    const auto found = name.is_string() ? SIGNALS.find(name.get<std::string>()) : SIGNALS.end();
+    if (found == SIGNALS.end())
+        throw PanelError(BAD_REQUEST, "\"signal\" has to be TERM, INT, HUP or KILL");
+    return [&control, signal = found->second] { control.SignalProgram(signal); };
+}
+
+} // namespace
+
+PanelQueue::Work ReadPanelCommand(const std::string& path, const std::string& body, const BoardState& state,
+                                  IBoardControl& control) {
+    const std::string inputs = "/inputs/";
+    const std::string faults = "/faults/";
+    if (path.starts_with(inputs))
+        return InputCommand(path.substr(inputs.size()), body, state, control);
+    if (path.starts_with(faults))
+        return FaultCommand(path.substr(faults.size()), body, state, control);
+    if (path == "/module")
+        return ModuleCommand(body, control);
+    if (path == "/program")
+        return ProgramCommand(body, control);
+    throw PanelError(NOT_FOUND, "there is nothing of that name here");
+}
+
+} // namespace VelrixBoard

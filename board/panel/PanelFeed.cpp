@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/panel/PanelFeed.h"
+
+#include <algorithm>
+
+#include <nlohmann/json.hpp>
+
+namespace VelrixBoard {
+
+namespace {
+
+// A JSON string. Programs log whatever bytes they like; what is no UTF-8 is shown as replaced.
+std::string Quoted(std::string_view text) {
+    return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+} // namespace
+
+PanelFeed::PanelFeed(std::string boardDescription, const std::vector<bool>& signalLevels, Clock boardClock)
+    : description(std::move(boardDescription)), clock(std::move(boardClock)) {
+    for (const bool level : signalLevels)
+        signals.push_back({level});
+}
+
+void PanelFeed::Change(std::size_t signal, bool level, Time time) {
+    const std::lock_guard lock(mutex);
+    Signal& changed = signals[signal];
+    std::deque<Entry>& entries = changed.entries;
+    changed.level = level;
+    ++version;
+
+    if (!entries.empty() && entries.back().count > 1 && time - entries.back().end <= BURST_GAP) {
+        Entry& burst = entries.back();
+        burst.version = version;
+        burst.end = time;
+        ++burst.count;
+        burst.level = level;
+        return;
+    }
+    entries.push_back({version, changed.nextId++, time, time, 1, level});
+    if (entries.size() >= BURST) {
+        const auto first = entries.end() - BURST;
+        const bool single = std::all_of(first, entries.end(), [](const Entry& entry) { return entry.count == 1; });
+        if (single && time - first->begin <= BURST_TIME) {
+            // The burst takes the place of the first one. A page that has seen the others drops what comes behind it.
+            *first = {version, first->id, first->begin, time, BURST, level};
+            entries.erase(first + 1, entries.end());
+        }
+    }
+    if (entries.size() > KEPT_CHANGES)
+        entries.pop_front();
+}
+
+void PanelFeed::Record(Log log, std::string_view text, Time time) {
+    const std::lock_guard lock(mutex);
+    const auto which = static_cast<std::size_t>(log);
+    std::string kept(text.substr(0, LONGEST_RECORD));
+    if (kept.size() < text.size())
+        kept += "...";
+    logs[which].push_back({++version, recordCounts[which]++, time, std::move(kept)});
+    if (logs[which].size() > KEPT_RECORDS)
+        logs[which].pop_front();
+}
+
+void PanelFeed::Status(const std::string& name, std::string json) {
+    const std::lock_guard lock(mutex);
+    status[name] = {++version, std::move(json)};
+}
+
+void PanelFeed::Publish() {
+    {
+        const std::lock_guard lock(mutex);
+        if (published == version)
+            return;
+        published = version;
+    }
+    wake.notify_all();
+}
+
+void PanelFeed::Close() {
+    {
+        const std::lock_guard lock(mutex);
+        published = version;
+        closed = true;
+    }
+    wake.notify_all();
+}
+
+std::optional<std::string> PanelFeed::Next(Reader& reader, std::chrono::milliseconds longest) {
+    std::unique_lock lock(mutex);
+    wake.wait_for(lock, longest, [&] { return closed || !reader.begun || reader.seen < published; });
+    if (reader.begun && reader.seen == published)
+        return closed ? std::nullopt : std::optional<std::string>("");
+    std::string message = Message(reader);
+    // What happened meanwhile is in the message already, published or not.
+    published = std::max(published, version);
+    reader.seen = version;
+    reader.begun = true;
+    return message;
+}
+
+void PanelFeed::Pause(std::chrono::milliseconds length) {
+    std::unique_lock lock(mutex);
+    wake.wait_for(lock, length, [&] { return closed; });
+}
+
+std::string PanelFeed::Message(const Reader& reader) const {
+    const std::uint64_t seen = reader.begun ? reader.seen : 0;
+    std::string message = "{\"now\":" + std::to_string(clock().count());
+    if (!reader.begun)
+        message += ",\"board\":" + description;
+
+    message += ",\"levels\":\"";
+    for (const Signal& signal : signals)
+        message += signal.level ? '1' : '0';
+    message += "\",\"changes\":[";
+    bool first = true;
+    for (std::size_t number = 0; number < signals.size(); ++number) {
+        const std::deque<Entry>& entries = signals[number].entries;
+        // Versions only rise within a signal, so the news are at its end.
+        auto entry = entries.end();
+        while (entry != entries.begin() && (entry - 1)->version > seen)
+            --entry;
+        for (; entry != entries.end(); ++entry) {
+            message += first ? "[" : ",[";
+            first = false;
+            message += std::to_string(number) + "," + std::to_string(entry->id) + "," +
+                       std::to_string(entry->begin.count()) + "," + std::to_string(entry->end.count()) + "," +
+                       std::to_string(entry->count) + (entry->level ? ",1]" : ",0]");
+        }
+    }
+    message += "]";
+    AppendRecords(message, "webLog", logs[static_cast<std::size_t>(Log::WEB)], seen);
+    AppendRecords(message, "systemLog", logs[static_cast<std::size_t>(Log::SYSTEM)], seen);
+    for (const auto& [name, part] : status)
+        if (part.version > seen)
+            message += "," + Quoted(name) + ":" + part.json;
+    return message + "}";
+}
+
+void PanelFeed::AppendRecords(std::string& message, const char* name, const std::deque<LogRecord>& records,
+                              std::uint64_t seen) const {
+    auto record = records.end();
+    while (record != records.begin() && (record - 1)->version > seen)
+        --record;
+    if (record == records.end())
+        return;
+    message += std::string(",\"") + name + "\":[";
+    for (bool first = true; record != records.end(); ++record, first = false)
+        message += std::string(first ? "[" : ",[") + std::to_string(record->number) + "," +
+                   std::to_string(record->time.count()) + "," + Quoted(record->text) + "]";
+    message += "]";
+}
+
+} // namespace VelrixBoard

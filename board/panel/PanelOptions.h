@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "board/virtual/Board.h"
+
+namespace VelrixBoard {
+
+// The option --panel of the command.
+class PanelOptions final {
+public:
+    explicit PanelOptions(CLI::App& command);
+    PanelOptions(const PanelOptions&) = delete;
+    PanelOptions& operator=(const PanelOptions&) = delete;
+
+    // Attaches the panel if it is wanted. Throws CLI::ValidationError for what is no port.
+    void Complete(BoardOptions& options, const std::vector<std::string>& command) const;
+
+private:
+    std::string port;
+};
+
+} // namespace VelrixBoard

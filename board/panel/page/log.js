@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: Apache-2.0
+// The two logs: the web log as the device's web interface shows it, and the records that the program sent to the system log.
+
+const NOTES = [['+', 'note'], ['@w', 'warning'], ['@e', 'error']];
+const MARKS = { '>start': 'start', '>end': 'end', '>br': 'break' };
+
+// A record of the web log: {kind, text} or, for a progress bar's position, {kind: 'position', percent}.
+export function readRecord(record) {
+  if (MARKS[record]) return { kind: MARKS[record], text: '' };
+  for (const [marker, kind] of NOTES)
+    if (record.startsWith(marker)) return { kind, text: record.slice(marker.length) };
+  if (!record.startsWith('%')) return { kind: 'text', text: record };
+  const rest = record.slice(1);
+  return /^[0-9]+$/.test(rest) ? { kind: 'position', percent: Math.min(100, Number(rest)) } : { kind: 'bar', text: rest };
+}
+
+const SEVERITIES = ['fatal', 'fatal', 'fatal', 'error', 'warning', 'info', 'info', 'debug'];
+
+// A datagram of syslog(3), "<PRIORITY>TIME NAME[PID]: TEXT": {severity, source, text}.
+export function readSystemRecord(record) {
+  const match = /^<(\d{1,3})>(?:[A-Z][a-z]{2} [ \d]\d \d\d:\d\d:\d\d )?(?:([^\s:[\]]+)(?:\[\d+\])?: ?)?/.exec(record);
+  if (!match) return { severity: 'info', source: '', text: record };
+  return { severity: SEVERITIES[Number(match[1]) & 7], source: match[2] ?? '', text: record.slice(match[0].length) };
+}
+
+const MOST_ITEMS = 1000;
+const NAMES = { start: 'Operation started', end: 'Operation ended', warning: 'Warning', error: 'Error' };
+
+export function seconds(time) {
+  return `${(time / 1e6).toFixed(3)} s`;
+}
+
+function make(tag, className, content = '') {
+  const element = document.createElement(tag);
+  element.className = className;
+  element.textContent = content;
+  return element;
+}
+
+// A log in a scrolling element, which follows its end as long as the reader is there.
+class LogView {
+  constructor(element, empty) {
+    this.element = element;
+    this.empty = empty;
+    this.clear();
+  }
+
+  clear() {
+    this.element.replaceChildren(make('p', 'hint', this.empty));
+    this.isEmpty = true;
+    this.seen = -1;
+  }
+
+  // records: [[number, time, text]]
+  add(records) {
+    const { element } = this;
+    const follow = element.scrollHeight - element.scrollTop - element.clientHeight < 24;
+    for (const [number, time, record] of records) {
+      if (number <= this.seen) continue;
+      if (this.isEmpty) element.replaceChildren();
+      if (number > this.seen + 1 && !this.isEmpty) element.append(make('p', 'hint', `${number - this.seen - 1} records left out`));
+      this.isEmpty = false;
+      this.seen = number;
+      this.show(record, time);
+    }
+    while (element.childElementCount > MOST_ITEMS) element.firstElementChild.remove();
+    if (follow) element.scrollTop = element.scrollHeight;
+  }
+
+  row(kind, time, ...content) {
+    const row = make('div', `record ${kind}`);
+    row.append(make('time', '', seconds(time)), ...content);
+    this.element.append(row);
+  }
+}
+
+export class WebLogView extends LogView {
+  constructor(element) {
+    super(element, 'The program has written nothing yet.');
+  }
+
+  clear() {
+    super.clear();
+    this.bar = null;
+  }
+
+  show(record, time) {
+    const read = readRecord(record);
+    if (read.kind === 'break') this.element.append(make('div', 'record break'));
+    else if (read.kind === 'position') this.move(read.percent, time);
+    else if (read.kind === 'bar') this.addBar(read.text, time);
+    else {
+      const parts = NAMES[read.kind] ? [make('strong', '', NAMES[read.kind])] : [];
+      if (read.text) parts.push(make('span', 'text', read.text));
+      this.row(read.kind, time, ...parts);
+      // A position after another operation has begun belongs to none of the bars before.
+      if (read.kind === 'start') this.bar = null;
+    }
+  }
+
+  addBar(title, time) {
+    const track = make('div', 'track');
+    track.setAttribute('role', 'progressbar');
+    track.setAttribute('aria-label', title || 'Progress');
+    track.setAttribute('aria-valuemin', '0');
+    track.setAttribute('aria-valuemax', '100');
+    // An attribute, style="", is what the page's own policy forbids; its SVG counterpart is none.
+    const svg = document.createElementNS('http://www.w3.org/2000/svg', 'svg');
+    svg.setAttribute('viewBox', '0 0 100 1');
+    svg.setAttribute('preserveAspectRatio', 'none');
+    svg.setAttribute('aria-hidden', 'true');
+    const fill = document.createElementNS('http://www.w3.org/2000/svg', 'rect');
+    fill.setAttribute('height', '1');
+    svg.append(fill);
+    track.append(svg);
+    const percent = make('span', 'percent');
+    this.bar = { track, fill, percent };
+    this.row('bar', time, make('span', 'text', title), track, percent);
+    this.move(0, time);
+  }
+
+  move(percent, time) {
+    if (!this.bar) this.addBar('', time);
+    this.bar.track.setAttribute('aria-valuenow', String(percent));
+    this.bar.fill.setAttribute('width', String(percent));
+    this.bar.percent.textContent = `${percent} %`;
+  }
+}
+
+export class SystemLogView extends LogView {
+  constructor(element) {
+    super(element, 'The program has sent nothing to the system log yet.');
+  }
+
+  show(record, time) {
+    const { severity, source, text } = readSystemRecord(record);
+    this.row(severity, time, make('strong', '', severity), make('span', 'source', source), make('span', 'text', text));
+  }
+}
