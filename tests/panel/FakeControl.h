@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "board/virtual/BoardError.h"
+#include "board/virtual/IBoardControl.h"
+
+namespace VelrixBoard {
+
+// Writes down what it is told to do.
+class FakeControl final : public IBoardControl {
+public:
+    explicit FakeControl(const BoardState& boardState) : state(boardState) {}
+
+    void DriveInput(std::size_t signal, bool level) override {
+        if (!state.IsInput(signal))
+            throw BoardError(state.Name(signal) + " is an output");
+        log += "drive " + state.Name(signal) + (level ? " 1\n" : " 0\n");
+    }
+    void SetFault(std::size_t signal, const std::optional<Fault>& fault) override {
+        log += "fault " + state.Name(signal) + " " + (fault ? ToString(*fault) : "none") + "\n";
+        if (fault)
+            faults[signal] = *fault;
+        else
+            faults.erase(signal);
+    }
+    std::optional<Fault> FaultOf(std::size_t signal) const override {
+        const auto found = faults.find(signal);
+        return found == faults.end() ? std::nullopt : std::optional(found->second);
+    }
+    void SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) override {
+        log += "ready after " + (delay ? std::to_string(delay->count()) : "never") + "\n";
+        readyAfter = delay;
+    }
+    std::optional<std::chrono::milliseconds> OxboReadyAfter() const override { return readyAfter; }
+    ModuleState OxboState() const override { return module; }
+    void SignalProgram(int signal) override { log += "signal " + std::to_string(signal) + "\n"; }
+
+    const BoardState& state;
+    std::string log;
+    std::map<std::size_t, Fault> faults;
+    std::optional<std::chrono::milliseconds> readyAfter = std::chrono::milliseconds(40);
+    ModuleState module;
+};
+
+} // namespace VelrixBoard

@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/panel/PanelServer.h"
+
+#include <thread>
+#include <vector>
+
+#include <arpa/inet.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include "board/panel/PanelPage.h"
+#include "board/panel/PanelQueue.h"
+#include "board/virtual/BoardError.h"
+#include "board/virtual/FileDescriptor.h"
+
+namespace VelrixBoard {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+// A connection as a browser or an attacker makes one, byte by byte.
+class Connection final {
+public:
+    explicit Connection(int port) : socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        EXPECT_EQ(::connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    }
+
+    Connection& Send(const std::string& text) {
+        EXPECT_EQ(::send(socket.Get(), text.data(), text.size(), MSG_NOSIGNAL), static_cast<ssize_t>(text.size()));
+        return *this;
+    }
+
+    // Everything until the text has come, the server closed the connection, or 20 s have passed without a byte.
+    std::string ReadUntil(const std::string& text) {
+        std::string all;
+        char buffer[4096];
+        while (all.find(text) == std::string::npos) {
+            pollfd wait{socket.Get(), POLLIN, 0};
+            if (::poll(&wait, 1, 20'000) != 1)
+                break;
+            const ssize_t length = ::recv(socket.Get(), buffer, sizeof buffer, 0);
+            if (length <= 0)
+                break;
+            all.append(buffer, static_cast<std::size_t>(length));
+        }
+        return all;
+    }
+    std::string ReadAll() { return ReadUntil("text that does not come"); }
+
+private:
+    FileDescriptor socket;
+};
+
+class PanelServerTest : public testing::Test {
+protected:
+    std::string Host(const std::string& host = "127.0.0.1") const {
+        return "Host: " + host + ":" + std::to_string(server->Port()) + "\r\n";
+    }
+    std::string Ask(const std::string& request) const { return Connection(server->Port()).Send(request).ReadAll(); }
+    std::string Post(const std::string& headers, const std::string& body = "{}") const {
+        return Ask("POST /inputs/A HTTP/1.1\r\n" + Host() + headers + "Content-Length: " + std::to_string(body.size()) +
+                   "\r\n\r\n" + body);
+    }
+    std::string Events() const { return "GET /events HTTP/1.1\r\n" + Host() + "\r\n"; }
+
+    PanelFeed feed{"{}", {false}, [] { return 1ms; }};
+    std::vector<std::string> posts;
+    std::unique_ptr<PanelServer> server = std::make_unique<PanelServer>(
+        feed,
+        [this](const std::string& path, const std::string& body) {
+            posts.push_back(path + " " + body);
+            if (body == "refuse")
+                throw PanelError(404, "no \"such\" line");
+            if (body == "fail")
+                throw BoardError("it is an output");
+            return std::string("{}");
+        },
+        0);
+};
+
+TEST_F(PanelServerTest, ServesThePageWithAllItsParts) {
+    EXPECT_THAT(Ask("GET / HTTP/1.1\r\n" + Host() + "\r\n"), HasSubstr("<title>Velrix virtual board</title>"));
+    ASSERT_GE(PanelFiles().size(), 5u);
+    for (const PanelFile& file : PanelFiles()) {
+        const std::string answer = Ask("GET /" + std::string(file.name) + " HTTP/1.1\r\n" + Host("localhost") + "\r\n");
+
+        EXPECT_THAT(answer, StartsWith("HTTP/1.1 200"));
+        EXPECT_THAT(answer, HasSubstr("Content-Type: " + std::string(file.type)));
+        EXPECT_THAT(answer, HasSubstr("Content-Security-Policy: default-src 'none'"));
+        EXPECT_THAT(answer, testing::EndsWith("\r\n\r\n" + std::string(file.content)));
+    }
+    EXPECT_THAT(Ask("GET /other HTTP/1.1\r\n" + Host() + "\r\n"), StartsWith("HTTP/1.1 404"));
+}
+
+TEST_F(PanelServerTest, RefusesRequestsThatNameAnotherHost) {
+    for (const std::string& host :
+         {std::string("Host: example.com\r\n"), std::string(), std::string("Host: 127.0.0.1\r\n"),
+          "Host: localhost.example.com:" + std::to_string(server->Port()) + "\r\n"})
+        EXPECT_THAT(Ask("GET /state HTTP/1.1\r\n" + host + "\r\n"), StartsWith("HTTP/1.1 403")) << host;
+    EXPECT_THAT(Ask("POST /x HTTP/1.1\r\nHost: example.com\r\nContent-Length: 0\r\n\r\n"), StartsWith("HTTP/1.1 403"));
+    EXPECT_EQ(posts.size(), 0u);
+}
+
+TEST_F(PanelServerTest, RefusesRequestsOfOtherSites) {
+    const std::string port = std::to_string(server->Port());
+    for (const std::string& origin :
+         {std::string("null"), std::string("http://example.com"), "https://127.0.0.1:" + port,
+          std::string("http://127.0.0.1:1"), "http://127.0.0.1:" + port + ".example.com"})
+        EXPECT_THAT(Post("Origin: " + origin + "\r\n"), StartsWith("HTTP/1.1 403")) << origin;
+    EXPECT_EQ(posts.size(), 0u);
+
+    for (const std::string& origin : {"http://127.0.0.1:" + port, "http://localhost:" + port})
+        EXPECT_THAT(Post("Origin: " + origin + "\r\n"), StartsWith("HTTP/1.1 200")) << origin;
+    EXPECT_EQ(posts.size(), 2u);
+}
+
+TEST_F(PanelServerTest, HandsOnWhatIsPostedAndSaysWhyItIsRefused) {
+    EXPECT_THAT(Post("", "{\"level\":true}"), StartsWith("HTTP/1.1 200"));
+    EXPECT_THAT(Post("", "refuse"),
+                testing::AllOf(StartsWith("HTTP/1.1 404"), HasSubstr("{\"error\":\"no \\\"such\\\" line\"}")));
+    EXPECT_THAT(Post("", "fail"), testing::AllOf(StartsWith("HTTP/1.1 409"), HasSubstr("it is an output")));
+
+    EXPECT_THAT(posts, testing::ElementsAre("/inputs/A {\"level\":true}", "/inputs/A refuse", "/inputs/A fail"));
+}
+
+TEST_F(PanelServerTest, WantsTheLengthOfABodyAndBoundsIt) {
+    EXPECT_THAT(Ask("POST /inputs/A HTTP/1.1\r\n" + Host() + "\r\n"), StartsWith("HTTP/1.1 411"));
+    EXPECT_THAT(Post("", std::string(100'000, ' ')), StartsWith("HTTP/1.1 413"));
+    EXPECT_EQ(posts.size(), 0u);
+}
+
+TEST_F(PanelServerTest, StreamsToTwentyPagesAtOnce) {
+    std::vector<std::unique_ptr<Connection>> pages;
+    for (int i = 0; i < 20; ++i) {
+        pages.push_back(std::make_unique<Connection>(server->Port()));
+        pages.back()->Send(Events());
+        EXPECT_THAT(pages.back()->ReadUntil("\n\n"), HasSubstr("Content-Type: text/event-stream"));
+        // The first message may come with the headers or behind them.
+    }
+    feed.Change(0, true, 5ms);
+    feed.Publish();
+
+    for (const auto& page : pages)
+        EXPECT_THAT(page->ReadUntil("\"levels\":\"1\""), HasSubstr("\"levels\":\"1\""));
+    EXPECT_THAT(Ask("GET /state HTTP/1.1\r\n" + Host() + "\r\n"), HasSubstr("\"levels\":\"1\""));
+}
+
+TEST_F(PanelServerTest, TellsPagesTheLastNewsWhenItEnds) {
+    Connection page(server->Port());
+    page.Send(Events()).ReadUntil("data: ");
+    feed.Status("program", "\"ended\"");
+
+    server.reset();
+
+    EXPECT_THAT(page.ReadAll(), HasSubstr("\"program\":\"ended\""));
+}
+
+TEST_F(PanelServerTest, IsNotHeldUpByPagesThatDoNotReadOrAsk) {
+    const Connection silent(server->Port());
+    Connection deaf(server->Port());
+    deaf.Send(Events()).ReadUntil("data: ");
+    // More than the kernel keeps for a connection.
+    for (int round = 0; round < 20; ++round) {
+        for (std::size_t i = 0; i < PanelFeed::KEPT_RECORDS; ++i)
+            feed.Record(PanelFeed::Log::SYSTEM, std::string(PanelFeed::LONGEST_RECORD, 'x'), 1ms);
+        feed.Publish();
+    }
+
+    const auto begin = std::chrono::steady_clock::now();
+    server.reset();
+
+    // Far from the library's own limits for such connections, which add up to seconds.
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 900ms);
+}
+
+TEST_F(PanelServerTest, SharesItsPortWithNobody) {
+    try {
+        const PanelServer second(feed, nullptr, server->Port());
+        ADD_FAILURE() << "two servers on a port";
+    } catch (const BoardError& error) {
+        EXPECT_THAT(error.what(), HasSubstr("cannot open the panel on port " + std::to_string(server->Port())));
+        EXPECT_THAT(error.what(), HasSubstr("in use"));
+    }
+}
+
+TEST_F(PanelServerTest, OpensItsPortAgainAtOnce) {
+    const int port = server->Port();
+    Connection page(port);
+    page.Send(Events()).ReadUntil("data: ");
+    server.reset();
+
+    PanelFeed another("{}", {false}, [] { return 1ms; });
+    const PanelServer second(another, nullptr, port);
+
+    EXPECT_EQ(second.Address(), "http://127.0.0.1:" + std::to_string(port) + "/");
+}
+
+} // namespace
+} // namespace VelrixBoard
