@@ -40,7 +40,7 @@ void Require(const std::shared_ptr<IOutputPin>& pin) {
 
 std::shared_ptr<Led> Led::Create(string_ptr name, std::shared_ptr<IOutputPin> green, std::shared_ptr<IOutputPin> red,
                                  std::shared_ptr<IOutputPin> yellow) {
-    std::shared_ptr<Led> led(new Led(std::move(name), std::move(green), std::move(red), std::move(yellow)));
+    auto led = Own(new Led(std::move(name), std::move(green), std::move(red), std::move(yellow)));
     led->SetColorProperty(led->off);
     return led;
 }

@@ -15,7 +15,7 @@ using System::IO::SeekOrigin;
 namespace Velrix::Gpio {
 
 std::shared_ptr<Sysfs_InputPin> Sysfs_InputPin::Create(string_ptr name, string_ptr path) {
-    return std::shared_ptr<Sysfs_InputPin>(new Sysfs_InputPin(std::move(name), std::move(path)));
+    return Own(new Sysfs_InputPin(std::move(name), std::move(path)));
 }
 
 std::shared_ptr<Sysfs_InputPin> Sysfs_InputPin::Create(string_ptr path) {

@@ -14,7 +14,7 @@ using System::IO::FileStream;
 namespace Velrix::Gpio {
 
 std::shared_ptr<Sysfs_OutputPin> Sysfs_OutputPin::Create(string_ptr name, string_ptr path) {
-    return std::shared_ptr<Sysfs_OutputPin>(new Sysfs_OutputPin(std::move(name), std::move(path)));
+    return Own(new Sysfs_OutputPin(std::move(name), std::move(path)));
 }
 
 std::shared_ptr<Sysfs_OutputPin> Sysfs_OutputPin::Create(string_ptr path) {

@@ -24,7 +24,7 @@ std::shared_ptr<HardwareInfo> HardwareInfo::Create() {
 
     const auto& name = (*words)[0];
     auto version = Velrix::Version::FromString((*words)[1], nullptr, '.');
-    return std::shared_ptr<HardwareInfo>(new HardwareInfo(name, std::move(version)));
+    return Own(new HardwareInfo(name, std::move(version)));
 }
 
 HardwareInfo::HardwareInfo(string_ptr ownName, std::shared_ptr<Velrix::Version> ownVersion) noexcept

@@ -19,7 +19,7 @@ System::Lazy<std::shared_ptr<ProductInfo>>
 std::shared_ptr<ProductInfo> ProductInfo::Create() {
     const auto serialNumber = System::Convert::ToUInt64(ReadIdentityFile("serialnumber.product"), 16);
     auto version = Velrix::Version::FromString(ReadIdentityFile("version.product"), "v", '.');
-    return std::shared_ptr<ProductInfo>(new ProductInfo(serialNumber, std::move(version)));
+    return Own(new ProductInfo(serialNumber, std::move(version)));
 }
 
 ProductInfo::ProductInfo(unsigned long long ownSerialNumber, std::shared_ptr<Velrix::Version> ownVersion) noexcept

@@ -21,7 +21,7 @@ unsigned char ToComponent(const string_ptr& part) {
 } // namespace
 
 std::shared_ptr<Version> Version::Create(unsigned char major, unsigned char minor, unsigned char build) {
-    return std::shared_ptr<Version>(new Version(major, minor, build));
+    return Own(new Version(major, minor, build));
 }
 
 Version::Version(unsigned char major, unsigned char minor, unsigned char build) noexcept

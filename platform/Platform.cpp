@@ -70,7 +70,7 @@ Platform::Platform() noexcept = default;
 // clang-format off
 std::shared_ptr<Platform> Platform::Create() {
     // First of all the owner: when something below throws, it takes what is there already through the destructor.
-    const std::shared_ptr<Platform> platform(new Platform);
+    const auto platform = Own(new Platform);
     const std::shared_ptr<SettingsFile> settings = SettingsFile::INSTANCE.Value();
 
     const std::shared_ptr<OxboPinSection> oxbo = settings->oxbo_pin;

@@ -11,6 +11,10 @@ namespace System {
 Object::Object() noexcept = default;
 Object::~Object() = default;
 
+std::shared_ptr<Object> Object::OwnObject(Object* object) {
+    return std::shared_ptr<Object>(object);
+}
+
 bool Object::Equals(const std::shared_ptr<Object>& other) {
     return other.get() == this;
 }

@@ -17,7 +17,7 @@ public:
     static std::shared_ptr<CallbackDualArgFunc> Create(R (*callback)(A, B)) {
         if (!callback)
             _throw_argument_null_exception("callback");
-        return std::shared_ptr<CallbackDualArgFunc>(new CallbackDualArgFunc(callback));
+        return Object::Own(new CallbackDualArgFunc(callback));
     }
 
     R Invoke(A first, B second) override { return callback(std::forward<A>(first), std::forward<B>(second)); }

@@ -16,7 +16,7 @@ public:
     static std::shared_ptr<CallbackFunc> Create(R (*callback)()) {
         if (!callback)
             _throw_argument_null_exception("callback");
-        return std::shared_ptr<CallbackFunc>(new CallbackFunc(callback));
+        return Object::Own(new CallbackFunc(callback));
     }
 
     R Invoke() override { return callback(); }

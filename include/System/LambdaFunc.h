@@ -18,7 +18,7 @@ public:
     static std::shared_ptr<LambdaFunc> Create(std::function<R()> function) {
         if (!function)
             _throw_argument_null_exception("function");
-        return std::shared_ptr<LambdaFunc>(new LambdaFunc(std::move(function)));
+        return Object::Own(new LambdaFunc(std::move(function)));
     }
 
     R Invoke() override { return function(); }

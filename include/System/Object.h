@@ -34,6 +34,14 @@ public:
 protected:
     Object() noexcept;
 
+    // Gives a new object its owner: what the Create of a class ends with. All classes share one kind of owner, so that
+    // none brings the code of its own. When memory for the owner is short the object is deleted, and std::bad_alloc
+    // passes out.
+    template <class T>
+    static std::shared_ptr<T> Own(T* object) {
+        return std::shared_ptr<T>(OwnObject(object), object);
+    }
+
     // The owner of this object as a pointer to the class T that it is known to be. Throws std::bad_weak_ptr for an
     // object that no shared pointer owns, which includes one whose constructor or destructor is running.
     template <class T>
@@ -43,6 +51,9 @@ protected:
         else // from a virtual base only a dynamic cast leads down
             return std::dynamic_pointer_cast<T>(shared_from_this());
     }
+
+private:
+    static std::shared_ptr<Object> OwnObject(Object* object);
 };
 
 } // namespace System

@@ -31,7 +31,7 @@ std::shared_ptr<EventLogTraceListener> EventLogTraceListener::Create(int facilit
     // One log a process: what openlog sets is shared by all listeners, so that the facility goes with each event
     // instead. The name is kept by pointer and must outlive every static; that of the C library does.
     ::openlog(program_invocation_short_name, LOG_PID, LOG_USER);
-    return std::shared_ptr<EventLogTraceListener>(new EventLogTraceListener(facility));
+    return Own(new EventLogTraceListener(facility));
 }
 
 EventLogTraceListener::EventLogTraceListener(int ownFacility) noexcept : facility(ownFacility) {}

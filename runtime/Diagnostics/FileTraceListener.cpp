@@ -277,7 +277,7 @@ std::shared_ptr<FileTraceListener> FileTraceListener::Create(string_ptr path) {
     if (!path)
         _throw_argument_null_exception("path");
     auto file = std::make_unique<LogFile>(std::move(path));
-    return std::shared_ptr<FileTraceListener>(new FileTraceListener(std::move(file)));
+    return Own(new FileTraceListener(std::move(file)));
 }
 
 FileTraceListener::FileTraceListener(std::unique_ptr<LogFile> ownFile) noexcept : file(std::move(ownFile)) {}

@@ -7,7 +7,7 @@
 
 namespace System::Diagnostics {
 
-[[gnu::init_priority(200)]] const std::shared_ptr<Process> Process::CURRENT_PROCESS(new Process);
+[[gnu::init_priority(200)]] const std::shared_ptr<Process> Process::CURRENT_PROCESS = Own(new Process);
 
 // The C library keeps the name from the arguments of main, so that no file has to be read for it.
 Process::Process() : processName(program_invocation_short_name) {}

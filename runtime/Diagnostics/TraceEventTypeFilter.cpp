@@ -19,13 +19,12 @@ int SeverityOf(const std::shared_ptr<TraceEventType>& eventType) {
 
 std::shared_ptr<TraceEventTypeFilter> TraceEventTypeFilter::FromType(std::shared_ptr<TraceEventType> eventType) {
     const int severity = SeverityOf(eventType);
-    return std::shared_ptr<TraceEventTypeFilter>(new TraceEventTypeFilter(severity, severity));
+    return Own(new TraceEventTypeFilter(severity, severity));
 }
 
 std::shared_ptr<TraceEventTypeFilter>
 TraceEventTypeFilter::FromEqualOrHigherType(std::shared_ptr<TraceEventType> eventType) {
-    return std::shared_ptr<TraceEventTypeFilter>(
-        new TraceEventTypeFilter(SeverityOf(eventType), std::numeric_limits<int>::max()));
+    return Own(new TraceEventTypeFilter(SeverityOf(eventType), std::numeric_limits<int>::max()));
 }
 
 TraceEventTypeFilter::TraceEventTypeFilter(int ownLowest, int ownHighest) noexcept

@@ -108,7 +108,7 @@ std::shared_ptr<FileStream> FileStream::Create(string_ptr path, FileMode mode, F
         RaiseIO("Cannot open", path, EINVAL);
 
     // The object first: once the file is open nothing may fail without somebody to close it.
-    const std::shared_ptr<FileStream> stream(new FileStream(std::move(path), access, -1));
+    const auto stream = Own(new FileStream(std::move(path), access, -1));
     do
         stream->descriptor = ::open(name.c_str(), flags, 0666);
     while (stream->descriptor < 0 && errno == EINTR);

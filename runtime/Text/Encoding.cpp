@@ -15,8 +15,8 @@ using Collections::Generic::Array;
 using Collections::Generic::IArray;
 
 // Statics of other parts may use an encoding when they are made.
-[[gnu::init_priority(200)]] const std::shared_ptr<Encoding> Encoding::ASCII(new Encoding(Kind::ASCII));
-[[gnu::init_priority(200)]] const std::shared_ptr<Encoding> Encoding::UTF8(new Encoding(Kind::UTF8));
+[[gnu::init_priority(200)]] const std::shared_ptr<Encoding> Encoding::ASCII = Own(new Encoding(Kind::ASCII));
+[[gnu::init_priority(200)]] const std::shared_ptr<Encoding> Encoding::UTF8 = Own(new Encoding(Kind::UTF8));
 
 Encoding::Encoding(Kind ownKind) noexcept : kind(ownKind) {}
 Encoding::~Encoding() = default;

@@ -43,11 +43,11 @@ StringBuilder::~StringBuilder() {
 }
 
 std::shared_ptr<StringBuilder> StringBuilder::Create() {
-    return std::shared_ptr<StringBuilder>(new StringBuilder(false));
+    return Own(new StringBuilder(false));
 }
 
 std::shared_ptr<StringBuilder> StringBuilder::CreateForManyTexts() {
-    return std::shared_ptr<StringBuilder>(new StringBuilder(true));
+    return Own(new StringBuilder(true));
 }
 
 string_ptr StringBuilder::ToString() {

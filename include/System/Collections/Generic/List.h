@@ -18,12 +18,10 @@ namespace System::Collections::Generic {
 template <class T>
 class List final : public IList<T> {
 public:
-    static std::shared_ptr<List> Create() { return std::shared_ptr<List>(new List); }
+    static std::shared_ptr<List> Create() { return Object::Own(new List); }
 
     // A list of copies of the given elements.
-    static std::shared_ptr<List> Create(std::initializer_list<T> elements) {
-        return std::shared_ptr<List>(new List(elements));
-    }
+    static std::shared_ptr<List> Create(std::initializer_list<T> elements) { return Object::Own(new List(elements)); }
 
     int Count() override { return static_cast<int>(elements.size()); }
 
