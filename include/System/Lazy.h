@@ -3,17 +3,37 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <thread>
 #include <utility>
 
-#include <System/Exceptions.h>
+#include <System/Export.h>
 #include <System/IFunc.h>
 #include <System/Raisers.h>
 #include <System/Threading/Mutex.h>
 
 namespace System {
+
+// Who may make a lazy value: one thread at a time.
+class SYSTEM_EXPORT LazyMaker final {
+public:
+    // The right to make the value, held from construction to destruction; waits for the thread that has it. The thread
+    // that has it already: InvalidOperationException.
+    class SYSTEM_EXPORT Turn final {
+    public:
+        explicit Turn(LazyMaker& ownMaker);
+        Turn(const Turn&) = delete;
+        Turn& operator=(const Turn&) = delete;
+        ~Turn();
+
+    private:
+        LazyMaker& maker;
+    };
+
+private:
+    Threading::Mutex mutex;
+    std::atomic<std::thread::id> thread{}; // whose turn it is; compared only with the asking thread's own
+};
 
 // A value that is made on first use, once, whichever thread comes first.
 //
@@ -48,9 +68,7 @@ public:
 
 private:
     [[gnu::noinline]] const T& Make() {
-        if (maker.load(std::memory_order_relaxed) == std::this_thread::get_id())
-            throw InvalidOperationException("The factory of a lazy value asked for the value that it is making");
-        Turn turn(*this);
+        const LazyMaker::Turn turn(maker);
         if (!value) {
             value.emplace(factory->Invoke());
             ready.store(&*value, std::memory_order_release);
@@ -58,25 +76,9 @@ private:
         return *value;
     }
 
-    // The right to make the value, held from construction to destruction.
-    struct Turn {
-        explicit Turn(Lazy& ownHolder) : holder(ownHolder) {
-            holder.mutex.Acquire();
-            holder.maker.store(std::this_thread::get_id(), std::memory_order_relaxed);
-        }
-        Turn(const Turn&) = delete;
-        Turn& operator=(const Turn&) = delete;
-        ~Turn() {
-            holder.maker.store(std::thread::id(), std::memory_order_relaxed);
-            holder.mutex.Release();
-        }
-        Lazy& holder;
-    };
-
     const std::shared_ptr<IFunc<T>> factory;
     std::atomic<const T*> ready{nullptr}; // set last, when value is complete
-    Threading::Mutex mutex;
-    std::atomic<std::thread::id> maker{}; // the thread whose turn it is; compared only with the asking thread's own
+    LazyMaker maker;
     std::optional<T> value;
 };
 

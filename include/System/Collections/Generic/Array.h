@@ -64,11 +64,15 @@ private:
 
     // Room without elements; length stays 0 until they are made, so that a throwing constructor leaves nothing to
     // destroy.
-    static std::shared_ptr<Array> Allocate(int capacity) { return std::shared_ptr<Array>(new Array(capacity)); }
+    static std::shared_ptr<Array> Allocate(int capacity) { return Object::Own(new Array(capacity)); }
 
     T* const elements;
     const int capacity;
     int length = 0;
 };
+
+// The commonest ones are in the library.
+extern template class SYSTEM_EXPORT Array<unsigned char>;
+extern template class SYSTEM_EXPORT Array<string_ptr>;
 
 } // namespace System::Collections::Generic

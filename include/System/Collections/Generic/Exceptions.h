@@ -13,4 +13,10 @@ public:
     ~KeyNotFoundException() override;
 };
 
+// Throws KeyNotFoundException with the key's text.
+[[noreturn]] SYSTEM_EXPORT void _throw_key_not_found_exception(string_ptr key);
+
+// Throws ArgumentException "Key already exists".
+[[noreturn]] SYSTEM_EXPORT void _throw_key_exists_exception();
+
 } // namespace System::Collections::Generic

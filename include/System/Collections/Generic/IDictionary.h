@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
+#include <iterator>
 #include <list>
+#include <utility>
 
+#include <System/Collections/Generic/KeyIndex.h>
 #include <System/Collections/Generic/KeyValuePair.h>
 #include <System/Object.h>
 
@@ -13,7 +17,43 @@ namespace System::Collections::Generic {
 template <class K, class V>
 class IDictionary : public Object {
 public:
-    using Iterator = typename std::list<KeyValuePair<K, V>>::const_iterator;
+    // A pair in its place, as the dictionary keeps it.
+    struct Element : KeyEntry<K>, KeyValuePair<K, V> {
+        Element(K&& newKey, V&& newValue)
+            : KeyEntry<K>{&this->Key}, KeyValuePair<K, V>{std::move(newKey), std::move(newValue)} {}
+
+        typename std::list<Element>::const_iterator place;
+    };
+
+    // Goes through the pairs, forward or back, and shows them as KeyValuePair.
+    class Iterator {
+    public:
+        using iterator_category = std::bidirectional_iterator_tag;
+        using value_type = KeyValuePair<K, V>;
+        using difference_type = std::ptrdiff_t;
+        using pointer = const value_type*;
+        using reference = const value_type&;
+
+        Iterator() = default;
+        explicit Iterator(typename std::list<Element>::const_iterator ownPlace) : place(ownPlace) {}
+
+        reference operator*() const { return *place; }
+        pointer operator->() const { return &**this; }
+        Iterator& operator++() {
+            ++place;
+            return *this;
+        }
+        Iterator operator++(int) { return Iterator(place++); }
+        Iterator& operator--() {
+            --place;
+            return *this;
+        }
+        Iterator operator--(int) { return Iterator(place--); }
+        bool operator==(const Iterator&) const = default;
+
+    private:
+        typename std::list<Element>::const_iterator place;
+    };
 
     // The number of pairs.
     virtual int Count() = 0;

@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <System/Collections/Generic/Dictionary.h>
+
+namespace System::Collections::Generic {
+
+template class KeyIndex<string_ptr>;
+template class Dictionary<string_ptr, string_ptr>;
+
+} // namespace System::Collections::Generic
