@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace Velrix {
@@ -19,35 +20,41 @@ public:
     static constexpr CharacterSet Range(int first, int last) {
         CharacterSet set;
         for (int value = first; value <= last; ++value)
-            set.members[IndexOf(value)] = true;
+            set.Add(value);
         return set;
     }
 
     static constexpr CharacterSet Of(std::string_view characters) {
         CharacterSet set;
         for (const char character : characters)
-            set.members[IndexOf(static_cast<unsigned char>(character))] = true;
+            set.Add(static_cast<unsigned char>(character));
         return set;
     }
 
     constexpr CharacterSet operator|(const CharacterSet& other) const {
         CharacterSet both;
-        for (std::size_t i = 0; i < SIZE; ++i)
-            both.members[i] = members[i] || other.members[i];
+        for (std::size_t i = 0; i < WORDS; ++i)
+            both.members[i] = members[i] | other.members[i];
         return both;
     }
 
     // Any other value, such as a code unit above 255, is in no set.
     constexpr bool Contains(int value) const noexcept {
-        return value >= END_OF_FILE_VALUE && value <= LAST_VALUE && members[IndexOf(value)];
+        return value >= END_OF_FILE_VALUE && value <= LAST_VALUE && (members[WordOf(value)] & BitOf(value)) != 0;
     }
 
 private:
-    static constexpr std::size_t SIZE = LAST_VALUE - END_OF_FILE_VALUE + 1;
+    // One bit a value, the end of the file first.
+    static constexpr std::size_t WORD_BITS = 32;
+    static constexpr std::size_t WORDS = (LAST_VALUE - END_OF_FILE_VALUE) / WORD_BITS + 1;
 
     static constexpr std::size_t IndexOf(int value) { return static_cast<std::size_t>(value - END_OF_FILE_VALUE); }
+    static constexpr std::size_t WordOf(int value) { return IndexOf(value) / WORD_BITS; }
+    static constexpr std::uint32_t BitOf(int value) { return std::uint32_t{1} << IndexOf(value) % WORD_BITS; }
 
-    bool members[SIZE] = {};
+    constexpr void Add(int value) { members[WordOf(value)] |= BitOf(value); }
+
+    std::uint32_t members[WORDS] = {};
 };
 
 // The classes of the grammar.

@@ -116,12 +116,31 @@ constexpr Row ROWS[] = {
 
 constexpr std::size_t STATE_COUNT = static_cast<std::size_t>(AFTER_ESCAPE) + 1;
 
+// What to do on a character, and in which state to go on, in one byte. With SKIP_MORE and APPEND_MORE the state stays
+// and is left out, so that these two are the same in every state.
+class Step final {
+public:
+    constexpr Step() = default;
+    constexpr Step(ConfigParser::Action action, ConfigParser::State next)
+        : code(static_cast<unsigned char>(static_cast<unsigned>(action) | static_cast<unsigned>(next) << NEXT_SHIFT)) {}
+
+    constexpr ConfigParser::Action Action() const { return static_cast<ConfigParser::Action>(code & ACTION_MASK); }
+    constexpr std::size_t Next() const { return code >> NEXT_SHIFT; }
+    constexpr bool operator==(const Step&) const = default;
+
+private:
+    static constexpr unsigned NEXT_SHIFT = 4;
+    static constexpr unsigned ACTION_MASK = (1 << NEXT_SHIFT) - 1;
+
+    unsigned char code = 0;
+};
+
+constexpr Step SKIPS_MORE(SKIP_MORE, ConfigParser::State{});
+constexpr Step APPENDS_MORE(APPEND_MORE, ConfigParser::State{});
+
 // The rows unfolded by the compiler: for each state what to do on -1 and on 0 to 255, so that a character costs one
 // look-up.
-struct StateTable {
-    ConfigParser::Action actions[CharacterSet::LAST_VALUE + 2] = {};
-    ConfigParser::State next[CharacterSet::LAST_VALUE + 2] = {};
-};
+using StateTable = std::array<Step, CharacterSet::LAST_VALUE + 2>;
 
 constexpr std::size_t IndexOf(int c) {
     return static_cast<std::size_t>(c - CharacterSet::END_OF_FILE_VALUE);
@@ -131,14 +150,13 @@ constexpr std::array<StateTable, STATE_COUNT> Unfold() {
     std::array<StateTable, STATE_COUNT> tables = {};
     for (const Row& row : ROWS)
         for (int c = CharacterSet::END_OF_FILE_VALUE; c <= CharacterSet::LAST_VALUE; ++c) {
-            StateTable& table = tables[static_cast<std::size_t>(row.state)];
-            if (table.actions[IndexOf(c)] != REJECT || !row.on.Contains(c))
+            Step& step = tables[static_cast<std::size_t>(row.state)][IndexOf(c)];
+            if (step.Action() != REJECT || !row.on.Contains(c))
                 continue;
             const bool more = row.next == row.state && !NEWLINE.Contains(c); // a newline needs counting
-            table.actions[IndexOf(c)] = more && row.action == SKIP     ? SKIP_MORE
-                                        : more && row.action == APPEND ? APPEND_MORE
-                                                                       : row.action;
-            table.next[IndexOf(c)] = row.next;
+            step = more && row.action == SKIP     ? SKIPS_MORE
+                   : more && row.action == APPEND ? APPENDS_MORE
+                                                  : Step(row.action, row.next);
         }
     return tables;
 }
@@ -148,8 +166,10 @@ constexpr std::array<StateTable, STATE_COUNT> TABLES = Unfold();
 } // namespace
 
 std::shared_ptr<ConfigParser> ConfigParser::Create() {
-    return std::shared_ptr<ConfigParser>(new ConfigParser);
+    return Own(new ConfigParser);
 }
+
+ConfigParser::~ConfigParser() = default;
 
 std::shared_ptr<ConfigParser::Sections> ConfigParser::Parse(string_ptr ownPath) {
     if (!ownPath)
@@ -174,21 +194,20 @@ std::shared_ptr<ConfigParser::Sections> ConfigParser::Parse(string_ptr ownPath) 
 void ConfigParser::ReadPairs(System::IO::FileStream& stream) {
     // What a state reads by, and the text that grows in it.
     struct Mode {
-        const Action* actions; // these two are indexed by the character; the end of the file stands before the first
-        const State* next;
+        const Step* steps; // indexed by the character; the end of the file stands before the first
         StringBuilder* text;
     };
     std::array<Mode, STATE_COUNT> modes;
     for (std::size_t i = 0; i < STATE_COUNT; ++i)
-        modes[i] = {TABLES[i].actions + IndexOf(0), TABLES[i].next + IndexOf(0), value.get()};
+        modes[i] = {TABLES[i].data() + IndexOf(0), value.get()};
     modes[static_cast<std::size_t>(KEY)].text = key.get();
     modes[static_cast<std::size_t>(SECTION_NAME)].text = sectionName.get();
 
     Mode mode = modes[static_cast<std::size_t>(LINE_START)];
     for (;;) {
         const int c = stream.ReadByte();
-        const Action action = mode.actions[c];
-        if (action == APPEND_MORE) [[likely]] {
+        const Step step = mode.steps[c];
+        if (step == APPENDS_MORE) [[likely]] {
             mode.text->Append(static_cast<char16_t>(c)); // a byte is a code unit: the file is not decoded
             ++column;
             continue;
@@ -200,10 +219,10 @@ void ConfigParser::ReadPairs(System::IO::FileStream& stream) {
             ++line;
         } else
             ++column;
-        if (action == SKIP_MORE)
+        if (step == SKIPS_MORE)
             continue;
-        mode = modes[static_cast<std::size_t>(mode.next[c])];
-        switch (action) {
+        mode = modes[step.Next()];
+        switch (step.Action()) {
         case SKIP:
             break;
         case APPEND:

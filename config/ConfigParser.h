@@ -11,7 +11,8 @@
 
 namespace Velrix {
 
-// The state machine behind ConfigFile::ReadAll; one for each file read.
+// The state machine behind ConfigFile::ReadAll; one for each file read. What runs once a file or a section is cold,
+// which makes its code small.
 class ConfigParser final : public System::Object {
 public:
     using Section = System::Collections::Generic::Dictionary<System::string_ptr, System::string_ptr>;
@@ -34,9 +35,10 @@ public:
     };
 
     static std::shared_ptr<ConfigParser> Create();
+    [[gnu::cold]] ~ConfigParser() override;
 
     // Reads the file from its beginning, whatever was read before. Failures as ConfigFile::ReadAll has them.
-    std::shared_ptr<Sections> Parse(System::string_ptr ownPath);
+    [[gnu::cold]] std::shared_ptr<Sections> Parse(System::string_ptr ownPath);
 
 private:
     using Builder = std::shared_ptr<System::Text::StringBuilder>;
@@ -44,9 +46,9 @@ private:
     ConfigParser() = default;
 
     void ReadPairs(System::IO::FileStream& stream);
-    void AddSection(const System::string_ptr& name);
+    [[gnu::cold]] void AddSection(const System::string_ptr& name);
     void CommitPair();
-    void CloseHeader();
+    [[gnu::cold]] void CloseHeader();
 
     int column = 0; // of the last character read; the first of a line is 1, a newline itself 0
     Builder key;
