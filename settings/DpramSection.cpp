@@ -3,6 +3,7 @@
 
 #include <System/CallbackFunc.h>
 #include <System/Convert.h>
+#include <System/Raisers.h>
 
 #include "settings/HandlerTable.h"
 
@@ -48,7 +49,7 @@ std::shared_ptr<DpramSection> DpramSection::Create(string_ptr path, int offset, 
         System::_throw_not_less_exception(offset, 0, "offset", "zero");
     if (length < 0)
         System::_throw_not_less_exception(length, 0, "length", "zero");
-    std::shared_ptr<DpramSection> result(new DpramSection);
+    auto result = Own(new DpramSection);
     result->length = length;
     result->offset = offset;
     result->path = std::move(path);
@@ -57,20 +58,18 @@ std::shared_ptr<DpramSection> DpramSection::Create(string_ptr path, int offset, 
 
 std::shared_ptr<DpramSection>
 DpramSection::FromSectionDictionary(std::shared_ptr<IDictionary<string_ptr, string_ptr>> section) {
-    std::shared_ptr<DpramSection> result(new DpramSection);
+    auto result = Own(new DpramSection);
     HandlePairs(result, section);
     return result;
 }
 
 void DpramSection::HandleLength(std::shared_ptr<DpramSection> section, string_ptr value) {
-    if (!section)
-        System::_throw_argument_null_exception("section");
+    Require(section.get(), "section");
     section->length = ParseNumber(std::move(value));
 }
 
 void DpramSection::HandleOffset(std::shared_ptr<DpramSection> section, string_ptr value) {
-    if (!section)
-        System::_throw_argument_null_exception("section");
+    Require(section.get(), "section");
     section->offset = ParseNumber(std::move(value));
 }
 

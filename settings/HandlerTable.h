@@ -6,13 +6,15 @@
 
 #include <System/CallbackDualArgFunc.h>
 #include <System/Collections/Generic/Dictionary.h>
-#include <System/Raisers.h>
 #include <System/String.h>
 
 // The mechanism that all settings classes share: a table of names and plain functions becomes a dictionary of handlers
 // on first use, and through it each pair of a section finds its way into a field.
 
 namespace Velrix::Settings {
+
+// A null object: ArgumentNullException with the name.
+void Require(const void* object, const char* name);
 
 // What a section or a key is called in the file, and the function that takes it in. The rows of a class are its one
 // list of names.
@@ -39,8 +41,7 @@ std::shared_ptr<HandlerTable<Owner, Argument>> CreateHandlers(const HandlerRow<O
 // The handler of a key whose value is kept as it is written.
 template <class Owner, System::string_ptr Owner::*FIELD>
 void Assign(std::shared_ptr<Owner> owner, System::string_ptr value) {
-    if (!owner)
-        System::_throw_argument_null_exception("owner");
+    Require(owner.get(), "owner");
     (*owner).*FIELD = std::move(value);
 }
 
@@ -50,8 +51,7 @@ template <class Owner>
 void HandlePairs(
     const std::shared_ptr<Owner>& owner,
     const std::shared_ptr<System::Collections::Generic::IDictionary<System::string_ptr, System::string_ptr>>& section) {
-    if (!section)
-        System::_throw_argument_null_exception("section");
+    Require(section.get(), "section");
     auto& handlers = *Owner::KEY_HANDLERS.Value();
     for (const auto& pair : *section)
         handlers[pair.Key]->Invoke(owner, pair.Value);

@@ -48,7 +48,7 @@ LedSection::LedSection()
 LedSection::~LedSection() = default;
 
 std::shared_ptr<LedSection> LedSection::Create() {
-    return std::shared_ptr<LedSection>(new LedSection);
+    return Own(new LedSection);
 }
 
 std::shared_ptr<LedSection>

@@ -41,7 +41,7 @@ OxboPinSection::OxboPinSection()
 OxboPinSection::~OxboPinSection() = default;
 
 std::shared_ptr<OxboPinSection> OxboPinSection::Create() {
-    return std::shared_ptr<OxboPinSection>(new OxboPinSection);
+    return Own(new OxboPinSection);
 }
 
 std::shared_ptr<OxboPinSection>

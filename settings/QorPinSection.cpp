@@ -39,7 +39,7 @@ QorPinSection::QorPinSection()
 QorPinSection::~QorPinSection() = default;
 
 std::shared_ptr<QorPinSection> QorPinSection::Create() {
-    return std::shared_ptr<QorPinSection>(new QorPinSection);
+    return Own(new QorPinSection);
 }
 
 std::shared_ptr<QorPinSection>

@@ -54,11 +54,6 @@ std::shared_ptr<KeyHandlers> CreateKeyHandlers() {
     return CreateHandlers(KEY_ROWS);
 }
 
-void CheckSettings(const std::shared_ptr<SettingsFile>& settings) {
-    if (!settings)
-        System::_throw_argument_null_exception("settings");
-}
-
 } // namespace
 
 // These statics hold factories; the file is not touched before somebody asks for a value.
@@ -81,7 +76,7 @@ SettingsFile::SettingsFile()
 SettingsFile::~SettingsFile() = default;
 
 std::shared_ptr<SettingsFile> SettingsFile::Create() {
-    std::shared_ptr<SettingsFile> settings(new SettingsFile);
+    auto settings = Own(new SettingsFile);
     try {
         const auto sections = ConfigFile::ReadAll(FILE_PATH);
         auto& handlers = *SECTION_HANDLERS.Value();
@@ -95,32 +90,32 @@ std::shared_ptr<SettingsFile> SettingsFile::Create() {
 }
 
 void SettingsFile::HandleDefaultSection(std::shared_ptr<SettingsFile> settings, std::shared_ptr<Section> section) {
-    CheckSettings(settings);
+    Require(settings.get(), "settings");
     HandlePairs(settings, section);
 }
 
 void SettingsFile::HandleOxboPinSection(std::shared_ptr<SettingsFile> settings, std::shared_ptr<Section> section) {
-    CheckSettings(settings);
+    Require(settings.get(), "settings");
     settings->oxbo_pin = OxboPinSection::FromSectionDictionary(std::move(section));
 }
 
 void SettingsFile::HandleOxboDpramSection(std::shared_ptr<SettingsFile> settings, std::shared_ptr<Section> section) {
-    CheckSettings(settings);
+    Require(settings.get(), "settings");
     settings->oxbo_dpram = DpramSection::FromSectionDictionary(std::move(section));
 }
 
 void SettingsFile::HandleQorPinSection(std::shared_ptr<SettingsFile> settings, std::shared_ptr<Section> section) {
-    CheckSettings(settings);
+    Require(settings.get(), "settings");
     settings->qor_pin = QorPinSection::FromSectionDictionary(std::move(section));
 }
 
 void SettingsFile::HandleQorDpramSection(std::shared_ptr<SettingsFile> settings, std::shared_ptr<Section> section) {
-    CheckSettings(settings);
+    Require(settings.get(), "settings");
     settings->qor_dpram = DpramSection::FromSectionDictionary(std::move(section));
 }
 
 void SettingsFile::HandleLedSection(std::shared_ptr<SettingsFile> settings, std::shared_ptr<Section> section) {
-    CheckSettings(settings);
+    Require(settings.get(), "settings");
     settings->led = LedSection::FromSectionDictionary(std::move(section));
 }
 
