@@ -4,14 +4,16 @@
 
 include(GenerateExportHeader)
 
-# velrix_add_object_library(NAME name SHARED library [COLD] SOURCES file... [LIBRARIES target...])
+# velrix_add_object_library(NAME name SHARED library [COLD | LEAN] SOURCES file... [LIBRARIES target...])
 # The objects of one folder. SHARED names the library they end up in (env or velrix). LIBRARIES names the object libraries
 # whose headers the folder may use; that passes on their include folders, not their objects.
 # COLD says that the folder's code runs a few times in the life of a process: its release is made small rather than fast, since
 # the memory it takes is all that it costs.
+# LEAN says that a few functions of the folder run often, and the rest does not: its release is made fast, but the larger inline
+# functions of the standard library, the counting of shared pointers above all, are called rather than written out at each use.
 # Internal headers are included by their path from the root of the repository, as in "config/StateTable.h".
 function(velrix_add_object_library)
-  cmake_parse_arguments(PARSE_ARGV 0 arg "COLD" "NAME;SHARED" "SOURCES;LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 0 arg "COLD;LEAN" "NAME;SHARED" "SOURCES;LIBRARIES")
   add_library(${arg_NAME} OBJECT ${arg_SOURCES})
   set_target_properties(${arg_NAME} PROPERTIES
     CXX_VISIBILITY_PRESET hidden
@@ -20,6 +22,9 @@ function(velrix_add_object_library)
   target_compile_definitions(${arg_NAME} PRIVATE ${arg_SHARED}_EXPORTS)
   if(arg_COLD)
     target_compile_options(${arg_NAME} PRIVATE $<$<CONFIG:Release>:-Os>)
+  elseif(arg_LEAN AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(${arg_NAME} PRIVATE
+      $<$<CONFIG:Release>:--param=max-inline-insns-single=30 --param=max-inline-insns-auto=8>)
   endif()
   target_include_directories(${arg_NAME} PUBLIC
     ${PROJECT_SOURCE_DIR}/include ${PROJECT_BINARY_DIR}/include ${PROJECT_SOURCE_DIR})
