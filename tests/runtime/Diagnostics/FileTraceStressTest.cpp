@@ -146,21 +146,36 @@ TEST(FileTraceStress, LosesNothingWhileTheFileIsMovedAndRemoved) {
     ExpectAllRecords(folder);
 }
 
+// Until the growing file at the path holds the text.
+void WaitForText(const std::string& path, const std::string& text) {
+    std::ifstream file(path, std::ios::binary);
+    std::vector<char> block(1 << 16);
+    std::string window;
+    while (window.find(text) == std::string::npos) {
+        window.erase(0, window.size() - std::min(window.size(), text.size())); // the text may stand across two blocks
+        file.clear();
+        file.read(block.data(), static_cast<std::streamsize>(block.size()));
+        window.append(block.data(), static_cast<std::size_t>(file.gcount()));
+    }
+}
+
 TEST(FileTraceStress, KeepsLinesWholeWhenWritersAreKilled) {
     TemporaryFolder folder;
+    folder.Write("log", "");
     const std::string path = folder.Path("log");
     std::vector<std::unique_ptr<TraceProgram>> programs;
     for (int i = 0; i < PROCESSES; ++i)
         programs.push_back(std::make_unique<TraceProgram>(
             TraceProgram::Life({"file:" + path, "numbers", "100000000", "process" + std::to_string(i)})));
+    for (int i = 0; i < PROCESSES; ++i)
+        WaitForText(path, "] process" + std::to_string(i) + " ");
 
-    std::uintmax_t size = 0;
+    std::uintmax_t size = std::filesystem::file_size(path);
     for (auto& program : programs) {
         // In the middle of writing: the file has grown since the last one died.
-        std::error_code error;
         const std::uintmax_t before = size;
-        while (size < before + 100'000 || size == static_cast<std::uintmax_t>(-1))
-            size = std::filesystem::file_size(path, error);
+        while (size < before + 100'000)
+            size = std::filesystem::file_size(path);
         ::kill(program->Id(), SIGKILL);
         EXPECT_EQ(WTERMSIG(program->Wait().status), SIGKILL);
     }
