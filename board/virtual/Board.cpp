@@ -31,6 +31,7 @@
 #include "board/virtual/IBoardControl.h"
 #include "board/virtual/ILoopPart.h"
 #include "board/virtual/Init.h"
+#include "board/virtual/InputRecorder.h"
 #include "board/virtual/LogTail.h"
 #include "board/virtual/Namespaces.h"
 #include "board/virtual/OxboModule.h"
@@ -157,8 +158,12 @@ public:
             timeline.emplace(*options.timeline, state);
         if (timeline)
             state.Add(*timeline);
+        if (options.recording) {
+            inputs.emplace(*options.recording, state, *this, [this] { return Now(); });
+            state.Add(*inputs);
+        }
         if (options.scenario) {
-            player.emplace(*options.scenario, state, *this);
+            player.emplace(*options.scenario, state, Control());
             state.Add(*player);
             parts.push_back(&*player);
         }
@@ -191,7 +196,7 @@ public:
             pipe.writing.Close();
         // After the fork, which one thread alone may make, and before the program can change anything.
         for (const AttachmentFactory& make : options.attachments)
-            Attach(make(state, *this, [this] { return Now(); }));
+            Attach(make(state, Control(), [this] { return Now(); }));
         (void)::send(socket.Get(), "", 1, MSG_NOSIGNAL);
 
         Loop(socket.Get(), signalFile.Get());
@@ -207,6 +212,8 @@ public:
             throw BoardError(failure);
         if (timeline)
             timeline->Finish(Now());
+        if (inputs)
+            inputs->Finish();
         if (player)
             return W_EXITCODE(player->Finish(Now()), 0);
         return ended ? endStatus : StatusWithoutEnd(initStatus);
@@ -235,6 +242,9 @@ public:
     }
 
 private:
+    // For whoever does something to the board on behalf of its user: what they do can be recorded.
+    IBoardControl& Control() { return inputs ? static_cast<IBoardControl&>(*inputs) : *this; }
+
     BoardTime Now() const { return std::chrono::duration_cast<BoardTime>(std::chrono::steady_clock::now() - started); }
 
     // A line that the user set is the user's.
@@ -447,6 +457,7 @@ private:
     std::unique_ptr<SyslogSocket> syslog;
     std::unique_ptr<TerminalView> view;
     std::optional<TimelineRecorder> timeline;
+    std::optional<InputRecorder> inputs;
     std::optional<ScenarioPlayer> player;
     std::vector<OutputPipe> pipes;
     std::vector<ILoopPart*> parts;

@@ -43,6 +43,9 @@ struct BoardOptions {
     // Gets every change of every line and LED, as VCD.
     std::optional<std::string> timeline;
 
+    // Gets what is done to the board, as a scenario that does it again.
+    std::optional<std::string> recording;
+
     // Judges the run; the wait status is then that of a program that ended with the verdict's exit code.
     std::optional<ScenarioOptions> scenario;
 

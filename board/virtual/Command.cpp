@@ -116,7 +116,8 @@ void Complete(RunArguments& arguments) {
 } // namespace
 
 int RunCommand(int argc, char** argv) {
-    RunArguments arguments;
+    RunArguments runArguments;
+    RunArguments recordArguments;
     std::vector<std::string> command;
 
     CLI::App app("A private board to run device programs on.", "velrix-board");
@@ -124,17 +125,27 @@ int RunCommand(int argc, char** argv) {
     app.require_subcommand(1);
     CLI::App* run = app.add_subcommand(
         "run", "Run a program on a board of its own: velrix-board run [OPTIONS] -- PROGRAM [ARG...]");
-    AddRunOptions(*run, arguments);
-    const PanelOptions panel(*run);
+    AddRunOptions(*run, runArguments);
+    const PanelOptions runPanel(*run);
+    CLI::App* record =
+        app.add_subcommand("record", "Run a program and write down what is done to its board, to be played "
+                                     "again with run --scenario: velrix-board record FILE [OPTIONS] -- "
+                                     "PROGRAM [ARG...]");
+    AddRunOptions(*record, recordArguments);
+    recordArguments.testing.AddRecordingTo(*record);
+    const PanelOptions recordPanel(*record);
     const DiffCommand diff(app);
 
+    RunArguments* chosen = &runArguments;
     try {
         const std::vector<std::string> all(argv + 1, argv + argc);
         app.parse(OwnArguments(all, command));
         if (command.empty() && !diff.IsGiven())
             throw CLI::RequiredError("-- PROGRAM");
-        Complete(arguments);
-        panel.Complete(arguments.options, command);
+        if (record->parsed())
+            chosen = &recordArguments;
+        Complete(*chosen);
+        (record->parsed() ? recordPanel : runPanel).Complete(chosen->options, command);
     } catch (const CLI::ParseError& error) {
         const int code = app.exit(error);
         return code == 0 ? 0 : BOARD_FAILED;
@@ -144,7 +155,7 @@ int RunCommand(int argc, char** argv) {
     try {
         if (diff.IsGiven())
             return diff.Run();
-        status = RunBoard(arguments.options, CommandProgram(command));
+        status = RunBoard(chosen->options, CommandProgram(command));
     } catch (const std::runtime_error& error) { // BoardError, ScenarioError, TimelineError
         std::fprintf(stderr, "velrix-board: %s\n", error.what());
         return BOARD_FAILED;

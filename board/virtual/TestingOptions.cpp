@@ -13,8 +13,13 @@ void TestingOptions::AddTo(CLI::App& command) {
         ->needs(play);
 }
 
+void TestingOptions::AddRecordingTo(CLI::App& command) {
+    command.add_option("FILE", recording, "Gets what is done to the board, as a scenario")->required();
+}
+
 void TestingOptions::Apply(BoardOptions& options) const {
     options.timeline = timeline;
+    options.recording = recording;
     if (scenario)
         options.scenario = ScenarioOptions{*scenario, junit};
 }
