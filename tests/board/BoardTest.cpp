@@ -201,9 +201,9 @@ TEST(BoardTest, PassesSignalsOn) {
 TEST(BoardTest, RecordsCallsOfTheCommandsThatEndTheMachine) {
     PrivateBoard board;
 
-    const BoardResult end =
-        board.Run(Shell("/sbin/reboot && PATH=/usr/sbin:/usr/bin reboot -f 'a b' && /usr/sbin/halt -p && poweroff && "
-                        "env -i /sbin/shutdown -h now; echo $?"));
+    const BoardResult end = board.Run(Shell("PATH=$PATH:/usr/sbin; /sbin/reboot && PATH=/usr/sbin:/usr/bin reboot -f "
+                                            "'a b' && /usr/sbin/halt -p && poweroff && "
+                                            "env -i /sbin/shutdown -h now; echo $?"));
 
     EXPECT_EQ(end.output, "0\n") << end.errors;
     EXPECT_EQ(board.Reboots(), "/sbin/reboot\nreboot -f a\\ b\n/usr/sbin/halt -p\npoweroff\n/sbin/shutdown -h now\n");
@@ -276,7 +276,8 @@ TEST(BoardTest, RunsBesideOthersAndInsideOfOne) {
 TEST(BoardTest, RunsForAnOrdinaryUser) {
     if (!CanBeOrdinaryUser())
         GTEST_SKIP() << "no ordinary user is known here";
-    CommandRun run{OnBoard("id -u; cat " + std::string(IRQ) + "; reboot && touch /etc/x /var/x /dev/x && echo made"),
+    CommandRun run{OnBoard("PATH=$PATH:/usr/sbin; id -u; cat " + std::string(IRQ) +
+                           "; reboot && touch /etc/x /var/x /dev/x && echo made"),
                    {{"TMPDIR", "/tmp"}}};
     run.asNobody = true;
 
@@ -416,14 +417,15 @@ TEST(BoardTest, SeesInputsThatAreDrivenFromOutside) {
 }
 
 TEST(BoardTest, PrintsWhatChangesIntoAPipe) {
-    const CommandEnd end = CommandRun{OnBoard("printf 1 > " + std::string(MS_RED) +
-                                                  "; echo printed; echo +hello > /mnt/share/logger; reboot now",
-                                              {"--terminal"})}
-                               .Run();
+    const CommandEnd end =
+        CommandRun{OnBoard("printf 1 > " + std::string(MS_RED) +
+                               "; echo printed; echo +hello > /mnt/share/logger; /usr/sbin/reboot now",
+                           {"--terminal"})}
+            .Run();
 
     EXPECT_EQ(end.output, "printed\n");
     EXPECT_THAT(end.errors, AllOf(HasSubstr(" s  MS red\n"), HasSubstr(" s  web log +hello\n"),
-                                  HasSubstr(" s  reboot called: reboot now\n"), Not(HasSubstr("\033"))));
+                                  HasSubstr(" s  reboot called: /usr/sbin/reboot now\n"), Not(HasSubstr("\033"))));
 }
 
 // A terminal of the test's own with a command in it.

@@ -89,13 +89,13 @@ TEST(CommandTest, TakesOptionsMoreThanOnceWhereThatMakesSense) {
 TEST(CommandTest, KeepsADirectoryThatWasNamed) {
     const TestSupport::TemporaryFolder folder;
 
-    CommandRun{OnBoard("printf 1 > /var/dev/gpio-outputs/oxboRamLoaderEnable/value; logger x; reboot; echo +x > "
+    CommandRun{OnBoard("printf 1 > /var/dev/gpio-outputs/oxboRamLoaderEnable/value; logger x; /sbin/reboot; echo +x > "
                        "/mnt/share/logger; echo > /var/log/apps/a.log",
                        {"--directory", folder.Path("b")})}
         .Run();
 
     EXPECT_EQ(folder.Read("b/var-dev/gpio-outputs/oxboRamLoaderEnable/value"), "1");
-    EXPECT_EQ(folder.Read("b/reboot"), "reboot\n");
+    EXPECT_EQ(folder.Read("b/reboot"), "/sbin/reboot\n");
     EXPECT_EQ(folder.Read("b/share/logger"), "+x\n");
     EXPECT_THAT(folder.Read("b/syslog"), HasSubstr("x\n"));
     EXPECT_THAT(folder.Read("b/changes"), HasSubstr(" OXBO_RL 1\n"));
