@@ -2,6 +2,7 @@
 #include <System/Collections/Generic/Dictionary.h>
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <random>
 #include <stdexcept>
@@ -55,6 +56,20 @@ TEST(Dictionary, BeginsEmpty) {
     EXPECT_EQ(Shown(dictionary), "");
     EXPECT_FALSE(dictionary->ContainsKey("a"));
     EXPECT_FALSE(dictionary->Remove("a"));
+}
+
+TEST(Dictionary, IsGoneThroughForwardAndBack) {
+    const auto dictionary = Make({{"a", "1"}, {"b", "2"}, {"c", "3"}});
+
+    auto place = dictionary->begin();
+    EXPECT_EQ((place++)->Key, "a");
+    EXPECT_EQ((*place).Value, "2");
+    EXPECT_EQ((++place)->Key, "c");
+    EXPECT_NE(place, dictionary->end());
+    EXPECT_EQ((place--)->Key, "c");
+    EXPECT_EQ((--place)->Key, "a");
+    EXPECT_EQ(place, dictionary->begin());
+    EXPECT_EQ(std::next(place, 3), dictionary->end());
 }
 
 TEST(Dictionary, FindsByContentWhatWasAdded) {
