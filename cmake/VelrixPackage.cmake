@@ -79,11 +79,7 @@ if(TARGET velrix-board OR TARGET velrix-emulator)
   list(APPEND CPACK_COMPONENTS_ALL tools)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME velrix-tools)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION devel)
-  if(CMAKE_CROSSCOMPILING)
-    set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS ${velrixRuntime})
-  else()
-    set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
-  endif()
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_TOOLS_DESCRIPTION "boards on a workstation for Velrix applications
 ${velrixAbout}
 .
