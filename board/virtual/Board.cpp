@@ -27,7 +27,9 @@
 #include "board/virtual/BoardModel.h"
 #include "board/virtual/BoardState.h"
 #include "board/virtual/Clock.h"
+#include "board/virtual/ControlPipe.h"
 #include "board/virtual/FileWatcher.h"
+#include "board/virtual/FuseFiles.h"
 #include "board/virtual/IBoardControl.h"
 #include "board/virtual/ILoopPart.h"
 #include "board/virtual/Init.h"
@@ -35,7 +37,6 @@
 #include "board/virtual/LogTail.h"
 #include "board/virtual/Namespaces.h"
 #include "board/virtual/OxboModule.h"
-#include "board/virtual/PlainFiles.h"
 #include "board/virtual/RebootStub.h"
 #include "board/virtual/Recorder.h"
 #include "board/virtual/RunDirectory.h"
@@ -83,11 +84,30 @@ void RequireKnownPaths(const BoardOptions& options, const BoardLayout& layout, c
     std::set<fs::path> known;
     for (const Placement& directory : layout.Directories())
         known.insert(directory.inside);
+    for (const fs::path& directory : DeviceTree::Directories())
+        known.insert(directory);
     for (std::size_t signal = 0; signal < state.Count(); ++signal)
         known.insert(fs::path(state.Path(signal)).lexically_normal());
     for (const fs::path& path : options.without)
         if (known.count(path) == 0)
             throw BoardError("--without " + path.string() + " names neither a value file nor a directory of the board");
+}
+
+bool IsDeviceDirectory(const fs::path& path) {
+    const std::vector<fs::path> directories = DeviceTree::Directories();
+    return std::find(directories.begin(), directories.end(), path) != directories.end();
+}
+
+bool IsInDeviceDirectory(fs::path path) {
+    for (; path.has_relative_path(); path = path.parent_path())
+        if (IsDeviceDirectory(path))
+            return true;
+    return false;
+}
+
+// As the program sees it.
+FuseFiles::Owner Owner(const BoardOptions& options) {
+    return options.asRoot ? FuseFiles::Owner{0, 0} : FuseFiles::Owner{::geteuid(), ::getegid()};
 }
 
 void MakeFile(const fs::path& path) {
@@ -142,18 +162,21 @@ class Board final : public IBoardControl {
 public:
     Board(const BoardOptions& boardOptions, RunDirectory runDirectory)
         : options(boardOptions), directory(std::move(runDirectory)), layout(directory.Path()),
-          model(MakeModel(options, layout)), state(model), recorder(layout, state),
+          model(MakeModel(options, layout)), state(model), recorder(layout, state, options.directory.has_value()),
           files(
-              layout, state, watcher, [this] { return Now(); }, options.without),
+              state, [this] { return Now(); }, Owner(options), options.without, [this] { TellRecords(); }),
           oxbo(state, options.oxboReadyAfter,
                [this](std::size_t signal, bool level) { DriveForModule(signal, level); }),
+          control(layout.Control(), state, *this),
           reboots(layout.Reboots(), [this](std::string_view call) { Tell(&IBoardObserver::OnReboot, call); }),
           webLog(layout.Outside(model.WebLogFile()),
                  [this](std::string_view record) { Tell(&IBoardObserver::OnWebLog, record); }) {
         RequireKnownPaths(options, layout, state);
         state.Add(recorder);
         state.Add(oxbo);
-        parts.push_back(&oxbo);
+        parts = {&files, &oxbo, &control};
+        for (const auto& [name, fault] : options.faults)
+            files.SetFault(FindSignal(state, name), fault);
         if (options.timeline)
             timeline.emplace(*options.timeline, state);
         if (timeline)
@@ -170,6 +193,7 @@ public:
         MakeFile(layout.Reboots());
         watcher.WatchFile(layout.Reboots(), [this] { reboots.Read(); });
         fs::create_directory(layout.Stage());
+        fs::create_directory(layout.Device());
         placements = MakePlacements();
     }
 
@@ -184,7 +208,8 @@ public:
         FileDescriptor socket(pair[0]);
         FileDescriptor initSocket(pair[1]);
         const FileDescriptor signalFile(::signalfd(-1, &signals.Blocked(), SFD_CLOEXEC | SFD_NONBLOCK));
-        const InitPlan plan{::geteuid(), ::getegid(), options.asRoot, layout.Stage(), placements, signals.Before()};
+        const InitPlan plan{::geteuid(),     ::getegid(), options.asRoot,  layout.Stage(),
+                            layout.Device(), placements,  signals.Before()};
 
         const pid_t init = ForkIntoNamespaces();
         if (init == 0) {
@@ -206,6 +231,9 @@ public:
         Drain();
         std::error_code error;
         fs::remove(layout.Stage(), error);
+        fs::remove(layout.Device(), error);
+        // A script that writes into it later would wait for ever.
+        fs::remove(layout.Control(), error);
         if (view)
             view->Finish(Now());
         if (!failure.empty())
@@ -225,10 +253,8 @@ public:
         files.DriveInput(signal, level);
     }
 
-    void SetFault(std::size_t signal, const std::optional<Fault>&) override {
-        throw BoardError("cannot break " + state.Name(signal) + ": plain files have no faults");
-    }
-    std::optional<Fault> FaultOf(std::size_t) const override { return std::nullopt; }
+    void SetFault(std::size_t signal, const std::optional<Fault>& fault) override { files.SetFault(signal, fault); }
+    std::optional<Fault> FaultOf(std::size_t signal) const override { return files.FaultOf(signal); }
 
     void SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) override {
         oxbo.SetReadyAfter(delay, Now());
@@ -267,8 +293,11 @@ private:
             const bool absent = options.without.count(place.inside) != 0;
             result.push_back({absent ? Placement::Kind::ABSENT : place.kind, place.inside, place.outside});
         }
-        for (const Placement& place : files.Placements())
+        for (Placement place : files.Tree().Placements(layout.Device())) {
+            if (IsDeviceDirectory(place.inside) && options.without.count(place.inside) != 0)
+                place.kind = Placement::Kind::ABSENT;
             result.push_back(place);
+        }
         PlaceWebLog(result);
 
         const auto settingsKind = options.settings ? Placement::Kind::COPY : Placement::Kind::ABSENT;
@@ -291,7 +320,8 @@ private:
     void PlaceWebLog(std::vector<Placement>& result) {
         const fs::path inside = fs::path(model.WebLogFile()).lexically_normal();
         std::error_code error;
-        if (!inside.is_absolute() || fs::is_character_file(inside, error))
+        // Among the value files nothing can be made.
+        if (!inside.is_absolute() || fs::is_character_file(inside, error) || IsInDeviceDirectory(inside))
             return;
         const fs::path outside = layout.Outside(inside);
         fs::create_directories(outside.parent_path());
@@ -339,7 +369,7 @@ private:
     void Loop(int socket, int signalFile) {
         bool running = true;
         while (running) {
-            std::vector<pollfd> waits = {{socket, POLLIN, 0}, {files.Descriptor(), POLLIN, 0}};
+            std::vector<pollfd> waits = {{socket, POLLIN, 0}, {watcher.Descriptor(), POLLIN, 0}};
             // Signals that come before the program runs wait for it.
             waits.push_back({programProcess ? signalFile : -1, POLLIN, 0});
             waits.push_back({syslog ? syslog->Descriptor() : -1, POLLIN, 0});
@@ -350,9 +380,9 @@ private:
             if (::poll(waits.data(), waits.size(), Timeout()) < 0 && errno != EINTR)
                 ThrowSystemError("the board cannot wait for its program");
 
-            Drain();
             for (ILoopPart* part : parts)
                 part->Run(Now());
+            Drain();
             if (waits[2].revents != 0)
                 PassOnSignals(signalFile);
             if (waits[0].revents != 0)
@@ -372,13 +402,18 @@ private:
     }
 
     void Drain() {
-        if (syslog)
-            syslog->Dispatch();
-        files.Dispatch();
+        TellRecords();
         for (OutputPipe& pipe : pipes)
             ShowOutput(pipe);
         for (IBoardObserver* observer : state.Observers())
             observer->OnSettled(Now());
+    }
+
+    // What the program recorded by other ways than value files.
+    void TellRecords() {
+        if (syslog)
+            syslog->Dispatch();
+        watcher.Dispatch();
     }
 
     void ShowOutput(OutputPipe& pipe) {
@@ -408,12 +443,15 @@ private:
 
     bool Receive(int socket) {
         InitMessage message;
-        FileDescriptor process;
-        if (!ReceiveInitMessage(socket, message, process))
+        FileDescriptor attached;
+        if (!ReceiveInitMessage(socket, message, attached))
             return false;
         switch (message.kind) {
+        case InitMessage::Kind::MOUNTED:
+            files.Serve(std::move(attached));
+            break;
         case InitMessage::Kind::STARTED:
-            programProcess = std::move(process);
+            programProcess = std::move(attached);
             for (IBoardObserver* observer : state.Observers())
                 observer->OnProgramStarted(Now());
             break;
@@ -450,8 +488,9 @@ private:
     BoardState state;
     FileWatcher watcher;
     Recorder recorder;
-    PlainFiles files;
+    FuseFiles files;
     OxboModule oxbo;
+    ControlPipe control;
     LogTail reboots;
     LogTail webLog;
     std::unique_ptr<SyslogSocket> syslog;

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "board/virtual/Fault.h"
 #include "board/virtual/IBoardAttachment.h"
 #include "board/virtual/Program.h"
 #include "board/virtual/ScenarioPlayer.h"
@@ -28,7 +29,10 @@ struct BoardOptions {
     // Levels of inputs, by label. A line that is named here is the user's: the simulated module leaves it alone.
     std::map<std::string, bool> levels;
 
-    // Value files, and directories of the board, that are not there.
+    // What is wrong with value files, by the names of their signals.
+    std::map<std::string, Fault> faults;
+
+    // Value files, and directories of the board, that are not there from the start.
     std::set<std::filesystem::path> without;
 
     // Nothing: the Oxbo module never becomes ready.

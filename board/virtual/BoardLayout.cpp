@@ -13,8 +13,6 @@ struct Directory {
 };
 
 constexpr Directory DIRECTORIES[] = {
-    {"/var/dev", "var-dev"},
-    {"/sys/class/leds", "leds"},
     {"/mnt/share", "share"},
     {"/var/log/apps", "logs"},
 };

@@ -12,10 +12,13 @@ namespace VelrixBoard {
 
 // Where the paths of the device lie in the run directory, for the board and for those who look in from outside:
 //
-//     var-dev/  leds/  share/  logs/   are /var/dev, /sys/class/leds, /mnt/share and /var/log/apps
+//     share/  logs/                    are /mnt/share and /var/log/apps
 //     files/                           holds, by their whole path, files of the board that lie elsewhere
 //     velrix.conf                      the settings file as it was given
-//     reboot  syslog  changes          what the board recorded, a line each
+//     control                          takes commands, a line each
+//     reboot  syslog  changes  writes  what the board recorded, a line each
+//
+// The value files have no place there; they exist on the board alone.
 //
 // A value object; it touches no file.
 class BoardLayout final {
@@ -28,9 +31,12 @@ public:
     std::filesystem::path Syslog() const { return root / "syslog"; }
     std::filesystem::path SyslogSocket() const { return root / "dev-log"; }
     std::filesystem::path Changes() const { return root / "changes"; }
+    std::filesystem::path Writes() const { return root / "writes"; }
+    std::filesystem::path Control() const { return root / "control"; }
     std::filesystem::path Stage() const { return root / "stage"; }
+    std::filesystem::path Device() const { return root / "device"; }
 
-    // The directories of the device that are wholly the board's.
+    // The directories of the device whose content is kept outside.
     std::vector<Placement> Directories() const;
 
     // True for a path inside one of these directories.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/virtual/BoardState.h"
 
+#include "board/virtual/BoardError.h"
+
 namespace VelrixBoard {
 
 BoardState::BoardState(const BoardModel& boardModel) : model(boardModel) {
@@ -55,6 +57,15 @@ void BoardState::Set(std::size_t signal, bool level, BoardTime time) {
     levels[signal] = level;
     for (IBoardObserver* observer : observers)
         observer->OnChange(signal, level, time);
+}
+
+std::size_t FindSignal(const BoardState& state, std::string_view name) {
+    if (const auto signal = state.Find(name))
+        return *signal;
+    std::string names;
+    for (std::size_t signal = 0; signal < state.Count(); ++signal)
+        names += " " + state.Name(signal);
+    throw BoardError(std::string(name) + " is no line or LED element of the board; there are" + names);
 }
 
 } // namespace VelrixBoard

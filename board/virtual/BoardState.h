@@ -98,4 +98,7 @@ private:
     std::vector<IBoardObserver*> observers;
 };
 
+// The signal of that name. Throws BoardError that names those there are.
+std::size_t FindSignal(const BoardState& state, std::string_view name);
+
 } // namespace VelrixBoard

@@ -2,7 +2,6 @@
 #include "board/virtual/Command.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
 #include <stdexcept>
 #include <string>
@@ -13,7 +12,10 @@
 
 #include "board/panel/PanelOptions.h"
 #include "board/virtual/Board.h"
+#include "board/virtual/BoardError.h"
+#include "board/virtual/DeviceOptions.h"
 #include "board/virtual/DiffCommand.h"
+#include "board/virtual/ReadyTime.h"
 #include "board/virtual/TestingOptions.h"
 
 namespace VelrixBoard {
@@ -27,16 +29,12 @@ constexpr const char* FOOTER =
     "--scenario:\n"
     "0 or 1. 125 says that the board could not be made, 126 that PROGRAM cannot be run, 127 that it was not found.";
 
-// "40", "40ms" or "never".
-std::optional<std::chrono::milliseconds> ParseReadyAfter(std::string_view text) {
-    if (text == "never")
-        return std::nullopt;
-    unsigned value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    const std::string_view unit(end, static_cast<std::size_t>(text.data() + text.size() - end));
-    if (error != std::errc() || (!unit.empty() && unit != "ms"))
-        throw CLI::ValidationError("--oxbo-ready-after", "takes milliseconds or \"never\"");
-    return std::chrono::milliseconds(value);
+std::optional<std::chrono::milliseconds> ParseReadyAfter(const std::string& text) {
+    try {
+        return ParseReadyTime(text);
+    } catch (const BoardError& error) {
+        throw CLI::ValidationError("--oxbo-ready-after", error.what());
+    }
 }
 
 std::pair<std::string, bool> ParseLevel(const std::string& text) {
@@ -91,6 +89,7 @@ void AddRunOptions(CLI::App& run, RunArguments& arguments) {
     run.add_flag("--no-syslog", arguments.noSyslog, "Leave /dev/log free for a daemon started on the board");
     run.add_flag("--terminal", arguments.options.terminal, "Show LEDs, lines and web log on standard error");
     arguments.testing.AddTo(run);
+    AddDeviceOptions(run, arguments.options);
     // Each occurrence takes one value, or "--set A=1 -- X" would be read on.
     for (CLI::Option* option : run.get_options())
         if (option->get_items_expected_max() > 1)

@@ -22,6 +22,9 @@ public:
     int Get() const { return descriptor; }
     explicit operator bool() const { return descriptor >= 0; }
 
+    // The descriptor, which is no longer owned.
+    int Release() { return std::exchange(descriptor, -1); }
+
     void Close() {
         if (descriptor >= 0)
             ::close(std::exchange(descriptor, -1));

@@ -18,6 +18,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "board/virtual/FuseFiles.h"
 #include "board/virtual/Namespaces.h"
 #include "board/virtual/PseudoTerminals.h"
 #include "board/virtual/Skeleton.h"
@@ -52,10 +53,19 @@ void Send(int socket, InitMessage::Kind kind, int status, const std::string& tex
     (void)::sendmsg(socket, &header, MSG_NOSIGNAL);
 }
 
-void MakeBoard(const InitPlan& plan, const std::filesystem::path& workingDirectory) {
+void MakeBoard(const InitPlan& plan, const std::filesystem::path& workingDirectory, int socket) {
     MapIds(plan.user, plan.group, plan.asRoot);
     DetachMounts();
+    {
+        // Opened here, because the kernel mounts only what was opened in the same user namespace; and closed here,
+        // because a program that held it would keep the file system alive after the board.
+        const FileDescriptor connection =
+            MountFuse(plan.device, {plan.asRoot ? 0 : plan.user, plan.asRoot ? 0 : plan.group});
+        Send(socket, InitMessage::Kind::MOUNTED, 0, "", connection.Get());
+    }
     Skeleton(plan.stage).Mount(plan.placements);
+    // What was bound from here stays.
+    ::umount2(plan.device.c_str(), MNT_DETACH);
     MakePseudoTerminals();
     // Refused where the machine's own /proc is partly masked. Then that one stays, whose process numbers are the
     // machine's.
@@ -100,7 +110,7 @@ void WaitForOthers() {
 
 } // namespace
 
-bool ReceiveInitMessage(int socket, InitMessage& message, FileDescriptor& program) {
+bool ReceiveInitMessage(int socket, InitMessage& message, FileDescriptor& attached) {
     iovec part{&message, sizeof message};
     int descriptor = -1;
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof descriptor)];
@@ -111,9 +121,9 @@ bool ReceiveInitMessage(int socket, InitMessage& message, FileDescriptor& progra
     header.msg_controllen = sizeof control;
     if (::recvmsg(socket, &header, MSG_CMSG_CLOEXEC) != static_cast<ssize_t>(sizeof message))
         return false;
-    if (const cmsghdr* attached = CMSG_FIRSTHDR(&header)) {
-        std::memcpy(&descriptor, CMSG_DATA(attached), sizeof descriptor);
-        program = FileDescriptor(descriptor);
+    if (const cmsghdr* rights = CMSG_FIRSTHDR(&header)) {
+        std::memcpy(&descriptor, CMSG_DATA(rights), sizeof descriptor);
+        attached = FileDescriptor(descriptor);
     }
     return true;
 }
@@ -127,7 +137,7 @@ void RunInit(const InitPlan& plan, const Program& program, FileDescriptor socket
 
     std::error_code error;
     try {
-        MakeBoard(plan, std::filesystem::current_path(error));
+        MakeBoard(plan, std::filesystem::current_path(error), socket.Get());
     } catch (const std::exception& exception) {
         Send(socket.Get(), InitMessage::Kind::FAILED, 0, exception.what(), -1);
         ::_exit(1);

@@ -19,22 +19,24 @@ struct InitPlan {
     gid_t group;
     bool asRoot;
     std::filesystem::path stage;
+    std::filesystem::path device; // where the value files are mounted while the board is made
     std::vector<Placement> placements;
     sigset_t signalMask; // the one to give to the program
 };
 
-// What process 1 tells the board, one packet each: the program runs (with a descriptor of its process), or has ended
-// with a wait status; or the board could not be made, and why.
+// What process 1 tells the board, one packet each: the value files are to be served (with a descriptor of their
+// connection); the program runs (with a descriptor of its process), or has ended with a wait status; or the board could
+// not be made, and why.
 struct InitMessage {
-    enum class Kind { STARTED, ENDED, FAILED };
+    enum class Kind { MOUNTED, STARTED, ENDED, FAILED };
 
     Kind kind;
     int status;
     char text[1024];
 };
 
-// Receives one message and, with STARTED, the program's descriptor. False at the end: process 1 is gone.
-bool ReceiveInitMessage(int socket, InitMessage& message, FileDescriptor& program);
+// Receives one message and the descriptor that comes with it. False at the end: process 1 is gone.
+bool ReceiveInitMessage(int socket, InitMessage& message, FileDescriptor& attached);
 
 // The life of process 1, in the child of ForkIntoNamespaces: makes the board, starts the program, reaps everything, and
 // ends soon after the program, which ends all that the program left running. Waits for a byte from the board first.

@@ -17,31 +17,47 @@ FileDescriptor OpenRecord(const std::filesystem::path& path) {
     return FileDescriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
 }
 
-// A record that a full disk cuts short is no reason to stop the program.
-void Append(const FileDescriptor& file, const std::string& line) {
-    (void)!::write(file.Get(), line.data(), line.size());
-}
-
 } // namespace
 
-Recorder::Recorder(const BoardLayout& layout, const BoardState& boardState)
-    : state(boardState), changes(OpenRecord(layout.Changes())), syslog(OpenRecord(layout.Syslog())) {
-    if (!changes || !syslog)
+Recorder::Recorder(const BoardLayout& layout, const BoardState& boardState, bool withWrites)
+    : state(boardState), recordsWrites(withWrites), changes{OpenRecord(layout.Changes())},
+      writes{withWrites ? OpenRecord(layout.Writes()) : FileDescriptor()}, syslog{OpenRecord(layout.Syslog())} {
+    if (!changes.file || !syslog.file || (withWrites && !writes.file))
         ThrowSystemError("cannot make the records in " + layout.Root().string());
 }
 
+void Recorder::OnWrite(std::size_t signal, bool level, BoardTime time) {
+    if (recordsWrites)
+        writes.waiting += Line(signal, level, time);
+}
+
 void Recorder::OnChange(std::size_t signal, bool level, BoardTime time) {
-    char seconds[32];
-    std::snprintf(seconds, sizeof seconds, "%lld.%09lld ", static_cast<long long>(time / std::chrono::seconds(1)),
-                  static_cast<long long>(time % std::chrono::seconds(1) / std::chrono::nanoseconds(1)));
-    Append(changes, seconds + state.Name(signal) + (level ? " 1\n" : " 0\n"));
+    changes.waiting += Line(signal, level, time);
 }
 
 void Recorder::OnSyslog(std::string_view record, BoardTime) {
-    std::string line;
     for (const char c : record)
-        line += c == '\n' ? "\\n" : std::string(1, c);
-    Append(syslog, line + "\n");
+        syslog.waiting += c == '\n' ? "\\n" : std::string(1, c);
+    syslog.waiting += '\n';
+}
+
+void Recorder::OnSettled(BoardTime) {
+    for (Record* record : {&changes, &writes, &syslog})
+        record->Flush();
+}
+
+// A record that a full disk cuts short is no reason to stop the program.
+void Recorder::Record::Flush() {
+    if (!waiting.empty())
+        (void)!::write(file.Get(), waiting.data(), waiting.size());
+    waiting.clear();
+}
+
+std::string Recorder::Line(std::size_t signal, bool level, BoardTime time) const {
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, "%lld.%09lld ", static_cast<long long>(time / std::chrono::seconds(1)),
+                  static_cast<long long>(time % std::chrono::seconds(1) / std::chrono::nanoseconds(1)));
+    return seconds + state.Name(signal) + (level ? " 1\n" : " 0\n");
 }
 
 } // namespace VelrixBoard

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <string>
+
 #include "board/virtual/BoardLayout.h"
 #include "board/virtual/BoardState.h"
 #include "board/virtual/FileDescriptor.h"
@@ -8,20 +10,35 @@
 namespace VelrixBoard {
 
 // Writes what happens on the board into the run directory, a line each, at once: "changes" gets "SECONDS NAME LEVEL"
-// for every new level, "syslog" the records of /dev/log, with "\n" for a line feed inside of one.
+// for every new level, "syslog" the records of /dev/log, with "\n" for a line feed inside of one. On request, "writes"
+// gets a line of the same form for every write of the program, be the level new or not. Lines go out when what was
+// waiting has been told, since a program may write faster than a line at a time can be recorded.
 class Recorder final : public BoardObserver {
 public:
     // Throws BoardError when a file cannot be made.
-    explicit Recorder(const BoardLayout& layout, const BoardState& boardState);
+    Recorder(const BoardLayout& layout, const BoardState& boardState, bool withWrites);
 
+    void OnWrite(std::size_t signal, bool level, BoardTime time) override;
     void OnChange(std::size_t signal, bool level, BoardTime time) override;
     void OnSyslog(std::string_view record, BoardTime time) override;
+    void OnSettled(BoardTime time) override;
 
 private:
+    // Not a stream, which the program would inherit.
+    struct Record {
+        FileDescriptor file{};
+        std::string waiting{};
+
+        void Flush();
+    };
+
+    std::string Line(std::size_t signal, bool level, BoardTime time) const;
+
     const BoardState& state;
-    // Not streams, which the program would inherit.
-    FileDescriptor changes;
-    FileDescriptor syslog;
+    const bool recordsWrites;
+    Record changes;
+    Record writes;
+    Record syslog;
 };
 
 } // namespace VelrixBoard

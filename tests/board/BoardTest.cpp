@@ -260,17 +260,17 @@ TEST(BoardTest, RunsBesideOthersAndInsideOfOne) {
     PrivateBoard first, second;
     first.Start(Shell("printf 1 > " + std::string(MS_RED) +
                       "; while ! test -e /mnt/share/go; do sleep 0.01; done; cat " + MS_RED));
-    ASSERT_TRUE(PrivateBoard::WaitFor([&] { return first.Content(MS_RED) == "1"; }));
+    ASSERT_TRUE(PrivateBoard::WaitFor([&] { return first.Written(MS_RED) == "1"; }));
 
     const BoardResult inner =
         second.Run({VELRIX_BOARD_COMMAND, "run", "--set", "OXBO_IRQ_N=0", "--", "sh", "-c",
                     std::string("/sbin/reboot inner; cat ") + MS_RED + "; cat " + IRQ + "; printf 1 > " + MS_RED});
 
     EXPECT_EQ(inner.output, "0\n0\n") << inner.errors;
-    EXPECT_EQ(second.Content(MS_RED), "0\n");
+    EXPECT_EQ(second.Written(MS_RED), "");
     EXPECT_EQ(second.Reboots(), "");
     std::ofstream(first.Outside("/mnt/share/go")) << "";
-    EXPECT_EQ(first.Wait().output, "1");
+    EXPECT_EQ(first.Wait().output, "1\n");
 }
 
 TEST(BoardTest, RunsForAnOrdinaryUser) {
@@ -330,12 +330,13 @@ TEST(BoardTest, LeavesTheSystemLogsNameFreeOnRequest) {
 
 TEST(BoardTest, PutsValueFilesWhereTheSettingsSay) {
     PrivateBoard board;
+    board.AddOption("--oxbo-ready-after", "never");
     board.SetSettings("web_log_file=/data/log/web\n"
                       "[led]\nmodule_status_red=\"/board_x/red\"\n"
                       "[oxbo_pin]\nreset_n=/sys/class/gpio/gpio7/value\nirq_n=/etc/irq\n");
 
     const BoardResult end =
-        board.Run(Shell("printf 1 > /board_x/red; printf 01 > /sys/class/gpio/gpio7/value; cat /etc/irq; "
+        board.Run(Shell("printf 1 > /board_x/red; printf 1 > /sys/class/gpio/gpio7/value; cat /etc/irq; "
                         "echo +x > /data/log/web; test -e /etc/passwd && test -d /proc/self && "
                         "test -e /sys/class/net/lo/mtu; echo $?; ls " +
                         std::string(RESET)));
@@ -376,9 +377,10 @@ TEST(BoardTest, LeavesOutFilesAndDirectories) {
     board.LeaveOut("/mnt/share");
     board.LeaveOut("/etc/passwd");
 
-    const BoardResult end = board.Run(Shell(
-        "for f in " + std::string(IRQ) +
-        " /mnt/share /etc/passwd /var/log/apps; do test -e $f || echo $f; done; touch " + IRQ + " && cat " + RESET));
+    const BoardResult end =
+        board.Run(Shell("for f in " + std::string(IRQ) +
+                        " /mnt/share /etc/passwd /var/log/apps; do test -e $f || echo $f; done; ls $(dirname " + IRQ +
+                        "); cat " + RESET));
 
     EXPECT_EQ(end.output, std::string(IRQ) + "\n/mnt/share\n/etc/passwd\n0\n");
 }
@@ -387,7 +389,7 @@ TEST(BoardTest, SimulatesTheModule) {
     PrivateBoard board;
     board.AddOption("--oxbo-ready-after", "5ms");
 
-    const BoardResult end = board.Run(Shell("cat " + std::string(IRQ) + "; printf 01 > " + RESET +
+    const BoardResult end = board.Run(Shell("cat " + std::string(IRQ) + "; printf 1 > " + RESET +
                                             "; while test $(cat " + IRQ + ") = 1; do :; done; echo ready"));
 
     EXPECT_EQ(end.output, "1\nready\n");
@@ -398,10 +400,11 @@ TEST(BoardTest, LeavesALineThatTheUserSetToTheUser) {
     PrivateBoard board;
     board.AddOption("--set", "OXBO_IRQ_N=0");
 
-    board.Run(Shell("printf 01 > " + std::string(RESET) + "; printf 0 >> " + RESET));
+    const BoardResult end =
+        board.Run(Shell("printf 1 > " + std::string(RESET) + "; printf 0 >> " + RESET + "; cat " + IRQ));
 
     EXPECT_EQ(board.Changes(), "OXBO_RESET1_N 1\nOXBO_RESET1_N 0\n");
-    EXPECT_EQ(board.Content(IRQ), "0\n");
+    EXPECT_EQ(end.output, "0\n");
 }
 
 TEST(BoardTest, SeesInputsThatAreDrivenFromOutside) {
@@ -410,10 +413,66 @@ TEST(BoardTest, SeesInputsThatAreDrivenFromOutside) {
     board.Start(Shell("echo > /mnt/share/ready; while test $(cat " + mod1 + ") = 0; do :; done; echo high"));
     ASSERT_TRUE(PrivateBoard::WaitFor([&] { return !board.Content("/mnt/share/ready").empty(); }));
 
-    board.Write(mod1, "1\n");
+    board.Control("set OXBO_MOD_1=1");
 
     EXPECT_EQ(board.Wait().output, "high\n");
     EXPECT_EQ(board.Changes(), "OXBO_MOD_1 1\n");
+}
+
+TEST(BoardTest, SaysWhatIsWrongWithACommand) {
+    const struct {
+        const char* command;
+        const char* reason;
+    } rows[] = {{"set OXBO_RL=1", "OXBO_RL is an output"},
+                {"set OXBO_MOD_1=2", "a level is 0 or 1"},
+                {"set OXBO_MOD_1", "has no \"=\""},
+                {"set X=1", "X is no line or LED element"},
+                {"fault MS.red=broken", "\"broken\" is no fault"},
+                {"fault OXBO_IRQ_N=ENOSPC", "OXBO_IRQ_N is an input"},
+                {"oxbo-ready-after soon", "milliseconds or \"never\""},
+                {"walk", "there are set NAME=LEVEL"}};
+    PrivateBoard board;
+    board.Start(
+        Shell("echo > /mnt/share/ready; while test $(cat /var/dev/gpio-inputs/oxboMod1/value) = 0; do :; done"));
+    ASSERT_TRUE(PrivateBoard::WaitFor([&] { return !board.Content("/mnt/share/ready").empty(); }));
+
+    for (const auto& row : rows)
+        board.Control(row.command);
+    board.Control("set OXBO_MOD_1=1");
+    const BoardResult end = board.Wait();
+
+    std::istringstream lines(end.errors);
+    std::string line;
+    for (const auto& row : rows) {
+        std::getline(lines, line);
+        EXPECT_THAT(line, StartsWith("velrix-board: control \"" + std::string(row.command) + "\": "));
+        EXPECT_THAT(line, HasSubstr(row.reason));
+    }
+    EXPECT_EQ(board.Changes(), "OXBO_MOD_1 1\n");
+}
+
+TEST(BoardTest, BreaksAFileAndMendsItWhileTheProgramRuns) {
+    PrivateBoard board;
+    board.AddOption("--fault", "MS.red=EIO");
+    board.Start(Shell("printf 1 > " + std::string(MS_RED) +
+                      " || echo broken; echo > /mnt/share/ready; until printf 1 > " + MS_RED +
+                      "; do :; done 2>/dev/null; echo whole"));
+    ASSERT_TRUE(PrivateBoard::WaitFor([&] { return !board.Content("/mnt/share/ready").empty(); }));
+
+    board.Control("fault MS.red=none");
+
+    EXPECT_EQ(board.Wait().output, "broken\nwhole\n");
+    EXPECT_EQ(board.Changes(), "MS.red 1\n");
+}
+
+TEST(BoardTest, SaysWhatToDoWithoutFuse) {
+    const CommandEnd end =
+        CommandRun{OnBoard("umount /dev/fuse && rm /dev/fuse; " VELRIX_BOARD_COMMAND " run -- echo ran", {"--as-root"})}
+            .Run();
+
+    EXPECT_EQ(end.ExitCode(), 125);
+    EXPECT_EQ(end.output, "");
+    EXPECT_THAT(end.errors, AllOf(StartsWith("velrix-board: cannot open /dev/fuse"), HasSubstr("\"modprobe fuse\"")));
 }
 
 TEST(BoardTest, PrintsWhatChangesIntoAPipe) {

@@ -32,6 +32,10 @@ TEST(CommandTest, RefusesWhatItDoesNotUnderstandBeforeAnythingRuns) {
         {{"run", "--set", "OXBO_IRQ_N=", "--", "echo"}, "LABEL=0 or LABEL=1"},
         {{"run", "--set", "OXBO_RL=1", "--", "echo"}, "OXBO_RL is an output"},
         {{"run", "--set", "X=1", "--", "echo"}, "X is no line of the board"},
+        {{"run", "--fault", "MS.red", "--", "echo"}, "takes NAME=FAULT"},
+        {{"run", "--fault", "MS.red=2", "--", "echo"}, "\"2\" is no fault"},
+        {{"run", "--fault", "MS.blue=EIO", "--", "echo"}, "MS.blue is no line or LED element"},
+        {{"run", "--fault", "OXBO_IRQ_N=ENOSPC", "--", "echo"}, "OXBO_IRQ_N is an input"},
         {{"run", "--oxbo-ready-after", "soon", "--", "echo"}, "milliseconds or \"never\""},
         {{"run", "--oxbo-ready-after", "5s", "--", "echo"}, "milliseconds or \"never\""},
         {{"run", "--oxbo-ready-after", "-5", "--", "echo"}, "--oxbo-ready-after"},
@@ -94,14 +98,15 @@ TEST(CommandTest, KeepsADirectoryThatWasNamed) {
                        {"--directory", folder.Path("b")})}
         .Run();
 
-    EXPECT_EQ(folder.Read("b/var-dev/gpio-outputs/oxboRamLoaderEnable/value"), "1");
     EXPECT_EQ(folder.Read("b/reboot"), "/sbin/reboot\n");
     EXPECT_EQ(folder.Read("b/share/logger"), "+x\n");
     EXPECT_THAT(folder.Read("b/syslog"), HasSubstr("x\n"));
     EXPECT_THAT(folder.Read("b/changes"), HasSubstr(" OXBO_RL 1\n"));
+    EXPECT_THAT(folder.Read("b/writes"), HasSubstr(" OXBO_RL 1\n"));
     EXPECT_TRUE(std::filesystem::exists(folder.Path("b/logs/a.log")));
-    EXPECT_TRUE(std::filesystem::exists(folder.Path("b/leds/ledGwStsRed/brightness")));
     EXPECT_FALSE(std::filesystem::exists(folder.Path("b/stage")));
+    EXPECT_FALSE(std::filesystem::exists(folder.Path("b/device")));
+    EXPECT_FALSE(std::filesystem::exists(folder.Path("b/control")));
 }
 
 } // namespace

@@ -54,20 +54,20 @@ TEST(Gateway, ShowsEveryStateFromPowerUpToAnOrderlyEnd) {
                                                 ">end\n");
     ExpectShutDown(board);
 
-    // A value file is never shortened, so that it holds all levels ever written. In this order: off, power-up test,
+    // All levels ever written. In this order: off, power-up test,
     // waiting for a configuration, for a connection, connected, timed out, connected, off twice. How often a flashing
     // LED changed is a matter of time.
     const std::string flashing = "1(01)*0?";
-    EXPECT_THAT(board.Content(MS_GREEN), MatchesRegex("0101" + flashing + flashing + "1" + flashing + "100"));
-    EXPECT_THAT(board.Content(MS_RED), MatchesRegex("00100(10)*1?0+"));
-    EXPECT_THAT(board.Content(NS_GREEN), MatchesRegex("01000" + flashing + "10+100"));
-    EXPECT_THAT(board.Content(NS_RED), MatchesRegex("00100+" + flashing + "000"));
-    EXPECT_EQ(board.Content(OXBO_RESET), "0100");
-    EXPECT_EQ(board.Content(QOR_RESET), "00");
-    EXPECT_EQ(board.Content("/var/dev/gpio-outputs/oxboRamLoaderEnable/value"), "0\n");
+    EXPECT_THAT(board.Written(MS_GREEN), MatchesRegex("0101" + flashing + flashing + "1" + flashing + "100"));
+    EXPECT_THAT(board.Written(MS_RED), MatchesRegex("00100(10)*1?0+"));
+    EXPECT_THAT(board.Written(NS_GREEN), MatchesRegex("01000" + flashing + "10+100"));
+    EXPECT_THAT(board.Written(NS_RED), MatchesRegex("00100+" + flashing + "000"));
+    EXPECT_EQ(board.Written(OXBO_RESET), "0100");
+    EXPECT_EQ(board.Written(QOR_RESET), "00");
+    EXPECT_EQ(board.Written("/var/dev/gpio-outputs/oxboRamLoaderEnable/value"), "0");
     for (const std::string led : {"ledLinkAct1", "ledLinkAct2"}) {
-        EXPECT_EQ(board.Content("/sys/class/leds/" + led + "Grn/brightness"), "010000");
-        EXPECT_EQ(board.Content("/sys/class/leds/" + led + "Yel/brightness"), "001000");
+        EXPECT_EQ(board.Written("/sys/class/leds/" + led + "Grn/brightness"), "010000");
+        EXPECT_EQ(board.Written("/sys/class/leds/" + led + "Yel/brightness"), "001000");
     }
 }
 

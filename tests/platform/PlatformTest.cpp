@@ -240,7 +240,10 @@ TEST(Platform, FailsWithEachFileThatIsMissingAndLeavesNothingOpen) {
         board.SetSettings("");
         board.LeaveOut(file.path);
 
-        const BoardResult result = Play(board, {"fail", file.path});
+        board.Start({SCENES_PROGRAM, "fail", file.path});
+        ASSERT_TRUE(PrivateBoard::WaitFor([&] { return !board.Content("/mnt/share/bring-back").empty(); }));
+        board.Control(std::string("fault ") + file.name + "=none");
+        const BoardResult result = board.Wait();
 
         const BoardCalls calls(file.name);
         EXPECT_EQ(result.output, "first use: open(settings) close(settings)" + calls.made + calls.ShutDown() +

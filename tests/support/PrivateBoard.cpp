@@ -16,6 +16,8 @@
 #include <thread>
 #include <utility>
 
+#include "board/virtual/BoardModel.h"
+
 namespace TestSupport {
 
 namespace {
@@ -106,24 +108,38 @@ std::string PrivateBoard::Content(const std::string& path) const {
     return ReadFile(Outside(path));
 }
 
-void PrivateBoard::Write(const std::string& path, const std::string& content) const {
-    const int file = open(Outside(path).c_str(), O_WRONLY | O_CLOEXEC);
-    const ssize_t written = write(file, content.data(), content.size());
-    close(file);
-    if (written != static_cast<ssize_t>(content.size()))
-        throw std::runtime_error("cannot write " + path);
+void PrivateBoard::Control(const std::string& command) const {
+    const std::string line = command + "\n";
+    const int pipe = open((folder / "board" / "control").c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    const ssize_t written = write(pipe, line.data(), line.size());
+    close(pipe);
+    if (written != static_cast<ssize_t>(line.size()))
+        throw std::runtime_error("the board does not take " + command);
 }
 
 std::string PrivateBoard::Written(const std::string& path) const {
-    std::string values = Content(path);
-    values.erase(std::remove(values.begin(), values.end(), '\n'), values.end());
-    return values;
+    const VelrixBoard::BoardModel model;
+    std::string signal;
+    for (const VelrixBoard::Line& line : model.Lines())
+        if (line.path == path)
+            signal = line.label;
+    for (const VelrixBoard::LedElement& element : model.LedElements())
+        if (element.path == path)
+            signal = element.Name();
+    if (signal.empty())
+        throw std::runtime_error(path + " is no value file");
+
+    std::istringstream writes(ReadFile(folder / "board" / "writes"));
+    std::string levels, time, name, level;
+    while (writes >> time >> name >> level)
+        if (name == signal)
+            levels += level;
+    return levels;
 }
 
 char PrivateBoard::Level(const std::string& path) const {
-    const std::string content = Content(path);
-    const std::size_t last = content.find_last_of("01");
-    return last == std::string::npos ? '?' : content[last];
+    const std::string levels = Written(path);
+    return levels.empty() ? '0' : levels.back();
 }
 
 std::string PrivateBoard::Changes() const {
@@ -153,8 +169,7 @@ bool PrivateBoard::WaitFor(const std::function<bool()>& condition) {
 }
 
 std::filesystem::path PrivateBoard::Outside(const std::string& path) const {
-    const std::pair<std::string, std::string> places[] = {
-        {"/var/dev/", "var-dev"}, {"/sys/class/leds/", "leds"}, {"/mnt/share/", "share"}, {"/var/log/apps/", "logs"}};
+    const std::pair<std::string, std::string> places[] = {{"/mnt/share/", "share"}, {"/var/log/apps/", "logs"}};
     for (const auto& [inside, outside] : places)
         if (path.starts_with(inside))
             return folder / "board" / outside / path.substr(inside.size());

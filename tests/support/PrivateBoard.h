@@ -40,23 +40,23 @@ public:
     void Signal(int number);
     BoardResult Wait();
 
-    // What a file of the board holds now, by its path on the device; empty for one that is missing.
+    // What a file of the board, but for value files, holds now, by its path on the device; empty for one that is
+    // missing.
     std::string Content(const std::string& path) const;
 
     // Where such a file lies on the machine.
     std::filesystem::path Outside(const std::string& path) const;
 
-    // Gives such a file another content in one write, as an input that changes.
-    void Write(const std::string& path, const std::string& content) const;
+    // A command to the running board: "set OXBO_MOD_1=1", "fault MS.red=EIO".
+    void Control(const std::string& command) const;
 
-    // What was written to an output's value file, in order: "0110". Exact as long as the program opened the file once;
-    // nothing and a single "0" look the same.
+    // What was written to an output's value file, in order: "0110". By the path that the file has without settings.
     std::string Written(const std::string& path) const;
 
-    // The level that was written last, '0' or '1'.
+    // The level of an output that was written last, '0' or '1'; outputs begin low.
     char Level(const std::string& path) const;
 
-    // Every change of a level in its order, "MS.green 1" a line. Two writes at nearly the same time may show as one.
+    // Every change of a level in its order, "MS.green 1" a line.
     std::string Changes() const;
 
     // The calls of the reboot command, a line each.

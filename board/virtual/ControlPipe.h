@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "board/virtual/BoardState.h"
+#include "board/virtual/FileDescriptor.h"
+#include "board/virtual/IBoardControl.h"
+#include "board/virtual/ILoopPart.h"
+
+namespace VelrixBoard {
+
+// A named pipe by which scripts outside control a running board, a line each:
+//
+//     set OXBO_MOD_1=1
+//     fault MS.red=EIO
+//     fault MS.red=none
+//     oxbo-ready-after 40ms          or "never"
+//
+// What a line does wrong is reported on standard error, and the line is left out.
+class ControlPipe final : public ILoopPart {
+public:
+    // Makes the pipe. Throws BoardError when it cannot.
+    ControlPipe(const std::filesystem::path& path, const BoardState& boardState, IBoardControl& boardControl);
+
+    int Descriptor() const override { return pipe.Get(); }
+    std::optional<BoardTime> Due() const override { return std::nullopt; }
+    void Run(BoardTime now) override;
+
+private:
+    void Obey(std::string_view line);
+
+    const BoardState& state;
+    IBoardControl& control;
+    FileDescriptor pipe;
+    std::string unfinished;
+};
+
+} // namespace VelrixBoard

@@ -1,0 +1,385 @@
+// SPDX-License-Identifier: Apache-2.0
+// Value files as programs find them: the test's own code runs on a real board.
+#include "board/virtual/FuseFiles.h"
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/epoll.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <sys/wait.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "board/virtual/Board.h"
+#include "board/virtual/BoardError.h"
+#include "board/virtual/IBoardAttachment.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace VelrixBoard {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+
+constexpr const char* RESET = "/var/dev/gpio-outputs/oxboResetN/value";
+constexpr const char* IRQ = "/var/dev/gpio-inputs/oxboIrqN/value";
+constexpr const char* MOD1 = "/var/dev/gpio-inputs/oxboMod1/value";
+constexpr const char* MS_RED = "/sys/class/leds/ledGwStsRed/brightness";
+
+// What came of a call: its result, or the error's name.
+std::string Of(long result) {
+    const int error = errno;
+    return result < 0 ? ::strerrorname_np(error) : std::to_string(result);
+}
+
+class FuseFilesTest : public testing::Test {
+protected:
+    // Runs the code on a board in a process of its own; gives what it wrote.
+    std::string OnBoard(const std::function<void(std::ostream&)>& code) {
+        options.directory = folder.Path("board");
+        const std::string output = folder.Path("output");
+        const pid_t process = ::fork();
+        if (process == 0) {
+            int status = 1 << 8;
+            try {
+                const auto main = [&] {
+                    std::ofstream stream(output);
+                    code(stream);
+                    return 0;
+                };
+                status = RunBoard(options, {main, -1, -1});
+            } catch (const std::exception& error) {
+                std::ofstream(output) << error.what();
+            }
+            ::_exit(WEXITSTATUS(status));
+        }
+        int status = 0;
+        ::waitpid(process, &status, 0);
+        EXPECT_EQ(status, 0);
+        return folder.Read("output");
+    }
+
+    // "OXBO_RL 1" for each line of the record.
+    std::string Record(const std::string& name) const {
+        std::istringstream lines(folder.Read("board/" + name));
+        std::string text, time, line;
+        while (lines >> time && std::getline(lines >> std::ws, line))
+            text += line + "\n";
+        return text;
+    }
+
+    const TestSupport::TemporaryFolder folder;
+    BoardOptions options;
+};
+
+std::string ReadAll(int file) {
+    std::array<char, 16> buffer;
+    const ssize_t length = ::pread(file, buffer.data(), buffer.size(), 0);
+    return length < 0 ? Of(length) : std::string(buffer.data(), static_cast<std::size_t>(length));
+}
+
+TEST_F(FuseFilesTest, TakesEveryWriteAsOneNewValueWhereverItGoes) {
+    const std::string output = OnBoard([](std::ostream& out) {
+        const int file = ::open(RESET, O_RDWR | O_CLOEXEC);
+        out << Of(::write(file, "1", 1)) << Of(::write(file, "0", 1)) << Of(::write(file, "0", 1)) << " ";
+        out << Of(::pwrite(file, "1\n", 2, 100)) << Of(::ftruncate(file, 0)) << ReadAll(file);
+        std::array<char, 2> parts = {'0', '1'};
+        const iovec vectors[] = {{&parts[0], 1}, {&parts[1], 1}};
+        out << Of(::writev(file, vectors, 2)) << " " << ReadAll(file);
+        out << Of(::write(file, "", 0)) << " " << Of(::write(file, "junk", 4)) << " "
+            << Of(::write(file, "2147483648", 10)) << "\n";
+        const int appending = ::open(RESET, O_WRONLY | O_APPEND | O_TRUNC | O_CLOEXEC);
+        out << ReadAll(file) << Of(::write(appending, "0", 1)) << " " << ReadAll(file);
+        const int copy = ::dup(file);
+        out << Of(::write(copy, "1", 1)) << "\n";
+    });
+
+    EXPECT_EQ(output, "111 201\n2 1\n0 EINVAL ERANGE\n1\n1 0\n1\n");
+    EXPECT_EQ(Record("writes"), "OXBO_RESET1_N 1\nOXBO_RESET1_N 0\nOXBO_RESET1_N 0\nOXBO_RESET1_N 1\n"
+                                "OXBO_RESET1_N 1\nOXBO_RESET1_N 0\nOXBO_RESET1_N 1\n");
+    EXPECT_THAT(Record("changes"), testing::StartsWith("OXBO_RESET1_N 1\nOXBO_RESET1_N 0\nOXBO_RESET1_N 1\n"
+                                                       "OXBO_RESET1_N 0\n"));
+}
+
+TEST_F(FuseFilesTest, ReadsALevelAndALineFeedAtEveryTime) {
+    const std::string output = OnBoard([](std::ostream& out) {
+        const int led = ::open(MS_RED, O_RDWR | O_CLOEXEC);
+        out << ReadAll(led) << Of(::write(led, "255", 3)) << ReadAll(led);
+        char c = 0;
+        out << Of(::pread(led, &c, 1, 1)) << (c == '\n') << Of(::pread(led, &c, 1, 2)) << " ";
+        struct stat status {};
+        ::fstat(led, &status);
+        out << status.st_size << " " << std::oct << status.st_mode << std::dec << (status.st_uid == ::getuid()) << " ";
+        ::stat(IRQ, &status);
+        out << std::oct << status.st_mode << std::dec << " ";
+        out << (::mmap(nullptr, 1, PROT_READ, MAP_SHARED, led, 0) == MAP_FAILED ? Of(-1) : "mapped");
+    });
+
+    EXPECT_EQ(output, "0\n31\n110 4096 1006441 100444 ENODEV");
+}
+
+TEST_F(FuseFilesTest, LetsNothingBeMadeRemovedOrChanged) {
+    options.asRoot = true; // whom no mode of a file stops
+    const std::string output = OnBoard([](std::ostream& out) {
+        out << Of(::open(IRQ, O_WRONLY | O_CLOEXEC)) << " " << Of(::open(IRQ, O_RDWR | O_CLOEXEC)) << " "
+            << Of(::open("/var/dev/new", O_WRONLY | O_CREAT | O_CLOEXEC, 0644)) << " "
+            << Of(::mknod("/var/dev/new", S_IFREG | 0644, 0)) << " " << Of(::mkdir("/var/dev/new", 0755)) << " "
+            << Of(::symlink("x", "/var/dev/new")) << " " << Of(::link(RESET, "/var/dev/new")) << " "
+            << Of(::unlink(RESET)) << " " << Of(::rmdir("/var/dev/gpio-outputs/oxboResetN")) << " "
+            << Of(::rename(RESET, "/var/dev/new")) << " " << Of(::chmod(RESET, 0600)) << " "
+            << Of(::open("/var/dev/none", O_RDONLY | O_CLOEXEC));
+    });
+
+    EXPECT_EQ(output, "EACCES EACCES EACCES EACCES EPERM EPERM EPERM EPERM EPERM EPERM EPERM ENOENT");
+}
+
+TEST_F(FuseFilesTest, WakesWhoWaitsForAnInput) {
+    options.oxboReadyAfter = 5ms;
+    const std::string output = OnBoard([](std::ostream& out) {
+        const int irq = ::open(IRQ, O_RDONLY | O_CLOEXEC);
+        const int reset = ::open(RESET, O_WRONLY | O_CLOEXEC);
+        pollfd wait = {irq, POLLPRI, 0};
+        // A file just opened has not been read.
+        out << ::poll(&wait, 1, 0) << ((wait.revents & POLLPRI) != 0) << ReadAll(irq);
+        out << ::poll(&wait, 1, 0) << " " << Of(::write(reset, "1", 1)) << ::poll(&wait, 1, 20000)
+            << ((wait.revents & (POLLPRI | POLLERR)) == (POLLPRI | POLLERR)) << ReadAll(irq);
+        out << ::poll(&wait, 1, 0) << " ";
+
+        const int queue = ::epoll_create1(EPOLL_CLOEXEC);
+        epoll_event event = {EPOLLPRI, {}};
+        out << ::epoll_ctl(queue, EPOLL_CTL_ADD, irq, &event) << Of(::write(reset, "0", 1))
+            << ::epoll_wait(queue, &event, 1, 20000) << ReadAll(irq);
+        wait.events = POLLIN | POLLOUT;
+        out << ::poll(&wait, 1, 0) << (wait.revents == (POLLIN | POLLOUT));
+    });
+
+    EXPECT_EQ(output, "111\n0 1110\n0 0111\n11");
+}
+
+TEST_F(FuseFilesTest, KeepsTheOrderOfWritesOfDifferentFiles) {
+    constexpr int ROUNDS = 200;
+    OnBoard([](std::ostream&) {
+        const int reset = ::open("/var/dev/gpio-outputs/qorResetN/value", O_WRONLY | O_CLOEXEC);
+        const int led = ::open(MS_RED, O_WRONLY | O_CLOEXEC);
+        for (int i = 0; i < ROUNDS; ++i) {
+            (void)!::write(reset, "1", 1);
+            (void)!::write(led, "1", 1);
+            (void)!::write(led, "0", 1);
+            (void)!::write(reset, "0", 1);
+        }
+    });
+
+    std::string expected;
+    for (int i = 0; i < ROUNDS; ++i)
+        expected += "QOR_RESET0_N 1\nMS.red 1\nMS.red 0\nQOR_RESET0_N 0\n";
+    EXPECT_EQ(Record("changes"), expected);
+    std::istringstream lines(folder.Read("board/changes"));
+    std::string before, time, rest;
+    for (; lines >> time && std::getline(lines, rest); before = time)
+        EXPECT_LT(std::stod(before.empty() ? "0" : before), std::stod(time));
+}
+
+TEST_F(FuseFilesTest, TakesATextThatLiesAcrossPagesAsOneValue) {
+    const std::string output = OnBoard([](std::ostream& out) {
+        const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+        std::vector<char> space(3 * page, '0');
+        char* boundary = space.data() + (page - reinterpret_cast<std::uintptr_t>(space.data()) % page);
+        *boundary = '1';
+        const int file = ::open(MS_RED, O_WRONLY | O_CLOEXEC);
+        out << Of(::write(file, boundary - 1, 2));
+    });
+
+    EXPECT_EQ(output, "2");
+    EXPECT_EQ(Record("writes"), "MS.red 1\n");
+}
+
+// Writes what it hears into a file at the end.
+class OrderRecorder final : public IBoardAttachment {
+public:
+    explicit OrderRecorder(std::string orderFile) : file(std::move(orderFile)) {}
+    ~OrderRecorder() override { std::ofstream(file) << order; }
+
+    std::string Announcement() const override { return "the order is recorded"; }
+    int Descriptor() const override { return -1; }
+    std::optional<BoardTime> Due() const override { return std::nullopt; }
+    void Run(BoardTime) override {}
+    void OnSyslog(std::string_view, BoardTime) override { order += "log "; }
+    void OnWebLog(std::string_view, BoardTime) override { order += "web "; }
+    void OnWrite(std::size_t, bool level, BoardTime) override { order += level ? "1 " : "0 "; }
+
+private:
+    std::string file;
+    std::string order;
+};
+
+TEST_F(FuseFilesTest, TellsTheSystemLogBeforeTheWriteThatFollows) {
+    constexpr int ROUNDS = 200;
+    options.attachments.push_back([this](const BoardState&, IBoardControl&, Clock) {
+        return std::make_unique<OrderRecorder>(folder.Path("order"));
+    });
+    OnBoard([](std::ostream&) {
+        const int led = ::open(MS_RED, O_WRONLY | O_CLOEXEC);
+        const int webLog = ::open("/mnt/share/logger", O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+        ::openlog("test", LOG_NDELAY, LOG_USER);
+        for (int i = 0; i < ROUNDS; ++i) {
+            ::syslog(LOG_INFO, "record");
+            (void)!::write(led, "1", 1);
+            (void)!::write(webLog, "+x\n", 3);
+            (void)!::write(led, "0", 1);
+        }
+    });
+
+    std::string expected;
+    for (int i = 0; i < ROUNDS; ++i)
+        expected += "log 1 web 0 ";
+    EXPECT_EQ(folder.Read("order"), expected);
+}
+
+TEST_F(FuseFilesTest, LosesNoWriteOfManyThreads) {
+    constexpr int THREADS = 4, WRITES = 2000;
+    const std::string output = OnBoard([](std::ostream& out) {
+        std::vector<std::thread> threads;
+        std::array<int, THREADS> failed{};
+        for (int t = 0; t < THREADS; ++t)
+            threads.emplace_back([&failed, t] {
+                const int file = ::open(t % 2 == 0 ? RESET : MS_RED, O_WRONLY | O_CLOEXEC);
+                for (int i = 0; i < WRITES; ++i)
+                    failed[static_cast<std::size_t>(t)] += ::write(file, i % 2 == 0 ? "1" : "0", 1) != 1;
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+        out << failed[0] + failed[1] + failed[2] + failed[3];
+    });
+
+    EXPECT_EQ(output, "0");
+    const std::string writes = Record("writes");
+    EXPECT_EQ(std::count(writes.begin(), writes.end(), '\n'), THREADS * WRITES);
+}
+
+TEST_F(FuseFilesTest, BreaksFilesAsItIsTold) {
+    options.faults = {{"OXBO_RL", {Fault::Kind::IO_ERROR}},
+                      {"OXBO_RESET1_N", {Fault::Kind::NO_SPACE}},
+                      {"MS.red", {Fault::Kind::NO_ACCESS}},
+                      {"MS.green", {Fault::Kind::MISSING}},
+                      {"OXBO_MOD_1", {Fault::Kind::IO_ERROR}}};
+    const std::string output = OnBoard([](std::ostream& out) {
+        const int loader = ::open("/var/dev/gpio-outputs/oxboRamLoaderEnable/value", O_RDWR | O_CLOEXEC);
+        out << Of(::write(loader, "1", 1)) << " " << ReadAll(loader) << " ";
+        const int reset = ::open(RESET, O_RDWR | O_CLOEXEC);
+        out << Of(::write(reset, "1", 1)) << " " << ReadAll(reset);
+        out << Of(::open(MS_RED, O_WRONLY | O_CLOEXEC)) << " ";
+        const char* green = "/sys/class/leds/ledGwStsGrn/brightness";
+        out << Of(::open(green, O_WRONLY | O_CLOEXEC)) << " " << Of(::access(green, F_OK)) << " ";
+        DIR* directory = ::opendir("/sys/class/leds/ledGwStsGrn");
+        int names = 0;
+        while (::readdir(directory) != nullptr)
+            ++names;
+        out << names << " " << ReadAll(::open(MOD1, O_RDONLY | O_CLOEXEC));
+    });
+
+    EXPECT_EQ(output, "EIO EIO ENOSPC 0\nEACCES ENOENT ENOENT 2 EIO");
+    EXPECT_EQ(Record("writes"), "");
+}
+
+TEST_F(FuseFilesTest, LetsAFileVanishAndReturnWhileItIsOpen) {
+    const std::string output = OnBoard([this](std::ostream& out) {
+        const int control = ::open(folder.Path("board/control").c_str(), O_WRONLY | O_CLOEXEC);
+        const int led = ::open(MS_RED, O_RDWR | O_CLOEXEC);
+        const auto command = [&](const std::string& text) { (void)!::write(control, text.data(), text.size()); };
+        // The control is obeyed some time after it was written.
+        const auto await = [&](const std::string& state) {
+            for (int i = 0; i < 20000 && Of(::access(MS_RED, F_OK)) != state; ++i)
+                ::usleep(1000);
+            return Of(::access(MS_RED, F_OK));
+        };
+        command("fault MS.red=missing\n");
+        out << await("ENOENT") << " " << Of(::write(led, "1", 1)) << " " << ReadAll(led) << " ";
+        command("fault MS.red=none\n");
+        out << await("0") << " " << Of(::write(led, "1", 1)) << " " << ReadAll(led);
+    });
+
+    EXPECT_EQ(output, "ENOENT ENODEV ENODEV 0 1 1\n");
+}
+
+TEST_F(FuseFilesTest, AnswersForASlowFileLateWithoutKeepingOthersWaiting) {
+    options.faults = {{"MS.red", {Fault::Kind::SLOW, 200ms}}};
+    const std::string output = OnBoard([](std::ostream& out) {
+        const int reset = ::open(RESET, O_WRONLY | O_CLOEXEC);
+        const int led = ::open(MS_RED, O_RDWR | O_CLOEXEC);
+        const auto begin = std::chrono::steady_clock::now();
+        std::thread writer([&] { out << Of(::write(led, "1", 1)); });
+        (void)!::write(reset, "1", 1);
+        writer.join();
+        out << " " << (std::chrono::steady_clock::now() - begin >= 200ms);
+    });
+
+    EXPECT_EQ(output, "1 1");
+    EXPECT_THAT(Record("writes"), testing::AnyOf("OXBO_RESET1_N 1\nMS.red 1\n"));
+}
+
+TEST_F(FuseFilesTest, LetsAProgramBeKilledWhileItWaitsForASlowFile) {
+    options.faults = {{"MS.red", {Fault::Kind::SLOW, 1h}}};
+    const std::string output = OnBoard([](std::ostream& out) {
+        std::array<int, 2> pipe{};
+        (void)!::pipe(pipe.data());
+        const pid_t child = ::fork();
+        if (child == 0) {
+            const int led = ::open(MS_RED, O_WRONLY | O_CLOEXEC);
+            (void)!::write(pipe[1], "", 1);
+            (void)!::write(led, "1", 1);
+            ::_exit(0);
+        }
+        char c = 0;
+        (void)!::read(pipe[0], &c, 1);
+        ::kill(child, SIGKILL);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        out << WTERMSIG(status);
+    });
+
+    EXPECT_EQ(output, std::to_string(SIGKILL));
+}
+
+TEST_F(FuseFilesTest, RefusesFaultsThatASignalCannotHave) {
+    BoardModel model;
+    model.Apply("led", "module_status_red", "/dev/null");
+    BoardState state(model);
+    FuseFiles files(
+        state, [] { return BoardTime(0); }, {0, 0}, {}, [] {});
+    const struct {
+        const char* name;
+        Fault fault;
+        const char* text;
+    } rows[] = {{"MS.red", {Fault::Kind::IO_ERROR}, "MS.red has no value file"},
+                {"OXBO_IRQ_N", {Fault::Kind::NO_SPACE}, "OXBO_IRQ_N is an input"}};
+    for (const auto& row : rows) {
+        const std::size_t signal = FindSignal(state, row.name);
+        try {
+            files.SetFault(signal, row.fault);
+            ADD_FAILURE() << row.name;
+        } catch (const BoardError& error) {
+            EXPECT_THAT(error.what(), HasSubstr(row.text));
+        }
+        EXPECT_EQ(files.FaultOf(signal), std::nullopt);
+    }
+}
+
+} // namespace
+} // namespace VelrixBoard
