@@ -22,6 +22,7 @@ function(velrix_add_test)
   # A test's own code runs once; optimising it would take the compiler longer than all the rest. The release build still does,
   # for the warnings that come of it.
   target_compile_options(${arg_NAME} PRIVATE $<$<CONFIG:Debug>:-O0>)
+  target_precompile_headers(${arg_NAME} REUSE_FROM test-support)
   get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
   # Listing the cases runs the program, which takes long with sanitizers, in an emulator and on a busy machine.
   gtest_discover_tests(${arg_NAME} TEST_PREFIX ${folder}. DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 300)
