@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/panel/Panel.h"
 
+#include <chrono>
 #include <cstring>
 
 #include <nlohmann/json.hpp>
@@ -23,7 +24,8 @@ std::string Text(const json& value) {
     return value.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
-// The board as the page needs it to draw and name everything: signals by their numbers.
+// The board as the page needs it to draw and name everything: signals by their numbers. "run" tells this board from one
+// that is started on the same port later.
 std::string Describe(const BoardState& state, const std::string& program) {
     json signals = json::array();
     for (std::size_t signal = 0; signal < state.Count(); ++signal)
@@ -35,7 +37,8 @@ std::string Describe(const BoardState& state, const std::string& program) {
         signals[lines + i]["led"] = elements[i].led;
         signals[lines + i]["color"] = ColorName(elements[i].color);
     }
-    return Text({{"program", program}, {"signals", signals}});
+    const auto run = std::chrono::system_clock::now().time_since_epoch().count();
+    return Text({{"run", std::to_string(run)}, {"program", program}, {"signals", signals}});
 }
 
 std::vector<bool> Levels(const BoardState& state) {

@@ -20,11 +20,14 @@ using nlohmann::json;
 
 class PanelTest : public testing::Test {
 protected:
-    json State() {
-        httplib::Client client("127.0.0.1", Port());
+    static int Port(const Panel& panel) {
+        return std::stoi(panel.Address().substr(std::string("http://127.0.0.1:").size()));
+    }
+    static json State(const Panel& panel) {
+        httplib::Client client("127.0.0.1", Port(panel));
         return json::parse(client.Get("/state")->body);
     }
-    int Port() const { return std::stoi(panel.Address().substr(std::string("http://127.0.0.1:").size())); }
+    json State() const { return State(panel); }
 
     BoardModel model;
     BoardState state{model};
@@ -42,6 +45,14 @@ TEST_F(PanelTest, DescribesTheBoardByItsModel) {
     EXPECT_EQ(board["signals"][10]["led"], "MS");
     EXPECT_EQ(board["signals"][10]["color"], "red");
     EXPECT_EQ(State()["levels"], "10000011000000000");
+}
+
+TEST_F(PanelTest, TellsItselfFromOtherBoards) {
+    const Panel next(
+        state, control, [] { return 3s; }, "gateway --now", 0);
+
+    EXPECT_EQ(State()["board"]["run"], State()["board"]["run"]);
+    EXPECT_NE(State()["board"]["run"], State(next)["board"]["run"]);
 }
 
 TEST_F(PanelTest, ShowsWhatHappensOnTheBoard) {
@@ -104,7 +115,7 @@ TEST_F(PanelTest, ShowsHowTheProgramEnded) {
 TEST_F(PanelTest, DoesOnTheLoopWhatAPageAsksFor) {
     int status = 0;
     std::thread page([&] {
-        httplib::Client client("127.0.0.1", Port());
+        httplib::Client client("127.0.0.1", Port(panel));
         status = client.Post("/inputs/OXBO_MOD_1", R"({"level":true})", "application/json")->status;
     });
 

@@ -82,8 +82,9 @@ function text(x, y, content, className) {
 
 function lens(led, x, y) {
   return shape('g', { class: 'led', 'data-led': led, 'data-color': 'off', transform: `translate(${x} ${y})` },
-    shape('circle', { class: 'glow', r: 30 }), shape('circle', { class: 'ring', r: 11 }),
-    shape('circle', { class: 'lens', r: 8.5 }), shape('ellipse', { class: 'shine', cx: -2.5, cy: -3, rx: 3, ry: 2 }));
+    shape('g', { class: 'lamp' },
+      shape('circle', { class: 'glow', r: 30 }), shape('circle', { class: 'ring', r: 11 }),
+      shape('circle', { class: 'lens', r: 8.5 }), shape('ellipse', { class: 'shine', cx: -2.5, cy: -3, rx: 3, ry: 2 })));
 }
 
 function port(x, y, label) {

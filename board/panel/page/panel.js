@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 // The page: keeps a copy of the board from the server's events, shows it, and sends what is operated.
+import { follow } from './feed.js';
 import { describe, drawFront, phases } from './leds.js';
 import { SystemLogView, WebLogView } from './log.js';
 import { SPANS, Waveform } from './waveform.js';
 
 const KEPT = 40e6; // microseconds of changes
-const RETRY = 1000; // milliseconds
 
 const find = (id) => document.getElementById(id);
 
-const board = { signals: [], leds: [], faults: {}, offset: Infinity };
-// Microseconds since the board's start. Events reach the page late at times, never early.
-const now = () => performance.now() * 1000 - board.offset;
+const board = { signals: [], leds: [], faults: {}, offset: Infinity, lostAt: null };
+// Microseconds since the board's start, up to its end. Events reach the page late at times, never early.
+const now = () => board.lostAt ?? performance.now() * 1000 - board.offset;
 const waveform = new Waveform(find('waveform'), find('canvas'), now);
 const webLog = new WebLogView(find('web-log'));
 const systemLog = new SystemLogView(find('system-log'));
@@ -37,28 +37,11 @@ function setPill(element, state, text) {
 
 // ---- what the server tells ----
 
-let source = null;
-let retry = 0;
-
-function connect() {
-  clearTimeout(retry);
-  source?.close();
-  source = new EventSource('events');
-  source.onmessage = (event) => receive(JSON.parse(event.data));
-  source.onerror = () => {
-    setPill(find('connection'), 'lost', 'board gone, looking for it');
-    document.body.classList.add('lost');
-    source.close();
-    retry = setTimeout(connect, RETRY);
-  };
+function lost() {
+  board.lostAt ??= now();
+  setPill(find('connection'), 'lost', 'board gone, looking for it');
+  document.body.classList.add('lost');
 }
-
-// Browsers open six connections to one server at most, so a tab that nobody sees gives its own away.
-document.addEventListener('visibilitychange', () => {
-  if (!document.hidden) return connect();
-  clearTimeout(retry);
-  source?.close();
-});
 
 function receive(message) {
   if (message.board) begin(message.board);
@@ -82,18 +65,24 @@ function receive(message) {
   showLeds();
 }
 
-// Everything anew: the first message of a connection, to this board or to one started since.
+// The first message of a connection. What the reader of the page has chosen stays when it is the same board as before.
 function begin(description) {
+  const isNew = description.run !== board.run;
+  board.run = description.run;
   board.offset = Infinity;
+  board.lostAt = null;
   board.signals = description.signals.map((signal) => ({ ...signal, level: false, entries: [] }));
   const names = [...new Set(board.signals.filter((signal) => signal.led).map((signal) => signal.led))];
   board.leds = names.map((name) => ({ name, elements: board.signals.filter((signal) => signal.led === name) }));
   document.body.classList.remove('lost');
   setPill(find('connection'), 'ready', 'connected');
   setText(find('program-name'), description.program);
-  showError('');
-  webLog.clear();
-  systemLog.clear();
+  if (isNew) {
+    showError('');
+    webLog.clear();
+    systemLog.clear();
+    waveform.pause(false);
+  }
   buildFront(names);
   buildLines();
   buildFaultChoices();
@@ -111,7 +100,8 @@ function buildFront(names) {
   if (find('leds').childElementCount === names.length) return;
   find('front').replaceChildren(drawFront(names));
   find('leds').replaceChildren(...names.map((name) => make('li', { 'data-led': name },
-    make('span', { class: 'dot', 'data-color': 'off' }), make('strong', {}, name), ': ', make('span', { class: 'pattern' }, 'off'))));
+    make('span', { class: 'dot', 'data-color': 'off' }),
+    make('span', {}, make('strong', {}, name), ': ', make('span', { class: 'pattern' }, 'off')))));
 }
 
 const announced = new Map();
@@ -274,4 +264,4 @@ find('waveform').addEventListener('keydown', (event) => {
   KEYS[event.key]();
 });
 
-connect();
+follow({ receive, lost });

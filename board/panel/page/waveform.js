@@ -3,6 +3,7 @@
 
 export const SPANS = [0.5, 1, 2, 5, 10, 30]; // seconds
 const KEPT = 30e6; // microseconds of the past that may be looked at
+const FRAME = 30; // milliseconds between two drawings, at least
 const ROW = 24;
 const AXIS = 22;
 
@@ -26,9 +27,12 @@ export class Waveform {
       matchMedia(query).addEventListener('change', () => this.readColors());
     new ResizeObserver(() => this.resize()).observe(holder);
     this.readColors();
-    const frame = () => {
-      if (!document.hidden && this.pausedAt === null) this.draw();
+    let drawn = 0;
+    const frame = (time) => {
       requestAnimationFrame(frame);
+      if (this.pausedAt !== null || time - drawn < FRAME) return;
+      drawn = time;
+      this.draw();
     };
     requestAnimationFrame(frame);
   }
@@ -57,7 +61,6 @@ export class Waveform {
   setSignals(rows, signals) {
     this.rows = rows;
     this.signals = signals;
-    this.pausedAt = null;
     this.resize();
   }
 
