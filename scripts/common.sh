@@ -31,6 +31,28 @@ quietly() {
     return "$code"
 }
 
+# retry COMMAND...: mirrors are at times out of reach for a moment or in the middle of an update.
+retry() {
+    local attempt pause=2
+    for attempt in 1 2 3 4 5; do
+        "$@" && return
+        ((attempt == 5)) && return 1
+        echo "attempt $attempt failed, the next one in $pause s: $*" >&2
+        sleep "$pause"
+        pause=$((pause * 3))
+    done
+}
+
+# install_node_modules FOLDER: what tests/panel/browser needs, in FOLDER/node_modules. Needs no network when it is there.
+install_node_modules() {
+    local folder=$1 stamp=$1/node_modules/installed
+    mkdir -p "$folder"
+    cmp -s tests/panel/browser/package-lock.json "$stamp" && return
+    cp tests/panel/browser/package.json tests/panel/browser/package-lock.json "$folder"
+    retry quietly "$folder/npm.log" npm --prefix "$folder" ci --ignore-scripts --no-audit --no-fund --loglevel=error || return
+    cp tests/panel/browser/package-lock.json "$stamp"
+}
+
 # build PRESET [FOLDER [TARGET...]]: configures and builds.
 build() {
     local preset=$1 folder=${2:-build/$1} log

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+// A board with its panel. The program on it is a shell, which does what a test says, or what else a test runs.
+import { spawn } from 'node:child_process';
+import { once } from 'node:events';
+import { createInterface } from 'node:readline';
+
+const DONE = 'the shell has done it';
+
+export class Board {
+  // options: those of velrix-board run beside --panel. Throws with what the board says when it does not start.
+  static async start({ port = 0, options = [], program = ['sh'] } = {}) {
+    const board = new Board();
+    board.process = spawn(process.env.VELRIX_BOARD, ['run', `--panel=${port}`, ...options, '--', ...program]);
+    board.ended = once(board.process, 'exit');
+    board.answers = createInterface({ input: board.process.stdout })[Symbol.asyncIterator]();
+    let said = '';
+    for await (const line of createInterface({ input: board.process.stderr })) {
+      said += `${line}\n`;
+      board.address = /the panel is at (http:\S+)/.exec(line)?.[1];
+      if (board.address) break;
+    }
+    if (!board.address) throw new Error(`the board did not start: ${said}`);
+    board.process.stderr.resume();
+    board.port = Number(new URL(board.address).port);
+    return board;
+  }
+
+  // Has the shell run a command; returns what that printed once it has ended.
+  async do(command) {
+    this.process.stdin.write(`${command}\necho '${DONE}'\n`);
+    const printed = [];
+    for (;;) {
+      const { value, done } = await this.answers.next();
+      if (done) throw new Error(`the program ended instead of doing ${command}`);
+      if (value === DONE) return printed.join('\n');
+      printed.push(value);
+    }
+  }
+
+  async state() {
+    return (await fetch(new URL('state', this.address))).json();
+  }
+
+  // The value file of a line, or of an LED's element such as MS.green.
+  async path(name) {
+    this.signals ??= (await this.state()).board.signals;
+    return this.signals.find((signal) => signal.name === name).path;
+  }
+
+  // As an application does: one byte into the value file.
+  async write(name, level) {
+    await this.do(`printf ${level} >${await this.path(name)}`);
+  }
+
+  async read(name) {
+    return this.do(`cat ${await this.path(name)}`);
+  }
+
+  async log(...records) {
+    await this.do(`printf '%s\\n' ${records.map((record) => `'${record}'`).join(' ')} >>/mnt/share/logger`);
+  }
+
+  // Lets the program end, and the board with it.
+  async stop() {
+    this.process.stdin.end();
+    await this.ended;
+  }
+}

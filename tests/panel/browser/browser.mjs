@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+// The browser that the tests use, and what they hold of every page at all times.
+import assert from 'node:assert/strict';
+import { createRequire } from 'node:module';
+import { mkdtemp, rm } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+
+export const load = createRequire(join(process.env.VELRIX_NODE_MODULES, 'package.json'));
+const { chromium } = load('playwright-core');
+
+export const DESKTOP = { width: 1280, height: 900 };
+export const PHONE = { width: 390, height: 844 };
+const PATIENCE = 20_000; // milliseconds that anything may take on a machine that is busy
+
+const FLAGS = [
+  '--disable-gpu', '--disable-quic', '--no-first-run', '--disable-background-networking', '--disable-component-update',
+  '--disable-sync', '--host-resolver-rules=MAP * ~NOTFOUND, EXCLUDE 127.0.0.1',
+];
+
+export class Browser {
+  static async launch() {
+    const browser = new Browser();
+    // Chromium wants a home of its user's own, which not every user has.
+    browser.home = await mkdtemp(join(tmpdir(), 'velrix-panel-'));
+    browser.chromium = await chromium.launch({
+      executablePath: process.env.VELRIX_CHROMIUM ?? '/usr/bin/chromium',
+      args: FLAGS,
+      env: { ...process.env, HOME: browser.home, XDG_CONFIG_HOME: browser.home, XDG_CACHE_HOME: browser.home },
+    });
+    return browser;
+  }
+
+  async close() {
+    await this.chromium.close();
+    await rm(this.home, { recursive: true, force: true, maxRetries: 5 });
+  }
+
+  // A window of its own: with no past, and with nothing in common with other windows.
+  async window(options = {}) {
+    const context = await this.chromium.newContext({ viewport: DESKTOP, ...options });
+    context.setDefaultTimeout(PATIENCE);
+    return new Window(context);
+  }
+}
+
+// The tabs of one window, with all that went wrong in them.
+class Window {
+  constructor(context) {
+    this.context = context;
+    this.wrong = [];
+    this.origins = new Set();
+    context.on('request', (request) => this.origins.add(new URL(request.url()).origin));
+    context.on('console', (message) => {
+      if (message.type() === 'error' || message.type() === 'warning') this.wrong.push(message.text());
+    });
+    context.on('weberror', (error) => this.wrong.push(String(error.error())));
+  }
+
+  // Returns a page that shows the board and hears of it.
+  async open(board) {
+    const page = await this.context.newPage();
+    await page.goto(board.address);
+    await page.getByText('connected', { exact: true }).waitFor();
+    return page;
+  }
+
+  // No page complained, and none asked anybody but the board for anything. Where a request was to fail, because the board had
+  // ended or by the test's own doing, Chromium's message on that is none of the page's.
+  async close(board, { withFailedRequests = false } = {}) {
+    await this.context.close();
+    assert.deepEqual(this.wrong.filter((text) => !withFailedRequests || !text.startsWith('Failed to load resource: ')), []);
+    assert.deepEqual([...this.origins], [new URL(board.address).origin]);
+  }
+}
+
+export function hasText(locator, text) {
+  return locator.filter({ hasText: text }).first().waitFor();
+}

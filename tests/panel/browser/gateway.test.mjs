@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+// The panel while the example application runs, as a newcomer sees it.
+import { after, before, test } from 'node:test';
+import { Board } from './board.mjs';
+import { Browser, PHONE, hasText } from './browser.mjs';
+
+let browser;
+
+before(async () => { browser = await Browser.launch(); });
+after(() => browser.close());
+
+test('the panel shows the life of the gateway', async () => {
+  const board = await Board.start({ program: [process.env.VELRIX_GATEWAY] });
+  const window = await browser.window({ viewport: PHONE, colorScheme: 'dark', reducedMotion: 'reduce' });
+  try {
+    const page = await window.open(board);
+    const pattern = (name) => page.locator(`.leds [data-led="${name}"]`);
+    const webLog = page.getByRole('log', { name: 'Web log' });
+    const spoken = [];
+    await page.exposeFunction('speak', (text) => spoken.push(text));
+    await page.evaluate(() => new MutationObserver(() => window.speak(document.getElementById('announcement').textContent))
+      .observe(document.getElementById('announcement'), { childList: true }));
+
+    await page.locator('[role=progressbar][aria-label="Starting up"][aria-valuenow="100"]').waitFor();
+    await hasText(webLog, 'Waiting for a connection');
+    await hasText(pattern('MS'), 'MS: flashing green, 500 ms');
+    await hasText(webLog, 'Connection established');
+    await hasText(pattern('MS'), 'MS: steady green');
+    await hasText(pattern('NS'), 'NS: steady green');
+    await hasText(page.locator('#system-log .info'), 'gatewayConnection established');
+    while (!spoken.join().includes('MS: steady green')) await page.evaluate(() => new Promise(requestAnimationFrame));
+
+    await page.getByRole('button', { name: 'Stop program' }).click();
+    await hasText(page.locator('#program-state'), 'ended with 0');
+    await board.ended;
+  } finally {
+    await board.stop();
+    await window.close(board, { withFailedRequests: true });
+  }
+});
