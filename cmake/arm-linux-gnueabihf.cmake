@@ -11,5 +11,8 @@ set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 set(CMAKE_FIND_ROOT_PATH /usr/arm-linux-gnueabihf /usr)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 
+# pkg-config knows the build machine's libraries unless it is told where the device's are described.
+set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/arm-linux-gnueabihf/pkgconfig:/usr/share/pkgconfig)
+
 # Runs the tests on the build machine. -L names the folder with the ARM dynamic loader and C library.
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L /usr/arm-linux-gnueabihf)
