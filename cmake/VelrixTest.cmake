@@ -24,6 +24,13 @@ function(velrix_add_test)
   target_compile_options(${arg_NAME} PRIVATE $<$<CONFIG:Debug>:-O0>)
   target_precompile_headers(${arg_NAME} REUSE_FROM test-support)
   get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
+  set(environment)
+  if(CMAKE_CROSSCOMPILING_EMULATOR)
+    # For tests that start programs of this build: tests/support/Emulator.h.
+    list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
+    set(environment ENVIRONMENT "VELRIX_TEST_EMULATOR=${emulator}")
+  endif()
   # Listing the cases runs the program, which takes long with sanitizers, in an emulator and on a busy machine.
-  gtest_discover_tests(${arg_NAME} TEST_PREFIX ${folder}. DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 300)
+  gtest_discover_tests(${arg_NAME} TEST_PREFIX ${folder}. DISCOVERY_TIMEOUT 120
+    PROPERTIES TIMEOUT 300 ${environment})
 endfunction()

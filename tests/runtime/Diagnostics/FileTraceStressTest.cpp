@@ -19,12 +19,14 @@
 #include <System/Diagnostics/FileTraceListener.h>
 
 #include "tests/runtime/Diagnostics/TraceProgram.h"
+#include "tests/support/Emulator.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
 
 using namespace System;
 using namespace System::Diagnostics;
+using TestSupport::ShellCommand;
 using TestSupport::TemporaryFolder;
 
 constexpr int THREADS = 8, PROCESSES = 4, RECORDS = 10'000;
@@ -99,7 +101,7 @@ void WriteAll(const std::string& path, const Meanwhile& meanwhile) {
         thread.join();
     for (auto& program : programs) {
         const auto result = program->Wait();
-        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.exitCode, 0);
         EXPECT_EQ(result.errors, "");
     }
 }
@@ -177,7 +179,7 @@ TEST(FileTraceStress, KeepsLinesWholeWhenWritersAreKilled) {
         while (size < before + 100'000)
             size = std::filesystem::file_size(path);
         ::kill(program->Id(), SIGKILL);
-        EXPECT_EQ(WTERMSIG(program->Wait().status), SIGKILL);
+        EXPECT_EQ(program->Wait().exitCode, 128 + SIGKILL);
     }
     TraceProgram(TraceProgram::Life({"file:" + path, "numbers", "3", "late"})).Wait();
 
@@ -189,7 +191,7 @@ TEST(FileTraceStress, KeepsLinesWholeWhenWritersAreKilled) {
 TEST(FileTraceStress, RunsOnWithAFullDiskAndReportsItOnce) {
     auto result = TraceProgram(TraceProgram::Life({"file:/dev/full", "numbers", "100", "x"})).Wait();
 
-    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.errors, "Trace listener System::Diagnostics::FileTraceListener failed: System::IO::IOException: "
                              "Cannot write: /dev/full: No space left on device\n");
 }
@@ -210,7 +212,8 @@ TEST(FileTraceStress, TellsFilesOfTheSameNumberOnTwoDisksApart) {
         [ "$(stat -c %i a/log)" = "$(stat -c %i b/log)" ]
         ln -s a/log log
         mkfifo in out
-        )sh" TRACE_LIFE_PROGRAM R"sh( file:log listen <in >out &
+        )sh" + ShellCommand(TRACE_LIFE_PROGRAM) +
+                                      R"sh( file:log listen <in >out &
         exec 3>in 4<out
         echo one >&3
         read -r line <&4
@@ -223,7 +226,7 @@ TEST(FileTraceStress, TellsFilesOfTheSameNumberOnTwoDisksApart) {
         echo --
         cat b/log)sh");
 
-    ASSERT_EQ(result.status, 0) << result.errors;
+    ASSERT_EQ(result.exitCode, 0) << result.errors;
     EXPECT_EQ(result.output.find("] one\n--\n"), result.output.find("] "));
     EXPECT_TRUE(result.output.ends_with("] two\n")) << result.output;
 }
@@ -233,10 +236,11 @@ TEST(FileTraceStress, RecordsFlowAgainWhenTheDiskHasRoom) {
     const std::string mount = folder.Path("small"), log = mount + "/log", ballast = mount + "/ballast";
     std::filesystem::create_directory(mount);
     const std::string script = "mount -t tmpfs -o size=64k small " + mount + " && head -c 20000 /dev/zero >" + ballast +
-                               " && " + TRACE_LIFE_PROGRAM + " file:" + log + " fill " + ballast + " && cat " + log;
+                               " && " + ShellCommand(TRACE_LIFE_PROGRAM) + " file:" + log + " fill " + ballast +
+                               " && cat " + log;
     const auto result = RunWithMounts(script);
 
-    ASSERT_EQ(result.status, 0) << result.errors;
+    ASSERT_EQ(result.exitCode, 0) << result.errors;
     EXPECT_EQ(result.errors, "Trace listener System::Diagnostics::FileTraceListener failed: System::IO::IOException: "
                              "Cannot write: " +
                                  log + ": No space left on device\n");

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include <sys/statvfs.h>
 #include <sys/wait.h>
@@ -17,6 +18,8 @@
 #include <System/Diagnostics/EventLogTraceListener.h>
 #include <System/Diagnostics/FileTraceListener.h>
 #include <System/Diagnostics/Trace.h>
+
+#include "tests/support/Emulator.h"
 
 namespace {
 
@@ -94,9 +97,12 @@ int Fork(bool endsByExit) {
 
 int Execute(char** arguments) {
     Trace::TraceInformation("before");
-    char way[] = "executed";
-    char* const next[] = {arguments[0], arguments[1], way, nullptr};
-    ::execv("/proc/self/exe", next);
+    std::vector<std::string> command = TestSupport::Command({arguments[0], arguments[1], "executed"});
+    std::vector<char*> next;
+    for (std::string& word : command)
+        next.push_back(word.data());
+    next.push_back(nullptr);
+    ::execvp(next[0], next.data());
     return 1;
 }
 

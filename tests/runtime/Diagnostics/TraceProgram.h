@@ -1,21 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdlib>
+#include <csignal>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "tests/support/Emulator.h"
 #include "tests/support/TemporaryFolder.h"
 
 // A run of the program trace-life, or of another one that leads to it.
 class TraceProgram final {
 public:
     struct Result {
-        int status; // as waitpid gives it
+        int exitCode; // 128 and the signal's number for a program that a signal ended
         std::string output;
         std::string errors;
     };
@@ -46,7 +48,7 @@ public:
     // trace-life itself with these arguments.
     static std::vector<std::string> Life(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), TRACE_LIFE_PROGRAM);
-        return arguments;
+        return TestSupport::Command(std::move(arguments));
     }
 
     int Id() const noexcept { return process; }
@@ -55,7 +57,8 @@ public:
         int status = -1;
         ::waitpid(process, &status, 0);
         process = -1;
-        return {status, folder.Read("output"), folder.Read("errors")};
+        return {WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status), folder.Read("output"),
+                TestSupport::WithoutWordsOfTheEmulator(folder.Read("errors"))};
     }
 
 private:
