@@ -7,34 +7,22 @@
 
 #include <gtest/gtest.h>
 
-#include <System/Diagnostics/Trace.h>
 #include <System/Exceptions.h>
 #include <System/IO/Exceptions.h>
 
-#include <velrix/settings/SettingsFile.h>
-
+#include "tests/identity/Device.h"
 #include "tests/support/AllocationFailure.h"
 #include "tests/support/ExpectException.h"
 #include "tests/support/FailingSystemCalls.h"
-#include "tests/support/RecordingListener.h"
-#include "tests/support/TemporaryFolder.h"
 
 using TestSupport::ExpectException;
 using TestSupport::FailingSystemCalls;
-using TestSupport::TemporaryFolder;
 using Velrix::HardwareInfo;
-using Velrix::Settings::SettingsFile;
 
 namespace {
 
-// A system configuration folder of the test's own, and the settings naming it.
-struct Device {
-    explicit Device(const std::string& revision) {
-        SettingsFile::INSTANCE.Value()->system_config_dir = folder.Path();
-        folder.Write("hwrevision", revision);
-    }
-
-    const TemporaryFolder folder;
+struct HardwareDevice : Device {
+    explicit HardwareDevice(const std::string& revision) : Device{{"hwrevision", revision}} {}
 };
 
 } // namespace
@@ -53,7 +41,7 @@ TEST(HardwareInfo, ReadsNameAndRevision) {
 
     for (const auto& row : rows) {
         SCOPED_TRACE(row.file);
-        const Device device(row.file);
+        const HardwareDevice device(row.file);
 
         const auto hardware = HardwareInfo::Create();
 
@@ -72,13 +60,13 @@ TEST(HardwareInfo, RefusesOtherThanTwoWords) {
     for (const char* const file :
          {"", "mainboard", "mainboard 3.0.1 b", "mainboard  3.0.1", "mainboard 3.0.1 ", "mainboard\t3.0.1"}) {
         SCOPED_TRACE(file);
-        const Device device(file);
+        const HardwareDevice device(file);
         ExpectException<System::FormatException>("hej", [] { HardwareInfo::Create(); });
     }
 }
 
 TEST(HardwareInfo, RefusesARevisionWithoutThreeParts) {
-    const Device device("mainboard 3.0");
+    const HardwareDevice device("mainboard 3.0");
 
     ExpectException<System::ArgumentException>("[3, 0]", [] { HardwareInfo::Create(); });
 }
@@ -86,19 +74,19 @@ TEST(HardwareInfo, RefusesARevisionWithoutThreeParts) {
 TEST(HardwareInfo, RefusesARevisionThatIsNoNumber) {
     for (const char* const file : {"mainboard v3.0.1", "mainboard 3.0.1\n", "mainboard 3..1"}) {
         SCOPED_TRACE(file);
-        const Device device(file);
+        const HardwareDevice device(file);
         EXPECT_THROW(HardwareInfo::Create(), System::FormatException);
     }
 }
 
 TEST(HardwareInfo, CutsRevisionNumbersTo8Bits) {
-    const Device device("mainboard 1.256.300");
+    const HardwareDevice device("mainboard 1.256.300");
 
     EXPECT_EQ(HardwareInfo::Create()->ToString(), "HardwareInfo[name=mainboard, version=1.0.44]");
 }
 
 TEST(HardwareInfo, HasNoDefaultForAFileThatCannotBeRead) {
-    const Device device("mainboard 3.0.1");
+    const HardwareDevice device("mainboard 3.0.1");
     const std::string path = device.folder.Path("hwrevision");
 
     {
@@ -114,20 +102,19 @@ TEST(HardwareInfo, HasNoDefaultForAFileThatCannotBeRead) {
 }
 
 TEST(HardwareInfo, TracesNothing) {
-    const Device device("mainboard");
-    const auto listener = TestSupport::RecordingListener::Create();
-    System::Diagnostics::Trace::AddListener(listener);
+    const HardwareDevice device("mainboard");
 
-    EXPECT_THROW(HardwareInfo::Create(), System::FormatException);
-    device.folder.Write("hwrevision", "mainboard 1.256.300");
-    HardwareInfo::Create();
+    const std::string trace = TraceOf([&] {
+        EXPECT_THROW(HardwareInfo::Create(), System::FormatException);
+        device.folder.Write("hwrevision", "mainboard 1.256.300");
+        HardwareInfo::Create();
+    });
 
-    System::Diagnostics::Trace::RemoveListener(listener);
-    EXPECT_EQ(listener->Log(), "");
+    EXPECT_EQ(trace, "");
 }
 
 TEST(HardwareInfo, IsReadOnceAndAgainOnlyAfterAFailure) {
-    const Device device("");
+    const HardwareDevice device("");
     device.folder.Remove("hwrevision");
     try {
         HardwareInfo::INSTANCE.Value();
@@ -147,7 +134,7 @@ TEST(HardwareInfo, IsReadOnceAndAgainOnlyAfterAFailure) {
 }
 
 TEST(HardwareInfo, SurvivesEveryAllocationFailure) {
-    const Device device("mainboard 3.0.1");
+    const HardwareDevice device("mainboard 3.0.1");
 
     const long failures = TestSupport::FailEachAllocation([] { HardwareInfo::Create()->ToString(); });
 
@@ -155,7 +142,7 @@ TEST(HardwareInfo, SurvivesEveryAllocationFailure) {
 }
 
 TEST(HardwareInfo, SurvivesEveryAllocationFailureOfARefusal) {
-    const Device device("mainboard");
+    const HardwareDevice device("mainboard");
 
     const long failures = TestSupport::FailEachAllocation([] {
         try {

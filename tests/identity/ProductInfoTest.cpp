@@ -7,35 +7,23 @@
 
 #include <gtest/gtest.h>
 
-#include <System/Diagnostics/Trace.h>
 #include <System/Exceptions.h>
 #include <System/IO/Exceptions.h>
 
-#include <velrix/settings/SettingsFile.h>
-
+#include "tests/identity/Device.h"
 #include "tests/support/AllocationFailure.h"
 #include "tests/support/ExpectException.h"
 #include "tests/support/FailingSystemCalls.h"
-#include "tests/support/RecordingListener.h"
-#include "tests/support/TemporaryFolder.h"
 
 using TestSupport::ExpectException;
 using TestSupport::FailingSystemCalls;
-using TestSupport::TemporaryFolder;
 using Velrix::ProductInfo;
-using Velrix::Settings::SettingsFile;
 
 namespace {
 
-// A system configuration folder of the test's own, and the settings naming it.
-struct Device {
-    Device(const std::string& serialNumber, const std::string& version) {
-        SettingsFile::INSTANCE.Value()->system_config_dir = folder.Path();
-        folder.Write("serialnumber.product", serialNumber);
-        folder.Write("version.product", version);
-    }
-
-    const TemporaryFolder folder;
+struct ProductDevice : Device {
+    ProductDevice(const std::string& serialNumber, const std::string& version)
+        : Device{{"serialnumber.product", serialNumber}, {"version.product", version}} {}
 };
 
 } // namespace
@@ -55,7 +43,7 @@ TEST(ProductInfo, ReadsSerialNumberAndVersion) {
 
     for (const auto& row : rows) {
         SCOPED_TRACE(row.file);
-        const Device device(row.file, "v2.1.0");
+        const ProductDevice device(row.file, "v2.1.0");
 
         const auto product = ProductInfo::Create();
 
@@ -71,7 +59,7 @@ TEST(ProductInfo, CannotBeChanged) {
 }
 
 TEST(ProductInfo, CutsVersionNumbersTo8Bits) {
-    const Device device("1", "v1.256.300");
+    const ProductDevice device("1", "v1.256.300");
 
     EXPECT_EQ(ProductInfo::Create()->ToString(), "ProductInfo[SerialNumber=1, version=1.0.44]");
 }
@@ -84,7 +72,7 @@ TEST(ProductInfo, RefusesASerialNumberThatIsNotHexadecimal) {
 
     for (const auto& row : rows) {
         SCOPED_TRACE(row.file);
-        const Device device(row.file, "v2.1.0");
+        const ProductDevice device(row.file, "v2.1.0");
         try {
             ProductInfo::Create();
             ADD_FAILURE() << "nothing was thrown";
@@ -93,24 +81,24 @@ TEST(ProductInfo, RefusesASerialNumberThatIsNotHexadecimal) {
         }
     }
 
-    const Device device("10000000000000000", "v2.1.0");
+    const ProductDevice device("10000000000000000", "v2.1.0");
     EXPECT_THROW(ProductInfo::Create(), System::OverflowException);
 }
 
 TEST(ProductInfo, RefusesAVersionWithoutItsV) {
-    const Device device("ff", "2.1.0");
+    const ProductDevice device("ff", "2.1.0");
 
     ExpectException<System::ArgumentException>("v", [] { ProductInfo::Create(); });
 }
 
 TEST(ProductInfo, RefusesAVersionWithoutThreeParts) {
-    const Device device("ff", "v2.1");
+    const ProductDevice device("ff", "v2.1");
 
     ExpectException<System::ArgumentException>("[2, 1]", [] { ProductInfo::Create(); });
 }
 
 TEST(ProductInfo, RefusesAVersionWithALineEnd) {
-    const Device device("ff", "v2.1.0\n");
+    const ProductDevice device("ff", "v2.1.0\n");
 
     try {
         ProductInfo::Create();
@@ -123,7 +111,7 @@ TEST(ProductInfo, RefusesAVersionWithALineEnd) {
 TEST(ProductInfo, HasNoDefaultForAMissingFile) {
     for (const char* const file : {"serialnumber.product", "version.product"}) {
         SCOPED_TRACE(file);
-        const Device device("ff", "v2.1.0");
+        const ProductDevice device("ff", "v2.1.0");
         device.folder.Remove(file);
 
         try {
@@ -136,7 +124,7 @@ TEST(ProductInfo, HasNoDefaultForAMissingFile) {
 }
 
 TEST(ProductInfo, HasNoDefaultForAFileThatCannotBeRead) {
-    const Device device("ff", "v2.1.0");
+    const ProductDevice device("ff", "v2.1.0");
 
     int number = 0;
     for (const char* const file : {"serialnumber.product", "version.product"}) {
@@ -154,26 +142,25 @@ TEST(ProductInfo, HasNoDefaultForAFileThatCannotBeRead) {
 }
 
 TEST(ProductInfo, TracesNothing) {
-    const Device device("ff", "2.1.0");
-    const auto listener = TestSupport::RecordingListener::Create();
-    System::Diagnostics::Trace::AddListener(listener);
+    const ProductDevice device("ff", "2.1.0");
 
-    EXPECT_THROW(ProductInfo::Create(), System::ArgumentException);
-    device.folder.Write("version.product", "v1.256.300");
-    ProductInfo::Create();
+    const std::string trace = TraceOf([&] {
+        EXPECT_THROW(ProductInfo::Create(), System::ArgumentException);
+        device.folder.Write("version.product", "v1.256.300");
+        ProductInfo::Create();
+    });
 
-    System::Diagnostics::Trace::RemoveListener(listener);
-    EXPECT_EQ(listener->Log(), "");
+    EXPECT_EQ(trace, "");
 }
 
 TEST(ProductInfo, ReadsTheSerialNumberFirst) {
-    const Device device("no number", "no version");
+    const ProductDevice device("no number", "no version");
 
     EXPECT_THROW(ProductInfo::Create(), System::FormatException);
 }
 
 TEST(ProductInfo, IsReadOnceAndAgainOnlyAfterAFailure) {
-    const Device device("ff", "no version");
+    const ProductDevice device("ff", "no version");
     EXPECT_THROW(ProductInfo::INSTANCE.Value(), System::ArgumentException);
     EXPECT_FALSE(ProductInfo::INSTANCE.IsValueCreated());
 
@@ -187,7 +174,7 @@ TEST(ProductInfo, IsReadOnceAndAgainOnlyAfterAFailure) {
 }
 
 TEST(ProductInfo, SurvivesEveryAllocationFailure) {
-    const Device device("ff", "v2.1.0");
+    const ProductDevice device("ff", "v2.1.0");
 
     const long failures = TestSupport::FailEachAllocation([] { ProductInfo::Create()->ToString(); });
 

@@ -10,7 +10,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <syslog.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -19,16 +18,18 @@
 #include <System/IO/Exceptions.h>
 
 #include "tests/support/AllocationFailure.h"
+#include "tests/support/RecordedSyslog.h"
 #include "tests/support/TemporaryFolder.h"
 
 using System::Diagnostics::Trace;
 using System::Diagnostics::TraceEventType;
 using System::Diagnostics::TraceListener;
+using TestSupport::TakeSyslogCalls;
 using TestSupport::TemporaryFolder;
 using Velrix::TraceListenerFactory;
 
-// The folder of the log files is fixed, and a system's log is not for tests: functions in front of those of the C
-// library lead the one to a folder of the test's own and write the other down.
+// The folder of the log files is fixed: functions in front of those of the C library lead it to a folder of the test's
+// own.
 
 namespace {
 
@@ -36,7 +37,6 @@ constexpr std::string_view FOLDER = "/var/log/apps/";
 
 std::string ownFolder; // in place of FOLDER; empty: there is none
 std::string openedFiles;
-std::string sentEvents; // "facility.severity text", one a line
 
 // The path in the test's own folder, without an allocation, which a test may let fail.
 struct OwnPath {
@@ -64,32 +64,6 @@ extern "C" int open(const char* path, int flags, ...) {
 
 extern "C" int stat(const char* path, struct stat* status) noexcept {
     return fstatat(AT_FDCWD, OwnPath(path).text, status, 0);
-}
-
-namespace {
-
-void NoteEvent(int priority, const char* format, va_list arguments) {
-    char text[200];
-    std::vsnprintf(text, sizeof text, format, arguments);
-    sentEvents += std::to_string(priority & LOG_FACMASK) + "." + std::to_string(LOG_PRI(priority)) + " " + text + "\n";
-}
-
-} // namespace
-
-extern "C" void syslog(int priority, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    NoteEvent(priority, format, arguments);
-    va_end(arguments);
-}
-
-// What syslog becomes in a build with _FORTIFY_SOURCE.
-extern "C" void __syslog_chk(int priority, int, const char* format, ...);
-extern "C" void __syslog_chk(int priority, int, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    NoteEvent(priority, format, arguments);
-    va_end(arguments);
 }
 
 namespace {
@@ -129,22 +103,22 @@ std::string LevelsPassedBy(const std::shared_ptr<TraceListener>& listener) {
 
 TEST(TraceListenerFactory, SendsFatalEventsAloneToTheFatalEventLog) {
     const auto listener = TraceListenerFactory::CreateFatalEventLogTraceListener();
-    sentEvents.clear();
+    TakeSyslogCalls();
 
     TraceOneOfEach(listener);
 
     EXPECT_EQ(LevelsPassedBy(listener), "FATAL ");
-    EXPECT_EQ(sentEvents, "128.2 fatal\n");
+    EXPECT_EQ(TakeSyslogCalls(), "128.2 fatal\n");
 }
 
 TEST(TraceListenerFactory, SendsEventsFromInformationUpwardToTheEventLog) {
     const auto listener = TraceListenerFactory::CreateEventLogTraceListener();
-    sentEvents.clear();
+    TakeSyslogCalls();
 
     TraceOneOfEach(listener);
 
     EXPECT_EQ(LevelsPassedBy(listener), "INFORMATION WARNING ERROR FATAL ");
-    EXPECT_EQ(sentEvents, "136.6 information\n136.4 warning\n136.3 error\n136.2 fatal\n");
+    EXPECT_EQ(TakeSyslogCalls(), "136.6 information\n136.4 warning\n136.3 error\n136.2 fatal\n");
 }
 
 TEST(TraceListenerFactory, WritesEventsFromDebugUpwardToTheFileOfTheProcess) {
@@ -165,7 +139,7 @@ TEST(TraceListenerFactory, WritesEventsFromDebugUpwardToTheFileOfTheProcess) {
 TEST(TraceListenerFactory, KeepsTheTwoEventLogsApartInOneProcess) {
     const auto fatal = TraceListenerFactory::CreateFatalEventLogTraceListener();
     const auto events = TraceListenerFactory::CreateEventLogTraceListener();
-    sentEvents.clear();
+    TakeSyslogCalls();
 
     Trace::AddListener(fatal);
     Trace::AddListener(events);
@@ -174,7 +148,7 @@ TEST(TraceListenerFactory, KeepsTheTwoEventLogsApartInOneProcess) {
     Trace::RemoveListener(fatal);
     Trace::RemoveListener(events);
 
-    EXPECT_EQ(sentEvents, "128.2 both\n136.2 both\n136.3 one\n");
+    EXPECT_EQ(TakeSyslogCalls(), "128.2 both\n136.2 both\n136.3 one\n");
 }
 
 TEST(TraceListenerFactory, MakesANewListenerAndFilterEachTime) {

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <System/Diagnostics/EventLogTraceListener.h>
 
-#include <cstdarg>
-#include <cstdio>
 #include <string>
 
 #include <syslog.h>
@@ -14,54 +12,15 @@
 
 #include "tests/support/AllocationFailure.h"
 #include "tests/support/ExpectException.h"
-
-// In front of the C library's functions, so that nothing reaches the log of the machine.
-
-namespace {
-
-std::string calls;
-
-void NoteEvent(int priority, const char* format, va_list arguments) {
-    char text[500];
-    std::vsnprintf(text, sizeof text, format, arguments);
-    calls += std::to_string(priority) + " " + text + "\n";
-}
-
-} // namespace
-
-extern "C" void openlog(const char* identity, int options, int facility) {
-    calls += "open " + std::string(identity) + " " + std::to_string(options) + " " + std::to_string(facility) + "\n";
-}
-
-extern "C" void closelog() {
-    calls += "close\n";
-}
-
-extern "C" void syslog(int priority, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    NoteEvent(priority, format, arguments);
-    va_end(arguments);
-}
-
-// What syslog becomes in a build with _FORTIFY_SOURCE.
-extern "C" void __syslog_chk(int priority, int, const char* format, ...);
-extern "C" void __syslog_chk(int priority, int, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    NoteEvent(priority, format, arguments);
-    va_end(arguments);
-}
+#include "tests/support/RecordedSyslog.h"
 
 namespace {
 
 using namespace System;
 using namespace System::Diagnostics;
 using TestSupport::ExpectException;
-
-std::string TakeCalls() {
-    return std::exchange(calls, std::string());
-}
+using TestSupport::syslogCalls;
+using TestSupport::TakeSyslogCalls;
 
 TEST(EventLogTraceListener, TakesEveryFacilityThatHasAName) {
     int taken = 0;
@@ -82,20 +41,20 @@ TEST(EventLogTraceListener, TakesEveryFacilityThatHasAName) {
     EXPECT_EQ(taken, 12 + 8);
     EXPECT_THROW(EventLogTraceListener::Create(LOG_LOCAL0 | 1 << 20), ArgumentOutOfRangeException);
     EXPECT_THROW(EventLogTraceListener::Create(LOG_USER | LOG_ERR), ArgumentOutOfRangeException);
-    TakeCalls();
+    TakeSyslogCalls();
 }
 
 TEST(EventLogTraceListener, OpensTheLogWithTheProcesssNameAndId) {
     EventLogTraceListener::Create(LOG_LOCAL3);
 
-    EXPECT_EQ(TakeCalls(), "open " + Process::CURRENT_PROCESS->ProcessName()->ToUtf8() + " " + std::to_string(LOG_PID) +
-                               " " + std::to_string(LOG_USER) + "\n");
+    EXPECT_EQ(TakeSyslogCalls(), "open " + Process::CURRENT_PROCESS->ProcessName()->ToUtf8() + " " +
+                                     std::to_string(LOG_PID) + " " + std::to_string(LOG_USER) + "\n");
 }
 
 TEST(EventLogTraceListener, SendsEveryLevelUnderItsOwnFacility) {
     const auto first = EventLogTraceListener::Create(LOG_LOCAL0);
     const auto second = EventLogTraceListener::Create(LOG_LOCAL7);
-    TakeCalls();
+    TakeSyslogCalls();
     const auto eventArgs = TraceEventArgs::Create();
 
     for (const auto& type : {TraceEventType::DEBUG, TraceEventType::INFORMATION, TraceEventType::WARNING,
@@ -104,13 +63,13 @@ TEST(EventLogTraceListener, SendsEveryLevelUnderItsOwnFacility) {
     second->TraceEvent(eventArgs, TraceEventType::FATAL, string_ptr("b"));
     first->TraceEvent(eventArgs, TraceEventType::FATAL, string_ptr("c"));
 
-    // 16 << 3 and 23 << 3, plus the severities debug 7, info 6, warning 4, err 3, crit 2.
-    EXPECT_EQ(TakeCalls(), "135 a\n134 a\n132 a\n131 a\n130 a\n186 b\n130 c\n");
+    // 16 << 3 and 23 << 3; the severities debug 7, info 6, warning 4, err 3, crit 2.
+    EXPECT_EQ(TakeSyslogCalls(), "128.7 a\n128.6 a\n128.4 a\n128.3 a\n128.2 a\n184.2 b\n128.2 c\n");
 }
 
 TEST(EventLogTraceListener, TakesTheTextForATextAndForOneLine) {
     const auto listener = EventLogTraceListener::Create(LOG_USER);
-    TakeCalls();
+    TakeSyslogCalls();
     const auto eventArgs = TraceEventArgs::Create();
     const struct {
         std::shared_ptr<Object> data;
@@ -128,7 +87,7 @@ TEST(EventLogTraceListener, TakesTheTextForATextAndForOneLine) {
 
     for (const auto& row : rows) {
         listener->TraceEvent(eventArgs, TraceEventType::DEBUG, row.data);
-        EXPECT_EQ(TakeCalls(), "15 " + std::string(row.sent) + "\n");
+        EXPECT_EQ(TakeSyslogCalls(), "8.7 " + std::string(row.sent) + "\n");
     }
 }
 
@@ -137,33 +96,33 @@ TEST(EventLogTraceListener, TakesAnObjectWithoutAText) {
         string_ptr ToString() override { return nullptr; }
     };
     const auto listener = EventLogTraceListener::Create(LOG_USER);
-    TakeCalls();
+    TakeSyslogCalls();
 
     listener->TraceEvent(TraceEventArgs::Create(), TraceEventType::DEBUG, std::make_shared<Nothing>());
 
-    EXPECT_EQ(TakeCalls(), "15 \n");
+    EXPECT_EQ(TakeSyslogCalls(), "8.7 \n");
 }
 
 TEST(EventLogTraceListener, LeavesTheSharedLogOpen) {
     const auto listener = EventLogTraceListener::Create(LOG_USER);
-    TakeCalls();
+    TakeSyslogCalls();
 
     listener->Flush();
     listener->Close();
     listener->TraceEvent(TraceEventArgs::Create(), TraceEventType::ERROR, string_ptr("still here"));
 
-    EXPECT_EQ(TakeCalls(), "11 still here\n");
+    EXPECT_EQ(TakeSyslogCalls(), "8.3 still here\n");
 }
 
 TEST(EventLogTraceListener, SurvivesEveryAllocationFailure) {
     const auto eventArgs = TraceEventArgs::Create();
     const std::shared_ptr<Object> data = string_ptr("a text that is long enough to need memory of its own");
-    calls.reserve(10'000);
+    syslogCalls.reserve(10'000);
 
     EXPECT_GE(TestSupport::FailEachAllocation(
                   [&] { EventLogTraceListener::Create(LOG_USER)->TraceEvent(eventArgs, TraceEventType::ERROR, data); }),
               2);
-    TakeCalls();
+    TakeSyslogCalls();
 }
 
 } // namespace

@@ -663,14 +663,31 @@ TEST_F(TraceTest, ServesManyThreadsWhileListenersComeAndGo) {
     EXPECT_EQ(standardError.Text(), "Trace listener Device::ScriptedListener failed: System::FormatException: bad\n");
 }
 
-TEST_F(TraceTest, IsClosedWhileOtherThreadsTrace) {
+// Two threads that trace until the end of the test.
+class BusyThreads final {
+public:
+    BusyThreads() {
+        for (std::thread& thread : threads)
+            thread = std::thread([this] {
+                while (!stop)
+                    Trace::TraceInformation("x");
+            });
+    }
+    BusyThreads(const BusyThreads&) = delete;
+    BusyThreads& operator=(const BusyThreads&) = delete;
+    ~BusyThreads() {
+        stop = true;
+        for (std::thread& thread : threads)
+            thread.join();
+    }
+
+private:
     std::atomic<bool> stop{false};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 2; ++i)
-        threads.emplace_back([&stop] {
-            while (!stop)
-                Trace::TraceInformation("x");
-        });
+    std::thread threads[2];
+};
+
+TEST_F(TraceTest, IsClosedWhileOtherThreadsTrace) {
+    const BusyThreads threads;
 
     for (int round = 0; round < 2000; ++round) {
         const auto listener = RecordingListener::Create();
@@ -678,21 +695,11 @@ TEST_F(TraceTest, IsClosedWhileOtherThreadsTrace) {
         Trace::Close();
         EXPECT_NE(listener->Log().find("close"), std::string::npos);
     }
-
-    stop = true;
-    for (auto& thread : threads)
-        thread.join();
 }
 
 TEST_F(TraceTest, ServesAChildThatIsForkedWhileOtherThreadsTrace) {
     Add([](const auto&, const auto&, const auto&) {});
-    std::atomic<bool> stop{false};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 2; ++i)
-        threads.emplace_back([&stop] {
-            while (!stop)
-                Trace::TraceInformation("x");
-        });
+    const BusyThreads threads;
 
     for (int i = 0; i < 20; ++i) {
         const pid_t child = ::fork();
@@ -705,10 +712,6 @@ TEST_F(TraceTest, ServesAChildThatIsForkedWhileOtherThreadsTrace) {
         ASSERT_EQ(::waitpid(child, &status, 0), child);
         ASSERT_EQ(status, 0);
     }
-
-    stop = true;
-    for (auto& thread : threads)
-        thread.join();
 }
 
 } // namespace
