@@ -302,6 +302,7 @@ void FuseFiles::Serve(FileDescriptor connection) {
     fuse_args arguments = FUSE_ARGS_INIT(1, words.data());
     const fuse_lowlevel_ops table = Operations::Table();
     session = fuse_session_new(&arguments, &table, sizeof table, this);
+    fuse_opt_free_args(&arguments); // which the session has put a copy of its own into
     ::fcntl(connection.Get(), F_SETFL, O_NONBLOCK);
     // The library takes over a connection that is mounted already by this name.
     const std::string descriptor = "/dev/fd/" + std::to_string(connection.Get());
