@@ -40,12 +40,14 @@ export function describe(found, now) {
 
   const lastLength = current.begin - last.begin;
   let beforeLength = last.begin - before.begin;
-  // The pattern began in the middle of it.
-  if (beforeLength > 2 * lastLength && before.begin === -Infinity) beforeLength = lastLength;
+  // The pattern may just have begun: the colour before its first change was there longer then, and not as a part of it.
+  const [earlier, behindIt] = found.slice(-5);
+  const repeats = found.length >= 5 && earlier.color === before.color && areAlike(behindIt.begin - earlier.begin, beforeLength);
+  if (beforeLength > 2 * lastLength && !repeats) beforeLength = lastLength;
   if (lastLength > LONGEST_PHASE || beforeLength > LONGEST_PHASE) return steady;
   if (now - current.begin > 1.3 * beforeLength + 100_000) return steady;
 
-  const alike = Math.abs(lastLength - beforeLength) < 0.2 * lastLength + 10_000;
+  const alike = areAlike(beforeLength, lastLength);
   if (current.color !== 'off' && last.color !== 'off') {
     const colors = [current.color, last.color].sort().map(words).join(' and ');
     return alike ? `alternating ${colors}, ${milliseconds(lastLength)}` : `alternating ${colors}`;
@@ -55,6 +57,10 @@ export function describe(found, now) {
   return alike
     ? `flashing ${color}, ${milliseconds(lastLength)}`
     : `flashing ${color}, ${milliseconds(on)} on, ${milliseconds(off)} off`;
+}
+
+function areAlike(one, other) {
+  return Math.abs(one - other) < 0.2 * other + 10_000;
 }
 
 function words(color) {
@@ -83,7 +89,7 @@ function text(x, y, content, className) {
 function lens(led, x, y) {
   return shape('g', { class: 'led', 'data-led': led, 'data-color': 'off', transform: `translate(${x} ${y})` },
     shape('g', { class: 'lamp' },
-      shape('circle', { class: 'glow', r: 30 }), shape('circle', { class: 'ring', r: 11 }),
+      shape('circle', { class: 'glow', r: 25 }), shape('circle', { class: 'ring', r: 11 }),
       shape('circle', { class: 'lens', r: 8.5 }), shape('ellipse', { class: 'shine', cx: -2.5, cy: -3, rx: 3, ry: 2 })));
 }
 

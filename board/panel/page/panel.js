@@ -200,7 +200,9 @@ function buildFaultChoices() {
   select.replaceChildren(...board.signals.map((signal) => make('option', { value: signal.name }, signal.name)));
 }
 
-find('fault-kind').addEventListener('change', () => { find('delay-field').hidden = find('fault-kind').value !== 'slow'; });
+find('fault-kind').addEventListener('change', () => {
+  for (const id of ['delay-label', 'delay-field']) find(id).hidden = find('fault-kind').value !== 'slow';
+});
 find('fault-form').addEventListener('submit', (event) => {
   event.preventDefault();
   const kind = find('fault-kind').value;

@@ -27,7 +27,7 @@ test('the panel shows the life of the gateway', async () => {
     await hasText(webLog, 'Connection established');
     await hasText(pattern('MS'), 'MS: steady green');
     await hasText(pattern('NS'), 'NS: steady green');
-    await hasText(page.locator('#system-log .info'), 'gatewayConnection established');
+    await hasText(page.locator('#system-log .info'), 'Connection established');
     while (!spoken.join().includes('MS: steady green')) await page.evaluate(() => new Promise(requestAnimationFrame));
 
     await page.getByRole('button', { name: 'Stop program' }).click();

@@ -32,6 +32,9 @@ const PATTERNS = [
   ['100+ 602- 1104+ 1606-', '', 2406, 'off'],
   ['100+ 355- 605+', '', 700, 'flashing green, 250 ms'],
   ['', '100+ 300- 1100+ 1300- 2100+', 2200, 'flashing red, 200 ms on, 800 ms off'],
+  ['', '100+ 900- 1100+ 1900- 2100+', 2200, 'flashing red, 800 ms on, 200 ms off'],
+  ['100+ 1800- 2300+', '', 2400, 'flashing green, 500 ms'], // after it was steady
+  ['100+ 600- 1100+ 2800- 3300+', '', 3400, 'flashing green, 500 ms'], // after it flashed and was steady
   ['100+ 350- 600+ 850- 1100+', '350+ 600- 850+ 1100-', 1200, 'alternating green and red, 250 ms'],
   // one element goes dark before the other is lit, which nobody sees
   ['100+ 350- 600+ 850- 1100+', '352+ 598- 852+ 1098-', 1200, 'alternating green and red, 250 ms'],

@@ -98,7 +98,7 @@ describe('the panel', () => {
   test('trace records show with their severity', async () => {
     await board.do('logger -t gateway -p daemon.err too hot');
 
-    await hasText(page.locator('#system-log .error'), 'gatewaytoo hot');
+    await hasText(page.locator('#system-log .error'), 'too hot');
   });
 
   test('a reload and a second tab agree', async () => {
