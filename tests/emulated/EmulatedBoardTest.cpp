@@ -17,9 +17,13 @@
 
 #include "board/emulated/ArmProgram.h"
 #include "board/emulated/Machine.h"
+#include "board/timeline/Difference.h"
 #include "board/timeline/Timeline.h"
+#include "board/timeline/VcdReader.h"
 #include "board/virtual/BoardState.h"
 #include "board/virtual/OxboModule.h"
+#include "tests/support/PrivateBoard.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
@@ -85,6 +89,19 @@ struct Recording final : public BoardObserver {
         return times;
     }
 
+    // All of it as a recording; every signal began low but those that the board has high.
+    Timeline AsTimeline(const BoardState& before) const {
+        Timeline timeline;
+        for (std::size_t i = 0; i < state.Count(); ++i) {
+            timeline.signals.push_back({SignalName(state.Name(i)), before.Level(i), {}});
+            for (const Event& event : events)
+                if (event.name == state.Name(i))
+                    timeline.signals.back().changes.push_back({event.time, event.level});
+        }
+        timeline.end = events.empty() ? microseconds(0) : events.back().time;
+        return timeline;
+    }
+
     // The signals that are high, in the board's order.
     std::string High() const {
         std::string text;
@@ -109,9 +126,11 @@ protected:
         CpioArchive files;
         scenes = BUILD / "tests/emulated/board-scenes";
         gateway = BUILD / "examples/gateway/gateway";
+        probe = BUILD / "tests/emulated/value-file-probe";
         std::vector<std::filesystem::path> programs = TestPrograms();
         programs.push_back(scenes);
         programs.push_back(gateway);
+        programs.push_back(probe);
         // Not a test, but started by one.
         programs.push_back(BUILD / "tests/runtime/trace-life");
         // Libraries that several programs need come several times, which the kernel takes.
@@ -164,6 +183,7 @@ protected:
     static inline std::unique_ptr<Machine> machine;
     static inline std::filesystem::path scenes;
     static inline std::filesystem::path gateway;
+    static inline std::filesystem::path probe;
 };
 
 // The program reads its clock, then writes; the host may take the processor away in between, so that the first of two
@@ -358,6 +378,37 @@ TEST_F(EmulatedBoard, ShowsTheGatewaysFatalEnd) {
     EXPECT_EQ(run->result.exitCode, 1);
     EXPECT_NE(run->errors.find("did not become ready"), std::string::npos) << run->errors;
     EXPECT_EQ(run->High(), "MS.red, NS.red");
+}
+
+// What runs on a workstation must run here, so the virtual board may be no kinder than the kernel.
+TEST_F(EmulatedBoard, AnswersEveryUseOfAValueFileAsTheVirtualBoardDoes) {
+    const auto here = Play({probe.native()});
+    const auto there = TestSupport::PrivateBoard().Run({VALUE_FILE_PROBE});
+
+    EXPECT_EQ(here->result.exitCode, 0) << here->errors;
+    EXPECT_EQ(there.exitCode, 0) << there.errors;
+    EXPECT_NE(here->output.find("\ninput\n"), std::string::npos) << here->output;
+    EXPECT_EQ(here->output, there.output);
+}
+
+TEST_F(EmulatedBoard, ShowsOfTheGatewayWhatTheVirtualBoardShows) {
+    const TestSupport::TemporaryFolder folder;
+    TestSupport::PrivateBoard virtualBoard;
+    virtualBoard.AddOption("--timeline", folder.Path("virtual.vcd"));
+
+    const auto here = Play({gateway.native(), "--seconds", "6"});
+    const auto there = virtualBoard.Run({GATEWAY, "--seconds", "6"});
+
+    EXPECT_EQ(here->result.exitCode, 0) << here->errors;
+    EXPECT_EQ(there.exitCode, 0) << there.errors;
+    const Timeline recorded = ReadVcd(folder.Path("virtual.vcd"));
+    ASSERT_NE(recorded.Find("MS_green"), nullptr);
+    EXPECT_GT(recorded.Find("MS_green")->changes.size(), 6U);
+    DifferenceOptions options;
+    options.tolerance = SLOW;
+    options.glitch = LATE;
+    options.fromFirstChange = true;
+    EXPECT_EQ(Difference(recorded, here->AsTimeline(BoardState(Model())), options), std::vector<std::string>());
 }
 
 // Two at a time, one for each of the machine's processors. The parser's comparisons with a model, some ten thousand
