@@ -7,10 +7,10 @@ import { createInterface } from 'node:readline';
 const DONE = 'the shell has done it';
 
 export class Board {
-  // options: those of velrix-board run beside --panel. Throws with what the board says when it does not start.
-  static async start({ port = 0, options = [], program = ['sh'] } = {}) {
+  // command: that of velrix-board, with its arguments. Throws with what the board says when it does not start.
+  static async start({ port = 0, command = ['run'], program = ['sh'] } = {}) {
     const board = new Board();
-    board.process = spawn(process.env.VELRIX_BOARD, ['run', `--panel=${port}`, ...options, '--', ...program]);
+    board.process = spawn(process.env.VELRIX_BOARD, [...command, `--panel=${port}`, '--', ...program]);
     board.ended = once(board.process, 'exit');
     board.answers = createInterface({ input: board.process.stdout })[Symbol.asyncIterator]();
     let said = '';

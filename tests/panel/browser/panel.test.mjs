@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // The panel as somebody sees and operates it, with a shell as the program on the board.
 import assert from 'node:assert/strict';
+import { mkdtemp, readFile, rm } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
 import { after, afterEach, before, beforeEach, describe, test } from 'node:test';
 import { Board } from './board.mjs';
 import { Browser, hasText } from './browser.mjs';
@@ -171,6 +174,39 @@ describe('the panel', () => {
     assert.equal(await board.read('OXBO_IRQ_N'), '0');
   });
 
+  test('a fault from the panel acts until it is repaired', async () => {
+    const faults = page.getByRole('region', { name: 'Faults' });
+    const turnOn = async () => board.do(`printf 1 2>&1 >${await board.path('NS.red')} && echo written`);
+    await hasText(faults, 'All value files are whole.');
+
+    await faults.getByLabel('Value file of').selectOption('NS.red');
+    await faults.getByLabel('answers with').selectOption('EIO');
+    await faults.getByRole('button', { name: 'Inject' }).click();
+    await hasText(faults.getByRole('list'), 'NS.redEIO');
+    assert.match(await turnOn(), /I\/O error/);
+    await hasText(led('NS'), 'off');
+
+    await faults.getByRole('button', { name: 'Repair NS.red' }).click();
+    await hasText(faults, 'All value files are whole.');
+    assert.equal(await turnOn(), 'written');
+    await hasText(led('NS'), 'steady red');
+  });
+
+  test('a value file answers late for as long as the panel says', async () => {
+    const faults = page.getByRole('region', { name: 'Faults' });
+    assert.equal(await faults.getByLabel('after').isVisible(), false);
+
+    await faults.getByLabel('Value file of').selectOption('OXBO_MOD_1');
+    await faults.getByLabel('answers with').selectOption('slow');
+    await faults.getByLabel('after').fill('120');
+    await faults.getByRole('button', { name: 'Inject' }).click();
+    await hasText(faults.getByRole('list'), 'OXBO_MOD_1slow:120ms');
+
+    const asked = performance.now();
+    assert.equal(await board.read('OXBO_MOD_1'), '0');
+    assert.ok(performance.now() - asked >= 120);
+  });
+
   test('the waveform shows colours, zooms and pauses', async () => {
     const waveform = page.locator('#waveform');
     const span = (text) => hasText(page.locator('#span'), text);
@@ -243,4 +279,26 @@ test('the page comes back when the board was restarted on the same port', async 
   assert.equal(await second.read('OXBO_MOD_1'), '1');
   await second.stop();
   await own.close(second, { withFailedRequests: true });
+});
+
+test('what is done on the panel is recorded as a scenario', async () => {
+  const folder = await mkdtemp(join(tmpdir(), 'velrix-record-'));
+  const file = join(folder, 'session.scenario');
+  const recorded = await Board.start({ command: ['record', file] });
+  const own = await browser.window();
+  const shown = await own.open(recorded);
+
+  await input('OXBO_MOD_1', shown).click();
+  await level('OXBO_MOD_1', true, shown);
+  await shown.getByLabel('Value file of').selectOption('NS.red');
+  await shown.getByRole('button', { name: 'Inject' }).click();
+  await hasText(shown.locator('#faults'), 'EIO');
+  await shown.getByRole('button', { name: 'Stop program' }).click();
+  await recorded.ended;
+
+  const steps = (await readFile(file, 'utf8')).split('\n').filter((line) => line && !line.startsWith('#'));
+  assert.deepEqual(steps.map((line) => line.replace(/\d+us/, 'T')),
+    ['at T set OXBO_MOD_1 high', 'at T fault NS.red EIO', 'at T send TERM', 'wait T']);
+  await own.close(recorded, { withFailedRequests: true });
+  await rm(folder, { recursive: true });
 });
