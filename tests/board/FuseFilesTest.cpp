@@ -18,10 +18,11 @@
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/mman.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
+#include <sys/un.h>
 #include <sys/wait.h>
-#include <syslog.h>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
@@ -229,6 +230,14 @@ private:
     std::string order;
 };
 
+// As the C library does it, whose functions the test's support has of its own.
+int ConnectToLog() {
+    const int log = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const sockaddr_un address{AF_UNIX, "/dev/log"};
+    EXPECT_EQ(::connect(log, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    return log;
+}
+
 TEST_F(FuseFilesTest, TellsTheSystemLogBeforeTheWriteThatFollows) {
     constexpr int ROUNDS = 200;
     options.attachments.push_back([this](const BoardState&, IBoardControl&, Clock) {
@@ -237,9 +246,9 @@ TEST_F(FuseFilesTest, TellsTheSystemLogBeforeTheWriteThatFollows) {
     OnBoard([](std::ostream&) {
         const int led = ::open(MS_RED, O_WRONLY | O_CLOEXEC);
         const int webLog = ::open("/mnt/share/logger", O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-        ::openlog("test", LOG_NDELAY, LOG_USER);
+        const int log = ConnectToLog();
         for (int i = 0; i < ROUNDS; ++i) {
-            ::syslog(LOG_INFO, "record");
+            (void)!::write(log, "<14>record", 10);
             (void)!::write(led, "1", 1);
             (void)!::write(webLog, "+x\n", 3);
             (void)!::write(led, "0", 1);
@@ -250,6 +259,61 @@ TEST_F(FuseFilesTest, TellsTheSystemLogBeforeTheWriteThatFollows) {
     for (int i = 0; i < ROUNDS; ++i)
         expected += "log 1 web 0 ";
     EXPECT_EQ(folder.Read("order"), expected);
+}
+
+TEST_F(FuseFilesTest, KeepsAnyOrderOfRecordsAndWrites) {
+    constexpr int STEPS = 2000;
+    // Runs of up to eleven of a kind: more than the socket keeps without being read.
+    std::string expected;
+    std::vector<bool> isRecord;
+    for (unsigned random = 1; isRecord.size() < STEPS; random = random * 1103515245 + 12345) {
+        isRecord.insert(isRecord.end(), 1 + (random >> 16) % 11, (random >> 27) % 2 == 0);
+    }
+    for (const bool record : isRecord)
+        expected += record ? "log " : "1 ";
+    options.attachments.push_back([this](const BoardState&, IBoardControl&, Clock) {
+        return std::make_unique<OrderRecorder>(folder.Path("order"));
+    });
+
+    OnBoard([&](std::ostream&) {
+        const int led = ::open(MS_RED, O_WRONLY | O_CLOEXEC);
+        const int log = ConnectToLog();
+        for (const bool record : isRecord)
+            if (record)
+                (void)!::write(log, "<14>record", 10);
+            else
+                (void)!::write(led, "1", 1);
+    });
+
+    EXPECT_EQ(folder.Read("order"), expected);
+}
+
+TEST_F(FuseFilesTest, ShowsTheModuleInResetAtOnceHoweverSoonItIsResetAgain) {
+    constexpr int ROUNDS = 50;
+    options.oxboReadyAfter = 0ms;
+
+    const std::string output = OnBoard([](std::ostream& out) {
+        const int reset = ::open(RESET, O_WRONLY | O_CLOEXEC);
+        const int irq = ::open(IRQ, O_RDONLY | O_CLOEXEC);
+        for (int i = 0; i < ROUNDS; ++i) {
+            (void)!::write(reset, "1", 1);
+            while (ReadAll(irq) != "0\n") {
+                pollfd wait{irq, POLLPRI, 0};
+                ::poll(&wait, 1, -1);
+            }
+            // Ready; in reset; released and in reset again, before or after it was ready.
+            (void)!::write(reset, "0", 1);
+            out << ReadAll(irq);
+            (void)!::write(reset, "1", 1);
+            (void)!::write(reset, "0", 1);
+            out << ReadAll(irq);
+        }
+    });
+
+    std::string expected;
+    for (int i = 0; i < 2 * ROUNDS; ++i)
+        expected += "1\n";
+    EXPECT_EQ(output, expected);
 }
 
 TEST_F(FuseFilesTest, LosesNoWriteOfManyThreads) {
