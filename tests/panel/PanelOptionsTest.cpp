@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: Apache-2.0
+// The option --panel, of the real command in a process of its own.
+#include "board/panel/PanelOptions.h"
+
+#include <fstream>
+
+#include <arpa/inet.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <httplib.h>
+#include <netinet/in.h>
+#include <nlohmann/json.hpp>
+#include <sys/stat.h>
+
+#include "board/virtual/FileDescriptor.h"
+#include "tests/board/CommandRun.h"
+#include "tests/support/PrivateBoard.h"
+
+namespace VelrixBoard {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+
+// A socket of the test's own on a free port.
+class ListeningSocket final {
+public:
+    ListeningSocket() : socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in name{};
+        name.sin_family = AF_INET;
+        name.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof name;
+        EXPECT_EQ(::bind(socket.Get(), reinterpret_cast<const sockaddr*>(&name), length), 0);
+        EXPECT_EQ(::listen(socket.Get(), 1), 0);
+        EXPECT_EQ(::getsockname(socket.Get(), reinterpret_cast<sockaddr*>(&name), &length), 0);
+        port = ntohs(name.sin_port);
+    }
+
+    std::string Port() const { return std::to_string(port); }
+
+private:
+    const FileDescriptor socket;
+    int port = 0;
+};
+
+TEST(PanelOptionsTest, ServesThePanelBesideTheTerminalView) {
+    const TestSupport::TemporaryFolder folder;
+    const std::string end = folder.Path("end");
+    ASSERT_EQ(::mkfifo(end.c_str(), 0600), 0);
+    const CommandRun run{
+        OnBoard("printf 1 >/sys/class/leds/ledGwStsRed/brightness; cat " + end, {"--panel=0", "--terminal"})};
+    folder.Write("errors", "");
+    const pid_t process = run.Start("/dev/null", folder.Path("errors"));
+
+    std::string errors;
+    ASSERT_TRUE(TestSupport::PrivateBoard::WaitFor([&] {
+        errors = folder.Read("errors");
+        return errors.find("MS red\n") != std::string::npos;
+    })) << errors;
+    const std::string announced = "velrix-board: the panel is at http://127.0.0.1:";
+    ASSERT_THAT(errors, HasSubstr(announced));
+    httplib::Client page("127.0.0.1", std::stoi(errors.substr(errors.find(announced) + announced.size())));
+    const std::string levels = nlohmann::json::parse(page.Get("/state")->body)["levels"];
+    std::ofstream(end).flush();
+    int status = -1;
+    ::waitpid(process, &status, 0);
+
+    EXPECT_EQ(levels, "10000011001000000");
+    EXPECT_EQ(status, 0);
+}
+
+TEST(PanelOptionsTest, SaysThatAPortIsInUseBeforeAnythingRuns) {
+    const ListeningSocket other;
+
+    const CommandEnd end = CommandRun{OnBoard("echo ran", {"--panel=" + other.Port()})}.Run();
+
+    EXPECT_EQ(end.ExitCode(), 125);
+    EXPECT_EQ(end.output, "");
+    EXPECT_THAT(end.errors, AllOf(HasSubstr("cannot open the panel on port " + other.Port()),
+                                  HasSubstr("name another one, or none"), HasSubstr("Address already in use")));
+}
+
+TEST(PanelOptionsTest, RefusesWhatIsNoPort) {
+    for (const char* port : {"-1", "65536", "http", "80x"}) {
+        const CommandEnd end = CommandRun{OnBoard("echo ran", {std::string("--panel=") + port})}.Run();
+
+        EXPECT_EQ(end.ExitCode(), 125) << port;
+        EXPECT_EQ(end.output, "") << port;
+        EXPECT_THAT(end.errors, HasSubstr("takes a port from 0 to 65535")) << port;
+    }
+}
+
+} // namespace
+} // namespace VelrixBoard
