@@ -355,6 +355,7 @@ TEST_F(FuseFilesTest, BreaksFilesAsItIsTold) {
         int names = 0;
         while (::readdir(directory) != nullptr)
             ++names;
+        ::closedir(directory);
         out << names << " " << ReadAll(::open(MOD1, O_RDONLY | O_CLOEXEC));
     });
 
