@@ -152,9 +152,12 @@ bool IsTerminal(int descriptor) {
     return ::isatty(descriptor) == 1 && name != nullptr && std::string_view(name) != "dumb";
 }
 
-int TerminalColumns(int descriptor) {
+TerminalView::Size TerminalSize(int descriptor) {
+    constexpr TerminalView::Size USUAL = {80, 24};
     winsize size{};
-    return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+    return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 && size.ws_row > 0
+               ? TerminalView::Size{size.ws_col, size.ws_row}
+               : USUAL;
 }
 
 // One running board: everything outside of its namespaces, in one thread around one poll.
@@ -348,10 +351,11 @@ private:
 
     void MakeView(Program& program) {
         const bool block = IsTerminal(STDERR_FILENO);
-        view = std::make_unique<TerminalView>(state, block ? TerminalView::Style::BLOCK : TerminalView::Style::LINES,
-                                              block ? TerminalColumns(STDERR_FILENO) : 0,
-                                              [](std::string_view text) { WriteAll(STDERR_FILENO, text); });
+        view = std::make_unique<TerminalView>(
+            state, *this, block ? TerminalView::Style::BLOCK : TerminalView::Style::LINES,
+            [] { return TerminalSize(STDERR_FILENO); }, [](std::string_view text) { WriteAll(STDERR_FILENO, text); });
         state.Add(*view);
+        parts.push_back(view.get());
         if (!block)
             return;
         // What the program prints onto the terminal has to pass by the block.

@@ -87,7 +87,8 @@ void AddRunOptions(CLI::App& run, RunArguments& arguments) {
         ->type_name("MS|never");
     run.add_flag("--as-root", arguments.options.asRoot, "Let the program see itself as user 0");
     run.add_flag("--no-syslog", arguments.noSyslog, "Leave /dev/log free for a daemon started on the board");
-    run.add_flag("--terminal", arguments.options.terminal, "Show LEDs, lines and web log on standard error");
+    run.add_flag("--terminal", arguments.options.terminal,
+                 "Show LEDs, lines, module, faults and logs on standard error");
     arguments.testing.AddTo(run);
     AddDeviceOptions(run, arguments.options);
     // Each occurrence takes one value, or "--set A=1 -- X" would be read on.

@@ -8,7 +8,11 @@ namespace VelrixBoard {
 
 namespace {
 
-constexpr std::size_t NOTE_ROWS = 4;
+constexpr int MOST_NOTES = 6;
+constexpr int BOARD_ROWS = 4;
+// The row below the block, in which the cursor waits.
+constexpr int CURSOR_ROWS = 1;
+constexpr int BAR_COLUMNS = 20;
 constexpr const char* NORMAL = "\033[0m";
 
 // Text for a row of the block, whose colour codes take no column.
@@ -41,12 +45,47 @@ private:
     int left;
 };
 
-const char* TerminalColor(std::string_view color) {
+constexpr const char* BOLD = "\033[1m";
+constexpr const char* FAINT = "\033[2m";
+constexpr const char* RED = "\033[1;31m";
+constexpr const char* GREEN = "\033[1;32m";
+constexpr const char* YELLOW = "\033[1;33m";
+
+const char* LedStyle(std::string_view color) {
     if (color == "green")
-        return "\033[1;32m";
+        return GREEN;
     if (color == "red")
-        return "\033[1;31m";
-    return color == "off" ? "\033[2m" : "\033[1;33m";
+        return RED;
+    return color == "off" ? FAINT : YELLOW;
+}
+
+const char* LogStyle(LogText::Weight weight) {
+    switch (weight) {
+    case LogText::Weight::LIGHT:
+        return FAINT;
+    case LogText::Weight::WARNING:
+        return YELLOW;
+    case LogText::Weight::ERROR:
+        return RED;
+    case LogText::Weight::NORMAL:
+        break;
+    }
+    return nullptr;
+}
+
+std::string Bar(int percent) {
+    std::string bar;
+    for (int column = 0; column < BAR_COLUMNS; ++column)
+        bar += column * 100 < percent * BAR_COLUMNS ? "\u2588" : "\u2591";
+    return bar + " " + std::to_string(percent) + " %";
+}
+
+const char* ModuleText(const ModuleState& module, bool everReady) {
+    if (module.inReset)
+        return "held in reset";
+    if (module.ready)
+        return "ready";
+    return everReady ? "starting" : "never ready";
 }
 
 std::string Seconds(BoardTime time) {
@@ -57,53 +96,113 @@ std::string Seconds(BoardTime time) {
 
 } // namespace
 
-TerminalView::TerminalView(const BoardState& boardState, Style viewStyle, int terminalColumns, Write writeText)
-    : state(boardState), style(viewStyle), columns(terminalColumns), write(std::move(writeText)) {
-    for (const std::string& led : state.Model().Leds())
-        shownLeds.push_back(state.LedColor(led));
+TerminalView::TerminalView(const BoardState& boardState, const IBoardControl& boardControl, Style viewStyle,
+                           Measure terminalSize, Write writeText)
+    : state(boardState), control(boardControl), style(viewStyle), measure(std::move(terminalSize)),
+      write(std::move(writeText)) {
+    for (const std::string& led : state.Model().Leds()) {
+        leds.push_back({state.LedColor(led)});
+        shownLeds.push_back(leds.back().color);
+    }
     for (std::size_t line = 0; line < state.Model().Lines().size(); ++line)
         shownLines.push_back(state.Level(line));
 }
 
-void TerminalView::OnSettled(BoardTime time) {
-    const std::vector<std::string> leds = state.Model().Leds();
-    for (std::size_t i = 0; i < leds.size(); ++i) {
-        const std::string color = state.LedColor(leds[i]);
-        if (color == shownLeds[i])
-            continue;
-        shownLeds[i] = color;
-        PrintLine(time, leds[i] + " " + color);
+void TerminalView::OnChange(std::size_t, bool, BoardTime time) {
+    const std::vector<std::string> names = state.Model().Leds();
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const std::string color = state.LedColor(names[i]);
+        if (color != leds[i].color)
+            leds[i] = {color, time};
     }
+}
+
+void TerminalView::OnSettled(BoardTime time) {
+    SettleLeds(time, SHORTEST_COLOR);
     for (std::size_t i = 0; i < shownLines.size(); ++i) {
         if (state.Level(i) == shownLines[i])
             continue;
         shownLines[i] = state.Level(i);
         PrintLine(time, state.Name(i) + (shownLines[i] ? " high" : " low"));
     }
+    WriteLines();
     if (style == Style::BLOCK && changed)
         Draw(time);
 }
 
+void TerminalView::SettleLeds(BoardTime time, BoardTime shortest) {
+    const std::vector<std::string> names = state.Model().Leds();
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const auto& [color, since] = leds[i];
+        if (color == shownLeds[i] || time - since < shortest)
+            continue;
+        shownLeds[i] = color;
+        PrintLine(since, names[i] + " " + color);
+    }
+}
+
+std::optional<BoardTime> TerminalView::Due() const {
+    std::optional<BoardTime> due;
+    for (std::size_t i = 0; i < leds.size(); ++i)
+        if (leds[i].color != shownLeds[i])
+            due = std::min(due.value_or(BoardTime::max()), leds[i].since + SHORTEST_COLOR);
+    return due;
+}
+
+// Those behind a change of an LED wait until that is one.
+void TerminalView::WriteLines() {
+    const std::optional<BoardTime> due = Due();
+    const auto end = due ? lines.lower_bound(*due - SHORTEST_COLOR) : lines.end();
+    for (auto line = lines.begin(); line != end; line = lines.erase(line))
+        write(Seconds(line->first) + line->second + "\n");
+}
+
 void TerminalView::OnWebLog(std::string_view record, BoardTime time) {
-    Note("web log   " + std::string(record));
+    Add({"web log", ReadWebLogRecord(record)});
     PrintLine(time, "web log " + std::string(record));
 }
 
 void TerminalView::OnReboot(std::string_view call, BoardTime time) {
-    Note("reboot called: " + std::string(call));
+    Add({"reboot", {"called: " + std::string(call), LogText::Weight::WARNING}});
     PrintLine(time, "reboot called: " + std::string(call));
 }
 
-void TerminalView::Note(std::string text) {
-    notes.push_back(std::move(text));
-    if (notes.size() > NOTE_ROWS)
+void TerminalView::OnSyslog(std::string_view record, BoardTime time) {
+    const LogText text = ReadSystemLogRecord(record);
+    Add({"trace", text});
+    PrintLine(time, "trace " + text.text);
+}
+
+void TerminalView::OnFault(std::size_t signal, BoardTime time) {
+    const std::optional<Fault> fault = control.FaultOf(signal);
+    PrintLine(time, "fault " + state.Name(signal) + " " + (fault ? ToString(*fault) : "none"));
+}
+
+// The lines that it drives say the same where changes are listed.
+void TerminalView::OnModule(BoardTime) {
+    changed = true;
+}
+
+// A progress bar moves where it is, and begins anew when its row is gone.
+void TerminalView::Add(Note note) {
+    if (note.record.percent && !note.record.beginsBar) {
+        const auto bar = std::find_if(notes.rbegin(), notes.rend(), [](const Note& n) { return n.record.percent; });
+        if (bar != notes.rend()) {
+            bar->record.percent = note.record.percent;
+            return;
+        }
+    }
+    if (note.record.text.empty() && !note.record.percent)
+        return;
+    notes.push_back(std::move(note));
+    if (notes.size() > MOST_NOTES)
         notes.pop_front();
 }
 
 void TerminalView::PrintLine(BoardTime time, const std::string& text) {
     changed = true;
     if (style == Style::LINES)
-        write(Seconds(time) + text + "\n");
+        lines.emplace(time, text);
 }
 
 void TerminalView::Print(std::string_view text) {
@@ -120,6 +219,7 @@ void TerminalView::Print(std::string_view text) {
 void TerminalView::Finish(BoardTime time) {
     if (!unfinished.empty())
         Print("\n");
+    SettleLeds(time, BoardTime::zero());
     OnSettled(time);
     if (style == Style::BLOCK)
         Draw(time);
@@ -129,27 +229,53 @@ std::string TerminalView::Erase() const {
     return drawnRows == 0 ? "" : "\033[" + std::to_string(drawnRows) + "A\r\033[J";
 }
 
-void TerminalView::Draw(BoardTime time) {
-    const std::vector<Line>& lines = state.Model().Lines();
-    std::vector<std::string> rows;
-
-    Row leds(columns);
-    leds.Add(Seconds(time));
+std::string TerminalView::LedRow(int columns, BoardTime time) const {
+    Row row(columns);
+    row.Add(Seconds(time));
     const std::vector<std::string> names = state.Model().Leds();
     for (std::size_t i = 0; i < names.size(); ++i)
-        leds.Add(names[i] + " ").Add("\u25CF " + shownLeds[i], TerminalColor(shownLeds[i])).Add("   ");
-    rows.push_back(leds.Text());
+        row.Add(names[i] + " ").Add("\u25CF " + shownLeds[i], LedStyle(shownLeds[i])).Add("   ");
+    return row.Text();
+}
 
-    for (const Direction direction : {Direction::OUTPUT, Direction::INPUT}) {
-        Row row(columns);
-        row.Add(direction == Direction::OUTPUT ? "  outputs   " : "  inputs    ");
-        for (std::size_t i = 0; i < lines.size(); ++i)
-            if (lines[i].direction == direction)
-                row.Add(lines[i].label + " ").Add(shownLines[i] ? "1" : "0", "\033[1m").Add("  ");
+std::string TerminalView::LineRow(int columns, Direction direction) const {
+    const std::vector<Line>& all = state.Model().Lines();
+    Row row(columns);
+    row.Add(direction == Direction::OUTPUT ? "  outputs   " : "  inputs    ");
+    for (std::size_t i = 0; i < all.size(); ++i)
+        if (all[i].direction == direction)
+            row.Add(all[i].label + " ").Add(shownLines[i] ? "1" : "0", BOLD).Add("  ");
+    return row.Text();
+}
+
+std::string TerminalView::ModuleRow(int columns) const {
+    Row row(columns);
+    row.Add("  module    ").Add(ModuleText(control.OxboState(), control.OxboReadyAfter().has_value()), BOLD);
+    bool any = false;
+    for (std::size_t signal = 0; signal < state.Count(); ++signal) {
+        const std::optional<Fault> fault = control.FaultOf(signal);
+        if (fault)
+            row.Add(any ? "  " : "   faults  ").Add(state.Name(signal) + " " + ToString(*fault), RED);
+        any = any || fault;
+    }
+    return row.Text();
+}
+
+void TerminalView::Draw(BoardTime time) {
+    const Size size = measure();
+    std::vector<std::string> rows = {LedRow(size.columns, time), LineRow(size.columns, Direction::OUTPUT),
+                                     LineRow(size.columns, Direction::INPUT), ModuleRow(size.columns)};
+    const int room = std::max(0, size.rows - BOARD_ROWS - CURSOR_ROWS);
+    const auto hidden = std::max<std::ptrdiff_t>(0, static_cast<std::ptrdiff_t>(notes.size()) - room);
+    for (auto note = notes.begin() + hidden; note != notes.end(); ++note) {
+        Row row(size.columns);
+        row.Add("  " + note->source + std::string(10 - note->source.size(), ' '));
+        const LogText& record = note->record;
+        row.Add(record.text, LogStyle(record.weight));
+        if (record.percent)
+            row.Add((record.text.empty() ? "" : " ") + Bar(*record.percent));
         rows.push_back(row.Text());
     }
-    for (const std::string& note : notes)
-        rows.push_back(Row(columns).Add("  " + note).Text());
 
     std::string text = Erase();
     for (const std::string& row : rows)

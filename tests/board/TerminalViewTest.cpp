@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/panel/FakeControl.h"
+
 namespace VelrixBoard {
 namespace {
 
@@ -14,8 +16,10 @@ using testing::StartsWith;
 
 class TerminalViewTest : public testing::Test {
 protected:
-    TerminalView& Make(TerminalView::Style style, int columns = 200) {
-        view.emplace(state, style, columns, [this](std::string_view text) { written += text; });
+    TerminalView& Make(TerminalView::Style style, TerminalView::Size initialSize = {200, 24}) {
+        size = initialSize;
+        view.emplace(
+            state, control, style, [this] { return size; }, [this](std::string_view text) { written += text; });
         state.Add(*view);
         return *view;
     }
@@ -23,6 +27,8 @@ protected:
 
     BoardModel model;
     BoardState state{model};
+    FakeControl control{state};
+    TerminalView::Size size{};
     std::optional<TerminalView> view;
     std::string written;
     static constexpr std::size_t MS_GREEN = 9, MS_RED = 10;
@@ -38,23 +44,62 @@ TEST_F(TerminalViewTest, PrintsALineForEachThingThatChanged) {
     view->OnSettled(513ms);
     view->OnWebLog(">start", 1600ms);
     view->OnReboot("/sbin/reboot -f", 12s);
+    view->OnSyslog("<11>Nov 21 10:00:00 gateway[7]: too hot", 12s);
+    control.SetFault(MS_RED, ParseFault("EIO"));
+    view->OnFault(MS_RED, 12s);
+    control.SetFault(MS_RED, {});
+    view->OnFault(MS_RED, 12s);
+    view->OnModule(12s);
     view->Finish(13s);
 
-    EXPECT_EQ(written, "   0.512 s  MS green\n   0.512 s  OXBO_IRQ_N low\n   0.512 s  OXBO_RESET1_N high\n"
-                       "   1.600 s  web log >start\n  12.000 s  reboot called: /sbin/reboot -f\n");
+    EXPECT_EQ(written, "   0.512 s  OXBO_IRQ_N low\n   0.512 s  OXBO_RESET1_N high\n   0.512 s  MS green\n"
+                       "   1.600 s  web log >start\n  12.000 s  reboot called: /sbin/reboot -f\n"
+                       "  12.000 s  trace error gateway: too hot\n"
+                       "  12.000 s  fault MS.red EIO\n  12.000 s  fault MS.red none\n");
 }
 
-TEST_F(TerminalViewTest, DoesNotShowWhatLastedForAnInstantOnly) {
+TEST_F(TerminalViewTest, DoesNotShowColorsThatLastedForAnInstantOnly) {
     Make(TerminalView::Style::LINES);
     state.Set(MS_GREEN, true, 1ms);
     view->OnSettled(1ms);
-    Written();
+    EXPECT_EQ(Written(), "");
+    EXPECT_EQ(view->Due(), 6ms);
+    view->OnSettled(6ms - 1ns);
+    EXPECT_EQ(Written(), "");
+    view->OnSettled(6ms);
+    EXPECT_EQ(Written(), "   0.001 s  MS green\n");
+    EXPECT_EQ(view->Due(), std::nullopt);
 
-    state.Set(MS_RED, true, 2ms);
-    state.Set(MS_GREEN, false, 2ms);
-    view->OnSettled(2ms);
+    state.Set(MS_GREEN, false, 20ms);
+    view->OnSettled(20ms);
+    state.Set(MS_RED, true, 24ms);
+    view->OnSettled(25ms);
+    EXPECT_EQ(view->Due(), 29ms);
+    view->OnSettled(29ms);
+    EXPECT_EQ(Written(), "   0.024 s  MS red\n");
 
-    EXPECT_EQ(written, "   0.002 s  MS red\n");
+    state.Set(MS_RED, false, 40ms);
+    state.Set(MS_RED, true, 41ms);
+    view->OnSettled(41ms);
+    EXPECT_EQ(view->Due(), std::nullopt);
+    view->Finish(60ms);
+    EXPECT_EQ(written, "");
+}
+
+TEST_F(TerminalViewTest, WritesLinesInTheOrderOfTheirTimes) {
+    Make(TerminalView::Style::LINES);
+
+    view->OnWebLog("before", 1ms);
+    state.Set(MS_GREEN, true, 2ms);
+    view->OnWebLog("behind", 3ms);
+    view->OnSettled(4ms);
+    EXPECT_EQ(Written(), "   0.001 s  web log before\n");
+    view->OnSettled(7ms);
+    EXPECT_EQ(Written(), "   0.002 s  MS green\n   0.003 s  web log behind\n");
+
+    state.Set(MS_GREEN, false, 8ms);
+    view->Finish(9ms);
+    EXPECT_EQ(written, "   0.008 s  MS off\n");
 }
 
 TEST_F(TerminalViewTest, DrawsABlockInColourAndRedrawsItInPlace) {
@@ -66,49 +111,109 @@ TEST_F(TerminalViewTest, DrawsABlockInColourAndRedrawsItInPlace) {
                              "\n  outputs   OXBO_RL \033[1m0\033[0m  OXBO_RESET1_N \033[1m0\033[0m  QOR_BL_N "
                              "\033[1m0\033[0m  QOR_RESET0_N \033[1m0\033[0m  \n"
                              "  inputs    OXBO_IRQ_N \033[1m1\033[0m  OXBO_MOD_ID0_SYNC \033[1m0\033[0m  OXBO_MOD_1 "
-                             "\033[1m0\033[0m  QOR_DPRAM_BUSY_N \033[1m1\033[0m  QOR_DPRAM_IRQ_N \033[1m1\033[0m  \n");
+                             "\033[1m0\033[0m  QOR_DPRAM_BUSY_N \033[1m1\033[0m  QOR_DPRAM_IRQ_N \033[1m1\033[0m  \n"
+                             "  module    \033[1mheld in reset\033[0m\n");
     view->OnSettled(1ms);
     EXPECT_EQ(Written(), "");
 
     state.Set(MS_RED, true, 2ms);
     view->OnSettled(2ms);
-    EXPECT_THAT(written, StartsWith("\033[3A\r\033[J   0.002 s  MS \033[1;31m\u25CF red\033[0m   NS "));
+    EXPECT_EQ(Written(), "");
+    view->OnSettled(7ms);
+    EXPECT_THAT(written, StartsWith("\033[4A\r\033[J   0.007 s  MS \033[1;31m\u25CF red\033[0m   NS "));
     Written();
 
-    view->OnWebLog("+hello", 3ms);
-    view->OnSettled(3ms);
-    EXPECT_THAT(Written(), HasSubstr("  web log   +hello\n"));
-    state.Set(14, true, 4ms);
-    view->OnSettled(4ms);
-    EXPECT_THAT(written, StartsWith("\033[4A"));
+    view->OnWebLog("+hello", 8ms);
+    view->OnSettled(8ms);
+    EXPECT_THAT(Written(), HasSubstr("  web log   hello\n"));
+    state.Set(14, true, 10ms);
+    view->OnSettled(15ms);
+    EXPECT_THAT(written, StartsWith("\033[5A"));
     EXPECT_THAT(written, HasSubstr("LINK_ACT1 \033[1;33m\u25CF yellow\033[0m"));
     Written();
-    state.Set(11, true, 5ms);
-    view->OnSettled(5ms);
+    state.Set(11, true, 20ms);
+    view->OnSettled(25ms);
     EXPECT_THAT(written, HasSubstr("NS \033[1;32m\u25CF green\033[0m"));
 }
 
-TEST_F(TerminalViewTest, ShowsTheEndOfTheWebLogOnly) {
+TEST_F(TerminalViewTest, ShowsTheEndOfTheLogsInTheOrderOfTheirRecords) {
     Make(TerminalView::Style::BLOCK);
-    for (const char* record : {"a1", "a2", "a3", "a4", "a5"})
+    for (const char* record : {"a1", "a2", "@whot", "@ehotter", ">end", ">br"})
         view->OnWebLog(record, 1ms);
+    view->OnSyslog("<12>gateway: warm", 1ms);
     view->OnReboot("/sbin/reboot", 1ms);
 
     view->OnSettled(1ms);
 
-    EXPECT_THAT(written, Not(HasSubstr("a2\n")));
-    EXPECT_THAT(written, HasSubstr("web log   a3\n  web log   a4\n  web log   a5\n  reboot called: /sbin/reboot\n"));
+    EXPECT_THAT(written, Not(HasSubstr("a1")));
+    EXPECT_THAT(written, HasSubstr("\n  web log   a2\n"
+                                   "  web log   \033[1;33mWarning: hot\033[0m\n"
+                                   "  web log   \033[1;31mError: hotter\033[0m\n"
+                                   "  web log   \033[2mOperation ended\033[0m\n"
+                                   "  trace     \033[1;33mwarning gateway: warm\033[0m\n"
+                                   "  reboot    \033[1;33mcalled: /sbin/reboot\033[0m\n"));
 }
 
-TEST_F(TerminalViewTest, KeepsTheBlockWithinTheWidth) {
-    Make(TerminalView::Style::BLOCK, 16);
+TEST_F(TerminalViewTest, MovesAProgressBarInItsRow) {
+    Make(TerminalView::Style::BLOCK);
+    view->OnWebLog("%Loading", 1ms);
+    view->OnWebLog("note", 1ms);
+    view->OnWebLog("%25", 1ms);
+    view->OnSettled(1ms);
+    EXPECT_THAT(Written(), testing::EndsWith("\n  web log   Loading \u2588\u2588\u2588\u2588\u2588"
+                                             "\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591"
+                                             "\u2591\u2591\u2591\u2591\u2591 25 %\n  web log   note\n"));
+
+    for (int i = 0; i < 6; ++i)
+        view->OnWebLog("note", 1ms);
+    view->OnWebLog("%100", 2ms);
+    view->OnSettled(2ms);
+
+    EXPECT_THAT(Written(), testing::EndsWith("\u2588 100 %\n"));
+}
+
+TEST_F(TerminalViewTest, ShowsTheModuleAndTheFaults) {
+    Make(TerminalView::Style::BLOCK);
+    const auto shown = [this] {
+        view->OnModule(1ms);
+        view->OnSettled(1ms);
+        return Written();
+    };
+    control.module = {false, false, true, 5ms};
+    EXPECT_THAT(shown(), HasSubstr("  module    \033[1mstarting\033[0m\n"));
+    control.module = {false, true, true, {}};
+    EXPECT_THAT(shown(), HasSubstr("  module    \033[1mready\033[0m\n"));
+    control.module = {false, false, true, {}};
+    control.readyAfter = {};
+    EXPECT_THAT(shown(), HasSubstr("  module    \033[1mnever ready\033[0m\n"));
+
+    control.SetFault(0, ParseFault("slow:2s"));
+    control.SetFault(MS_RED, ParseFault("EIO"));
+    view->OnFault(MS_RED, 2ms);
+    view->OnSettled(2ms);
+
+    EXPECT_THAT(written, HasSubstr("never ready\033[0m   faults  \033[1;31mOXBO_IRQ_N slow:2s\033[0m  "
+                                   "\033[1;31mMS.red EIO\033[0m\n"));
+}
+
+TEST_F(TerminalViewTest, KeepsTheBlockWithinTheTerminal) {
+    Make(TerminalView::Style::BLOCK, {16, 24});
     view->OnWebLog("\u00E4\u00E4\tlong", 0ms);
+    view->OnWebLog("next", 0ms);
 
     view->OnSettled(0ms);
 
     EXPECT_THAT(written, StartsWith("   0.000 s  MS \033[2m\u25CF\033[0m"));
     EXPECT_THAT(written, HasSubstr("\n  outputs   OXBO\n"));
     EXPECT_THAT(written, HasSubstr("\n  web log   \u00E4\u00E4 l\n"));
+    Written();
+
+    size = {20, 6};
+    view->OnModule(1ms);
+    view->OnSettled(1ms);
+    EXPECT_THAT(written, HasSubstr("\n  outputs   OXBO_RL \n"));
+    EXPECT_THAT(written, testing::EndsWith("\n  module    \033[1mheld in \033[0m\n  web log   next\n"));
+    EXPECT_THAT(written, Not(HasSubstr("\u00E4")));
 }
 
 TEST_F(TerminalViewTest, PutsTheProgramsOutputAboveTheBlock) {
@@ -119,10 +224,10 @@ TEST_F(TerminalViewTest, PutsTheProgramsOutputAboveTheBlock) {
     view->Print("par");
     EXPECT_EQ(Written(), "");
     view->Print("tial\nnext\nrest");
-    EXPECT_THAT(Written(), StartsWith("\033[3A\r\033[Jpartial\nnext\n   0.007 s  MS "));
+    EXPECT_THAT(Written(), StartsWith("\033[4A\r\033[Jpartial\nnext\n   0.007 s  MS "));
     view->Finish(9ms);
-    EXPECT_THAT(written, StartsWith("\033[3A\r\033[Jrest\n   0.007 s  MS "));
-    EXPECT_THAT(written, HasSubstr("\033[3A\r\033[J   0.009 s  MS "));
+    EXPECT_THAT(written, StartsWith("\033[4A\r\033[Jrest\n   0.007 s  MS "));
+    EXPECT_THAT(written, HasSubstr("\033[4A\r\033[J   0.009 s  MS "));
 }
 
 } // namespace
