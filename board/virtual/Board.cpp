@@ -110,6 +110,17 @@ FuseFiles::Owner Owner(const BoardOptions& options) {
     return options.asRoot ? FuseFiles::Owner{0, 0} : FuseFiles::Owner{::geteuid(), ::getegid()};
 }
 
+// The board is made from the run directory, which has to stay in sight meanwhile.
+void RequireInSight(const fs::path& runDirectory, const std::vector<Placement>& placements) {
+    const fs::path directory = fs::canonical(runDirectory);
+    for (const Placement& place : placements) {
+        const fs::path inside = fs::weakly_canonical(place.inside);
+        if (std::mismatch(directory.begin(), directory.end(), inside.begin(), inside.end()).second == inside.end())
+            throw BoardError("the run directory " + runDirectory.string() + " lies in " + place.inside.string() +
+                             ", which is the board's own there; name another one with --directory or TMPDIR");
+    }
+}
+
 void MakeFile(const fs::path& path) {
     const FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
     if (!file)
@@ -198,6 +209,7 @@ public:
         fs::create_directory(layout.Stage());
         fs::create_directory(layout.Device());
         placements = MakePlacements();
+        RequireInSight(layout.Root(), placements);
     }
 
     int Run(const Program& givenProgram) {

@@ -75,17 +75,43 @@ void Put(const Placement& placement, const fs::path& target) {
     }
 }
 
-// The directory that has to be covered for a name: the deepest one that is there. Links in it are resolved, so that two
-// ways to one directory cover it once.
-fs::path CoveredDirectory(const fs::path& name, fs::path& rest) {
+// Where a name goes: into which directory that is covered for it, and under which name there.
+struct Place {
+    fs::path covered;
+    fs::path rest;
+
+    fs::path Whole() const { return covered / rest; }
+};
+
+// The directory that has to be covered is the deepest one that is there. Links in it are resolved, so that two ways to
+// one directory cover it once.
+Place FindPlace(const fs::path& name) {
     std::error_code error;
     fs::path directory = name.parent_path();
-    rest = name.filename();
+    fs::path rest = name.filename();
     while (!fs::is_directory(directory, error)) {
         rest = directory.filename() / rest;
         directory = directory.parent_path();
     }
-    return fs::canonical(directory);
+    return {fs::canonical(directory), rest};
+}
+
+bool IsIn(const fs::path& path, const fs::path& directory) {
+    return std::mismatch(path.begin(), path.end(), directory.begin(), directory.end()).second == directory.end();
+}
+
+// The place of each name. What lies inside of another name goes into what is put there: the machine's directory of that
+// name, if there is one, is out of sight.
+std::vector<Place> FindPlaces(const std::vector<Placement>& placements) {
+    std::vector<Place> places;
+    for (const Placement& placement : placements)
+        places.push_back(FindPlace(placement.inside.lexically_normal()));
+    std::vector<Place> result = places;
+    for (Place& place : result)
+        for (const Place& outer : places)
+            if (IsIn(place.covered, outer.Whole()))
+                place = {outer.covered, place.Whole().lexically_relative(outer.covered)};
+    return result;
 }
 
 // The root directory cannot be mounted over, only exchanged.
@@ -102,11 +128,9 @@ void Skeleton::Mount(const std::vector<Placement>& placements) {
         throw BoardError(DescribeRefusal("mounting a directory in memory", errno, ::geteuid()));
 
     std::map<fs::path, Names> covers; // outer directories come first, and are mounted first
-    for (const Placement& placement : placements) {
-        fs::path rest;
-        const fs::path covered = CoveredDirectory(placement.inside.lexically_normal(), rest);
-        covers[covered].insert_or_assign(rest, placement);
-    }
+    const std::vector<Place> places = FindPlaces(placements);
+    for (std::size_t i = 0; i < places.size(); ++i)
+        covers[places[i].covered].insert_or_assign(places[i].rest, placements[i]);
 
     // All are built from the machine's directories before the first of them is covered; the root comes last, since it
     // takes in the others as they stand on the stage.

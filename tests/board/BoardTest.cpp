@@ -349,6 +349,36 @@ TEST(BoardTest, PutsValueFilesWhereTheSettingsSay) {
     EXPECT_FALSE(fs::exists("/data/log/web"));
 }
 
+// A board is a machine that has the board's directories.
+TEST(BoardTest, PutsValueFilesIntoTheBoardsOwnDirectories) {
+    const TemporaryFolder folder;
+    const std::string inner = folder.Path("inner");
+    folder.Write("settings", "web_log_file=/mnt/share/web\n[led]\nmodule_status_red=/mnt/share/red\n"
+                             "network_status_red=/mnt/share/deep/red\nmodule_status_green=/var/log/apps/green\n");
+    const std::string program = "ls /mnt/share; printf 1 > /mnt/share/red; printf 1 > /mnt/share/deep/red; "
+                                "printf 1 > /var/log/apps/green; echo +x > /mnt/share/web";
+    PrivateBoard machine;
+
+    const BoardResult end =
+        machine.Run(Shell("mkdir /mnt/share/deep /mnt/share/of-the-machine; " VELRIX_BOARD_COMMAND " run --settings " +
+                          folder.Path("settings") + " --directory " + inner + " -- sh -c '" + program + "'"));
+
+    EXPECT_EQ(end.output, "deep\nred\n") << end.errors;
+    EXPECT_EQ(folder.Read("inner/share/web"), "+x\n");
+    EXPECT_THAT(folder.Read("inner/changes"),
+                AllOf(HasSubstr(" MS.red 1\n"), HasSubstr(" NS.red 1\n"), HasSubstr(" MS.green 1\n")));
+}
+
+TEST(BoardTest, RefusesARunDirectoryThatItWouldCover) {
+    const BoardResult end =
+        PrivateBoard().Run(Shell(VELRIX_BOARD_COMMAND " run --directory /mnt/share/inner -- echo ran"));
+
+    EXPECT_EQ(end.exitCode, 125);
+    EXPECT_EQ(end.output, "");
+    EXPECT_THAT(end.errors, HasSubstr("the run directory /mnt/share/inner lies in /mnt/share, which is the board's own "
+                                      "there; name another one with --directory or TMPDIR\n"));
+}
+
 TEST(BoardTest, KeepsAWebLogInADirectoryOfTheMachineToItself) {
     PrivateBoard board;
     board.SetSettings("web_log_file=/var/log/velrix-web\n");
