@@ -181,14 +181,13 @@ public:
               state, [this] { return Now(); }, Owner(options), options.without, [this] { TellRecords(); }),
           oxbo(state, options.oxboReadyAfter,
                [this](std::size_t signal, bool level) { DriveForModule(signal, level); }),
-          control(layout.Control(), state, *this),
           reboots(layout.Reboots(), [this](std::string_view call) { Tell(&IBoardObserver::OnReboot, call); }),
           webLog(layout.Outside(model.WebLogFile()),
                  [this](std::string_view record) { Tell(&IBoardObserver::OnWebLog, record); }) {
         RequireKnownPaths(options, layout, state);
         state.Add(recorder);
         state.Add(oxbo);
-        parts = {&files, &oxbo, &control};
+        parts = {&files, &oxbo};
         for (const auto& [name, fault] : options.faults)
             files.SetFault(FindSignal(state, name), fault);
         if (options.timeline)
@@ -199,6 +198,9 @@ public:
             inputs.emplace(*options.recording, state, *this, [this] { return Now(); });
             state.Add(*inputs);
         }
+        // After the recorder, which writes down what comes by it.
+        control.emplace(layout.Control(), state, Control(), [this](const std::string& text) { Say(text); });
+        parts.push_back(&*control);
         if (options.scenario) {
             player.emplace(*options.scenario, state, Control());
             state.Add(*player);
@@ -353,12 +355,17 @@ private:
     void Attach(std::unique_ptr<IBoardAttachment> attachment) {
         state.Add(*attachment);
         parts.push_back(attachment.get());
-        const std::string text = "velrix-board: " + attachment->Announcement() + "\n";
+        Say(attachment->Announcement());
+        attachments.push_back(std::move(attachment));
+    }
+
+    // To the user, on standard error, which the view may occupy.
+    void Say(const std::string& what) {
+        const std::string text = "velrix-board: " + what + "\n";
         if (view && IsTerminal(STDERR_FILENO))
             view->Print(text);
         else
             WriteAll(STDERR_FILENO, text);
-        attachments.push_back(std::move(attachment));
     }
 
     void MakeView(Program& program) {
@@ -506,13 +513,13 @@ private:
     Recorder recorder;
     FuseFiles files;
     OxboModule oxbo;
-    ControlPipe control;
     LogTail reboots;
     LogTail webLog;
     std::unique_ptr<SyslogSocket> syslog;
     std::unique_ptr<TerminalView> view;
     std::optional<TimelineRecorder> timeline;
     std::optional<InputRecorder> inputs;
+    std::optional<ControlPipe> control;
     std::optional<ScenarioPlayer> player;
     std::vector<OutputPipe> pipes;
     std::vector<ILoopPart*> parts;

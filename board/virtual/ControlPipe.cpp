@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/virtual/ControlPipe.h"
 
+#include <algorithm>
 #include <array>
-#include <cstdio>
 #include <utility>
 
 #include <fcntl.h>
@@ -29,8 +29,9 @@ std::pair<std::string_view, std::string_view> Split(std::string_view text) {
 } // namespace
 
 // Open for reading and writing: the pipe has no end as long as the board lives, however many write into it in turn.
-ControlPipe::ControlPipe(const std::filesystem::path& path, const BoardState& boardState, IBoardControl& boardControl)
-    : state(boardState), control(boardControl) {
+ControlPipe::ControlPipe(const std::filesystem::path& path, const BoardState& boardState, IBoardControl& boardControl,
+                         TellUser tellUser)
+    : state(boardState), control(boardControl), tell(std::move(tellUser)) {
     if (::mkfifo(path.c_str(), 0600) != 0)
         ThrowSystemError("cannot make the control pipe " + path.string());
     pipe = FileDescriptor(::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
@@ -47,7 +48,7 @@ void ControlPipe::Run(BoardTime) {
             try {
                 Obey(line);
             } catch (const BoardError& error) {
-                std::fprintf(stderr, "velrix-board: control \"%s\": %s\n", line.c_str(), error.what());
+                tell("control \"" + line + "\": " + error.what());
             }
         }
         if (unfinished.size() > LONGEST_LINE)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -19,11 +20,14 @@ namespace VelrixBoard {
 //     fault MS.red=none
 //     oxbo-ready-after 40ms          or "never"
 //
-// What a line does wrong is reported on standard error, and the line is left out.
+// What is wrong with a line is told to the user, and the line is left out.
 class ControlPipe final : public ILoopPart {
 public:
+    using TellUser = std::function<void(const std::string& text)>;
+
     // Makes the pipe. Throws BoardError when it cannot.
-    ControlPipe(const std::filesystem::path& path, const BoardState& boardState, IBoardControl& boardControl);
+    ControlPipe(const std::filesystem::path& path, const BoardState& boardState, IBoardControl& boardControl,
+                TellUser tellUser);
 
     int Descriptor() const override { return pipe.Get(); }
     std::optional<BoardTime> Due() const override { return std::nullopt; }
@@ -34,6 +38,7 @@ private:
 
     const BoardState& state;
     IBoardControl& control;
+    TellUser tell;
     FileDescriptor pipe;
     std::string unfinished;
 };

@@ -2,12 +2,15 @@
 #include "board/virtual/InputRecorder.h"
 
 #include <csignal>
+#include <filesystem>
+#include <fstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "board/virtual/BoardError.h"
 #include "tests/board/CommandRun.h"
+#include "tests/support/PrivateBoard.h"
 
 namespace VelrixBoard {
 namespace {
@@ -95,6 +98,23 @@ TEST(InputRecorderTest, RecordsARunThatCanBePlayedAgain) {
     folder.Write("recorded", recorded + "within 20s program exits with 5\n");
     const CommandEnd again = CommandRun{OnBoard(script, {"--scenario", folder.Path("recorded")})}.Run();
     EXPECT_EQ(again.ExitCode(), 0) << again.errors;
+}
+
+TEST(InputRecorderTest, RecordsWhatComesThroughTheControlPipe) {
+    const TestSupport::TemporaryFolder folder;
+    const pid_t board =
+        CommandRun{{VELRIX_BOARD_COMMAND, "record", folder.Path("recorded"), "--directory", folder.Path("board"), "--",
+                    "sh", "-c",
+                    "echo > /mnt/share/ready; while grep -q 0 /var/dev/gpio-inputs/oxboMod1/value; do :; done"}}
+            .Start();
+    ASSERT_TRUE(
+        TestSupport::PrivateBoard::WaitFor([&] { return std::filesystem::exists(folder.Path("board/share/ready")); }));
+
+    std::ofstream(folder.Path("board/control")) << "fault MS.red=EIO\nset OXBO_MOD_1=1\n" << std::flush;
+    ::waitpid(board, nullptr, 0);
+
+    EXPECT_THAT(folder.Read("recorded"),
+                ContainsRegex("^at [0-9]+us fault MS.red EIO\nat [0-9]+us set OXBO_MOD_1 high\n"));
 }
 
 TEST(InputRecorderTest, RefusesAFileThatItCannotMakeBeforeTheProgramRuns) {
