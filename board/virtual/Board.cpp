@@ -181,7 +181,7 @@ public:
               state, [this] { return Now(); }, Owner(options), options.without, [this] { TellRecords(); }),
           oxbo(state, options.oxboReadyAfter,
                [this](std::size_t signal, bool level) { DriveForModule(signal, level); }),
-          reboots(layout.Reboots(), [this](std::string_view call) { Tell(&IBoardObserver::OnReboot, call); }),
+          reboots(layout.Reboots(), [this](std::string_view call) { Reboot(call); }),
           webLog(layout.Outside(model.WebLogFile()),
                  [this](std::string_view record) { Tell(&IBoardObserver::OnWebLog, record); }) {
         RequireKnownPaths(options, layout, state);
@@ -222,26 +222,26 @@ public:
         std::array<int, 2> pair{};
         if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair.data()) != 0)
             ThrowSystemError("cannot make a socket pair");
-        FileDescriptor socket(pair[0]);
-        FileDescriptor initSocket(pair[1]);
+        initSocket = FileDescriptor(pair[0]);
+        FileDescriptor farEnd(pair[1]);
         const FileDescriptor signalFile(::signalfd(-1, &signals.Blocked(), SFD_CLOEXEC | SFD_NONBLOCK));
         const InitPlan plan{::geteuid(),     ::getegid(), options.asRoot,  layout.Stage(),
                             layout.Device(), placements,  signals.Before()};
 
         const pid_t init = ForkIntoNamespaces();
         if (init == 0) {
-            socket.Close();
-            RunInit(plan, program, std::move(initSocket));
+            initSocket.Close();
+            RunInit(plan, program, std::move(farEnd));
         }
-        initSocket.Close();
+        farEnd.Close();
         for (OutputPipe& pipe : pipes)
             pipe.writing.Close();
         // After the fork, which one thread alone may make, and before the program can change anything.
         for (const AttachmentFactory& make : options.attachments)
             Attach(make(state, Control(), [this] { return Now(); }));
-        (void)::send(socket.Get(), "", 1, MSG_NOSIGNAL);
+        SendInitOrder(initSocket.Get(), InitOrder::BEGIN);
 
-        Loop(socket.Get(), signalFile.Get());
+        Loop(initSocket.Get(), signalFile.Get());
         int initStatus = 0;
         while (::waitpid(init, &initStatus, 0) < 0 && errno == EINTR) {
         }
@@ -475,20 +475,59 @@ private:
             break;
         case InitMessage::Kind::STARTED:
             programProcess = std::move(attached);
+            ended = false;
             for (IBoardObserver* observer : state.Observers())
                 observer->OnProgramStarted(Now());
             break;
         case InitMessage::Kind::ENDED:
             ended = true;
-            endStatus = message.status;
+            endStatus = AfterReboot(message.status);
             for (IBoardObserver* observer : state.Observers())
                 observer->OnProgramEnded(endStatus, Now());
+            break;
+        case InitMessage::Kind::DOWN:
+            // Signals that come now wait for the next program.
+            programProcess.Close();
+            if (reboot == RebootStub::Effect::RESTART && options.onReboot == BoardOptions::OnReboot::RESTART) {
+                PowerUp();
+                reboot = RebootStub::Effect::NONE;
+                SendInitOrder(socket, InitOrder::RUN_ANEW);
+            } else {
+                SendInitOrder(socket, InitOrder::LEAVE);
+            }
             break;
         case InitMessage::Kind::FAILED:
             failure = message.text;
             break;
         }
         return true;
+    }
+
+    // A call of one of the reboot commands: all that runs on the board is ended.
+    void Reboot(std::string_view call) {
+        Tell(&IBoardObserver::OnReboot, call);
+        const RebootStub::Effect effect = RebootStub::EffectOf(call);
+        if (effect == RebootStub::Effect::NONE || reboot != RebootStub::Effect::NONE)
+            return;
+        reboot = effect;
+        SendInitOrder(initSocket.Get(), InitOrder::END_ALL);
+    }
+
+    // A program that the reboot ended, which it asked for, has come to a good end.
+    int AfterReboot(int status) const {
+        const bool byReboot = WIFSIGNALED(status) && (WTERMSIG(status) == SIGTERM || WTERMSIG(status) == SIGKILL);
+        return reboot != RebootStub::Effect::NONE && byReboot ? W_EXITCODE(0, 0) : status;
+    }
+
+    // All lines and LEDs as they are when the board's power comes; outputs first, which the module answers to.
+    void PowerUp() {
+        const BoardState initial(model);
+        for (std::size_t signal = 0; signal < state.Count(); ++signal)
+            if (!state.IsInput(signal))
+                state.Set(signal, initial.Level(signal), Now());
+        for (std::size_t signal = 0; signal < state.Count(); ++signal)
+            if (state.IsInput(signal))
+                files.DriveInput(signal, initial.Level(signal));
     }
 
     // Process 1 went before the program did. The reboot system call ends a namespace that way, with a signal that tells
@@ -526,7 +565,9 @@ private:
     std::vector<Placement> placements;
     const std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();
 
+    FileDescriptor initSocket;
     FileDescriptor programProcess;
+    RebootStub::Effect reboot = RebootStub::Effect::NONE; // that was called for since the program was started
     bool ended = false;
     int endStatus = 0;
     std::string failure;

@@ -38,6 +38,10 @@ struct BoardOptions {
     // Nothing: the Oxbo module never becomes ready.
     std::optional<std::chrono::milliseconds> oxboReadyAfter = std::chrono::milliseconds(40);
 
+    // What follows a call of the reboot command, once the program has ended: the program anew, or the board's end.
+    enum class OnReboot { RESTART, EXIT };
+    OnReboot onReboot = OnReboot::EXIT;
+
     // Take what is sent to /dev/log; otherwise the name is free.
     bool syslog = true;
 
@@ -61,10 +65,10 @@ struct BoardOptions {
     std::filesystem::path rebootStub;
 };
 
-// Runs the program on a board of its own and returns its wait status. Signals that another process sends to this one
-// while the program runs are passed on to it. The calling process must have one thread. Throws BoardError,
-// ScenarioError or TimelineError when the board cannot be made; the program has not run then. Throws TimelineError as
-// well when the timeline could not be written to its end.
+// Runs the program on a board of its own and returns its wait status; 0 where a reboot that the program called for
+// ended it. Signals that another process sends to this one while the program runs are passed on to it. The calling
+// process must have one thread. Throws BoardError, ScenarioError or TimelineError when the board cannot be made; the
+// program has not run then. Throws TimelineError as well when the timeline could not be written to its end.
 int RunBoard(const BoardOptions& options, const Program& program);
 
 // Ends this process as the status says: with the same exit code, or by the same signal.

@@ -29,6 +29,15 @@ void AddDeviceOptions(CLI::App& app, BoardOptions& options) {
            },
            "What is wrong with the value file of a line or LED element: EIO, ENOSPC, EACCES, slow:2s or missing")
         ->type_name("NAME=FAULT");
+    app.add_option_function<std::string>(
+           "--on-reboot",
+           [&options](const std::string& text) {
+               options.onReboot = text == "restart" ? BoardOptions::OnReboot::RESTART : BoardOptions::OnReboot::EXIT;
+           },
+           "What follows when the program calls reboot and was ended: its restart, or the board's end; exit if not "
+           "given")
+        ->check(CLI::IsMember({"restart", "exit"}))
+        ->type_name("restart|exit");
 }
 
 } // namespace VelrixBoard

@@ -3,16 +3,22 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <exception>
+#include <iterator>
+#include <optional>
 #include <string>
 #include <system_error>
 
+#include <poll.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
+#include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -27,9 +33,9 @@ namespace VelrixBoard {
 
 namespace {
 
-// How long after the program's end its children may still run. A program that calls for a reboot and ends at once
-// leaves the call to a child, which must come to its end; a daemon that was left behind must not hold the board for
-// long.
+// How long after the program's end its children may still run, and after the order to end all everything. A program
+// that calls for a reboot and ends at once leaves the call to a child, which must come to its end; a daemon that was
+// left behind must not hold the board for long.
 constexpr long long GRACE_NS = 1'000'000'000;
 
 void Send(int socket, InitMessage::Kind kind, int status, const std::string& text, int descriptor) {
@@ -90,21 +96,65 @@ long long NowNs() {
     return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
 }
 
-// Reaps children until none is left, for as long as they may still run.
-void WaitForOthers() {
-    sigset_t childSignal;
-    sigemptyset(&childSignal);
-    sigaddset(&childSignal, SIGCHLD);
-    const long long end = NowNs() + GRACE_NS;
+// The next order of the board, waited for. Without a board there is no more to do.
+InitOrder ReceiveOrder(int socket) {
+    InitOrder order{};
+    if (::recv(socket, &order, sizeof order, 0) != static_cast<ssize_t>(sizeof order))
+        ::_exit(0);
+    return order;
+}
+
+// Starts the program; gives its process.
+pid_t StartProgram(const InitPlan& plan, const Program& program, FileDescriptor& socket, FileDescriptor& childSignals) {
+    const pid_t child = ::fork();
+    if (child < 0) {
+        Send(socket.Get(), InitMessage::Kind::FAILED, 0,
+             std::string("cannot start the program: ") + std::strerror(errno), -1);
+        ::_exit(1);
+    }
+    if (child == 0) {
+        socket.Close();
+        childSignals.Close();
+        RunProgram(program, plan.signalMask);
+    }
+    const FileDescriptor process(static_cast<int>(::syscall(SYS_pidfd_open, child, 0)));
+    Send(socket.Get(), InitMessage::Kind::STARTED, 0, "", process.Get());
+    return child;
+}
+
+// Reaps everything until the program and all others have ended; those that outlive the program, or the order to end,
+// for too long are killed. The program may stop and go on; only its end counts. What it orphans comes to this process
+// too.
+void WaitForAll(pid_t program, int socket, int childSignals) {
+    std::optional<long long> deadline;
     for (;;) {
+        int status = 0;
         pid_t ended = 0;
-        while ((ended = ::waitpid(-1, nullptr, WNOHANG)) > 0) {
+        while ((ended = ::waitpid(-1, &status, WNOHANG)) > 0) {
+            if (ended != program)
+                continue;
+            Send(socket, InitMessage::Kind::ENDED, status, "", -1);
+            deadline = std::min(deadline.value_or(LLONG_MAX), NowNs() + GRACE_NS);
         }
-        const long long left = end - NowNs();
-        if (ended < 0 || left <= 0)
+        if (ended < 0)
             return;
+
+        const long long left = deadline ? *deadline - NowNs() : 0;
+        if (deadline && left <= 0) {
+            ::kill(-1, SIGKILL);
+            deadline.reset();
+            continue;
+        }
+        pollfd waits[] = {{socket, POLLIN, 0}, {childSignals, POLLIN, 0}};
         const timespec wait{static_cast<time_t>(left / 1'000'000'000), static_cast<long>(left % 1'000'000'000)};
-        ::sigtimedwait(&childSignal, nullptr, &wait);
+        (void)::ppoll(waits, std::size(waits), deadline ? &wait : nullptr, nullptr);
+        signalfd_siginfo signal;
+        if (waits[1].revents != 0)
+            (void)!::read(childSignals, &signal, sizeof signal);
+        if (waits[0].revents != 0 && ReceiveOrder(socket) == InitOrder::END_ALL) {
+            ::kill(-1, SIGTERM);
+            deadline = std::min(deadline.value_or(LLONG_MAX), NowNs() + GRACE_NS);
+        }
     }
 }
 
@@ -128,12 +178,14 @@ bool ReceiveInitMessage(int socket, InitMessage& message, FileDescriptor& attach
     return true;
 }
 
+bool SendInitOrder(int socket, InitOrder order) {
+    return ::send(socket, &order, sizeof order, MSG_NOSIGNAL) == static_cast<ssize_t>(sizeof order);
+}
+
 void RunInit(const InitPlan& plan, const Program& program, FileDescriptor socket) {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    // A board that died before that line was reached would leave this process behind; then the byte does not come.
-    char byte = 0;
-    if (::read(socket.Get(), &byte, 1) != 1)
-        ::_exit(0);
+    // A board that died before that line was reached would leave this process behind; then the order does not come.
+    (void)ReceiveOrder(socket.Get());
 
     std::error_code error;
     try {
@@ -143,29 +195,23 @@ void RunInit(const InitPlan& plan, const Program& program, FileDescriptor socket
         ::_exit(1);
     }
 
-    // SIGCHLD must stay pending for WaitForOthers.
-    sigset_t all;
+    // Blocked, so that they stay pending for the descriptor, and so that nothing else ends this process.
+    sigset_t all, childSignal;
     sigfillset(&all);
     ::sigprocmask(SIG_BLOCK, &all, nullptr);
-    const pid_t child = ::fork();
-    if (child < 0) {
-        Send(socket.Get(), InitMessage::Kind::FAILED, 0,
-             std::string("cannot start the program: ") + std::strerror(errno), -1);
-        ::_exit(1);
-    }
-    if (child == 0) {
-        socket.Close();
-        RunProgram(program, plan.signalMask);
-    }
-    const FileDescriptor process(static_cast<int>(::syscall(SYS_pidfd_open, child, 0)));
-    Send(socket.Get(), InitMessage::Kind::STARTED, 0, "", process.Get());
+    sigemptyset(&childSignal);
+    sigaddset(&childSignal, SIGCHLD);
+    FileDescriptor childSignals(::signalfd(-1, &childSignal, SFD_CLOEXEC | SFD_NONBLOCK));
 
-    // The program may stop and go on; only its end counts. What it orphans comes to this process too.
-    int status = 0;
-    for (pid_t ended = 0; ended != child;)
-        ended = ::waitpid(-1, &status, 0);
-    Send(socket.Get(), InitMessage::Kind::ENDED, status, "", -1);
-    WaitForOthers();
+    for (InitOrder order = InitOrder::RUN_ANEW; order == InitOrder::RUN_ANEW;) {
+        const pid_t child = StartProgram(plan, program, socket, childSignals);
+        WaitForAll(child, socket.Get(), childSignals.Get());
+        Send(socket.Get(), InitMessage::Kind::DOWN, 0, "", -1);
+        // An order to end all may have crossed the message that all has ended.
+        do
+            order = ReceiveOrder(socket.Get());
+        while (order == InitOrder::END_ALL);
+    }
     ::_exit(0);
 }
 

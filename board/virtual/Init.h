@@ -25,22 +25,30 @@ struct InitPlan {
 };
 
 // What process 1 tells the board, one packet each: the value files are to be served (with a descriptor of their
-// connection); the program runs (with a descriptor of its process), or has ended with a wait status; or the board could
-// not be made, and why.
+// connection); the program runs (with a descriptor of its process); it has ended with a wait status; all that it left
+// running has ended too; or the board could not be made, and why.
 struct InitMessage {
-    enum class Kind { MOUNTED, STARTED, ENDED, FAILED };
+    enum class Kind { MOUNTED, STARTED, ENDED, DOWN, FAILED };
 
     Kind kind;
     int status;
     char text[1024];
 };
 
+// What the board tells process 1, one packet each: to make the board and run the program; to end all that runs, as a
+// reboot does; and, in answer to DOWN, to run the program anew or to leave.
+enum class InitOrder : char { BEGIN, END_ALL, RUN_ANEW, LEAVE };
+
+// False when process 1 is gone.
+bool SendInitOrder(int socket, InitOrder order);
+
 // Receives one message and the descriptor that comes with it. False at the end: process 1 is gone.
 bool ReceiveInitMessage(int socket, InitMessage& message, FileDescriptor& attached);
 
-// The life of process 1, in the child of ForkIntoNamespaces: makes the board, starts the program, reaps everything, and
-// ends soon after the program, which ends all that the program left running. Waits for a byte from the board first.
-// When the board dies, by whatever signal, process 1 is killed by the kernel and all others with it.
+// The life of process 1, in the child of ForkIntoNamespaces: waits for the order to begin, makes the board, runs the
+// program, reaps everything, and ends soon after the program what that left running. Then it does as it is told, and
+// runs the program anew or leaves. When the board dies, by whatever signal, process 1 is killed by the kernel and all
+// others with it.
 [[noreturn]] void RunInit(const InitPlan& plan, const Program& program, FileDescriptor socket);
 
 } // namespace VelrixBoard

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <initializer_list>
 #include <iterator>
 
 #include <fcntl.h>
@@ -17,6 +18,20 @@ namespace {
 
 constexpr const char* RECORD = "/dev/velrix-board/reboot";
 constexpr std::string_view COMMANDS[] = {"reboot", "halt", "poweroff", "shutdown"};
+
+// The words of a line of the record, as far as commands and options go: what is escaped in them is no matter.
+std::vector<std::string> Words(std::string_view line) {
+    std::vector<std::string> words(1);
+    bool escaped = false;
+    for (const char c : line) {
+        if (c == ' ' && !escaped)
+            words.emplace_back();
+        else
+            words.back() += c;
+        escaped = c == '\\' && !escaped;
+    }
+    return words;
+}
 
 } // namespace
 
@@ -52,6 +67,25 @@ std::string RebootStub::Record(const std::vector<std::string_view>& arguments) {
         }
     }
     return line + "\n";
+}
+
+RebootStub::Effect RebootStub::EffectOf(std::string_view call) {
+    const std::vector<std::string> words = Words(call);
+    const std::string command = std::filesystem::path(words.front()).filename();
+    const bool isShutdown = command == "shutdown";
+    const bool halts = isShutdown || command == "halt" || command == "poweroff";
+    const auto has = [&words](std::initializer_list<std::string_view> options) {
+        return std::any_of(words.begin() + 1, words.end(), [&](const std::string& word) {
+            return std::find(options.begin(), options.end(), word) != options.end();
+        });
+    };
+    if (has({"--help", "-w", "--wtmp-only"}) || (isShutdown && has({"-c", "-k", "--show"})))
+        return Effect::NONE;
+    if (has({"--halt", "--poweroff", "-p"}))
+        return Effect::HALT;
+    if (halts && !has({"--reboot"}) && !(isShutdown && has({"-r"})))
+        return Effect::HALT;
+    return Effect::RESTART;
 }
 
 int RebootStub::Main(int argc, char** argv) {

@@ -27,6 +27,11 @@ public:
     // Records the call; the process's exit code.
     static int Main(int argc, char** argv);
 
+    // What a call, as it stands in the record, would do to a machine. One to ask for help, to warn users or to take an
+    // earlier call back does nothing; one that is to take effect later counts as one at once.
+    enum class Effect { NONE, HALT, RESTART };
+    static Effect EffectOf(std::string_view call);
+
     // The record's line: arguments apart by spaces, with a backslash before spaces and backslashes inside of one and
     // "\n" for a line feed.
     static std::string Record(const std::vector<std::string_view>& arguments);

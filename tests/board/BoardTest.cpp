@@ -201,20 +201,86 @@ TEST(BoardTest, PassesSignalsOn) {
 TEST(BoardTest, RecordsCallsOfTheCommandsThatEndTheMachine) {
     PrivateBoard board;
 
-    const BoardResult end = board.Run(Shell("PATH=$PATH:/usr/sbin; /sbin/reboot && PATH=/usr/sbin:/usr/bin reboot -f "
-                                            "'a b' && /usr/sbin/halt -p && poweroff && "
-                                            "env -i /sbin/shutdown -h now; echo $?"));
+    // Goes on for the moment that it has.
+    const BoardResult end =
+        board.Run(Shell("trap '' TERM; PATH=$PATH:/usr/sbin; /sbin/reboot && PATH=/usr/sbin:/usr/bin reboot -f "
+                        "'a b' && /usr/sbin/halt -p && poweroff && "
+                        "env -i /sbin/shutdown -h now; echo $?; exit 6"));
 
     EXPECT_EQ(end.output, "0\n") << end.errors;
+    EXPECT_EQ(end.exitCode, 6);
     EXPECT_EQ(board.Reboots(), "/sbin/reboot\nreboot -f a\\ b\n/usr/sbin/halt -p\npoweroff\n/sbin/shutdown -h now\n");
 }
 
 TEST(BoardTest, RecordsACallThatOutlivesTheProgram) {
     PrivateBoard board;
 
-    board.Run(Shell("(sleep 0.05; exec /sbin/reboot) & exit 0"));
+    EXPECT_EQ(board.Run(Shell("(sleep 0.05; exec /sbin/reboot) & exit 4")).exitCode, 4);
 
     EXPECT_EQ(board.Reboots(), "/sbin/reboot\n");
+}
+
+TEST(BoardTest, EndsAllOfItsProgramsWhenOneOfThemReboots) {
+    const std::string mark = Mark();
+    const struct {
+        const char* program;
+        int exitCode;
+        const char* output;
+    } rows[] = {{"/sbin/reboot; sleep 1000", 0, ""},
+                {"halt; sleep 1000", 0, ""},
+                {"trap 'echo told; exit 3' TERM; /sbin/reboot; while :; do sleep 0.01; done", 3, "told\n"},
+                {"trap '' TERM; /sbin/reboot; sleep 1000; sleep 1000", 0, ""},
+                {"shutdown -c; echo on; kill $!; exit 5", 5, "on\n"}};
+    for (const auto& row : rows) {
+        PrivateBoard board;
+
+        const BoardResult end = board.Run(Shell("PATH=$PATH:/usr/sbin; setsid sleep " + mark + " & " + row.program));
+
+        EXPECT_EQ(end.exitCode, row.exitCode) << row.program << end.errors;
+        EXPECT_EQ(end.output, row.output);
+        EXPECT_FALSE(RunsSomewhere(mark));
+    }
+}
+
+TEST(BoardTest, RunsTheProgramAnewAfterARebootOnRequest) {
+    PrivateBoard board;
+    board.AddOption("--on-reboot", "restart");
+    board.AddOption("--oxbo-ready-after", "0ms");
+    const std::string mark = Mark();
+
+    // Prints what it finds, then leaves everything otherwise than it was; reboots twice, then halts.
+    const BoardResult end = board.Run(
+        Shell("cat " + std::string(RESET) + " " + IRQ + " " + MS_RED + " | tr -d '\\n'; echo; printf 1 > " + RESET +
+              "; printf 1 > " + MS_RED + "; while test $(cat " + IRQ + ") = 1; do :; done; setsid sleep " + mark +
+              " & echo run >> /mnt/share/runs; case $(grep -c run /mnt/share/runs) in 1) /sbin/reboot; sleep 1000;; "
+              "2) /sbin/shutdown -r now; exit 3;; 3) /sbin/poweroff; sleep 1000;; esac"));
+
+    EXPECT_EQ(end.output, "010\n010\n010\n") << end.errors;
+    EXPECT_EQ(end.exitCode, 0);
+    EXPECT_EQ(board.Reboots(), "/sbin/reboot\n/sbin/shutdown -r now\n/sbin/poweroff\n");
+    EXPECT_EQ(board.Content("/mnt/share/runs"), "run\nrun\nrun\n");
+    EXPECT_FALSE(RunsSomewhere(mark));
+    const std::string up = "OXBO_RESET1_N 1\nMS.red 1\nOXBO_IRQ_N 0\n",
+                      down = "OXBO_RESET1_N 0\nOXBO_IRQ_N 1\nMS.red 0\n";
+    std::string changes = board.Changes();
+    // The module may be ready before the LED is lit.
+    for (std::size_t at; (at = changes.find("OXBO_IRQ_N 0\nMS.red 1\n")) != std::string::npos;)
+        changes.replace(at, 22, "MS.red 1\nOXBO_IRQ_N 0\n");
+    EXPECT_EQ(changes, up + down + up + down + up);
+}
+
+TEST(BoardTest, PassesASignalOnToTheProgramThatRunsAfterAReboot) {
+    PrivateBoard board;
+    board.AddOption("--on-reboot", "restart");
+    board.Start(Shell("if test -e /mnt/share/again; then trap 'echo trapped; exit 9' TERM; echo > /mnt/share/ready; "
+                      "while :; do sleep 0.01; done; fi; echo > /mnt/share/again; /sbin/reboot; sleep 1000"));
+    ASSERT_TRUE(PrivateBoard::WaitFor([&] { return !board.Content("/mnt/share/ready").empty(); }));
+
+    board.Signal(SIGTERM);
+
+    const BoardResult end = board.Wait();
+    EXPECT_EQ(end.exitCode, 9);
+    EXPECT_EQ(end.output, "trapped\n");
 }
 
 TEST(BoardTest, RecordsTheRebootSystemCallOfAProgramThatIsRoot) {
@@ -262,9 +328,9 @@ TEST(BoardTest, RunsBesideOthersAndInsideOfOne) {
                       "; while ! test -e /mnt/share/go; do sleep 0.01; done; cat " + MS_RED));
     ASSERT_TRUE(PrivateBoard::WaitFor([&] { return first.Written(MS_RED) == "1"; }));
 
-    const BoardResult inner =
-        second.Run({VELRIX_BOARD_COMMAND, "run", "--set", "OXBO_IRQ_N=0", "--", "sh", "-c",
-                    std::string("/sbin/reboot inner; cat ") + MS_RED + "; cat " + IRQ + "; printf 1 > " + MS_RED});
+    const BoardResult inner = second.Run(
+        {VELRIX_BOARD_COMMAND, "run", "--set", "OXBO_IRQ_N=0", "--", "sh", "-c",
+         std::string("trap '' TERM; /sbin/reboot inner; cat ") + MS_RED + "; cat " + IRQ + "; printf 1 > " + MS_RED});
 
     EXPECT_EQ(inner.output, "0\n0\n") << inner.errors;
     EXPECT_EQ(second.Written(MS_RED), "");
@@ -276,7 +342,7 @@ TEST(BoardTest, RunsBesideOthersAndInsideOfOne) {
 TEST(BoardTest, RunsForAnOrdinaryUser) {
     if (!CanBeOrdinaryUser())
         GTEST_SKIP() << "no ordinary user is known here";
-    CommandRun run{OnBoard("PATH=$PATH:/usr/sbin; id -u; cat " + std::string(IRQ) +
+    CommandRun run{OnBoard("trap '' TERM; PATH=$PATH:/usr/sbin; id -u; cat " + std::string(IRQ) +
                            "; reboot && touch /etc/x /var/x /dev/x && echo made"),
                    {{"TMPDIR", "/tmp"}}};
     run.asNobody = true;

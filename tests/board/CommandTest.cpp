@@ -36,6 +36,7 @@ TEST(CommandTest, RefusesWhatItDoesNotUnderstandBeforeAnythingRuns) {
         {{"run", "--fault", "MS.red=2", "--", "echo"}, "\"2\" is no fault"},
         {{"run", "--fault", "MS.blue=EIO", "--", "echo"}, "MS.blue is no line or LED element"},
         {{"run", "--fault", "OXBO_IRQ_N=ENOSPC", "--", "echo"}, "OXBO_IRQ_N is an input"},
+        {{"run", "--on-reboot", "ignore", "--", "echo"}, "--on-reboot"},
         {{"run", "--oxbo-ready-after", "soon", "--", "echo"}, "milliseconds or \"never\""},
         {{"run", "--oxbo-ready-after", "5s", "--", "echo"}, "milliseconds or \"never\""},
         {{"run", "--oxbo-ready-after", "-5", "--", "echo"}, "--oxbo-ready-after"},
@@ -93,8 +94,8 @@ TEST(CommandTest, TakesOptionsMoreThanOnceWhereThatMakesSense) {
 TEST(CommandTest, KeepsADirectoryThatWasNamed) {
     const TestSupport::TemporaryFolder folder;
 
-    CommandRun{OnBoard("printf 1 > /var/dev/gpio-outputs/oxboRamLoaderEnable/value; logger x; /sbin/reboot; echo +x > "
-                       "/mnt/share/logger; echo > /var/log/apps/a.log",
+    CommandRun{OnBoard("printf 1 > /var/dev/gpio-outputs/oxboRamLoaderEnable/value; logger x; echo +x > "
+                       "/mnt/share/logger; echo > /var/log/apps/a.log; /sbin/reboot",
                        {"--directory", folder.Path("b")})}
         .Run();
 

@@ -19,6 +19,31 @@ TEST(RebootStubTest, RecordsACallInOneLine) {
         EXPECT_EQ(RebootStub::Record(row.arguments), row.line);
 }
 
+TEST(RebootStubTest, KnowsWhatACallWouldDo) {
+    using Effect = RebootStub::Effect;
+    const struct {
+        const char* call;
+        Effect effect;
+    } rows[] = {{"/sbin/reboot", Effect::RESTART},
+                {"reboot -f", Effect::RESTART},
+                {"reboot --halt", Effect::HALT},
+                {"reboot -p", Effect::HALT},
+                {"reboot -w", Effect::NONE},
+                {"reboot --help", Effect::NONE},
+                {"halt", Effect::HALT},
+                {"/usr/sbin/halt --reboot", Effect::RESTART},
+                {"poweroff -f", Effect::HALT},
+                {"shutdown now", Effect::HALT},
+                {"shutdown -r +5 see\\ you --help\\ me", Effect::RESTART},
+                {"shutdown -h now", Effect::HALT},
+                {"shutdown -c", Effect::NONE},
+                {"shutdown -k now", Effect::NONE},
+                {"a\\ name\\ of\\ its\\ own", Effect::RESTART},
+                {"", Effect::RESTART}};
+    for (const auto& row : rows)
+        EXPECT_EQ(RebootStub::EffectOf(row.call), row.effect) << row.call;
+}
+
 TEST(RebootStubTest, StandsInForEveryCommandThatEndsTheMachine) {
     std::string text;
     for (const Placement& place : RebootStub::Placements("/program", "/record"))

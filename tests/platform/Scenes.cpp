@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -345,6 +346,8 @@ void WriteWebLog(const Arguments&) {
 // A reboot, told how it ended; "no command" and "no child" make it fail.
 void Reboot(const Arguments& arguments) {
     MakeBoardQuietly();
+    // The command tells all to end; this program tells how it went first.
+    std::signal(SIGTERM, SIG_IGN);
     static const pid_t parent = getpid();
     std::atexit([] { Note(getpid() == parent ? "handler" : "handler of the child"); });
     if (arguments.size() > 1 && arguments[1] == "no-command")
