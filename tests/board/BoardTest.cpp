@@ -2,6 +2,7 @@
 // Real programs on real boards: what they find there, how they end, and that the machine does not notice.
 #include "board/virtual/Board.h"
 
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -43,15 +44,28 @@ std::string Mark() {
     return "98" + std::to_string(::getpid()) + std::to_string(++count);
 }
 
-bool RunsSomewhere(const std::string& argument) {
+// What a file of /proc says of a process; nothing of one that ends meanwhile, whose files fail to read.
+std::string OfProcess(const fs::directory_entry& process, const char* file) {
+    std::ostringstream content;
+    content << std::ifstream(process.path() / file).rdbuf();
+    return content.str();
+}
+
+bool AnyProcess(const char* file, const std::string& content) {
     std::error_code error;
-    for (const fs::directory_entry& entry : fs::directory_iterator("/proc", error)) {
-        std::ifstream stream(entry.path() / "cmdline");
-        const std::string line{std::istreambuf_iterator<char>(stream), {}};
-        if (line.find(std::string("sleep") + '\0' + argument + '\0') != std::string::npos)
+    for (const fs::directory_entry& entry : fs::directory_iterator("/proc", error))
+        if (OfProcess(entry, file).find(content) != std::string::npos)
             return true;
-    }
     return false;
+}
+
+bool RunsSomewhere(const std::string& argument) {
+    return AnyProcess("cmdline", std::string("sleep") + '\0' + argument + '\0');
+}
+
+// Of all that was started with that value in its environment.
+bool RunsWith(const std::string& value) {
+    return AnyProcess("environ", value);
 }
 
 std::string Mounts() {
@@ -322,6 +336,88 @@ TEST(BoardTest, TakesEverythingAlongWhenItIsKilledAndIsSweptByTheNext) {
     EXPECT_TRUE(fs::is_empty(folder.Path()));
 }
 
+TEST(BoardTest, LeavesNothingBehindInWhateverPhaseItIsKilled) {
+    constexpr int BOARDS = 24;
+    const TemporaryFolder folder;
+    const std::string mounts = Mounts();
+
+    // One after the other is killed a little later in its life, from before its first step to its program's work.
+    for (int i = 0; i < BOARDS; ++i) {
+        const pid_t board = CommandRun{OnBoard("setsid sleep 1000 & sleep 1000"), {{"TMPDIR", folder.Path()}}}.Start();
+        ::usleep(static_cast<useconds_t>(i) * 1000);
+        ::kill(board, SIGKILL);
+        ::waitpid(board, nullptr, 0);
+    }
+
+    EXPECT_TRUE(PrivateBoard::WaitFor([&] { return !RunsWith(folder.Path()); }));
+    EXPECT_EQ(Mounts(), mounts);
+    // A directory of an instant's age could be that of a board that is just starting.
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder.Path()))
+        fs::last_write_time(entry.path(), fs::file_time_type::clock::now() - std::chrono::minutes(2));
+    // A process that shows no environment any more may still be about to close its files, the directory's lock among
+    // them.
+    EXPECT_TRUE(PrivateBoard::WaitFor([&] {
+        CommandRun{OnBoard("true"), {{"TMPDIR", folder.Path()}}}.Run();
+        return fs::is_empty(folder.Path());
+    }));
+}
+
+TEST(BoardTest, SaysThatItsFirstProcessWasKilled) {
+    const TemporaryFolder folder;
+    const std::string mark = Mark();
+    const pid_t board = CommandRun{OnBoard("sleep " + mark)}.Start("/dev/null", folder.Path("errors"));
+    ASSERT_TRUE(PrivateBoard::WaitFor([&] { return RunsSomewhere(mark); }));
+    pid_t first = 0;
+    std::ifstream("/proc/" + std::to_string(board) + "/task/" + std::to_string(board) + "/children") >> first;
+
+    ASSERT_EQ(::kill(first, SIGKILL), 0);
+
+    int status = 0;
+    ::waitpid(board, &status, 0);
+    EXPECT_EQ(WEXITSTATUS(status), 125);
+    EXPECT_EQ(folder.Read("errors"), "velrix-board: the board's first process ended unexpectedly\n");
+    EXPECT_FALSE(RunsSomewhere(mark));
+}
+
+TEST(BoardTest, RunsTwentyAtOnce) {
+    std::array<PrivateBoard, 20> boards;
+    for (PrivateBoard& board : boards)
+        board.Start(Shell("printf 1 > " + std::string(MS_RED) +
+                          "; until test -e /mnt/share/go; do sleep 0.01; done; cat " + MS_RED));
+    for (const PrivateBoard& board : boards)
+        ASSERT_TRUE(PrivateBoard::WaitFor([&] { return board.Written(MS_RED) == "1"; }));
+
+    for (const PrivateBoard& board : boards)
+        std::ofstream(board.Outside("/mnt/share/go")) << "";
+
+    for (PrivateBoard& board : boards)
+        EXPECT_EQ(board.Wait().output, "1\n");
+}
+
+TEST(BoardTest, ManagesProgramsOfAllManners) {
+    const std::string write = "printf 1 > " + std::string(MS_RED), wait = "until grep -q 1 " + std::string(MS_RED);
+    const struct {
+        std::string program;
+        int exitCode;
+    } rows[] = {// closes all descriptors
+                {"exec 0<&- 1>&- 2>&-; " + write + "; exit 3", 3},
+                // ignores signals
+                {"trap '' HUP INT QUIT TERM; kill -TERM $$; kill -HUP $$; " + write + "; exit 4", 4},
+                // leaves its work to a daemon
+                {"(setsid sh -c '" + write + "' < /dev/null > /dev/null 2>&1 &); " + wait + "; do :; done; exit 5", 5},
+                // goes on as another program, with nothing of its environment
+                {"exec sh -c 'cd / && umask 077 && exec env -i /bin/sh -c \"" + write + "; exit 6\"'", 6},
+                // forks much
+                {"for i in $(seq 100); do true & done; wait; " + write + "; exit 7", 7}};
+    for (const auto& row : rows) {
+        PrivateBoard board;
+
+        EXPECT_EQ(board.Run(Shell(row.program)).exitCode, row.exitCode) << row.program;
+
+        EXPECT_EQ(board.Written(MS_RED), "1") << row.program;
+    }
+}
+
 TEST(BoardTest, RunsBesideOthersAndInsideOfOne) {
     PrivateBoard first, second;
     first.Start(Shell("printf 1 > " + std::string(MS_RED) +
@@ -559,6 +655,21 @@ TEST(BoardTest, BreaksAFileAndMendsItWhileTheProgramRuns) {
 
     EXPECT_EQ(board.Wait().output, "broken\nwhole\n");
     EXPECT_EQ(board.Changes(), "MS.red 1\n");
+}
+
+TEST(BoardTest, BreaksAFileAsAScenarioSays) {
+    const TemporaryFolder folder;
+    folder.Write("scenario", "wait 20ms\nfault MS.red EIO\nwithin 20s web log has +broken\nfault MS.red none\n"
+                             "within 20s program exits with 4\n");
+    const std::string write = "printf 1 > " + std::string(MS_RED);
+
+    const CommandEnd end = CommandRun{OnBoard("exec 2>/dev/null; while " + write +
+                                                  "; do :; done; echo +broken >> /mnt/share/logger; until " + write +
+                                                  "; do :; done; exit 4",
+                                              {"--scenario", folder.Path("scenario")})}
+                               .Run();
+
+    EXPECT_EQ(end.ExitCode(), 0) << end.errors;
 }
 
 TEST(BoardTest, SaysWhatToDoWithoutFuse) {
