@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/emulated/Command.h"
 
-#include <algorithm>
-#include <charconv>
 #include <cstdio>
 #include <map>
 #include <optional>
@@ -18,6 +16,7 @@
 #include "board/emulated/Machine.h"
 #include "board/emulated/MachineControl.h"
 #include "board/virtual/BoardError.h"
+#include "board/virtual/CommandArguments.h"
 #include "board/virtual/FileDescriptor.h"
 #include "board/virtual/ScenarioPlayer.h"
 #include "board/virtual/SettingsReader.h"
@@ -27,8 +26,6 @@
 namespace VelrixBoard {
 
 namespace {
-
-constexpr int BOARD_FAILED = 125;
 
 constexpr const char* FOOTER = "The program's exit code becomes that of this command, 128 and the signal's number "
                                "after a signal, 0 when the program\n"
@@ -48,26 +45,6 @@ struct EmulatorOptions {
     std::optional<std::chrono::milliseconds> oxboReadyAfter;
     std::vector<std::string> command;
 };
-
-// "40", "40ms" or "never".
-std::optional<std::chrono::milliseconds> ParseReadyAfter(std::string_view text) {
-    if (text == "never")
-        return std::nullopt;
-    unsigned value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    const std::string_view unit(end, static_cast<std::size_t>(text.data() + text.size() - end));
-    if (error != std::errc() || (!unit.empty() && unit != "ms"))
-        throw CLI::ValidationError("--oxbo-ready-after", "takes milliseconds or \"never\"");
-    return std::chrono::milliseconds(value);
-}
-
-std::pair<std::string, bool> ParseLevel(const std::string& text) {
-    const std::size_t equals = text.find('=');
-    const std::string level = equals == std::string::npos ? "" : text.substr(equals + 1);
-    if (level != "0" && level != "1")
-        throw CLI::ValidationError("--set", "takes LABEL=0 or LABEL=1");
-    return {text.substr(0, equals), level == "1"};
-}
 
 BoardModel MakeModel(const EmulatorOptions& options) {
     BoardModel model;
@@ -170,20 +147,11 @@ int RunOnEmulator(const EmulatorOptions& options) {
     return result.exitCode;
 }
 
-// The arguments up to "--" in CLI11's order, last first; the rest is the program's and none of its business.
-std::vector<std::string> OwnArguments(const std::vector<std::string>& all, std::vector<std::string>& command) {
-    const auto separator = std::find(all.begin(), all.end(), "--");
-    if (separator != all.end())
-        command.assign(separator + 1, all.end());
-    return {std::make_reverse_iterator(separator), all.rend()};
-}
-
 } // namespace
 
 int RunEmulatorCommand(int argc, char** argv) {
     EmulatorOptions options;
-    std::vector<std::string> levels;
-    std::string readyAfter = "40";
+    BeginningOptions beginning;
 
     CLI::App app("A 32-bit ARM machine with the board's LEDs and lines, to run device programs on.", "velrix-emulator");
     app.footer(FOOTER);
@@ -203,27 +171,19 @@ int RunEmulatorCommand(int argc, char** argv) {
     run->add_option("--junit", options.junit, "Write the scenario's results as a JUnit report")
         ->type_name("FILE.xml")
         ->needs(scenario);
-    run->add_option("--set", levels, "Level of an input from the start, such as OXBO_IRQ_N=0")->type_name("LABEL=0|1");
-    run->add_option("--oxbo-ready-after", readyAfter,
-                    "When the Oxbo module pulls its interrupt line low after its reset; 40 if not given")
-        ->type_name("MS|never");
+    beginning.AddTo(*run);
     run->add_option("--libraries", options.libraries, "Where to look for libraries that the program needs")
         ->type_name("DIR");
     run->add_option("--copy", options.copies, "A file or directory that the program finds at its path here")
         ->type_name("PATH");
+    TakeOneValueEach(*run);
 
     try {
-        // Each occurrence takes one value, or "--set A=1 -- X" would be read on.
-        for (CLI::Option* option : run->get_options())
-            if (option->get_items_expected_max() > 1)
-                option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-        const std::vector<std::string> all(argv + 1, argv + argc);
-        app.parse(OwnArguments(all, options.command));
+        app.parse(OwnArguments(argc, argv, options.command));
         if (options.command.empty())
             throw CLI::RequiredError("-- PROGRAM");
-        options.oxboReadyAfter = ParseReadyAfter(readyAfter);
-        for (const std::string& level : levels)
-            options.levels.insert_or_assign(ParseLevel(level).first, ParseLevel(level).second);
+        options.levels = beginning.Levels();
+        options.oxboReadyAfter = beginning.OxboReadyAfter();
     } catch (const CLI::ParseError& error) {
         const int code = app.exit(error);
         return code == 0 ? 0 : BOARD_FAILED;

@@ -11,8 +11,8 @@ namespace {
 
 constexpr int HIGHEST_PORT = 65535;
 
-// What the option is without a value.
-const std::string USUAL = "usual";
+// What CLI11 takes a flag without a value for.
+const std::string USUAL = "true";
 
 std::optional<int> ParsePort(const std::string& text) {
     if (text == USUAL)
@@ -37,7 +37,7 @@ std::string Title(const std::vector<std::string>& command) {
 PanelOptions::PanelOptions(CLI::App& command) {
     command
         .add_flag(
-            "--panel{" + USUAL + "}", port,
+            "--panel", port,
             "Show the board in a browser, on 127.0.0.1; on port 8642, or a free one where that is in use, if none "
             "is given: --panel=PORT")
         ->type_name("[=PORT]");

@@ -1,49 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/virtual/Command.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 
 #include "board/panel/PanelOptions.h"
 #include "board/virtual/Board.h"
-#include "board/virtual/BoardError.h"
+#include "board/virtual/CommandArguments.h"
 #include "board/virtual/DeviceOptions.h"
 #include "board/virtual/DiffCommand.h"
-#include "board/virtual/ReadyTime.h"
 #include "board/virtual/TestingOptions.h"
 
 namespace VelrixBoard {
 
 namespace {
 
-constexpr int BOARD_FAILED = 125;
-
 constexpr const char* FOOTER =
     "The program's exit code, or the signal that ended it, becomes that of this command, or the verdict of "
     "--scenario:\n"
     "0 or 1. 125 says that the board could not be made, 126 that PROGRAM cannot be run, 127 that it was not found.";
-
-std::optional<std::chrono::milliseconds> ParseReadyAfter(const std::string& text) {
-    try {
-        return ParseReadyTime(text);
-    } catch (const BoardError& error) {
-        throw CLI::ValidationError("--oxbo-ready-after", error.what());
-    }
-}
-
-std::pair<std::string, bool> ParseLevel(const std::string& text) {
-    const std::size_t equals = text.find('=');
-    const std::string level = equals == std::string::npos ? "" : text.substr(equals + 1);
-    if (level != "0" && level != "1")
-        throw CLI::ValidationError("--set", "takes LABEL=0 or LABEL=1");
-    return {text.substr(0, equals), level == "1"};
-}
 
 // With no slash at the end, which completion of directories leaves there.
 std::filesystem::path NormalPath(const std::string& text) {
@@ -51,22 +30,13 @@ std::filesystem::path NormalPath(const std::string& text) {
     return path.has_filename() ? path : path.parent_path();
 }
 
-// The arguments up to "--" in CLI11's order, last first; the rest is the program's and none of its business.
-std::vector<std::string> OwnArguments(const std::vector<std::string>& all, std::vector<std::string>& command) {
-    const auto separator = std::find(all.begin(), all.end(), "--");
-    if (separator != all.end())
-        command.assign(separator + 1, all.end());
-    return {std::make_reverse_iterator(separator), all.rend()};
-}
-
 // The options of a command that runs a program, and what is still to be made of them.
 struct RunArguments {
     BoardOptions options;
-    std::vector<std::string> levels;
+    BeginningOptions beginning;
     std::vector<std::string> without;
     std::string settings;
     std::string directory;
-    std::string readyAfter = "40";
     bool noSyslog = false;
     TestingOptions testing;
 };
@@ -78,31 +48,23 @@ void AddRunOptions(CLI::App& run, RunArguments& arguments) {
     run.add_option("--directory", arguments.directory,
                    "Keep the board's files here, in an empty or new directory; without it they go with the board")
         ->type_name("DIR");
-    run.add_option("--set", arguments.levels, "Level of an input from the start, such as OXBO_IRQ_N=0")
-        ->type_name("LABEL=0|1");
+    arguments.beginning.AddTo(run);
     run.add_option("--without", arguments.without, "Leave a value file or a directory of the board out")
         ->type_name("PATH");
-    run.add_option("--oxbo-ready-after", arguments.readyAfter,
-                   "When the Oxbo module pulls its interrupt line low after its reset; 40 if not given")
-        ->type_name("MS|never");
     run.add_flag("--as-root", arguments.options.asRoot, "Let the program see itself as user 0");
     run.add_flag("--no-syslog", arguments.noSyslog, "Leave /dev/log free for a daemon started on the board");
     run.add_flag("--terminal", arguments.options.terminal,
                  "Show LEDs, lines, module, faults and logs on standard error");
     arguments.testing.AddTo(run);
     AddDeviceOptions(run, arguments.options);
-    // Each occurrence takes one value, or "--set A=1 -- X" would be read on.
-    for (CLI::Option* option : run.get_options())
-        if (option->get_items_expected_max() > 1)
-            option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    TakeOneValueEach(run);
 }
 
 // Throws CLI::ParseError for what is not understood.
 void Complete(RunArguments& arguments) {
     BoardOptions& options = arguments.options;
-    options.oxboReadyAfter = ParseReadyAfter(arguments.readyAfter);
-    for (const std::string& level : arguments.levels)
-        options.levels.insert_or_assign(ParseLevel(level).first, ParseLevel(level).second);
+    options.levels = arguments.beginning.Levels();
+    options.oxboReadyAfter = arguments.beginning.OxboReadyAfter();
     if (!arguments.settings.empty())
         options.settings = arguments.settings;
     if (!arguments.directory.empty())
@@ -138,8 +100,7 @@ int RunCommand(int argc, char** argv) {
 
     RunArguments* chosen = &runArguments;
     try {
-        const std::vector<std::string> all(argv + 1, argv + argc);
-        app.parse(OwnArguments(all, command));
+        app.parse(OwnArguments(argc, argv, command));
         if (command.empty() && !diff.IsGiven())
             throw CLI::RequiredError("-- PROGRAM");
         if (record->parsed())

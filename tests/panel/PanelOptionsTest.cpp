@@ -80,6 +80,20 @@ TEST(PanelOptionsTest, SaysThatAPortIsInUseBeforeAnythingRuns) {
                                   HasSubstr("name another one, or none"), HasSubstr("Address already in use")));
 }
 
+TEST(PanelOptionsTest, NeedsNoPort) {
+    const CommandEnd end = CommandRun{OnBoard("echo ran", {"--panel"})}.Run();
+
+    EXPECT_EQ(end.ExitCode(), 0);
+    EXPECT_EQ(end.output, "ran\n");
+    EXPECT_THAT(end.errors, HasSubstr("the panel is at http://127.0.0.1:"));
+}
+
+TEST(PanelOptionsTest, IsExplainedAsItIsGiven) {
+    for (const char* command : {"run", "record"})
+        EXPECT_THAT((CommandRun{{VELRIX_BOARD_COMMAND, command, "--help"}}.Run().output),
+                    HasSubstr("  --panel [=PORT] "));
+}
+
 TEST(PanelOptionsTest, RefusesWhatIsNoPort) {
     for (const char* port : {"-1", "65536", "http", "80x"}) {
         const CommandEnd end = CommandRun{OnBoard("echo ran", {std::string("--panel=") + port})}.Run();

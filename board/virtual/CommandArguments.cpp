@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/virtual/CommandArguments.h"
+
+#include <algorithm>
+
+#include <CLI/CLI.hpp>
+
+#include "board/virtual/BoardError.h"
+#include "board/virtual/ReadyTime.h"
+
+namespace VelrixBoard {
+
+std::vector<std::string> OwnArguments(int argc, char** argv, std::vector<std::string>& program) {
+    const std::vector<std::string> all(argv + 1, argv + argc);
+    const auto separator = std::find(all.begin(), all.end(), "--");
+    if (separator != all.end())
+        program.assign(separator + 1, all.end());
+    return {std::make_reverse_iterator(separator), all.rend()};
+}
+
+void BeginningOptions::AddTo(CLI::App& command) {
+    command.add_option("--set", levels, "Level of an input from the start, such as OXBO_IRQ_N=0")
+        ->type_name("LABEL=0|1");
+    command
+        .add_option("--oxbo-ready-after", readyAfter,
+                    "When the Oxbo module pulls its interrupt line low after its reset; 40 if not given")
+        ->type_name("MS|never");
+}
+
+std::map<std::string, bool> BeginningOptions::Levels() const {
+    std::map<std::string, bool> result;
+    for (const std::string& text : levels) {
+        const std::size_t equals = text.find('=');
+        const std::string level = equals == std::string::npos ? "" : text.substr(equals + 1);
+        if (level != "0" && level != "1")
+            throw CLI::ValidationError("--set", "takes LABEL=0 or LABEL=1");
+        result.insert_or_assign(text.substr(0, equals), level == "1");
+    }
+    return result;
+}
+
+std::optional<std::chrono::milliseconds> BeginningOptions::OxboReadyAfter() const {
+    try {
+        return ParseReadyTime(readyAfter);
+    } catch (const BoardError& error) {
+        throw CLI::ValidationError("--oxbo-ready-after", error.what());
+    }
+}
+
+void TakeOneValueEach(CLI::App& command) {
+    for (CLI::Option* option : command.get_options())
+        if (option->get_items_expected_max() > 1)
+            option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+} // namespace VelrixBoard
