@@ -11,7 +11,6 @@
 #include <ctime>
 #include <exception>
 #include <iterator>
-#include <optional>
 #include <string>
 #include <system_error>
 
@@ -126,7 +125,8 @@ pid_t StartProgram(const InitPlan& plan, const Program& program, FileDescriptor&
 // for too long are killed. The program may stop and go on; only its end counts. What it orphans comes to this process
 // too.
 void WaitForAll(pid_t program, int socket, int childSignals) {
-    std::optional<long long> deadline;
+    constexpr long long NEVER = LLONG_MAX;
+    long long deadline = NEVER;
     for (;;) {
         int status = 0;
         pid_t ended = 0;
@@ -134,26 +134,26 @@ void WaitForAll(pid_t program, int socket, int childSignals) {
             if (ended != program)
                 continue;
             Send(socket, InitMessage::Kind::ENDED, status, "", -1);
-            deadline = std::min(deadline.value_or(LLONG_MAX), NowNs() + GRACE_NS);
+            deadline = std::min(deadline, NowNs() + GRACE_NS);
         }
         if (ended < 0)
             return;
 
-        const long long left = deadline ? *deadline - NowNs() : 0;
-        if (deadline && left <= 0) {
+        const long long left = deadline == NEVER ? 0 : deadline - NowNs();
+        if (deadline != NEVER && left <= 0) {
             ::kill(-1, SIGKILL);
-            deadline.reset();
+            deadline = NEVER;
             continue;
         }
         pollfd waits[] = {{socket, POLLIN, 0}, {childSignals, POLLIN, 0}};
         const timespec wait{static_cast<time_t>(left / 1'000'000'000), static_cast<long>(left % 1'000'000'000)};
-        (void)::ppoll(waits, std::size(waits), deadline ? &wait : nullptr, nullptr);
+        (void)::ppoll(waits, std::size(waits), deadline == NEVER ? nullptr : &wait, nullptr);
         signalfd_siginfo signal;
         if (waits[1].revents != 0)
             (void)!::read(childSignals, &signal, sizeof signal);
         if (waits[0].revents != 0 && ReceiveOrder(socket) == InitOrder::END_ALL) {
             ::kill(-1, SIGTERM);
-            deadline = std::min(deadline.value_or(LLONG_MAX), NowNs() + GRACE_NS);
+            deadline = std::min(deadline, NowNs() + GRACE_NS);
         }
     }
 }
