@@ -16,19 +16,27 @@ test('the panel shows the life of the gateway', async () => {
     const page = await window.open(board);
     const pattern = (name) => page.locator(`.leds [data-led="${name}"]`);
     const webLog = page.getByRole('log', { name: 'Web log' });
-    const spoken = [];
-    await page.exposeFunction('speak', (text) => spoken.push(text));
-    await page.evaluate(() => new MutationObserver(() => window.speak(document.getElementById('announcement').textContent))
-      .observe(document.getElementById('announcement'), { childList: true }));
+    // All that was said of an LED, also what went by too fast for a look now and then.
+    const said = { announcement: [], pattern: [] };
+    await page.exposeFunction('note', (kind, text) => said[kind].push(text));
+    await page.evaluate(() => {
+      const follow = (kind, element) => new MutationObserver(() => window.note(kind, element.textContent))
+        .observe(element, { subtree: true, childList: true, characterData: true });
+      follow('announcement', document.getElementById('announcement'));
+      follow('pattern', document.querySelector('.leds [data-led="MS"]'));
+    });
+    const wasSaid = async (kind, text) => {
+      while (!said[kind].join('\n').includes(text)) await page.evaluate(() => new Promise(requestAnimationFrame));
+    };
 
     await page.locator('[role=progressbar][aria-label="Starting up"][aria-valuenow="100"]').waitFor();
     await hasText(webLog, 'Waiting for a connection');
-    await hasText(pattern('MS'), 'MS: flashing green, 500 ms');
+    await wasSaid('pattern', 'MS: flashing green, 500 ms');
     await hasText(webLog, 'Connection established');
     await hasText(pattern('MS'), 'MS: steady green');
     await hasText(pattern('NS'), 'NS: steady green');
     await hasText(page.locator('#system-log .info'), 'Connection established');
-    while (!spoken.join().includes('MS: steady green')) await page.evaluate(() => new Promise(requestAnimationFrame));
+    await wasSaid('announcement', 'MS: steady green');
 
     await page.getByRole('button', { name: 'Stop program' }).click();
     await hasText(page.locator('#program-state'), 'ended with 0');
