@@ -5,6 +5,7 @@ import { createRequire } from 'node:module';
 import { mkdtemp, rm } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
+import { setTimeout } from 'node:timers/promises';
 
 export const load = createRequire(join(process.env.VELRIX_NODE_MODULES, 'package.json'));
 const { chromium } = load('playwright-core');
@@ -72,6 +73,12 @@ class Window {
     assert.deepEqual(this.wrong.filter((text) => !withFailedRequests || !text.startsWith('Failed to load resource: ')), []);
     assert.deepEqual([...this.origins], [new URL(board.address).origin]);
   }
+}
+
+// Looks again and again for what cannot be waited for by itself.
+export async function eventually(what, condition) {
+  for (const end = performance.now() + PATIENCE; !(await condition()); await setTimeout(20))
+    assert.ok(performance.now() < end, `${what} did not happen within ${PATIENCE} ms`);
 }
 
 export function hasText(locator, text) {

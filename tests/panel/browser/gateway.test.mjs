@@ -2,7 +2,7 @@
 // The panel while the example application runs, as a newcomer sees it.
 import { after, before, test } from 'node:test';
 import { Board } from './board.mjs';
-import { Browser, PHONE, hasText } from './browser.mjs';
+import { Browser, PHONE, eventually, hasText } from './browser.mjs';
 
 let browser;
 
@@ -25,9 +25,7 @@ test('the panel shows the life of the gateway', async () => {
       follow('announcement', document.getElementById('announcement'));
       follow('pattern', document.querySelector('.leds [data-led="MS"]'));
     });
-    const wasSaid = async (kind, text) => {
-      while (!said[kind].join('\n').includes(text)) await page.evaluate(() => new Promise(requestAnimationFrame));
-    };
+    const wasSaid = (kind, text) => eventually(text, () => said[kind].join('\n').includes(text));
 
     await page.locator('[role=progressbar][aria-label="Starting up"][aria-valuenow="100"]').waitFor();
     await hasText(webLog, 'Waiting for a connection');

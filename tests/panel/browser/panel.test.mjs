@@ -6,7 +6,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, afterEach, before, beforeEach, describe, test } from 'node:test';
 import { Board } from './board.mjs';
-import { Browser, hasText } from './browser.mjs';
+import { Browser, eventually, hasText } from './browser.mjs';
 
 let browser, board, window, page;
 
@@ -74,8 +74,10 @@ describe('the panel', () => {
     await page.keyboard.press('Tab');
     await page.keyboard.press('Enter'); // skips to the lines
     const focused = () => page.evaluate(() => document.activeElement.closest('[data-line]')?.dataset.line);
-    do await page.keyboard.press('Tab');
-    while ((await focused()) !== 'OXBO_MOD_ID0_SYNC');
+    await eventually('the focus comes to the input', async () => {
+      await page.keyboard.press('Tab');
+      return (await focused()) === 'OXBO_MOD_ID0_SYNC';
+    });
     await page.keyboard.press('Space');
     await level('OXBO_MOD_ID0_SYNC', true);
 
@@ -222,7 +224,7 @@ describe('the panel', () => {
     assert.equal(await greenPixels(), 0);
     await board.write('MS.green', 1);
     await hasText(led('MS'), 'steady green');
-    while ((await greenPixels()) < 100) await page.evaluate(() => new Promise(requestAnimationFrame));
+    await eventually('a green band', async () => (await greenPixels()) >= 100);
 
     await waveform.focus();
     await page.keyboard.press('-');
