@@ -3,13 +3,13 @@
 import assert from 'node:assert/strict';
 import { readFile } from 'node:fs/promises';
 import { after, before, test } from 'node:test';
-import { Board } from './board.mjs';
+import { Board, endBoards } from './board.mjs';
 import { Browser, DESKTOP, PHONE, hasText, load } from './browser.mjs';
 
 let browser;
 
 before(async () => { browser = await Browser.launch(); });
-after(() => browser.close());
+after(() => Promise.all([browser.close(), endBoards()]));
 
 const LOOKS = [
   ['light, desktop', { viewport: DESKTOP, colorScheme: 'light' }],

@@ -6,12 +6,21 @@ import { createInterface } from 'node:readline';
 
 const DONE = 'the shell has done it';
 
+const running = new Set();
+
+// Ends the boards that tests have left behind where they failed.
+export async function endBoards() {
+  for (const board of running) board.process.kill('SIGKILL');
+  await Promise.all([...running].map((board) => board.ended));
+}
+
 export class Board {
   // command: that of velrix-board, with its arguments. Throws with what the board says when it does not start.
   static async start({ port = 0, command = ['run'], program = ['sh'] } = {}) {
     const board = new Board();
     board.process = spawn(process.env.VELRIX_BOARD, [...command, `--panel=${port}`, '--', ...program]);
-    board.ended = once(board.process, 'exit');
+    running.add(board);
+    board.ended = once(board.process, 'exit').finally(() => running.delete(board));
     board.answers = createInterface({ input: board.process.stdout })[Symbol.asyncIterator]();
     let said = '';
     for await (const line of createInterface({ input: board.process.stderr })) {

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // The panel while the example application runs, as a newcomer sees it.
 import { after, before, test } from 'node:test';
-import { Board } from './board.mjs';
+import { Board, endBoards } from './board.mjs';
 import { Browser, PHONE, eventually, hasText } from './browser.mjs';
 
 let browser;
 
 before(async () => { browser = await Browser.launch(); });
-after(() => browser.close());
+after(() => Promise.all([browser.close(), endBoards()]));
 
 test('the panel shows the life of the gateway', async () => {
   const board = await Board.start({ program: [process.env.VELRIX_GATEWAY] });

@@ -5,13 +5,13 @@ import { mkdtemp, readFile, rm } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, afterEach, before, beforeEach, describe, test } from 'node:test';
-import { Board } from './board.mjs';
+import { Board, endBoards } from './board.mjs';
 import { Browser, eventually, hasText } from './browser.mjs';
 
 let browser, board, window, page;
 
 before(async () => { browser = await Browser.launch(); });
-after(() => browser.close());
+after(() => Promise.all([browser.close(), endBoards()]));
 
 const led = (name, where = page) => where.locator(`.leds [data-led="${name}"]`);
 const input = (name, where = page) => where.getByRole('switch', { name });
