@@ -245,7 +245,8 @@ public:
         int initStatus = 0;
         while (::waitpid(init, &initStatus, 0) < 0 && errno == EINTR) {
         }
-        Drain();
+        TellRecords();
+        Settle();
         std::error_code error;
         fs::remove(layout.Stage(), error);
         fs::remove(layout.Device(), error);
@@ -405,7 +406,10 @@ private:
 
             for (ILoopPart* part : parts)
                 part->Run(Now());
-            Drain();
+            // Each reading costs a system call, and a board may have to do with writes to value files alone.
+            if (waits[0].revents != 0 || waits[1].revents != 0 || waits[3].revents != 0)
+                TellRecords();
+            Settle();
             if (waits[2].revents != 0)
                 PassOnSignals(signalFile);
             if (waits[0].revents != 0)
@@ -424,8 +428,7 @@ private:
         return static_cast<int>(std::clamp<long long>(left, 0, INT_MAX));
     }
 
-    void Drain() {
-        TellRecords();
+    void Settle() {
         for (OutputPipe& pipe : pipes)
             ShowOutput(pipe);
         for (IBoardObserver* observer : state.Observers())

@@ -2,7 +2,6 @@
 #include "board/virtual/SyslogSocket.h"
 
 #include <cstring>
-#include <vector>
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -20,7 +19,8 @@ constexpr std::size_t LONGEST_RECORD = 65536;
 } // namespace
 
 SyslogSocket::SyslogSocket(const std::filesystem::path& path, Action onRecord)
-    : socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)), action(std::move(onRecord)) {
+    : socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)), action(std::move(onRecord)),
+      buffer(LONGEST_RECORD) {
     // An address holds 107 bytes, less than many a path; by its directory's descriptor the socket has a short name.
     const FileDescriptor directory(::open(path.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     const std::string name = "/proc/self/fd/" + std::to_string(directory.Get()) + "/" + path.filename().string();
@@ -34,7 +34,6 @@ SyslogSocket::SyslogSocket(const std::filesystem::path& path, Action onRecord)
 }
 
 void SyslogSocket::Dispatch() {
-    std::vector<char> buffer(LONGEST_RECORD);
     for (;;) {
         const ssize_t length = ::recv(socket.Get(), buffer.data(), buffer.size(), 0);
         if (length < 0)

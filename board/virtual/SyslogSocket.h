@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "board/virtual/FileDescriptor.h"
 
@@ -29,6 +30,7 @@ public:
 private:
     FileDescriptor socket;
     Action action;
+    std::vector<char> buffer; // for the longest record
 };
 
 } // namespace VelrixBoard
