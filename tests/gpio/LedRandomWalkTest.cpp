@@ -18,11 +18,13 @@
 #include "tests/support/CallLog.h"
 #include "tests/support/FakeClock.h"
 #include "tests/support/FakePin.h"
+#include "tests/support/Share.h"
 
 using System::Collections::Generic::List;
 using TestSupport::CallLog;
 using TestSupport::FakeClock;
 using TestSupport::FakeOutputPin;
+using TestSupport::Share;
 using Velrix::Gpio::Led;
 using Velrix::Gpio::LedColorProperty;
 
@@ -391,12 +393,13 @@ private:
 
 TEST(LedRandomWalk, AgreesWithAModel) {
     Walk walk(SEED);
+    const int count = STEP_COUNT / Share();
 
-    for (int step = 0; step < STEP_COUNT; ++step) {
+    for (int step = 0; step < count; ++step) {
         ASSERT_NO_FATAL_FAILURE(walk.Step()) << "step " << step << " of the walk with seed " << SEED;
         if (testing::Test::HasFailure())
             FAIL() << "step " << step << " of the walk with seed " << SEED;
     }
 
-    EXPECT_GT(walk.AdvancedSteps(), STEP_COUNT / 100); // the walk was really in the midst of patterns
+    EXPECT_GT(walk.AdvancedSteps(), count / 100); // the walk was really in the midst of patterns
 }

@@ -20,6 +20,7 @@
 
 #include "tests/runtime/Diagnostics/TraceProgram.h"
 #include "tests/support/Emulator.h"
+#include "tests/support/Share.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -29,7 +30,8 @@ using namespace System::Diagnostics;
 using TestSupport::ShellCommand;
 using TestSupport::TemporaryFolder;
 
-constexpr int THREADS = 8, PROCESSES = 4, RECORDS = 10'000;
+constexpr int THREADS = 8, PROCESSES = 4;
+const int RECORDS = 10'000 / TestSupport::Share();
 
 std::string TextOf(const std::string& writer, int number) {
     return writer + " " + std::to_string(number) + " " + std::string(static_cast<std::size_t>(number * 7 % 300), '.') +
@@ -94,9 +96,10 @@ void WriteAll(const std::string& path, const Meanwhile& meanwhile) {
                 listener->TraceEvent(TraceEventArgs::Create(), TraceEventType::INFORMATION,
                                      string_ptr(TextOf("thread" + std::to_string(i), number)));
             --running;
+            running.notify_one();
         });
     while (running > 0)
-        meanwhile();
+        meanwhile(running);
     for (auto& thread : threads)
         thread.join();
     for (auto& program : programs) {
@@ -116,7 +119,10 @@ void ExpectAllRecords(const TemporaryFolder& folder) {
 TEST(FileTraceStress, LosesAndMixesNothing) {
     TemporaryFolder folder;
 
-    WriteAll(folder.Path("log"), [] { std::this_thread::yield(); });
+    WriteAll(folder.Path("log"), [](const std::atomic<int>& running) {
+        if (const int still = running; still > 0)
+            running.wait(still);
+    });
 
     ExpectAllRecords(folder);
 }
@@ -126,7 +132,7 @@ TEST(FileTraceStress, LosesNothingWhileTheFileIsMovedAndRemoved) {
     const std::string path = folder.Path("log");
     int round = 0;
 
-    WriteAll(path, [&] {
+    WriteAll(path, [&](const auto&) {
         std::this_thread::yield();
         if (round == 200)
             return;
@@ -176,7 +182,7 @@ TEST(FileTraceStress, KeepsLinesWholeWhenWritersAreKilled) {
     for (auto& program : programs) {
         // In the middle of writing: the file has grown since the last one died.
         const std::uintmax_t before = size;
-        while (size < before + 100'000)
+        while (size < before + 100'000 / static_cast<unsigned>(TestSupport::Share()))
             size = std::filesystem::file_size(path);
         ::kill(program->Id(), SIGKILL);
         EXPECT_EQ(program->Wait().exitCode, 128 + SIGKILL);
