@@ -77,6 +77,23 @@ using FileTraceListenerFailures = FileTraceListenerTest;
 
 // Opening
 
+TEST_F(FileTraceListenerTest, StampsRecordsPast2038) {
+    const auto listener = FileTraceListener::Create(path);
+
+    for (const long long seconds : {2'147'483'647LL, 2'147'483'648LL, 4'102'444'800LL}) {
+        clock.Set(seconds, 999'000'000);
+        listener->TraceEvent(TraceEventArgs::Create(), TraceEventType::INFORMATION, string_ptr("a record"));
+    }
+
+    std::string stamps;
+    const std::string text = folder.Read("log");
+    for (std::size_t begin = 0; begin < text.size(); begin = text.find('\n', begin) + 1)
+        stamps += text.substr(begin, 24) + "\n";
+    EXPECT_EQ(stamps, "2038-01-19T03:14:07.999Z\n"
+                      "2038-01-19T03:14:08.999Z\n"
+                      "2100-01-01T00:00:00.999Z\n");
+}
+
 TEST_F(FileTraceListenerTest, OpensTheFileAtOnce) {
     const mode_t before = ::umask(027);
     const FailingSystemCalls calls;
