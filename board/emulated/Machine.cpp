@@ -143,11 +143,12 @@ private:
     std::string agentText;
     std::string traceText;
     bool ready = false;
+    bool prepared = false; // in this life of the machine
     Running* running = nullptr;
 };
 
 Machine::Process::Process(const std::filesystem::path& image, const CpioArchive& files) {
-    for (const char* name : {"vmlinuz", "board.dtb", "root.cpio", "lines.txt"})
+    for (const char* name : {"kernel", "board.dtb", "root.cpio", "lines.txt"})
         if (!std::filesystem::exists(image / name))
             throw BoardError("the emulated board's " + (image / name).native() +
                              " is missing; scripts/emulated-board-image makes it from Debian's kernel package");
@@ -177,7 +178,7 @@ Machine::Process::Process(const std::filesystem::path& image, const CpioArchive&
     std::vector<std::string> arguments = {EMULATOR, "-M", "ast2600-evb", "-m", "1G", "-nodefaults", "-nic", "none",
                                           "-display", "none",
                                           // Names the time of every write; without it the trace has none.
-                                          "-msg", "timestamp=on", "-kernel", (image / "vmlinuz").native(), "-dtb",
+                                          "-msg", "timestamp=on", "-kernel", (image / "kernel").native(), "-dtb",
                                           (image / "board.dtb").native(), "-initrd", rootFile.native(),
                                           // A kernel that panics restarts instead of standing there, which is noticed.
                                           "-append", "console=ttyS4,115200n8 quiet panic=-1", "-serial",
@@ -336,6 +337,7 @@ void Machine::Process::ReadEvents() {
         ReadTrace();
         ReadOutput();
         ready = false;
+        prepared = false;
         agentText.clear();
         if (running)
             running->result = {true, 0, running->Now()};
@@ -430,9 +432,14 @@ MachineResult Machine::Process::Run(const MachineProgram& program, BoardState& s
             qmp->SetLine(*line, state.Level(i));
     while (qmp->Pending() > 0)
         Turn(HostTime() + std::chrono::seconds(1));
-    // The machine has no clock of its own that would know the time.
-    const auto now = std::chrono::duration_cast<std::chrono::seconds>(HostTime()).count();
-    if (RunQuietly({"sh", "-c", "/etc/reset-lines && date -u -s @" + std::to_string(now)}) != 0)
+    if (!prepared) {
+        // The machine has no clock of its own that would know the time.
+        const auto now = std::chrono::duration_cast<std::chrono::seconds>(HostTime()).count();
+        if (RunQuietly({"date", "-u", "-s", "@" + std::to_string(now)}) != 0)
+            Fail("the emulated board's clock cannot be set");
+        prepared = true;
+    }
+    if (RunQuietly({"/etc/reset-lines"}) != 0)
         Fail("the emulated board's lines cannot be reset");
 
     Running observed{program, &state, &lines, HostTime(), {}};

@@ -112,7 +112,7 @@ TEST_F(EmulatorCommand, SaysWhatIsMissingAndWhatToDo) {
     std::filesystem::copy(image + "/lines.txt", folder.Path("half"));
     EXPECT_EQ(Run({"run", "--image", folder.Path("half"), "--", "true"}), 125);
     EXPECT_EQ(errors, "velrix-emulator: the emulated board's " + folder.Path("half") +
-                          "/vmlinuz is missing; scripts/emulated-board-image makes it from Debian's kernel package\n");
+                          "/kernel is missing; scripts/emulated-board-image makes it from Debian's kernel package\n");
 
     const std::string path = Variable("PATH");
     ::setenv("PATH", "/nowhere", 1);
