@@ -2,6 +2,7 @@
 //
 // The program that EmulatedBoardTest runs on the emulated board: one scene from the life of an application, named by
 // the first argument. It is judged by what the lines and LEDs do, and says little itself.
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -9,15 +10,25 @@
 #include <string>
 #include <vector>
 
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
 #include <System/DateTime.h>
+#include <System/Diagnostics/FileTraceListener.h>
 #include <System/Diagnostics/Trace.h>
 #include <System/Exceptions.h>
+#include <System/IO/File.h>
 #include <System/Threading/Thread.h>
 
 #include <velrix/platform/Platform.h>
 
 using System::DateTime;
+using System::Diagnostics::FileTraceListener;
 using System::Diagnostics::Trace;
+using System::Diagnostics::TraceEventArgs;
+using System::Diagnostics::TraceEventType;
+using System::IO::File;
 using System::Threading::Thread;
 using Velrix::Platform;
 
@@ -116,24 +127,79 @@ void Reboot(const Arguments&) {
     UpdateFor(60'000);
 }
 
+// trace FILE: one record, which is then shown.
+void TraceToFile(const Arguments& arguments) {
+    const auto listener = FileTraceListener::Create(arguments[1]);
+    listener->TraceEvent(TraceEventArgs::Create(), TraceEventType::INFORMATION, System::string_ptr("a record"));
+    std::puts(File::ReadAllText(arguments[1])->ToUtf8().c_str());
+}
+
+void Play(const Arguments& arguments);
+
+void SetClock(const timespec& time) {
+    if (::clock_settime(CLOCK_REALTIME, &time) != 0) {
+        std::perror("board-scenes: cannot set the clock");
+        std::exit(2);
+    }
+}
+
+// at MILLISECONDS SCENE...: plays the scene at another time. Then the machine has its own time back: the small commands
+// that it is made of do not know a later one than 2038.
+void At(const Arguments& arguments) {
+    const long long milliseconds = std::atoll(arguments[1].c_str());
+    timespec other{}, before{}, start{}, end{};
+    other.tv_sec = static_cast<time_t>(milliseconds / 1000);
+    other.tv_nsec = static_cast<long>(milliseconds % 1000 * 1'000'000);
+    ::clock_gettime(CLOCK_REALTIME, &before);
+    ::clock_gettime(CLOCK_MONOTONIC, &start);
+    SetClock(other);
+
+    const pid_t child = ::fork();
+    if (child == 0) {
+        Play({arguments.begin() + 2, arguments.end()});
+        std::exit(0);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+
+    ::clock_gettime(CLOCK_MONOTONIC, &end);
+    before.tv_sec += end.tv_sec - start.tv_sec; // to the second is enough
+    SetClock(before);
+    std::_Exit(WIFEXITED(status) ? WEXITSTATUS(status) : 3);
+}
+
+// behind PROGRAM ARGUMENT...: runs a program with what the others leave of the processors.
+void Behind(const Arguments& arguments) {
+    std::vector<char*> words;
+    for (std::size_t i = 1; i < arguments.size(); ++i)
+        words.push_back(const_cast<char*>(arguments[i].c_str()));
+    words.push_back(nullptr);
+    errno = 0;
+    if (::nice(19) != -1 || errno == 0)
+        ::execv(words[0], words.data());
+    std::perror("board-scenes: cannot run a program behind the others");
+    std::exit(2);
+}
+
 struct Scene {
     const char* name;
     void (*play)(const Arguments&);
 };
 constexpr Scene SCENES[] = {
-    {"power-up", PowerUp}, {"indications", Indications}, {"reset", Reset}, {"end", End}, {"reboot", Reboot},
+    {"power-up", PowerUp}, {"indications", Indications}, {"reset", Reset}, {"end", End},
+    {"reboot", Reboot},    {"trace", TraceToFile},       {"at", At},       {"behind", Behind},
 };
+
+void Play(const Arguments& arguments) {
+    for (const Scene& scene : SCENES)
+        if (!arguments.empty() && arguments[0] == scene.name)
+            return scene.play(arguments);
+    std::fputs("board-scenes: no such scene\n", stderr);
+    std::exit(2);
+}
 
 } // namespace
 
 int main(int argc, char** argv) {
-    const Arguments arguments(argv + 1, argv + argc);
-    for (const Scene& scene : SCENES) {
-        if (argc > 1 && arguments[0] == scene.name) {
-            scene.play(arguments);
-            return 0;
-        }
-    }
-    std::fputs("board-scenes: no such scene\n", stderr);
-    return 2;
+    Play(Arguments(argv + 1, argv + argc));
 }
