@@ -438,14 +438,14 @@ TEST(BoardTest, RunsBesideOthersAndInsideOfOne) {
 TEST(BoardTest, RunsForAnOrdinaryUser) {
     if (!CanBeOrdinaryUser())
         GTEST_SKIP() << "no ordinary user is known here";
-    CommandRun run{OnBoard("trap '' TERM; PATH=$PATH:/usr/sbin; id -u; cat " + std::string(IRQ) +
-                           "; reboot && touch /etc/x /var/x /dev/x && echo made"),
+    CommandRun run{OnBoard("trap '' TERM; PATH=$PATH:/usr/sbin; id -u; cat " + std::string(IRQ) + "; printf 1 > " +
+                           MS_RED + " && cat " + MS_RED + "; reboot && touch /etc/x /var/x /dev/x && echo made"),
                    {{"TMPDIR", "/tmp"}}};
     run.asNobody = true;
 
     const CommandEnd end = run.Run();
 
-    EXPECT_EQ(end.output, (::geteuid() == 0 ? "65534" : std::to_string(::geteuid())) + "\n1\nmade\n") << end.errors;
+    EXPECT_EQ(end.output, (::geteuid() == 0 ? "65534" : std::to_string(::geteuid())) + "\n1\n1\nmade\n") << end.errors;
     EXPECT_EQ(end.ExitCode(), 0);
 }
 
@@ -680,6 +680,24 @@ TEST(BoardTest, SaysWhatToDoWithoutFuse) {
     EXPECT_EQ(end.ExitCode(), 125);
     EXPECT_EQ(end.output, "");
     EXPECT_THAT(end.errors, AllOf(StartsWith("velrix-board: cannot open /dev/fuse"), HasSubstr("\"modprobe fuse\"")));
+}
+
+TEST(BoardTest, SaysWhatToDoWhereFuseIsRootsAlone) {
+    if (::geteuid() != 0 || !CanBeOrdinaryUser())
+        GTEST_SKIP() << "only root can put such a device in place";
+    CommandRun run{
+        {"unshare", "--mount", "sh", "-c",
+         "mount -t tmpfs none /mnt && mknod -m 0600 /mnt/fuse c 10 229 && mount --bind /mnt/fuse /dev/fuse && "
+         "umount -l /mnt && exec setpriv --reuid 65534 --regid 65534 --clear-groups " VELRIX_BOARD_COMMAND
+         " run -- echo ran"},
+        {{"TMPDIR", "/tmp"}}};
+
+    const CommandEnd end = run.Run();
+
+    EXPECT_EQ(end.ExitCode(), 125);
+    EXPECT_EQ(end.output, "");
+    EXPECT_THAT(end.errors, AllOf(StartsWith("velrix-board: cannot open /dev/fuse"), HasSubstr("Permission denied"),
+                                  HasSubstr("\"chmod 0666 /dev/fuse\"")));
 }
 
 TEST(BoardTest, PrintsWhatChangesIntoAPipe) {
