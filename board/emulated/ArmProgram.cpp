@@ -3,6 +3,7 @@
 
 #include <elf.h>
 
+#include <algorithm>
 #include <cstring>
 #include <set>
 #include <sstream>
@@ -109,6 +110,26 @@ std::optional<ArmObject> ReadArmObject(const std::filesystem::path& file) {
     return object;
 }
 
+std::string ReadLoadedPart(const std::filesystem::path& file) {
+    std::string content = ReadFile(file);
+    const Bytes bytes(content, file.native());
+    auto header = bytes.At<Elf32_Ehdr>(0);
+    std::size_t end = sizeof header;
+    for (unsigned i = 0; i < header.e_phnum; ++i) {
+        const std::size_t place = header.e_phoff + i * sizeof(Elf32_Phdr);
+        const auto segment = bytes.At<Elf32_Phdr>(place);
+        end = std::max({end, place + sizeof segment, std::size_t{segment.p_offset} + segment.p_filesz});
+    }
+    if (end > content.size())
+        bytes.Damaged();
+    header.e_shoff = 0;
+    header.e_shnum = 0;
+    header.e_shstrndx = 0;
+    std::memcpy(content.data(), &header, sizeof header);
+    content.resize(end);
+    return content;
+}
+
 void AddArmProgram(CpioArchive& archive, const std::filesystem::path& program,
                    const std::vector<std::filesystem::path>& folders) {
     struct Placed {
@@ -123,7 +144,7 @@ void AddArmProgram(CpioArchive& archive, const std::filesystem::path& program,
         const auto object = ReadArmObject(placed.outside);
         if (!object)
             throw BoardError(placed.outside.native() + " is no 32-bit ARM program; build it with the preset \"arm\"");
-        archive.AddFile(placed.inside, placed.outside);
+        archive.AddProgram(placed.inside, ReadLoadedPart(placed.outside));
 
         for (const std::string& name : object->needed) {
             std::vector<Placed> candidates;

@@ -19,9 +19,14 @@ struct ArmObject {
 // Nothing for a file that is no 32-bit ARM program or library. Throws BoardError when it cannot be read or is damaged.
 std::optional<ArmObject> ReadArmObject(const std::filesystem::path& file);
 
-// Adds a program at the path it has here, with the libraries that it needs and that are found: those in its run path
-// where they are, those in one of the folders in the machine's own library folder. Libraries that are found nowhere
-// must be the machine's. Throws BoardError when the file is no program for the machine.
+// A program or library without what nobody loads: names and lines for debuggers, the table of sections. That is most of
+// a build with debug information, and costs time at every boot. Throws BoardError when the file cannot be read or is
+// damaged.
+std::string ReadLoadedPart(const std::filesystem::path& file);
+
+// Adds what is loaded of a program at the path it has here, with the libraries that it needs and that are found: those
+// in its run path where they are, those in one of the folders in the machine's own library folder. Libraries that are
+// found nowhere must be the machine's. Throws BoardError when the file is no program for the machine.
 void AddArmProgram(CpioArchive& archive, const std::filesystem::path& program,
                    const std::vector<std::filesystem::path>& folders);
 

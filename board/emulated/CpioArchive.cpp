@@ -60,6 +60,10 @@ void CpioArchive::AddText(const std::filesystem::path& path, std::string_view te
     Add(path, PLAIN, text);
 }
 
+void CpioArchive::AddProgram(const std::filesystem::path& path, std::string_view content) {
+    Add(path, EXECUTABLE, content);
+}
+
 void CpioArchive::AddLink(const std::filesystem::path& path, std::string_view target) {
     Add(path, LINK, target);
 }

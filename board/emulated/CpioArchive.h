@@ -16,6 +16,7 @@ public:
     // All take absolute paths of the machine and make the directories above them.
     void AddDirectory(const std::filesystem::path& path);
     void AddText(const std::filesystem::path& path, std::string_view text);
+    void AddProgram(const std::filesystem::path& path, std::string_view content);
     void AddLink(const std::filesystem::path& path, std::string_view target);
 
     // The file as it is here, readable by all and executable if it is here; throws BoardError when it cannot be read.

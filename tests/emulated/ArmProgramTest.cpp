@@ -18,6 +18,7 @@ using VelrixBoard::AddArmProgram;
 using VelrixBoard::BoardError;
 using VelrixBoard::CpioArchive;
 using VelrixBoard::ReadArmObject;
+using VelrixBoard::ReadLoadedPart;
 
 constexpr const char* COMPILER = "arm-linux-gnueabihf-g++";
 
@@ -74,9 +75,9 @@ TEST_F(ArmProgram, PutsLibrariesOfTheRunPathWhereTheyAre) {
     AddArmProgram(archive, Path("program"), {});
 
     CpioArchive expected;
-    expected.AddFile(Path("program"), Path("program"));
-    expected.AddFile(Path("lib/libouter.so"), Path("lib/libouter.so"));
-    expected.AddFile(Path("lib/libinner.so"), Path("lib/libinner.so"));
+    expected.AddProgram(Path("program"), ReadLoadedPart(Path("program")));
+    expected.AddProgram(Path("lib/libouter.so"), ReadLoadedPart(Path("lib/libouter.so")));
+    expected.AddProgram(Path("lib/libinner.so"), ReadLoadedPart(Path("lib/libinner.so")));
     EXPECT_EQ(archive.Finish(), expected.Finish());
 }
 
@@ -87,10 +88,22 @@ TEST_F(ArmProgram, PutsLibrariesOfGivenFoldersIntoTheMachinesOwn) {
     AddArmProgram(archive, Path("program"), {Path("none"), Path("lib")});
 
     CpioArchive expected;
-    expected.AddFile(Path("program"), Path("program"));
-    expected.AddFile("/usr/lib/arm-linux-gnueabihf/libouter.so", Path("lib/libouter.so"));
-    expected.AddFile("/usr/lib/arm-linux-gnueabihf/libinner.so", Path("lib/libinner.so"));
+    expected.AddProgram(Path("program"), ReadLoadedPart(Path("program")));
+    expected.AddProgram("/usr/lib/arm-linux-gnueabihf/libouter.so", ReadLoadedPart(Path("lib/libouter.so")));
+    expected.AddProgram("/usr/lib/arm-linux-gnueabihf/libinner.so", ReadLoadedPart(Path("lib/libinner.so")));
     EXPECT_EQ(archive.Finish(), expected.Finish());
+}
+
+TEST_F(ArmProgram, TakesAlongOnlyWhatIsLoaded) {
+    Make("program", "#include <iostream>\nint main() { std::cout << 6 * 7; }", "-g3");
+    const std::string loaded = ReadLoadedPart(Path("program"));
+    folder.Write("loaded", loaded);
+    std::filesystem::permissions(Path("loaded"), std::filesystem::perms::owner_all);
+
+    EXPECT_LT(loaded.size() * 3, std::filesystem::file_size(Path("program")));
+    const std::string run = "cd " + folder.Path() + " && qemu-arm -L /usr/arm-linux-gnueabihf ./loaded >output";
+    EXPECT_EQ(std::system(run.c_str()), 0);
+    EXPECT_EQ(folder.Read("output"), "42");
 }
 
 TEST_F(ArmProgram, RefusesWhatIsCutShort) {
@@ -98,6 +111,7 @@ TEST_F(ArmProgram, RefusesWhatIsCutShort) {
     for (const std::uintmax_t size : {std::uintmax_t{60}, std::uintmax_t{200}, std::uintmax_t{1000}}) {
         std::filesystem::resize_file(Path("program"), size);
         EXPECT_THROW(ReadArmObject(Path("program")), BoardError) << size;
+        EXPECT_THROW(ReadLoadedPart(Path("program")), BoardError) << size;
         Make("program", "int main() {}", "");
     }
 }
