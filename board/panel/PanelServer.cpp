@@ -43,14 +43,14 @@ void AnswerError(httplib::Response& response, int status, const std::string& tex
         nlohmann::json({{"error", text}}).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace), JSON);
 }
 
-// The kernel's buffers and a second take what a page that is not reading misses; then it is let go, and comes back by
-// itself.
-void ConfigureTimes(httplib::Server& server) {
+// The kernel's buffers and the patience take what a page that is not reading misses; then it is let go, and comes back
+// by itself.
+void ConfigureTimes(httplib::Server& server, std::chrono::seconds patience) {
     // A connection that stays open would hold a thread, and the end of the board, for seconds.
     server.set_keep_alive_max_count(1);
-    server.set_keep_alive_timeout(1);
-    server.set_read_timeout(1s);
-    server.set_write_timeout(1s);
+    server.set_keep_alive_timeout(patience.count());
+    server.set_read_timeout(patience);
+    server.set_write_timeout(patience);
     server.set_tcp_nodelay(true);
     server.set_payload_max_length(LONGEST_BODY);
 }
@@ -145,9 +145,9 @@ struct PanelServer::Inside {
         }
     }
 
-    void Configure() {
+    void Configure(std::chrono::seconds patience) {
         server.new_task_queue = [] { return new httplib::ThreadPool(THREADS); };
-        ConfigureTimes(server);
+        ConfigureTimes(server, patience);
         server.set_socket_options(ConfigureSocket);
         server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
             return Refuse(request, response) ? httplib::Server::HandlerResponse::Handled
@@ -219,9 +219,10 @@ struct PanelServer::Inside {
     int streams = 0; // open event streams
 };
 
-PanelServer::PanelServer(PanelFeed& panelFeed, Post onPost, std::optional<int> wantedPort)
+PanelServer::PanelServer(PanelFeed& panelFeed, Post onPost, std::optional<int> wantedPort,
+                         std::chrono::seconds patience)
     : inside(std::make_unique<Inside>(panelFeed, std::move(onPost))) {
-    inside->Configure();
+    inside->Configure(patience);
     inside->Listen(wantedPort);
 }
 

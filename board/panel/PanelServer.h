@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -34,8 +35,10 @@ public:
     using Post = std::function<std::string(const std::string& path, const std::string& body)>;
 
     // Listens when it returns. Port 0 takes a free one; nothing takes DEFAULT_PORT, and a free one where that is in
-    // use. Throws BoardError when a port that was named is in use.
-    PanelServer(PanelFeed& panelFeed, Post onPost, std::optional<int> wantedPort);
+    // use. A page that neither sends nor reads for as long as the patience lasts is let go. Throws BoardError when a
+    // port that was named is in use.
+    PanelServer(PanelFeed& panelFeed, Post onPost, std::optional<int> wantedPort,
+                std::chrono::seconds patience = std::chrono::seconds(1));
     PanelServer(const PanelServer&) = delete;
     PanelServer& operator=(const PanelServer&) = delete;
     // Closes the feed and every connection, and waits for the threads, which takes some milliseconds.
