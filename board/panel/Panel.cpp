@@ -48,12 +48,18 @@ std::vector<bool> Levels(const BoardState& state) {
     return levels;
 }
 
-const char* StateName(const ModuleState& module, bool everReady) {
-    if (module.inReset)
+const char* StateName(ModuleState::Phase phase) {
+    switch (phase) {
+    case ModuleState::Phase::IN_RESET:
         return "reset";
-    if (module.ready)
+    case ModuleState::Phase::STARTING:
+        return "starting";
+    case ModuleState::Phase::READY:
         return "ready";
-    return everReady ? "starting" : "silent";
+    case ModuleState::Phase::SILENT:
+        break;
+    }
+    return "silent";
 }
 
 } // namespace
@@ -134,8 +140,7 @@ void Panel::Run(BoardTime) {
 void Panel::TellModule() {
     const ModuleState module = control.OxboState();
     const auto readyAfter = control.OxboReadyAfter();
-    json text = {
-        {"state", StateName(module, readyAfter.has_value())}, {"ramLoader", nullptr}, {"readyAfterMs", nullptr}};
+    json text = {{"state", StateName(module.CurrentPhase())}, {"ramLoader", nullptr}, {"readyAfterMs", nullptr}};
     if (module.ramLoaderAtRelease)
         text["ramLoader"] = *module.ramLoaderAtRelease;
     if (readyAfter)

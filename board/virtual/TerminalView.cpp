@@ -80,12 +80,18 @@ std::string Bar(int percent) {
     return bar + " " + std::to_string(percent) + " %";
 }
 
-const char* ModuleText(const ModuleState& module, bool everReady) {
-    if (module.inReset)
+const char* ModuleText(ModuleState::Phase phase) {
+    switch (phase) {
+    case ModuleState::Phase::IN_RESET:
         return "held in reset";
-    if (module.ready)
+    case ModuleState::Phase::STARTING:
+        return "starting";
+    case ModuleState::Phase::READY:
         return "ready";
-    return everReady ? "starting" : "never ready";
+    case ModuleState::Phase::SILENT:
+        break;
+    }
+    return "never ready";
 }
 
 std::string Seconds(BoardTime time) {
@@ -250,7 +256,7 @@ std::string TerminalView::LineRow(int columns, Direction direction) const {
 
 std::string TerminalView::ModuleRow(int columns) const {
     Row row(columns);
-    row.Add("  module    ").Add(ModuleText(control.OxboState(), control.OxboReadyAfter().has_value()), BOLD);
+    row.Add("  module    ").Add(ModuleText(control.OxboState().CurrentPhase()), BOLD);
     bool any = false;
     for (std::size_t signal = 0; signal < state.Count(); ++signal) {
         const std::optional<Fault> fault = control.FaultOf(signal);
