@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -14,6 +15,7 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/ptrace.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -48,16 +50,17 @@ struct CommandRun {
     std::string directory{};         // to run in; empty: the test's
     std::string input = "/dev/null"; // file to read from
     bool asNobody = false;           // Run gives up root first, where the test has it
+    bool traced = false;             // the test traces it; it stops before its first instruction
 
     CommandEnd Run() const {
         const TestSupport::TemporaryFolder folder;
         CommandRun started = *this;
         // The tests may have been built where only root may look.
         if (asNobody && ::geteuid() == 0) {
-            const std::filesystem::path program = command.front();
-            started.command.front() = folder.Path(program.filename());
-            std::filesystem::copy_file(program, started.command.front());
-            ::chmod(folder.Path("").c_str(), 0755);
+            const std::filesystem::path board = VELRIX_BOARD_COMMAND, copy = folder.Path(board.filename());
+            std::filesystem::copy_file(board, copy);
+            std::replace(started.command.begin(), started.command.end(), board.string(), copy.string());
+            ::chmod(folder.Path().c_str(), 0755);
         }
         const pid_t process = started.Start(folder.Path("output"), folder.Path("errors"));
         CommandEnd end;
@@ -82,6 +85,8 @@ struct CommandRun {
         constexpr unsigned NOBODY = 65534;
         if (asNobody && ::geteuid() == 0 && (!OpenFuseToAll() || ::setgid(NOBODY) != 0 || ::setuid(NOBODY) != 0))
             ::_exit(98);
+        if (traced)
+            ::ptrace(PTRACE_TRACEME, 0, 0, 0);
         std::vector<std::string> words = command;
         std::vector<char*> arguments;
         for (std::string& word : words)

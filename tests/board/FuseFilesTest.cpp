@@ -363,21 +363,37 @@ TEST_F(FuseFilesTest, BreaksFilesAsItIsTold) {
     EXPECT_EQ(Record("writes"), "");
 }
 
+// Writes a byte for every fault that comes or goes.
+class FaultWatch final : public IBoardAttachment {
+public:
+    explicit FaultWatch(int end) : pipe(end) {}
+
+    std::string Announcement() const override { return ""; }
+    void OnFault(std::size_t, BoardTime) override { EXPECT_EQ(::write(pipe, "", 1), 1); }
+    int Descriptor() const override { return -1; }
+    std::optional<BoardTime> Due() const override { return std::nullopt; }
+    void Run(BoardTime) override {}
+
+private:
+    int pipe;
+};
+
 TEST_F(FuseFilesTest, LetsAFileVanishAndReturnWhileItIsOpen) {
-    const std::string output = OnBoard([this](std::ostream& out) {
+    std::array<int, 2> faults{};
+    ASSERT_EQ(::pipe(faults.data()), 0);
+    options.attachments = {
+        [&](const BoardState&, IBoardControl&, Clock) { return std::make_unique<FaultWatch>(faults[1]); }};
+    const std::string output = OnBoard([&](std::ostream& out) {
         const int control = ::open(folder.Path("board/control").c_str(), O_WRONLY | O_CLOEXEC);
         const int led = ::open(MS_RED, O_RDWR | O_CLOEXEC);
-        const auto command = [&](const std::string& text) { (void)!::write(control, text.data(), text.size()); };
-        // The control is obeyed some time after it was written.
-        const auto await = [&](const std::string& state) {
-            for (int i = 0; i < 20000 && Of(::access(MS_RED, F_OK)) != state; ++i)
-                ::usleep(1000);
+        const auto command = [&](const std::string& text) {
+            (void)!::write(control, text.data(), text.size());
+            char c = 0;
+            (void)!::read(faults[0], &c, 1);
             return Of(::access(MS_RED, F_OK));
         };
-        command("fault MS.red=missing\n");
-        out << await("ENOENT") << " " << Of(::write(led, "1", 1)) << " " << ReadAll(led) << " ";
-        command("fault MS.red=none\n");
-        out << await("0") << " " << Of(::write(led, "1", 1)) << " " << ReadAll(led);
+        out << command("fault MS.red=missing\n") << " " << Of(::write(led, "1", 1)) << " " << ReadAll(led) << " ";
+        out << command("fault MS.red=none\n") << " " << Of(::write(led, "1", 1)) << " " << ReadAll(led);
     });
 
     EXPECT_EQ(output, "ENOENT ENODEV ENODEV 0 1 1\n");

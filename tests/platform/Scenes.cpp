@@ -143,7 +143,7 @@ void Fail(const Arguments& arguments) {
         // Whoever runs the board brings the file back.
         std::ofstream("/mnt/share/bring-back") << arguments[1];
         while (::access(arguments[1].c_str(), F_OK) != 0)
-            ::usleep(1000);
+            std::this_thread::yield();
         Try([] { Board(); });
         SystemCallLog::SetEnabled(true);
         Step("next use");
