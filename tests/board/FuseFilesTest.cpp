@@ -50,6 +50,13 @@ std::string Of(long result) {
     return result < 0 ? ::strerrorname_np(error) : std::to_string(result);
 }
 
+std::string Repeated(const std::string& text, int times) {
+    std::string all;
+    for (int i = 0; i < times; ++i)
+        all += text;
+    return all;
+}
+
 class FuseFilesTest : public testing::Test {
 protected:
     // Runs the code on a board in a process of its own; gives what it wrote.
@@ -187,10 +194,7 @@ TEST_F(FuseFilesTest, KeepsTheOrderOfWritesOfDifferentFiles) {
         }
     });
 
-    std::string expected;
-    for (int i = 0; i < ROUNDS; ++i)
-        expected += "QOR_RESET0_N 1\nMS.red 1\nMS.red 0\nQOR_RESET0_N 0\n";
-    EXPECT_EQ(Record("changes"), expected);
+    EXPECT_EQ(Record("changes"), Repeated("QOR_RESET0_N 1\nMS.red 1\nMS.red 0\nQOR_RESET0_N 0\n", ROUNDS));
     std::istringstream lines(folder.Read("board/changes"));
     std::string before, time, rest;
     for (; lines >> time && std::getline(lines, rest); before = time)
@@ -255,10 +259,7 @@ TEST_F(FuseFilesTest, TellsTheSystemLogBeforeTheWriteThatFollows) {
         }
     });
 
-    std::string expected;
-    for (int i = 0; i < ROUNDS; ++i)
-        expected += "log 1 web 0 ";
-    EXPECT_EQ(folder.Read("order"), expected);
+    EXPECT_EQ(folder.Read("order"), Repeated("log 1 web 0 ", ROUNDS));
 }
 
 TEST_F(FuseFilesTest, KeepsAnyOrderOfRecordsAndWrites) {
@@ -310,10 +311,7 @@ TEST_F(FuseFilesTest, ShowsTheModuleInResetAtOnceHoweverSoonItIsResetAgain) {
         }
     });
 
-    std::string expected;
-    for (int i = 0; i < 2 * ROUNDS; ++i)
-        expected += "1\n";
-    EXPECT_EQ(output, expected);
+    EXPECT_EQ(output, Repeated("1\n", 2 * ROUNDS));
 }
 
 TEST_F(FuseFilesTest, LosesNoWriteOfManyThreads) {
