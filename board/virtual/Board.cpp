@@ -218,7 +218,7 @@ public:
         Program program = givenProgram;
         if (options.terminal)
             MakeView(program);
-        const SignalBlock signals;
+        const SignalBlock signals{SIGWINCH};
         std::array<int, 2> pair{};
         if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair.data()) != 0)
             ThrowSystemError("cannot make a socket pair");
@@ -462,7 +462,9 @@ private:
         signalfd_siginfo info;
         while (::read(signalFile, &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
             const auto number = static_cast<int>(info.ssi_signo);
-            if (info.ssi_code <= 0 || number == SIGHUP)
+            if (number == SIGWINCH && view)
+                view->OnResize(Now());
+            else if (info.ssi_code <= 0 || number == SIGHUP)
                 SignalProgram(number);
         }
     }

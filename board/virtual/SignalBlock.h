@@ -2,14 +2,17 @@
 #pragma once
 
 #include <csignal>
+#include <initializer_list>
 
 namespace VelrixBoard {
 
 // Holds back the signals that a board passes on, for as long as it lives.
 class SignalBlock final {
 public:
-    SignalBlock() {
+    explicit SignalBlock(std::initializer_list<int> further = {}) {
         sigemptyset(&blocked);
+        for (const int signal : further)
+            sigaddset(&blocked, signal);
         for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2})
             sigaddset(&blocked, signal);
         ::sigprocmask(SIG_BLOCK, &blocked, &before);

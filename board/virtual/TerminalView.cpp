@@ -211,6 +211,11 @@ void TerminalView::PrintLine(BoardTime time, const std::string& text) {
         lines.emplace(time, text);
 }
 
+void TerminalView::OnResize(BoardTime time) {
+    if (style == Style::BLOCK)
+        Draw(time);
+}
+
 void TerminalView::Print(std::string_view text) {
     unfinished += text;
     const std::size_t end = unfinished.rfind('\n');

@@ -54,6 +54,9 @@ public:
     std::optional<BoardTime> Due() const override;
     void Run(BoardTime) override {}
 
+    // The terminal has another size now.
+    void OnResize(BoardTime time);
+
     // The program's output. An unfinished line is kept until it is complete or the view ends.
     void Print(std::string_view text);
 

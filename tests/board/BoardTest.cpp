@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include <pty.h>
+#include <sys/ioctl.h>
 #include <sys/ptrace.h>
 
 #include <gmock/gmock.h>
@@ -757,6 +758,11 @@ public:
         EXPECT_EQ(::write(descriptor, text.data(), text.size()), ssize_t(text.size()));
     }
 
+    void Resize(unsigned short columns, unsigned short rows) const {
+        const winsize size{rows, columns, 0, 0};
+        EXPECT_EQ(::ioctl(descriptor, TIOCSWINSZ, &size), 0);
+    }
+
     void Signal(int number) const { EXPECT_EQ(::kill(process, number), 0); }
 
     // Everything up to the text; all there is when it does not come.
@@ -817,6 +823,18 @@ TEST(BoardTest, LeavesTheTerminalsInterruptToTheProgram) {
 
     EXPECT_THAT(terminal.ReadUntil("interrupts: 1"), HasSubstr("interrupts: 1"));
     EXPECT_EQ(WEXITSTATUS(terminal.Wait()), 9);
+}
+
+TEST(BoardTest, DrawsTheBoardAnewWhenTheTerminalIsResized) {
+    Terminal terminal(OnBoard("echo printed; exec sleep 1000", {"--terminal"}));
+    terminal.ReadUntil("printed");
+    terminal.ReadUntil("module");
+
+    terminal.Resize(14, 24);
+
+    EXPECT_THAT(terminal.ReadUntil("  outputs   OX\r\n"), HasSubstr("  outputs   OX\r\n"));
+    terminal.Type("\003");
+    EXPECT_EQ(WTERMSIG(terminal.Wait()), SIGINT);
 }
 
 TEST(BoardTest, DrawsTheBoardBelowTheProgramsOutputOnATerminal) {

@@ -216,6 +216,26 @@ TEST_F(TerminalViewTest, KeepsTheBlockWithinTheTerminal) {
     EXPECT_THAT(written, Not(HasSubstr("\u00E4")));
 }
 
+TEST_F(TerminalViewTest, FollowsTheTerminalsSize) {
+    Make(TerminalView::Style::BLOCK);
+    view->OnSettled(0ms);
+    Written();
+
+    size = {16, 24};
+    view->OnResize(1ms);
+
+    EXPECT_THAT(written, StartsWith("\033[4A\r\033[J   0.001 s  MS "));
+    EXPECT_THAT(written, HasSubstr("\n  outputs   OXBO\n"));
+}
+
+TEST_F(TerminalViewTest, PrintsNothingAboutTheSizeWhereLinesArePrinted) {
+    Make(TerminalView::Style::LINES);
+
+    view->OnResize(1ms);
+
+    EXPECT_EQ(written, "");
+}
+
 TEST_F(TerminalViewTest, PutsTheProgramsOutputAboveTheBlock) {
     Make(TerminalView::Style::BLOCK);
     view->OnSettled(7ms);
