@@ -8,7 +8,7 @@ namespace System {
 namespace {
 
 constexpr bool NeedsEscape(char16_t unit) noexcept {
-    return unit < 0x20 || unit == 0x7F || unit == u'\\';
+    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || unit == u'\\';
 }
 
 void AppendEscape(std::string& target, char16_t unit) {

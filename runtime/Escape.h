@@ -7,8 +7,8 @@
 namespace System {
 
 // Adds text in UTF-8 to the end of target so that it stays on one line and can be read back: line feed, carriage return
-// and tab as \n, \r and \t, every other control character (U+0000 to U+001F, U+007F) as \x and two hexadecimal digits,
-// a backslash doubled.
+// and tab as \n, \r and \t, every other control character (U+0000 to U+001F, U+007F to U+009F) as \x and two
+// hexadecimal digits, a backslash doubled.
 void AppendEscaped(std::string& target, std::u16string_view text);
 
 } // namespace System

@@ -31,7 +31,9 @@ TEST(Escape, WritesControlCharactersAsEscapesAndDoublesTheBackslash) {
         {u" ", " "},
         {u"~", "~"},
         {u"\x7f", "\\x7f"},
-        {u"\u0080", "\xc2\x80"},
+        {u"\u0080", "\\x80"},
+        {u"\u0085\u009b31m", "\\x85\\x9b31m"},
+        {u"\u009f\u00a0", "\\x9f\xc2\xa0"},
         {u"\\n", "\\\\n"},
         {u"\n\n", "\\n\\n"},
         {u"\u00e9\n\u20ac", "\xc3\xa9\\n\xe2\x82\xac"},
@@ -51,7 +53,7 @@ TEST(Escape, AddsToTheEndOfTheTarget) {
 }
 
 TEST(Escape, CanBeReadBackForEveryControlCharacter) {
-    for (char16_t unit = 0; unit < 0x80; ++unit) {
+    for (char16_t unit = 0; unit < 0xA0; ++unit) {
         const std::string escaped = Escaped({&unit, 1});
         SCOPED_TRACE(escaped);
 
