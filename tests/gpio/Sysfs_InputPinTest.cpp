@@ -115,6 +115,9 @@ TEST(Sysfs_InputPin, PassesOnThatTheFileCannotBeOpened) {
     } catch (const System::IO::IOException& exception) {
         EXPECT_EQ(exception.ErrorCode(), EISDIR);
     }
+    folder.Write("value", "1\n");
+    const FailingSystemCalls calls("open", 1, EACCES);
+    EXPECT_THROW(Sysfs_InputPin::Create("A", folder.Path("value")), System::IO::UnauthorizedAccessException);
 }
 
 TEST(Sysfs_InputPin, NeedsNoPermissionToWrite) {

@@ -129,6 +129,9 @@ TEST(Sysfs_OutputPin, PassesOnThatTheFileCannotBeOpenedAndMakesNone) {
     } catch (const System::IO::IOException& exception) {
         EXPECT_EQ(exception.ErrorCode(), EISDIR);
     }
+    folder.Write("value", "");
+    const FailingSystemCalls calls("open", 1, EACCES);
+    EXPECT_THROW(Sysfs_OutputPin::Create("A", folder.Path("value")), System::IO::UnauthorizedAccessException);
 }
 
 TEST(Sysfs_OutputPin, NeedsNoPermissionToRead) {

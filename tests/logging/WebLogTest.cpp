@@ -8,22 +8,24 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <System/Diagnostics/Trace.h>
-#include <System/Diagnostics/TraceListener.h>
 #include <System/Exceptions.h>
 #include <System/IO/Exceptions.h>
 
 #include "tests/support/AllocationFailure.h"
 #include "tests/support/ExpectException.h"
 #include "tests/support/FailingSystemCalls.h"
+#include "tests/support/RecordingListener.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/VirtualSlot.h"
 
 using System::Collections::Generic::Array;
 using System::Diagnostics::Trace;
 using TestSupport::FailingSystemCalls;
+using TestSupport::RecordingListener;
 using TestSupport::SlotOf;
 using TestSupport::TemporaryFolder;
 using Velrix::WebLog;
@@ -33,21 +35,6 @@ namespace {
 std::string TextOf(const std::shared_ptr<Array<unsigned char>>& bytes) {
     return std::string(bytes->begin(), bytes->end());
 }
-
-// Keeps the text of the last warning.
-class WarningListener final : public System::Diagnostics::TraceListener {
-public:
-    static std::shared_ptr<WarningListener> Create() { return std::make_shared<WarningListener>(); }
-
-    void TraceEvent(std::shared_ptr<System::Diagnostics::TraceEventArgs>,
-                    std::shared_ptr<System::Diagnostics::TraceEventType> eventType,
-                    std::shared_ptr<System::Object> data) override {
-        if (eventType == System::Diagnostics::TraceEventType::WARNING)
-            Text = data->ToString()->ToUtf8();
-    }
-
-    std::string Text;
-};
 
 // A web log in a folder of its own.
 struct Page {
@@ -249,6 +236,8 @@ TEST(WebLog, PassesOnThatTheFileCannotBeOpened) {
     EXPECT_THROW(WebLog::Create(folder.Path("missing/log")), System::IO::FileNotFoundException);
     EXPECT_THROW(WebLog::Create(folder.Path("")), System::IO::IOException);
     EXPECT_THROW(WebLog::Create(nullptr), System::ArgumentNullException);
+    const FailingSystemCalls calls("open", 1, EACCES);
+    EXPECT_THROW(WebLog::Create(folder.Path("log")), System::IO::UnauthorizedAccessException);
 }
 
 TEST(WebLog, PassesOnThatAWriteFails) {
@@ -328,7 +317,7 @@ TEST(WebLog, ClosesItsFileWhenItGoes) {
 }
 
 TEST(WebLog, TracesThatItsFileFailsToClose) {
-    const auto traced = WarningListener::Create();
+    const auto traced = RecordingListener::Create();
     Trace::AddListener(traced);
     Page page;
 
@@ -338,13 +327,14 @@ TEST(WebLog, TracesThatItsFileFailsToClose) {
     }
 
     Trace::RemoveListener(traced);
-    EXPECT_NE(traced->Text.find(page.folder.Path("log")), std::string::npos) << traced->Text;
+    EXPECT_THAT(traced->Log(),
+                testing::AllOf(testing::StartsWith("WARNING "), testing::HasSubstr(page.folder.Path("log"))));
 }
 
 TEST(WebLog, SurvivesEveryAllocationFailure) {
     const TemporaryFolder folder;
     const System::string_ptr path = folder.Path("log");
-    const auto traced = WarningListener::Create();
+    const auto traced = RecordingListener::Create();
     Trace::AddListener(traced);
 
     const long failures = TestSupport::FailEachAllocation([&] {
@@ -364,8 +354,7 @@ TEST(WebLog, SurvivesEveryAllocationFailure) {
         auto log = WebLog::Create(path);
         const FailingSystemCalls failing("close", 1, EIO);
         log.reset();
-        traced->Text.clear();
-        traced->Text.shrink_to_fit();
+        traced->Forget();
     });
 
     Trace::RemoveListener(traced);

@@ -22,6 +22,12 @@ public:
         return log;
     }
 
+    // Begins anew, with no memory held.
+    void Forget() {
+        const std::lock_guard lock(mutex);
+        std::string().swap(log);
+    }
+
     void Close() override { Put("close"); }
     void TraceEvent(std::shared_ptr<System::Diagnostics::TraceEventArgs>,
                     std::shared_ptr<System::Diagnostics::TraceEventType> eventType,

@@ -15,8 +15,8 @@ namespace System::Diagnostics {
 // the events are lost and the program is not disturbed.
 class SYSTEM_EXPORT EventLogTraceListener final : public TraceListener {
 public:
-    // facility as in <syslog.h>, already shifted: LOG_LOCAL0 is 128. Anything that is no facility:
-    // ArgumentOutOfRangeException "facility".
+    // facility as in <syslog.h>, already shifted: LOG_LOCAL0 is 128. LOG_KERN is the kernel's own; the C library sends
+    // as LOG_USER instead. Anything that is no facility: ArgumentOutOfRangeException "facility".
     static std::shared_ptr<EventLogTraceListener> Create(int facility);
     ~EventLogTraceListener() override;
 

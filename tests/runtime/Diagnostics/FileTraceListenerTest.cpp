@@ -253,15 +253,9 @@ TEST_F(FileTraceListenerTest, WritesTextsOfAnyLengthWithASpecialCharacterAnywher
     const struct {
         char16_t unit;
         const char* written;
-    } specials[] = {{u'.', "."},
-                    {u' ', " "},
-                    {u'~', "~"},
-                    {u'\\', "\\\\"},
-                    {0x1F, "\\x1f"},
-                    {0x7F, "\\x7f"},
-                    {0x80, "\xC2\x80"},
-                    {0x7FFF, "\xE7\xBF\xBF"},
-                    {0xFFFD, "\xEF\xBF\xBD"}};
+    } specials[] = {
+        {u'.', "."},     {u' ', " "},     {u'~', "~"},        {u'\\', "\\\\"},          {0x1F, "\\x1f"},
+        {0x7F, "\\x7f"}, {0x9F, "\\x9f"}, {0xA0, "\xC2\xA0"}, {0x7FFF, "\xE7\xBF\xBF"}, {0xFFFD, "\xEF\xBF\xBD"}};
     std::string expected;
 
     for (std::size_t length = 1; length <= 36; ++length)
@@ -347,6 +341,35 @@ TEST_F(FileTraceListenerRotation, GoesOnInTheFileThatAnotherProcessMade) {
 
     EXPECT_EQ(folder.Read("log.1"), Record("one"));
     EXPECT_EQ(folder.Read("log"), "theirs\n" + Record("two"));
+}
+
+TEST_F(FileTraceListenerRotation, BeginsOnALineOfItsOwnInAFileThatEndsInsideALine) {
+    const auto listener = Create();
+    Write(*listener, "one");
+
+    std::filesystem::rename(path, path + ".1");
+    folder.Write("log", "thei");
+    Write(*listener, "two");
+
+    EXPECT_EQ(folder.Read("log"), "thei\n" + Record("two"));
+}
+
+TEST_F(FileTraceListenerRotation, KeepsTheNewFileFromProgramsThatAreExecuted) {
+    const auto listener = Create();
+    Write(*listener, "one");
+
+    folder.Remove("log");
+    Write(*listener, "two");
+
+    int found = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code error;
+        if (std::filesystem::read_symlink(entry.path(), error) != path)
+            continue;
+        ++found;
+        EXPECT_EQ(::fcntl(std::stoi(entry.path().filename()), F_GETFD), FD_CLOEXEC);
+    }
+    EXPECT_EQ(found, 1);
 }
 
 TEST_F(FileTraceListenerRotation, GoesOnAtTheBeginningOfATruncatedFile) {
@@ -597,7 +620,7 @@ TEST_F(FileTraceListenerFailures, RecoversWhenThereIsRoomAgain) {
     EXPECT_NE(content[599], '\n') << "the test's numbers do not cut a record";
 }
 
-TEST_F(FileTraceListenerFailures, ReportsAFullDeviceThroughTheTraceOnce) {
+TEST_F(FileTraceListenerFailures, ReportsAFullDeviceForEveryRecord) {
     const auto listener = FileTraceListener::Create("/dev/full");
 
     for (int i = 0; i < 2; ++i)

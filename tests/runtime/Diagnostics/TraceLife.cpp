@@ -136,7 +136,7 @@ int main(int argc, char** argv) {
         return Execute(argv);
     if (way == "executed") {
         Trace::Close(); // opened again by this program; of the one before nothing may be left
-        const bool inherited = HasOpenFiles() && std::string(argv[1]).starts_with("file:");
+        const bool inherited = HasOpenFiles();
         Trace::AddListener(MakeListener(argv[1]));
         Trace::TraceInformation(inherited ? "inherited" : "after");
         return 0;
