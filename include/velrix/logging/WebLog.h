@@ -18,8 +18,7 @@ namespace Velrix {
 // Made by Create; the file is open as long as the object lives, is only appended to, and has every byte when an
 // operation returns. One thread at a time: a record is written in two or three pieces, which those of another thread
 // could get between. What a write throws passes out and leaves a record without its end. Texts are not searched for
-// line ends. Characters outside of ASCII become
-// '?'.
+// line ends. Characters outside of ASCII become '?'.
 //
 //     >start
 //     %Updating module firmware      the title of a progress bar ...
