@@ -119,8 +119,15 @@ void Panel::OnModule(BoardTime) {
     TellModule();
 }
 
-void Panel::OnProgramStarted(BoardTime) {
-    TellProgram("running", "running");
+// A line that no record of the program can be tells the pages' web log that what follows is of another run.
+void Panel::OnProgramStarted(BoardTime time) {
+    if (++runs == 1) {
+        TellProgram("running", "running");
+        return;
+    }
+    const std::string run = "run " + std::to_string(runs);
+    TellProgram("running", "running, " + run);
+    feed.Record(PanelFeed::Log::WEB, "\nThe board came up again: " + run, FeedTime(time));
 }
 
 void Panel::OnProgramEnded(int waitStatus, BoardTime) {

@@ -42,6 +42,8 @@ private:
     void TellFaults();
     void TellProgram(const char* programState, const std::string& text);
 
+    int runs = 0; // of the program, which a reboot starts anew
+
     const BoardState& state;
     IBoardControl& control;
     PanelFeed feed;

@@ -52,10 +52,10 @@ PanelQueue::Work FaultCommand(const std::string& name, const std::string& body, 
     const json text = ReadBody(body, "fault");
     std::optional<Fault> fault;
     try {
-        if (!text.is_null())
+        if (!text.is_null() && text != "none")
             fault = ParseFault(text.get<std::string>());
     } catch (const json::exception&) {
-        throw PanelError(BAD_REQUEST, "\"fault\" has to be a text, such as \"EIO\", or null");
+        throw PanelError(BAD_REQUEST, "\"fault\" has to be a text, such as \"EIO\" or \"none\"");
     } catch (const BoardError& error) {
         throw PanelError(BAD_REQUEST, error.what());
     }

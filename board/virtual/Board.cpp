@@ -530,6 +530,7 @@ private:
         for (std::size_t signal = 0; signal < state.Count(); ++signal)
             if (!state.IsInput(signal))
                 state.Set(signal, initial.Level(signal), Now());
+        oxbo.PowerUp(Now());
         for (std::size_t signal = 0; signal < state.Count(); ++signal)
             if (state.IsInput(signal))
                 files.DriveInput(signal, initial.Level(signal));

@@ -18,6 +18,11 @@ void OxboModule::SetReadyAfter(std::optional<std::chrono::milliseconds> readyAft
     Tell(now);
 }
 
+void OxboModule::PowerUp(BoardTime now) {
+    module = ModuleState();
+    Tell(now);
+}
+
 void OxboModule::OnChange(std::size_t signal, bool level, BoardTime time) {
     if (signal != reset)
         return;

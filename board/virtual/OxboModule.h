@@ -27,6 +27,9 @@ public:
     void SetReadyAfter(std::optional<std::chrono::milliseconds> readyAfter, BoardTime now);
     std::optional<std::chrono::milliseconds> ReadyAfter() const { return delay; }
 
+    // The board's power comes anew: nothing is left of what the module remembered.
+    void PowerUp(BoardTime now);
+
     const ModuleState& State() const { return module; }
 
     void OnChange(std::size_t signal, bool level, BoardTime time) override;

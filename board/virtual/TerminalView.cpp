@@ -164,18 +164,18 @@ void TerminalView::WriteLines() {
 }
 
 void TerminalView::OnWebLog(std::string_view record, BoardTime time) {
-    Add({"web log", ReadWebLogRecord(record)});
+    Add("web log", ReadWebLogRecord(record));
     PrintLine(time, "web log " + std::string(record));
 }
 
 void TerminalView::OnReboot(std::string_view call, BoardTime time) {
-    Add({"reboot", {"called: " + std::string(call), LogText::Weight::WARNING}});
+    Add("reboot", {"called: " + std::string(call), LogText::Weight::WARNING});
     PrintLine(time, "reboot called: " + std::string(call));
 }
 
 void TerminalView::OnSyslog(std::string_view record, BoardTime time) {
     const LogText text = ReadSystemLogRecord(record);
-    Add({"trace", text});
+    Add("trace", text);
     PrintLine(time, "trace " + text.text);
 }
 
@@ -189,18 +189,27 @@ void TerminalView::OnModule(BoardTime) {
     changed = true;
 }
 
-// A progress bar moves where it is, and begins anew when its row is gone.
-void TerminalView::Add(Note note) {
-    if (note.record.percent && !note.record.beginsBar) {
-        const auto bar = std::find_if(notes.rbegin(), notes.rend(), [](const Note& n) { return n.record.percent; });
+void TerminalView::OnProgramStarted(BoardTime time) {
+    if (++runs == 1)
+        return;
+    const std::string text = "came up again: run " + std::to_string(runs);
+    Add("board", {text, LogText::Weight::NORMAL});
+    PrintLine(time, "board " + text);
+}
+
+// A progress bar moves where it is, and begins anew when its row is gone or of another run.
+void TerminalView::Add(const char* source, LogText record) {
+    if (record.percent && !record.beginsBar) {
+        const auto bar = std::find_if(notes.rbegin(), notes.rend(),
+                                      [this](const Note& n) { return n.record.percent && n.run == runs; });
         if (bar != notes.rend()) {
-            bar->record.percent = note.record.percent;
+            bar->record.percent = record.percent;
             return;
         }
     }
-    if (note.record.text.empty() && !note.record.percent)
+    if (record.text.empty() && !record.percent)
         return;
-    notes.push_back(std::move(note));
+    notes.push_back({source, std::move(record), runs});
     if (notes.size() > MOST_NOTES)
         notes.pop_front();
 }

@@ -48,6 +48,7 @@ public:
     void OnSyslog(std::string_view record, BoardTime time) override;
     void OnFault(std::size_t signal, BoardTime time) override;
     void OnModule(BoardTime time) override;
+    void OnProgramStarted(BoardTime time) override;
 
     int Descriptor() const override { return -1; }
     // When a colour that is new now will have lasted long enough.
@@ -68,6 +69,7 @@ private:
     struct Note {
         std::string source;
         LogText record;
+        int run;
     };
 
     // The colour that an LED has, and since when.
@@ -78,7 +80,7 @@ private:
 
     void SettleLeds(BoardTime time, BoardTime shortest);
     void WriteLines();
-    void Add(Note note);
+    void Add(const char* source, LogText record);
     void PrintLine(BoardTime time, const std::string& text);
     void Draw(BoardTime time);
     std::string LedRow(int columns, BoardTime time) const;
@@ -94,6 +96,7 @@ private:
     std::vector<LedColor> leds;
     std::vector<std::string> shownLeds;
     std::vector<bool> shownLines;
+    int runs = 0;                                // of the program, which a reboot starts anew
     std::deque<Note> notes;                      // the last records and calls
     std::multimap<BoardTime, std::string> lines; // not written yet, as something older may still come in between
     std::string unfinished;

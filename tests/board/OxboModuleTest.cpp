@@ -36,6 +36,20 @@ protected:
     std::string told;
 };
 
+TEST_F(OxboModuleTest, RemembersNothingAfterThePowerCameAnew) {
+    Connect(40ms);
+    state.Set(*model.FindLine("OXBO_RL"), true, 0ms);
+    Reset(true, 1ms);
+    ASSERT_EQ(module->State().ramLoaderAtRelease, true);
+
+    module->PowerUp(2ms);
+
+    EXPECT_EQ(module->State().ramLoaderAtRelease, std::nullopt);
+    EXPECT_TRUE(module->State().inReset);
+    EXPECT_EQ(module->Due(), std::nullopt);
+    EXPECT_EQ(told, "1 starting until 41; 2 reset; ");
+}
+
 TEST_F(OxboModuleTest, PullsItsInterruptLineLowSomeTimeAfterReset) {
     Connect(40ms);
 

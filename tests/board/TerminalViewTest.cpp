@@ -172,6 +172,26 @@ TEST_F(TerminalViewTest, MovesAProgressBarInItsRow) {
     EXPECT_THAT(Written(), testing::EndsWith("\u2588 100 %\n"));
 }
 
+TEST_F(TerminalViewTest, ShowsThatTheProgramRunsAnew) {
+    Make(TerminalView::Style::BLOCK);
+    view->OnProgramStarted(1ms);
+    view->OnWebLog("%40", 2ms);
+    view->OnProgramStarted(3ms);
+    view->OnWebLog("%60", 4ms);
+    view->OnSettled(4ms);
+
+    EXPECT_THAT(written, testing::ContainsRegex(" 40 %\n  board     came up again: run 2\n.*60 %\n"));
+}
+
+TEST_F(TerminalViewTest, PrintsThatTheProgramRunsAnew) {
+    Make(TerminalView::Style::LINES);
+    view->OnProgramStarted(1ms);
+    view->OnProgramStarted(3ms);
+    view->OnSettled(4ms);
+
+    EXPECT_EQ(written, "   0.003 s  board came up again: run 2\n");
+}
+
 TEST_F(TerminalViewTest, ShowsTheModuleAndTheFaults) {
     Make(TerminalView::Style::BLOCK);
     const auto shown = [this] {

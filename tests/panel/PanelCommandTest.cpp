@@ -26,6 +26,7 @@ TEST_F(PanelCommandTest, DoesWhatThePageAsksFor) {
         {"/inputs/QOR_DPRAM_IRQ_N", R"({"level": false})", "drive QOR_DPRAM_IRQ_N 0\n"},
         {"/faults/NS.red", R"({"fault": "slow:2s"})", "fault NS.red slow:2s\n"},
         {"/faults/OXBO_RL", R"({"fault": null})", "fault OXBO_RL none\n"},
+        {"/faults/OXBO_RL", R"({"fault": "none"})", "fault OXBO_RL none\n"},
         {"/module", R"({"readyAfterMs": 0})", "ready after 0\n"},
         {"/module", R"({"readyAfterMs": null})", "ready after never\n"},
         {"/program", R"({"signal": "TERM"})", "signal 15\n"},

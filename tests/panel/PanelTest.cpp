@@ -112,6 +112,17 @@ TEST_F(PanelTest, ShowsHowTheProgramEnded) {
     EXPECT_EQ(State()["program"], json({{"state", "failed"}, {"text", "ended by Killed"}}));
 }
 
+TEST_F(PanelTest, CountsTheRunsOfAProgramThatARebootStartsAnew) {
+    panel.OnProgramStarted(1ms);
+    EXPECT_EQ(State()["program"]["text"], "running");
+    panel.OnProgramEnded(0, 2ms);
+    panel.OnProgramStarted(3ms);
+    panel.OnSettled(3ms);
+
+    EXPECT_EQ(State()["program"], json({{"state", "running"}, {"text", "running, run 2"}}));
+    EXPECT_EQ(State()["webLog"], json::parse(R"([[0,3000,"\nThe board came up again: run 2"]])"));
+}
+
 TEST_F(PanelTest, DoesOnTheLoopWhatAPageAsksFor) {
     int status = 0;
     std::thread page([&] {

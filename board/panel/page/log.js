@@ -4,8 +4,10 @@
 const NOTES = [['+', 'note'], ['@w', 'warning'], ['@e', 'error']];
 const MARKS = { '>start': 'start', '>end': 'end', '>br': 'break' };
 
-// A record of the web log: {kind, text} or, for a progress bar's position, {kind: 'position', percent}.
+// A record of the web log: {kind, text} or, for a progress bar's position, {kind: 'position', percent}. One that begins with a
+// line feed is the board's own.
 export function readRecord(record) {
+  if (record.startsWith('\n')) return { kind: 'board', text: record.slice(1) };
   if (MARKS[record]) return { kind: MARKS[record], text: '' };
   for (const [marker, kind] of NOTES)
     if (record.startsWith(marker)) return { kind, text: record.slice(marker.length) };
@@ -93,8 +95,8 @@ export class WebLogView extends LogView {
       const parts = NAMES[read.kind] ? [make('strong', '', NAMES[read.kind])] : [];
       if (read.text) parts.push(make('span', 'text', read.text));
       this.row(read.kind, time, ...parts);
-      // A position after another operation has begun belongs to none of the bars before.
-      if (read.kind === 'start') this.bar = null;
+      // A position after another operation or run has begun belongs to none of the bars before.
+      if (read.kind === 'start' || read.kind === 'board') this.bar = null;
     }
   }
 

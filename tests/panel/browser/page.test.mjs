@@ -72,6 +72,7 @@ test('records of the web log are read by their markers', () => {
     ['%250', { kind: 'position', percent: 100 }],
     ['%5 files', { kind: 'bar', text: '5 files' }],
     ['plain', { kind: 'text', text: 'plain' }],
+    ['\n%5', { kind: 'board', text: '%5' }],
   ])
     assert.deepEqual(readRecord(record), read, record);
 });

@@ -15,7 +15,7 @@ after(() => Promise.all([browser.close(), endBoards()]));
 
 const led = (name, where = page) => where.locator(`.leds [data-led="${name}"]`);
 const input = (name, where = page) => where.getByRole('switch', { name });
-const output = (name) => page.locator(`[data-line="${name}"] .level`);
+const output = (name, where = page) => where.locator(`[data-line="${name}"] .level`);
 const level = (name, high, where = page) => where.getByRole('switch', { name, checked: high }).waitFor();
 const webLog = (where = page) => where.getByRole('log', { name: 'Web log' });
 const progress = (name, where = page) => where.getByRole('progressbar', { name });
@@ -281,6 +281,39 @@ test('the page comes back when the board was restarted on the same port', async 
   assert.equal(await second.read('OXBO_MOD_1'), '1');
   await second.stop();
   await own.close(second, { withFailedRequests: true });
+});
+
+test('a reboot of the board shows, and what it was before is gone', async () => {
+  const board = await Board.start({ command: ['run', '--on-reboot', 'restart', '--oxbo-ready-after', 'never'] });
+  const own = await browser.window();
+  const page = await own.open(board);
+  const program = page.locator('#program-state');
+  const module = page.getByRole('region', { name: 'Oxbo module' });
+  const bars = webLog(page).getByRole('progressbar');
+  await hasText(program, /^running$/);
+  await board.write('MS.red', 1);
+  await board.write('OXBO_RL', 1);
+  await board.write('OXBO_RESET1_N', 1);
+  await board.log('%Loading', '%40');
+  await hasText(module, 'RAM loader line high');
+  await hasText(webLog(page), '40 %');
+
+  board.process.stdin.write('/sbin/reboot; sleep 1000\n');
+
+  await hasText(program, 'running, run 2');
+  await hasText(webLog(page), 'The board came up again: run 2');
+  await hasText(led('MS', page), 'off');
+  await hasText(output('OXBO_RL', page), 'low');
+  await hasText(module, 'held in reset');
+  assert.doesNotMatch(await module.innerText(), /RAM loader line/);
+  await board.log('%60');
+  await hasText(webLog(page), '60 %');
+  await hasText(webLog(page), '40 %');
+  assert.equal(await bars.count(), 2);
+
+  await board.stop();
+  await hasText(program, 'ended with 0');
+  await own.close(board, { withFailedRequests: true });
 });
 
 test('what is done on the panel is recorded as a scenario', async () => {
