@@ -9,7 +9,8 @@
 
 namespace CLI {
 class App;
-}
+class Error;
+} // namespace CLI
 
 namespace VelrixBoard {
 
@@ -33,6 +34,9 @@ private:
     std::vector<std::string> levels;
     std::string readyAfter = "40";
 };
+
+// What the user is told of arguments that are not understood: what is wrong, and where help is.
+std::string RefusalText(const CLI::App& app, const CLI::Error& error);
 
 // Lets each occurrence of an option take one value: "--set A=1 -- X" would be read on otherwise. Comes after the last
 // option.

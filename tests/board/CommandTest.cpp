@@ -21,12 +21,13 @@ TEST(CommandTest, RefusesWhatItDoesNotUnderstandBeforeAnythingRuns) {
         std::vector<std::string> arguments;
         std::string reason;
     } rows[] = {
-        {{}, "subcommand is required"},
-        {{"walk"}, "subcommand"},
-        {{"run"}, "-- PROGRAM"},
-        {{"run", "--"}, "-- PROGRAM"},
-        {{"run", "echo", "ran"}, "echo"},
-        {{"run", "--unknown", "--", "echo"}, "--unknown"},
+        {{}, "a command is missing; there are: run, record, diff\n\"velrix-board --help\""},
+        {{"walk"}, "there is no command \"walk\"; there are: run, record, diff\n"},
+        {{"run"}, "the program is missing; it stands behind --, as in velrix-board run -- PROGRAM\n"},
+        {{"run", "--"}, "the program is missing"},
+        {{"run", "echo", "ran"}, "\"echo\" is no option; a program stands behind --, as in velrix-board run -- echo\n"},
+        {{"run", "--unknown", "--", "echo"},
+         "there is no option --unknown\n\"velrix-board run --help\" says what can be given.\n"},
         {{"run", "--set", "OXBO_IRQ_N", "--", "echo"}, "LABEL=0 or LABEL=1"},
         {{"run", "--set", "OXBO_IRQ_N=2", "--", "echo"}, "LABEL=0 or LABEL=1"},
         {{"run", "--set", "OXBO_IRQ_N=", "--", "echo"}, "LABEL=0 or LABEL=1"},

@@ -84,7 +84,7 @@ TEST_F(DiffCommandTest, SaysWhyItCannotCompare) {
         {{a, folder.Path("none.vcd")}, folder.Path("none.vcd")},
         {{a, folder.Path("text.vcd")}, folder.Path("text.vcd") + ":1"},
         {{a, a, "--tolerance", "20"}, "takes a time such as 500us, 20ms or 1.5s, not 20"},
-        {{a, a, a}, "a.vcd"},
+        {{a, a, a}, "a.vcd\" is one too many\n"},
     };
     for (const auto& row : rows) {
         const CommandEnd end = Diff(row.arguments);
