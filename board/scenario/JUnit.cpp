@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "board/scenario/Printable.h"
+
 namespace VelrixBoard {
 
 namespace {
@@ -12,7 +14,7 @@ using Verdict = StepResult::Verdict;
 
 std::string Escaped(const std::string& text) {
     std::string escaped;
-    for (const char c : text)
+    for (const char c : Printable(text))
         switch (c) {
         case '&':
             escaped += "&amp;";
@@ -27,8 +29,7 @@ std::string Escaped(const std::string& text) {
             escaped += "&quot;";
             break;
         default:
-            // The other control characters cannot stand in XML, escaped or not.
-            escaped += static_cast<unsigned char>(c) < ' ' && c != '\t' && c != '\n' ? '?' : c;
+            escaped += c;
         }
     return escaped;
 }
@@ -73,10 +74,11 @@ std::string PlainReport(const Scenario& scenario, const std::vector<StepResult>&
     std::string report;
     for (std::size_t i = 0; i < results.size(); ++i)
         if (results[i].verdict == Verdict::FAILED)
-            report += scenario.path + ":" + std::to_string(scenario.steps[i].line) + ": " + scenario.steps[i].text +
-                      ": " + results[i].message + "\n";
-    return report + scenario.path + ": " + std::to_string(CountOf(results, Verdict::PASSED)) + " steps passed, " +
-           std::to_string(CountOf(results, Verdict::FAILED)) + " failed, " +
+            report += Printable(scenario.path + ":" + std::to_string(scenario.steps[i].line) + ": " +
+                                scenario.steps[i].text + ": " + results[i].message) +
+                      "\n";
+    return report + Printable(scenario.path) + ": " + std::to_string(CountOf(results, Verdict::PASSED)) +
+           " steps passed, " + std::to_string(CountOf(results, Verdict::FAILED)) + " failed, " +
            std::to_string(CountOf(results, Verdict::NOT_REACHED)) + " not reached\n";
 }
 

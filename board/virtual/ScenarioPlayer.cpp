@@ -114,7 +114,8 @@ int ScenarioPlayer::Finish(BoardTime now) {
     else if (ended)
         runner.OnExit(WEXITSTATUS(ended->first), TimeOf(ended->second));
     runner.Finish(TimeOf(now));
-    std::fputs(PlainReport(scenario, runner.Results()).c_str(), stderr);
+    const std::string plain = PlainReport(scenario, runner.Results());
+    (void)std::fwrite(plain.data(), 1, plain.size(), stderr);
     if (report.is_open()) {
         report << JUnitReport(scenario, runner.Results());
         report.close();

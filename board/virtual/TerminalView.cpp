@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "board/scenario/Printable.h"
+
 namespace VelrixBoard {
 
 namespace {
@@ -25,13 +27,13 @@ public:
             return *this;
         if (color != nullptr)
             text += color;
-        for (const char c : part) {
+        for (const char c : Printable(part)) {
             // The later bytes of a character in UTF-8 stand in the column of its first.
             const bool begins = (static_cast<unsigned char>(c) & 0xC0) != 0x80;
             if (begins)
                 --left;
             if (left >= 0)
-                text += static_cast<unsigned char>(c) < 0x20 ? ' ' : c;
+                text += c == '\t' ? ' ' : c;
         }
         if (color != nullptr)
             text += NORMAL;
@@ -217,7 +219,7 @@ void TerminalView::Add(const char* source, LogText record) {
 void TerminalView::PrintLine(BoardTime time, const std::string& text) {
     changed = true;
     if (style == Style::LINES)
-        lines.emplace(time, text);
+        lines.emplace(time, Printable(text));
 }
 
 void TerminalView::OnResize(BoardTime time) {

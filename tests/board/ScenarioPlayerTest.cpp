@@ -174,6 +174,20 @@ TEST_F(ScenarioPlayerTest, FailsWhatTheProgramsCrashLeftOpen) {
     EXPECT_THAT(folder.Read("report.xml"), HasSubstr("failures=\"1\""));
 }
 
+TEST_F(ScenarioPlayerTest, ReportsRecordsOfAnyBytesInPrintableText) {
+    using namespace std::string_view_literals;
+    auto& playing = Play("within 1s web log has +done");
+    playing.OnProgramStarted(milliseconds(0));
+    playing.OnWebLog("+20 \xB0\0C \x1B[2J\u00E4"sv, milliseconds(10));
+    RunAt(milliseconds(1'000));
+
+    EXPECT_EQ(Finish(milliseconds(1'100)), 1);
+
+    EXPECT_THAT(said, HasSubstr("+20 \\xB0\\x00C \\x1B[2J\u00E4"));
+    EXPECT_THAT(said, EndsWith("a.scenario: 0 steps passed, 1 failed, 0 not reached\n"));
+    EXPECT_THAT(folder.Read("report.xml"), HasSubstr("+20 \\xB0\\x00C \\x1B[2J\u00E4"));
+}
+
 TEST_F(ScenarioPlayerTest, FindsOutFirstThatTheReportCannotBeWritten) {
     folder.Write("a.scenario", "wait 1s");
     try {

@@ -236,6 +236,24 @@ TEST_F(TerminalViewTest, KeepsTheBlockWithinTheTerminal) {
     EXPECT_THAT(written, Not(HasSubstr("\u00E4")));
 }
 
+TEST_F(TerminalViewTest, NeverObeysWhatTheProgramRecorded) {
+    using namespace std::string_view_literals;
+    const std::string_view record = "+20 \xB0\0C\t\x1B[2J"sv;
+    Make(TerminalView::Style::LINES);
+    view->OnWebLog(record, 1ms);
+    view->OnSyslog("<14>two\nlines", 1ms);
+    view->OnReboot("/sbin/reboot \x1B", 1ms);
+    view->OnSettled(1ms);
+    EXPECT_EQ(Written(), "   0.001 s  web log +20 \\xB0\\x00C\t\\x1B[2J\n   0.001 s  trace info two\\nlines\n"
+                         "   0.001 s  reboot called: /sbin/reboot \\x1B\n");
+
+    Make(TerminalView::Style::BLOCK);
+    view->OnWebLog(record, 1ms);
+    view->OnSettled(1ms);
+
+    EXPECT_THAT(written, HasSubstr("  web log   20 \\xB0\\x00C \\x1B[2J\n"));
+}
+
 TEST_F(TerminalViewTest, FollowsTheTerminalsSize) {
     Make(TerminalView::Style::BLOCK);
     view->OnSettled(0ms);

@@ -11,7 +11,7 @@ namespace {
 const Scenario SCENARIO{"a&b.scenario",
                         {{1, "wait 1s", Wait{}}, {3, "web log has \"<x>\"", Wait{}}, {4, "wait 2s", Wait{}}}};
 const std::vector<StepResult> RESULTS{{StepResult::Verdict::PASSED, "", milliseconds(1'000)},
-                                      {StepResult::Verdict::FAILED, "seen: \"a\x1b<\"", milliseconds(1'250)},
+                                      {StepResult::Verdict::FAILED, "seen: \"a\x1b<\xB0\"", milliseconds(1'250)},
                                       {}};
 
 } // namespace
@@ -23,13 +23,13 @@ TEST(JUnit, ReportsACaseAStep) {
         "<testsuite name=\"a&amp;b.scenario\" tests=\"3\" failures=\"1\" skipped=\"1\">\n"
         "  <testcase classname=\"a&amp;b.scenario\" name=\"1: wait 1s\" time=\"1.000\"/>\n"
         "  <testcase classname=\"a&amp;b.scenario\" name=\"3: web log has &quot;&lt;x&gt;&quot;\" time=\"0.250\">\n"
-        "    <failure message=\"seen: &quot;a?&lt;&quot;\"/>\n"
+        "    <failure message=\"seen: &quot;a\\x1B&lt;\\xB0&quot;\"/>\n"
         "  </testcase>\n"
         "  <testcase classname=\"a&amp;b.scenario\" name=\"4: wait 2s\" time=\"0.000\"><skipped/></testcase>\n"
         "</testsuite>\n");
 }
 
 TEST(PlainReport, NamesWhatFailedAndCounts) {
-    EXPECT_EQ(PlainReport(SCENARIO, RESULTS), "a&b.scenario:3: web log has \"<x>\": seen: \"a\x1b<\"\n"
+    EXPECT_EQ(PlainReport(SCENARIO, RESULTS), "a&b.scenario:3: web log has \"<x>\": seen: \"a\\x1B<\\xB0\"\n"
                                               "a&b.scenario: 1 steps passed, 1 failed, 1 not reached\n");
 }
