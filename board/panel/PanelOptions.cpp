@@ -3,6 +3,8 @@
 
 #include <charconv>
 
+#include <CLI/CLI.hpp>
+
 #include "board/panel/Panel.h"
 
 namespace VelrixBoard {

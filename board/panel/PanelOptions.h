@@ -5,9 +5,11 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "board/virtual/Board.h"
+
+namespace CLI {
+class App;
+}
 
 namespace VelrixBoard {
 

@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include "board/scenario/ScenarioParser.h"
 #include "board/timeline/VcdReader.h"
 
@@ -34,6 +36,10 @@ DiffCommand::DiffCommand(CLI::App& app)
     AddTime(*command, "--glitch", options.glitch, "Overlook levels that last no longer than this; 0 if not given");
     command->add_flag("--from-first-change", options.fromFirstChange,
                       "Count times from the first change of each run, not from the start of its program");
+}
+
+bool DiffCommand::IsGiven() const {
+    return command->parsed();
 }
 
 int DiffCommand::Run() const {

@@ -3,9 +3,11 @@
 
 #include <string>
 
-#include <CLI/CLI.hpp>
-
 #include "board/timeline/Difference.h"
+
+namespace CLI {
+class App;
+}
 
 namespace VelrixBoard {
 
@@ -17,7 +19,7 @@ public:
     DiffCommand(const DiffCommand&) = delete;
     DiffCommand& operator=(const DiffCommand&) = delete;
 
-    bool IsGiven() const { return command->parsed(); }
+    bool IsGiven() const;
 
     // Prints the differences, a line each. 0 where there are none, 1 where there are some. Throws TimelineError for a
     // file that cannot be read.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/virtual/TestingOptions.h"
 
+#include <CLI/CLI.hpp>
+
 namespace VelrixBoard {
 
 void TestingOptions::AddTo(CLI::App& command) {

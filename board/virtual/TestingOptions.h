@@ -4,9 +4,11 @@
 #include <optional>
 #include <string>
 
-#include <CLI/CLI.hpp>
-
 #include "board/virtual/Board.h"
+
+namespace CLI {
+class App;
+}
 
 namespace VelrixBoard {
 
