@@ -7,13 +7,12 @@
 #include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <httplib.h>
 #include <netinet/in.h>
-#include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
 #include "board/virtual/FileDescriptor.h"
 #include "tests/board/CommandRun.h"
+#include "tests/panel/Connection.h"
 #include "tests/support/PrivateBoard.h"
 
 namespace VelrixBoard {
@@ -59,13 +58,12 @@ TEST(PanelOptionsTest, ServesThePanelBesideTheTerminalView) {
     })) << errors;
     const std::string announced = "velrix-board: the panel is at http://127.0.0.1:";
     ASSERT_THAT(errors, HasSubstr(announced));
-    httplib::Client page("127.0.0.1", std::stoi(errors.substr(errors.find(announced) + announced.size())));
-    const std::string levels = nlohmann::json::parse(page.Get("/state")->body)["levels"];
+    const std::string state = StateOfPanel(std::stoi(errors.substr(errors.find(announced) + announced.size())));
     std::ofstream(end).flush();
     int status = -1;
     ::waitpid(process, &status, 0);
 
-    EXPECT_EQ(levels, "10000011001000000");
+    EXPECT_THAT(state, HasSubstr("\"levels\":\"10000011001000000\""));
     EXPECT_EQ(status, 0);
 }
 

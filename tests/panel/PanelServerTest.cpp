@@ -4,17 +4,13 @@
 #include <thread>
 #include <vector>
 
-#include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
 
 #include "board/panel/PanelPage.h"
 #include "board/panel/PanelQueue.h"
 #include "board/virtual/BoardError.h"
-#include "board/virtual/FileDescriptor.h"
+#include "tests/panel/Connection.h"
 
 namespace VelrixBoard {
 namespace {
@@ -22,43 +18,6 @@ namespace {
 using namespace std::chrono_literals;
 using testing::HasSubstr;
 using testing::StartsWith;
-
-// A connection as a browser or an attacker makes one, byte by byte.
-class Connection final {
-public:
-    explicit Connection(int port) : socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<std::uint16_t>(port));
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        EXPECT_EQ(::connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    }
-
-    Connection& Send(const std::string& text) {
-        EXPECT_EQ(::send(socket.Get(), text.data(), text.size(), MSG_NOSIGNAL), static_cast<ssize_t>(text.size()));
-        return *this;
-    }
-
-    // Everything until the text has come, the server closed the connection, or 20 s have passed without a byte.
-    std::string ReadUntil(const std::string& text) {
-        std::string all;
-        char buffer[4096];
-        while (all.find(text) == std::string::npos) {
-            pollfd wait{socket.Get(), POLLIN, 0};
-            if (::poll(&wait, 1, 20'000) != 1)
-                break;
-            const ssize_t length = ::recv(socket.Get(), buffer, sizeof buffer, 0);
-            if (length <= 0)
-                break;
-            all.append(buffer, static_cast<std::size_t>(length));
-        }
-        return all;
-    }
-    std::string ReadAll() { return ReadUntil("text that does not come"); }
-
-private:
-    FileDescriptor socket;
-};
 
 class PanelServerTest : public testing::Test {
 protected:

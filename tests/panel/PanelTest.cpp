@@ -6,10 +6,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <httplib.h>
 #include <nlohmann/json.hpp>
 #include <poll.h>
 
+#include "tests/panel/Connection.h"
 #include "tests/panel/FakeControl.h"
 
 namespace VelrixBoard {
@@ -23,10 +23,7 @@ protected:
     static int Port(const Panel& panel) {
         return std::stoi(panel.Address().substr(std::string("http://127.0.0.1:").size()));
     }
-    static json State(const Panel& panel) {
-        httplib::Client client("127.0.0.1", Port(panel));
-        return json::parse(client.Get("/state")->body);
-    }
+    static json State(const Panel& panel) { return json::parse(StateOfPanel(Port(panel))); }
     json State() const { return State(panel); }
 
     BoardModel model;
@@ -124,11 +121,8 @@ TEST_F(PanelTest, CountsTheRunsOfAProgramThatARebootStartsAnew) {
 }
 
 TEST_F(PanelTest, DoesOnTheLoopWhatAPageAsksFor) {
-    int status = 0;
-    std::thread page([&] {
-        httplib::Client client("127.0.0.1", Port(panel));
-        status = client.Post("/inputs/OXBO_MOD_1", R"({"level":true})", "application/json")->status;
-    });
+    std::string answer;
+    std::thread page([&] { answer = Ask(Port(panel), "POST", "/inputs/OXBO_MOD_1", R"({"level":true})"); });
 
     pollfd wait{panel.Descriptor(), POLLIN, 0};
     ASSERT_EQ(::poll(&wait, 1, 20'000), 1);
@@ -137,7 +131,7 @@ TEST_F(PanelTest, DoesOnTheLoopWhatAPageAsksFor) {
     page.join();
 
     EXPECT_EQ(control.log, "drive OXBO_MOD_1 1\n");
-    EXPECT_EQ(status, 200);
+    EXPECT_THAT(answer, testing::StartsWith("HTTP/1.1 200"));
 }
 
 TEST_F(PanelTest, SaysWhereItIs) {
