@@ -11,6 +11,22 @@ if(BUILD_TESTING)
   endif()
 endif()
 
+# Of debugging information a test has the lines, for stacks in reports, but not its local variables, which are a tenth of the
+# compiler's time. -g brings them back for those who step through a test.
+set(VELRIX_TEST_DEBUG_INFORMATION -g1 CACHE STRING "The flag for debugging information in the tests of a debug build")
+
+# velrix_compile_as_test(target)
+# Compiles the target as test code, with GTest. What all tests read comes precompiled from test-support, to which end they need its
+# flags. A test's own code runs once; optimising it would take the compiler longer than all the rest. The release build still
+# does, for the warnings that come of it.
+function(velrix_compile_as_test target)
+  target_link_libraries(${target} PRIVATE velrix-build-options GTest::gtest)
+  target_compile_options(${target} PRIVATE $<$<CONFIG:Debug>:-O0> $<$<CONFIG:Debug>:${VELRIX_TEST_DEBUG_INFORMATION}>)
+  if(NOT target STREQUAL test-support)
+    target_precompile_headers(${target} REUSE_FROM test-support)
+  endif()
+endfunction()
+
 # velrix_add_test(NAME name SOURCES file... LIBRARIES target...)
 # A GoogleTest executable whose cases are each a test of ctest, named after the folder: "settings.LedSection.KeepsUnknown...".
 # GTest::gtest is linked; name GTest::gtest_main or GTest::gmock among the libraries where the test wants them.
@@ -18,11 +34,8 @@ endif()
 function(velrix_add_test)
   cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;LIBRARIES")
   add_executable(${arg_NAME} ${arg_SOURCES})
-  target_link_libraries(${arg_NAME} PRIVATE velrix-build-options ${arg_LIBRARIES} GTest::gtest)
-  # A test's own code runs once; optimising it would take the compiler longer than all the rest. The release build still does,
-  # for the warnings that come of it.
-  target_compile_options(${arg_NAME} PRIVATE $<$<CONFIG:Debug>:-O0>)
-  target_precompile_headers(${arg_NAME} REUSE_FROM test-support)
+  target_link_libraries(${arg_NAME} PRIVATE ${arg_LIBRARIES})
+  velrix_compile_as_test(${arg_NAME})
   get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
   set(environment)
   if(CMAKE_CROSSCOMPILING_EMULATOR)
