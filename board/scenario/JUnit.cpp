@@ -77,8 +77,9 @@ std::string PlainReport(const Scenario& scenario, const std::vector<StepResult>&
             report += Printable(scenario.path + ":" + std::to_string(scenario.steps[i].line) + ": " +
                                 scenario.steps[i].text + ": " + results[i].message) +
                       "\n";
-    return report + Printable(scenario.path) + ": " + std::to_string(CountOf(results, Verdict::PASSED)) +
-           " steps passed, " + std::to_string(CountOf(results, Verdict::FAILED)) + " failed, " +
+    const std::size_t passed = CountOf(results, Verdict::PASSED);
+    return report + Printable(scenario.path) + ": " + std::to_string(passed) + (passed == 1 ? " step" : " steps") +
+           " passed, " + std::to_string(CountOf(results, Verdict::FAILED)) + " failed, " +
            std::to_string(CountOf(results, Verdict::NOT_REACHED)) + " not reached\n";
 }
 

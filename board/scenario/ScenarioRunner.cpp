@@ -227,7 +227,7 @@ void ScenarioRunner::Judge(std::size_t step, const Pulses& pulses, ScenarioTime 
     const auto line = lines.find(pulses.line);
     const std::vector<ScenarioTime> none;
     const auto& seen = line == lines.end() ? none : line->second.pulses[pulses.high];
-    const std::string what = pulses.line + (pulses.high ? " high" : " low") + " pulse";
+    const std::string what = std::string(pulses.high ? "high" : "low") + " pulse of " + pulses.line;
     if (seen.empty())
         return Decide(step, Verdict::FAILED, "expected a " + what + "; seen none", now);
     for (const ScenarioTime length : seen) {

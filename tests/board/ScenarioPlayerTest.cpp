@@ -86,8 +86,8 @@ TEST_F(ScenarioPlayerTest, DrivesTheBoardAndSeesWhatThatDid) {
 
     EXPECT_EQ(control.log, "drive OXBO_MOD_1 high, fault NS.red slow:2s, fault NS.red none, signal 10, signal 15");
     EXPECT_EQ(Finish(milliseconds(40)), 1);
-    EXPECT_THAT(said,
-                HasSubstr("a.scenario:6: expect OXBO_MOD_1 pulses high: expected a OXBO_MOD_1 high pulse; seen none"));
+    EXPECT_THAT(
+        said, HasSubstr("a.scenario:6: expect OXBO_MOD_1 pulses high: expected a high pulse of OXBO_MOD_1; seen none"));
 }
 
 TEST_F(ScenarioPlayerTest, CountsTimesFromTheFirstStartOfTheProgram) {
@@ -253,7 +253,7 @@ TEST_F(ScenarioCommandTest, SaysWhatItExpectedAndSawAndWhen) {
     EXPECT_THAT(end.errors,
                 testing::ContainsRegex("a.scenario:2: within 100ms OXBO_RL is high: expected within 100 ms: "
                                        "OXBO_RL is high; seen at [0-9.]+ m?s: OXBO_RL low since 0.0 ms\n"));
-    EXPECT_THAT(end.errors, EndsWith("1 steps passed, 1 failed, 1 not reached\n"));
+    EXPECT_THAT(end.errors, EndsWith("1 step passed, 1 failed, 1 not reached\n"));
     EXPECT_THAT(folder.Read("a.xml"), HasSubstr("tests=\"3\" failures=\"1\" skipped=\"1\""));
 }
 

@@ -31,5 +31,6 @@ TEST(JUnit, ReportsACaseAStep) {
 
 TEST(PlainReport, NamesWhatFailedAndCounts) {
     EXPECT_EQ(PlainReport(SCENARIO, RESULTS), "a&b.scenario:3: web log has \"<x>\": seen: \"a\\x1B<\\xB0\"\n"
-                                              "a&b.scenario: 1 steps passed, 1 failed, 1 not reached\n");
+                                              "a&b.scenario: 1 step passed, 1 failed, 1 not reached\n");
+    EXPECT_EQ(PlainReport(SCENARIO, {{}, {}, {}}), "a&b.scenario: 0 steps passed, 0 failed, 3 not reached\n");
 }

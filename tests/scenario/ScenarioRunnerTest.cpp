@@ -262,9 +262,10 @@ TEST(ScenarioRunner, JudgesEveryWholePulse) {
         {"", "p", ""},
         {" for at least 1ms", "p", ""},
         {" for at least 2ms", "f",
-         "expected every OXBO_RESET1_N high pulse to last at least 2.0 ms; seen one of 1.0 ms"},
+         "expected every high pulse of OXBO_RESET1_N to last at least 2.0 ms; seen one of 1.0 ms"},
         {" for at most 3ms", "p", ""},
-        {" for at most 2ms", "f", "expected every OXBO_RESET1_N high pulse to last at most 2.0 ms; seen one of 3.0 ms"},
+        {" for at most 2ms", "f",
+         "expected every high pulse of OXBO_RESET1_N to last at most 2.0 ms; seen one of 3.0 ms"},
         {" for at least 1ms and at most 3ms", "p", ""},
     };
     for (const auto& row : ROWS) {
@@ -284,7 +285,7 @@ TEST(ScenarioRunner, MissesAPulseThatNeverCame) {
 
     run.runner.Finish(milliseconds(500));
 
-    EXPECT_EQ(run.Message(), "expected a OXBO_RESET1_N low pulse; seen none");
+    EXPECT_EQ(run.Message(), "expected a low pulse of OXBO_RESET1_N; seen none");
 }
 
 TEST(ScenarioRunner, DecidesTheRestByWhatTheEndedProgramLeft) {
