@@ -118,7 +118,7 @@ void ScenarioRunner::Advance(ScenarioTime now) {
             if (action->at && *action->at > now && !ended)
                 return;
             if (ended) {
-                Decide(next, Verdict::FAILED, "the program had ended before", now);
+                Decide(next, Verdict::FAILED, "the program had " + End() + ", before this step", now);
                 done = true;
                 return;
             }
@@ -142,7 +142,8 @@ void ScenarioRunner::Advance(ScenarioTime now) {
                     return;
                 Decide(next, Verdict::FAILED,
                        "expected within " + TextOf(await->within) + ": " + TextOf(await->condition) + "; seen at " +
-                           TextOf(std::min(now, limit)) + ": " + Seen(await->condition),
+                           TextOf(std::min(now, limit)) + ": " + Seen(await->condition) +
+                           CutShort(await->condition, limit),
                        std::min(now, limit));
                 done = true;
                 return;
@@ -212,7 +213,28 @@ void ScenarioRunner::Finish(ScenarioTime now) {
     done = true;
 }
 
+std::string ScenarioRunner::End() const {
+    const std::string when = " at " + TextOf(programEnd);
+    if (killedBy)
+        return "been killed by " + std::string(sigabbrev_np(*killedBy)) + when;
+    const bool failed = exitCode == NOT_RUNNABLE || exitCode == NOT_FOUND;
+    return "exited with " + std::to_string(*exitCode) + (failed ? ", as one that cannot be run," : "") + when;
+}
+
+std::string ScenarioRunner::CutShort(const Condition& condition, ScenarioTime limit) const {
+    const bool seen =
+        std::holds_alternative<ProgramExits>(condition) || std::holds_alternative<ProgramIsKilled>(condition);
+    return (exitCode || killedBy) && programEnd <= limit && !seen ? "; the program had " + End() : "";
+}
+
 std::string ScenarioRunner::Crash() const {
+    for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
+        const auto* await = std::get_if<Await>(&scenario.steps[i].what);
+        const auto* exits = await ? std::get_if<ProgramExits>(&await->condition) : nullptr;
+        const auto* killed = await ? std::get_if<ProgramIsKilled>(&await->condition) : nullptr;
+        if (results[i].verdict == Verdict::PASSED && (exits || killed))
+            return "";
+    }
     if (exitCode == NOT_RUNNABLE || exitCode == NOT_FOUND)
         return "the program could not be run (exit code " + std::to_string(*exitCode) + ")";
     const bool sent = std::any_of(scenario.steps.begin(), scenario.steps.end(), [this](const Step& step) {

@@ -61,7 +61,7 @@ public:
     bool IsDone() const { return done; }
 
     // Ends the judging, with the "never" and "expect" steps decided by the run up to now; a run that ended by a crash
-    // passes none of them. Once; done before if it is not needed.
+    // that no passed step awaited passes none of them. Once; done before if it is not needed.
     void Finish(ScenarioTime now);
 
     bool HasPassed() const;
@@ -80,7 +80,12 @@ private:
     void Advance(ScenarioTime now);
     bool Holds(const Condition& condition, ScenarioTime now) const;
     bool Alternates(const LedAlternates& condition) const;
-    // How the program ended in a way that no step can have meant; empty: it did not.
+    // How the program that is gone ended and when, behind "the program had ".
+    std::string End() const;
+    // Why a wait up to the limit was given up or could not come true any more: the program's end, where the condition
+    // does not tell it anyway; empty: it ran on.
+    std::string CutShort(const Condition& condition, ScenarioTime limit) const;
+    // How the program ended in a way that no step awaited or caused; empty: it did not.
     std::string Crash() const;
     std::string Seen(const Condition& condition) const;
     void Settle(ScenarioTime now);

@@ -304,8 +304,35 @@ TEST(ScenarioRunner, CannotActOnAnEndedProgram) {
     run.runner.OnExit(3, milliseconds(10));
 
     EXPECT_EQ(run.Verdicts(), "pf");
-    EXPECT_EQ(run.Message(), "the program had ended before");
+    EXPECT_EQ(run.Message(), "the program had exited with 3 at 10 ms, before this step");
     EXPECT_EQ(run.board.log, "");
+}
+
+TEST(ScenarioRunner, SaysOfAFailedWaitThatTheProgramHadEnded) {
+    const struct {
+        int code;
+        int signal;
+        const char* said;
+    } ROWS[] = {
+        {3, 0, "exited with 3 at 10 ms"},
+        {126, 0, "exited with 126, as one that cannot be run, at 10 ms"},
+        {127, 0, "exited with 127, as one that cannot be run, at 10 ms"},
+        {0, SIGSEGV, "been killed by SEGV at 10 ms"},
+    };
+    for (const auto& row : ROWS) {
+        Play run("within 5s OXBO_RL is high");
+        if (row.signal)
+            run.runner.OnKilled(row.signal, milliseconds(10));
+        else
+            run.runner.OnExit(row.code, milliseconds(10));
+        EXPECT_EQ(run.Message(), "expected within 5.000 s: OXBO_RL is high; seen at 10 ms: OXBO_RL low since 0.0 ms; "
+                                 "the program had " +
+                                     std::string(row.said));
+    }
+
+    Play late("within 1s OXBO_RL is high"); // the end is told before anything else, but was later
+    late.runner.OnExit(3, milliseconds(1'200));
+    EXPECT_EQ(late.Message(), "expected within 1.000 s: OXBO_RL is high; seen at 1.000 s: OXBO_RL low since 0.0 ms");
 }
 
 TEST(ScenarioRunner, FailsAWaitWhenTheProgramEndsAnotherWay) {
@@ -330,10 +357,37 @@ TEST(ScenarioRunner, PassesNothingWhenTheProgramCrashed) {
         EXPECT_EQ(missing.Message(), "the program could not be run (exit code " + std::to_string(code) + ") at 20 ms");
     }
 
+    for (const char* text : {"program is killed by TERM", "program exits with 11", "MS is off"}) {
+        Play other("never MS is red\nwithin 1s " + std::string(text));
+        other.runner.OnKilled(SIGSEGV, milliseconds(20));
+        other.runner.Finish(milliseconds(30));
+        EXPECT_NE(other.Verdicts().find('f'), std::string::npos) << text;
+    }
+
     Play meant("never MS is red\nsend KILL\nwithin 1s program is killed by KILL");
     meant.runner.OnKilled(SIGKILL, milliseconds(20));
     meant.runner.Finish(milliseconds(30));
     EXPECT_EQ(meant.Verdicts(), "ppp");
+}
+
+TEST(ScenarioRunner, TakesNoEndForACrashThatAPassedStepAwaited) {
+    Play killed("within 1s program is killed by SEGV\nnever MS is red");
+    killed.runner.OnKilled(SIGSEGV, milliseconds(20));
+    killed.runner.Finish(milliseconds(30));
+    EXPECT_EQ(killed.Verdicts(), "pp") << killed.Message();
+
+    for (const int code : {126, 127}) {
+        Play exited("never MS is red\nwithin 1s program exits with " + std::to_string(code));
+        exited.runner.OnExit(code, milliseconds(20));
+        exited.runner.Finish(milliseconds(30));
+        EXPECT_EQ(exited.Verdicts(), "pp") << exited.Message();
+    }
+
+    // A wait for it that never began does not count.
+    Play unreached("never MS is red\nwithin 1ms MS is red\nwithin 1s program is killed by SEGV");
+    unreached.runner.OnKilled(SIGSEGV, milliseconds(20));
+    unreached.runner.Finish(milliseconds(30));
+    EXPECT_EQ(unreached.Verdicts(), "pfn");
 }
 
 TEST(ScenarioRunner, FailsAStepThatTheRunDidNotReach) {
