@@ -246,6 +246,7 @@ public:
         while (::waitpid(init, &initStatus, 0) < 0 && errno == EINTR) {
         }
         TellRecords();
+        webLog.Finish();
         Settle();
         std::error_code error;
         fs::remove(layout.Stage(), error);

@@ -738,6 +738,23 @@ TEST(BoardTest, PrintsWhatChangesIntoAPipe) {
                                   HasSubstr(" s  reboot called: /usr/sbin/reboot now\n"), Not(HasSubstr("\033"))));
 }
 
+TEST(BoardTest, TellsTheRecordsOfEachWebLogThatAProgramMakes) {
+    // The board reads the log before it takes a write to a value file.
+    const std::string read = "; printf 0 > " + std::string(MS_RED);
+    const CommandEnd end = CommandRun{OnBoard("L=/mnt/share/logger; echo one > $L" + read + "; echo two > $L" + read +
+                                                  "; rm $L" + read + "; echo three > $L" + read +
+                                                  "; echo four >> $L; rm $L; echo fives > $L; printf six >> $L",
+                                              {"--terminal"})}
+                               .Run();
+
+    std::string records;
+    for (std::size_t at = 0; (at = end.errors.find("web log ", at)) != std::string::npos;) {
+        at += std::string_view("web log ").size();
+        records += end.errors.substr(at, end.errors.find('\n', at) - at) + " ";
+    }
+    EXPECT_EQ(records, "one two three four fives six ") << end.errors;
+}
+
 // A terminal of the test's own with a command in it.
 class Terminal final {
 public:
