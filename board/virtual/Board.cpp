@@ -135,7 +135,7 @@ fs::path OwnProgram() {
     return program;
 }
 
-// A pipe whose writing end becomes an output of the program; the board shows what comes out.
+// A pipe whose writing end becomes the program's outputs; the board shows what comes out.
 struct OutputPipe {
     FileDescriptor reading;
     FileDescriptor writing;
@@ -234,8 +234,7 @@ public:
             RunInit(plan, program, std::move(farEnd));
         }
         farEnd.Close();
-        for (OutputPipe& pipe : pipes)
-            pipe.writing.Close();
+        output.writing.Close();
         // After the fork, which one thread alone may make, and before the program can change anything.
         for (const AttachmentFactory& make : options.attachments)
             Attach(make(state, Control(), [this] { return Now(); }));
@@ -379,16 +378,12 @@ private:
         parts.push_back(view.get());
         if (!block)
             return;
-        // What the program prints onto the terminal has to pass by the block.
-        program.standardError = AddPipe();
+        // What the program prints onto the terminal has to pass by the block. One pipe keeps the order of both outputs.
+        output = MakeOutputPipe();
+        program.standardError = output.writing.Get();
         if (::isatty(STDOUT_FILENO) == 1)
-            program.standardOutput = AddPipe();
+            program.standardOutput = output.writing.Get();
         view->OnSettled(Now());
-    }
-
-    int AddPipe() {
-        pipes.push_back(MakeOutputPipe());
-        return pipes.back().writing.Get();
     }
 
     void Loop(int socket, int signalFile) {
@@ -398,8 +393,7 @@ private:
             // Signals that come before the program runs wait for it.
             waits.push_back({programProcess ? signalFile : -1, POLLIN, 0});
             waits.push_back({syslog ? syslog->Descriptor() : -1, POLLIN, 0});
-            for (const OutputPipe& pipe : pipes)
-                waits.push_back({pipe.reading ? pipe.reading.Get() : -1, POLLIN, 0});
+            waits.push_back({output.reading.Get(), POLLIN, 0});
             for (const ILoopPart* part : parts)
                 waits.push_back({part->Descriptor(), POLLIN, 0});
             if (::poll(waits.data(), waits.size(), Timeout()) < 0 && errno != EINTR)
@@ -430,8 +424,7 @@ private:
     }
 
     void Settle() {
-        for (OutputPipe& pipe : pipes)
-            ShowOutput(pipe);
+        ShowOutput();
         for (IBoardObserver* observer : state.Observers())
             observer->OnSettled(Now());
     }
@@ -443,14 +436,14 @@ private:
         watcher.Dispatch();
     }
 
-    void ShowOutput(OutputPipe& pipe) {
+    void ShowOutput() {
         std::array<char, 4096> buffer;
-        while (pipe.reading) {
-            const ssize_t length = ::read(pipe.reading.Get(), buffer.data(), buffer.size());
+        while (output.reading) {
+            const ssize_t length = ::read(output.reading.Get(), buffer.data(), buffer.size());
             if (length > 0)
                 view->Print({buffer.data(), static_cast<std::size_t>(length)});
             else if (length == 0)
-                pipe.reading.Close();
+                output.reading.Close();
             else if (errno != EINTR)
                 return;
         }
@@ -567,7 +560,7 @@ private:
     std::optional<InputRecorder> inputs;
     std::optional<ControlPipe> control;
     std::optional<ScenarioPlayer> player;
-    std::vector<OutputPipe> pipes;
+    OutputPipe output; // empty where the program prints by itself
     std::vector<ILoopPart*> parts;
     std::vector<Placement> placements;
     const std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();

@@ -854,6 +854,20 @@ TEST(BoardTest, DrawsTheBoardAnewWhenTheTerminalIsResized) {
     EXPECT_EQ(WTERMSIG(terminal.Wait()), SIGINT);
 }
 
+TEST(BoardTest, KeepsTheOrderOfBothOutputsOnATerminal) {
+    Terminal terminal(
+        OnBoard("i=0; while [ $i -lt 50 ]; do i=$((i + 1)); echo out$i; echo err$i >&2; done", {"--terminal"}));
+
+    const std::string all = terminal.ReadUntil("err50\r\n");
+
+    std::size_t at = 0;
+    for (int i = 1; i <= 50 && at != std::string::npos; ++i)
+        for (const char* output : {"out", "err"})
+            at = all.find(output + std::to_string(i) + "\r\n", at);
+    EXPECT_NE(at, std::string::npos) << all;
+    EXPECT_EQ(terminal.Wait(), 0);
+}
+
 TEST(BoardTest, DrawsTheBoardBelowTheProgramsOutputOnATerminal) {
     Terminal terminal(OnBoard("echo printed; echo failed >&2; printf 1 > " + std::string(MS_RED), {"--terminal"}));
 
