@@ -8,7 +8,7 @@
 #include <sys/wait.h>
 
 #include "board/panel/PanelCommand.h"
-#include "board/virtual/Fault.h"
+#include "board/scenario/Fault.h"
 
 namespace VelrixBoard {
 

@@ -8,8 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "board/virtual/BoardError.h"
-#include "board/virtual/Fault.h"
+#include "board/scenario/Fault.h"
 
 namespace VelrixBoard {
 
@@ -56,7 +55,7 @@ PanelQueue::Work FaultCommand(const std::string& name, const std::string& body, 
             fault = ParseFault(text.get<std::string>());
     } catch (const json::exception&) {
         throw PanelError(BAD_REQUEST, "\"fault\" has to be a text, such as \"EIO\" or \"none\"");
-    } catch (const BoardError& error) {
+    } catch (const FaultError& error) {
         throw PanelError(BAD_REQUEST, error.what());
     }
     return [&control, signal, fault] { control.SetFault(signal, fault); };

@@ -7,6 +7,7 @@
 #include <variant>
 #include <vector>
 
+#include "board/scenario/Fault.h"
 #include "board/timeline/Timeline.h"
 
 namespace VelrixBoard {
@@ -74,8 +75,8 @@ struct SetInput {
     bool high;
 };
 struct InjectFault {
-    std::string signal; // a line or an LED element, "NS.red"
-    std::string fault;  // "EIO", "slow:2s", "missing", "none"
+    std::string signal;         // a line or an LED element, "NS.red"
+    std::optional<Fault> fault; // nothing: the file is made whole
 };
 struct SendSignal {
     int signal;

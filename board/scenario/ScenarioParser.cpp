@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <cmath>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -157,20 +156,27 @@ private:
         }
         if (line.Take("fault")) {
             const std::string signal = line.OneOf(signals);
-            return InjectFault{signal, ParseFault(line)};
+            return InjectFault{signal, ParseFaultOf(signal, line)};
         }
         if (line.Take("send"))
             return SendSignal{line.Signal()};
         line.FailHere("set, fault or send");
     }
 
-    static std::string ParseFault(Line& line) {
-        const std::vector<std::string> plain = {"EIO", "ENOSPC", "EACCES", "missing", "none"};
-        if (!line.AtEnd() && line.Peek().rfind("slow:", 0) == 0 && ParseTime(line.Peek().substr(5)))
-            return line.Any("");
-        if (line.AtEnd() || std::find(plain.begin(), plain.end(), line.Peek()) == plain.end())
-            line.FailHere("EIO, ENOSPC, EACCES, slow:TIME, missing or none");
-        return line.Any("");
+    std::optional<Fault> ParseFaultOf(const std::string& signal, Line& line) const {
+        if (line.Take("none"))
+            return std::nullopt;
+        const bool isInput = std::find(names.inputs.begin(), names.inputs.end(), signal) != names.inputs.end();
+        try {
+            const Fault fault = ParseFault(line.AtEnd() ? "" : line.Peek());
+            if (!isInput || fault.kind != Fault::Kind::NO_SPACE) { // nobody writes to an input
+                line.Any("");
+                return fault;
+            }
+        } catch (const FaultError&) {
+        }
+        line.FailHere(std::string(isInput ? "EIO, EACCES" : "EIO, ENOSPC, EACCES") +
+                      ", slow:TIME from 1us to 60min, missing or none");
     }
 
     Pulses ParsePulses(Line& line) const {
@@ -284,20 +290,6 @@ private:
 };
 
 } // namespace
-
-std::optional<ScenarioTime> ParseTime(std::string_view text) {
-    double number = 0;
-    const auto [rest, error] =
-        std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
-    if (error != std::errc() || number < 0 || text.front() == '-')
-        return std::nullopt;
-    const std::string_view unit(rest, static_cast<std::size_t>(text.data() + text.size() - rest));
-    const double us = unit == "us" ? 1 : unit == "ms" ? 1e3 : unit == "s" ? 1e6 : unit == "min" ? 60e6 : -1;
-    constexpr double YEAR = 365.0 * 24 * 3600 * 1e6;
-    if (us < 0 || number * us > YEAR)
-        return std::nullopt;
-    return ScenarioTime(std::llround(number * us));
-}
 
 Scenario ParseScenario(const std::string& path, std::string_view text, const ScenarioNames& names) {
     Scenario scenario{path, {}};

@@ -22,7 +22,7 @@ namespace VelrixBoard {
 //               | "web" "log" "has" TEXT | "system" "log" "has" TEXT | "reboot" "is" "called"
 //     TIME      = digits, a point and digits if need be, and "us", "ms", "s" or "min", without a blank
 //     TEXT      = a word, or anything in double quotes
-//     FAULT     = "EIO" | "ENOSPC" | "EACCES" | "slow:" TIME | "missing" | "none"
+//     FAULT     = "EIO" | "ENOSPC" | "EACCES" | "slow:" TIME | "missing" | "none"; no "ENOSPC" for an input
 //
 // "#" begins a comment; blank lines are skipped. The tolerance is 50 ms unless given. Throws ScenarioError with file,
 // line and column, saying what could stand there.
@@ -30,8 +30,5 @@ Scenario ParseScenario(const std::string& path, std::string_view text, const Sce
 
 // The same from a file. A file that cannot be read: ScenarioError.
 Scenario ReadScenario(const std::string& path, const ScenarioNames& names);
-
-// A TIME of the grammar above; nothing for anything else, and for a time beyond a year.
-std::optional<ScenarioTime> ParseTime(std::string_view text);
 
 } // namespace VelrixBoard

@@ -126,7 +126,7 @@ void ScenarioRunner::Advance(ScenarioTime now) {
                 if (const auto* set = std::get_if<SetInput>(&action->action))
                     board.Set(set->line, set->high);
                 else if (const auto* fault = std::get_if<InjectFault>(&action->action))
-                    board.Fault(fault->signal, fault->fault);
+                    board.SetFault(fault->signal, fault->fault);
                 else
                     board.Send(std::get<SendSignal>(action->action).signal);
             } catch (const std::exception& error) {

@@ -19,9 +19,9 @@ public:
     virtual ~IScenarioBoard() = default;
 
     virtual void Set(const std::string& line, bool high) = 0;
-    // fault as the scenario's grammar has it. Throws std::exception with a text for people where this board cannot do
-    // it.
-    virtual void Fault(const std::string& signal, const std::string& fault) = 0;
+    // Breaks the signal's value file, or with nothing makes it whole again. Throws std::exception with a text for
+    // people where this board cannot do it.
+    virtual void SetFault(const std::string& signal, const std::optional<Fault>& fault) = 0;
     virtual void Send(int signal) = 0;
 };
 

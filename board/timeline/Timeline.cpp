@@ -2,6 +2,8 @@
 #include "board/timeline/Timeline.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <cstdio>
 
 namespace VelrixBoard {
@@ -37,6 +39,24 @@ std::string TextOf(TimelineTime time) {
     else
         std::snprintf(text, sizeof text, "%.1f ms", us / 1e3);
     return text;
+}
+
+std::optional<TimelineTime> ParseTime(std::string_view text) {
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    const std::size_t length = std::min(text.find_first_not_of("0123456789."), text.size());
+    // "inf" and "nan" are numbers to the standard library, and so are "1." and ".5".
+    if (length == 0 || !isDigit(text.front()) || !isDigit(text[length - 1]))
+        return std::nullopt;
+    double number = 0;
+    const auto [rest, error] = std::from_chars(text.data(), text.data() + length, number, std::chars_format::fixed);
+    if (error != std::errc() || rest != text.data() + length)
+        return std::nullopt;
+    const std::string_view unit = text.substr(length);
+    const double us = unit == "us" ? 1 : unit == "ms" ? 1e3 : unit == "s" ? 1e6 : unit == "min" ? 60e6 : -1;
+    constexpr double YEAR = 365.0 * 24 * 3600 * 1e6;
+    if (us < 0 || number * us > YEAR)
+        return std::nullopt;
+    return TimelineTime(std::llround(number * us));
 }
 
 } // namespace VelrixBoard

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace VelrixBoard {
@@ -53,5 +55,9 @@ std::string SignalName(const std::string& name);
 
 // "1.250 s", "38 ms", "0.4 ms": rounded for people.
 std::string TextOf(TimelineTime time);
+
+// Reads a time as people write it: digits, if need be a point and more digits, and "us", "ms", "s" or "min" without a
+// blank, rounded to microseconds. Nothing for anything else, and for a time beyond a year.
+std::optional<TimelineTime> ParseTime(std::string_view text);
 
 } // namespace VelrixBoard

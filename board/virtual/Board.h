@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "board/virtual/Fault.h"
+#include "board/scenario/Fault.h"
 #include "board/virtual/IBoardAttachment.h"
 #include "board/virtual/Program.h"
 #include "board/virtual/ScenarioPlayer.h"

@@ -32,7 +32,7 @@ public:
 
 private:
     std::vector<std::string> levels;
-    std::string readyAfter = "40";
+    std::string readyAfter = "40ms";
 };
 
 // What the user is told of arguments that are not understood: what is wrong, and where help is.

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <stdexcept>
 #include <utility>
 
 #include <fcntl.h>
@@ -47,7 +48,7 @@ void ControlPipe::Run(BoardTime) {
             const std::string line = unfinished.substr(0, end);
             try {
                 Obey(line);
-            } catch (const BoardError& error) {
+            } catch (const std::runtime_error& error) { // BoardError, FaultError
                 tell("control \"" + line + "\": " + error.what());
             }
         }

@@ -6,7 +6,6 @@
 #include <CLI/CLI.hpp>
 
 #include "board/virtual/Board.h"
-#include "board/virtual/BoardError.h"
 
 namespace VelrixBoard {
 
@@ -17,7 +16,7 @@ void AddDeviceOptions(CLI::App& app, BoardOptions& options) {
             throw CLI::ValidationError("--fault", "takes NAME=FAULT, such as MS.red=EIO");
         try {
             options.faults.insert_or_assign(text.substr(0, equals), ParseFault(text.substr(equals + 1)));
-        } catch (const BoardError& error) {
+        } catch (const FaultError& error) {
             throw CLI::ValidationError("--fault", error.what());
         }
     };
@@ -27,7 +26,8 @@ void AddDeviceOptions(CLI::App& app, BoardOptions& options) {
                for (const std::string& fault : faults)
                    takeFault(fault);
            },
-           "What is wrong with the value file of a line or LED element: EIO, ENOSPC, EACCES, slow:2s or missing")
+           "What is wrong with the value file of a line or LED element: EIO, ENOSPC, EACCES, slow:TIME such as "
+           "slow:2s, or missing")
         ->type_name("NAME=FAULT");
     app.add_option_function<std::string>(
            "--on-reboot",

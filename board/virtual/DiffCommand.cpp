@@ -6,7 +6,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include "board/scenario/ScenarioParser.h"
 #include "board/timeline/VcdReader.h"
 
 namespace VelrixBoard {

@@ -14,10 +14,10 @@
 
 #include <sys/types.h>
 
+#include "board/scenario/Fault.h"
 #include "board/virtual/BoardState.h"
 #include "board/virtual/Clock.h"
 #include "board/virtual/DeviceTree.h"
-#include "board/virtual/Fault.h"
 #include "board/virtual/FileDescriptor.h"
 #include "board/virtual/ILoopPart.h"
 

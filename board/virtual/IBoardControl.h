@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <optional>
 
-#include "board/virtual/Fault.h"
+#include "board/scenario/Fault.h"
 #include "board/virtual/ModuleState.h"
 
 namespace VelrixBoard {

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/virtual/ReadyTime.h"
 
-#include <charconv>
+#include <string>
 
+#include "board/timeline/Timeline.h"
 #include "board/virtual/BoardError.h"
 
 namespace VelrixBoard {
@@ -10,12 +11,13 @@ namespace VelrixBoard {
 std::optional<std::chrono::milliseconds> ParseReadyTime(std::string_view text) {
     if (text == "never")
         return std::nullopt;
-    unsigned value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    const std::string_view unit(end, static_cast<std::size_t>(text.data() + text.size() - end));
-    if (error != std::errc() || (!unit.empty() && unit != "ms"))
-        throw BoardError("the time takes milliseconds or \"never\"");
-    return std::chrono::milliseconds(value);
+    auto time = ParseTime(text);
+    if (!time) // no unit
+        time = ParseTime(std::string(text) + "ms");
+    if (!time || *time % std::chrono::milliseconds(1) != std::chrono::milliseconds(0))
+        throw BoardError("\"" + std::string(text) +
+                         "\" is no time for the module; give whole milliseconds, such as 40ms or 2s, or never");
+    return std::chrono::duration_cast<std::chrono::milliseconds>(*time);
 }
 
 } // namespace VelrixBoard

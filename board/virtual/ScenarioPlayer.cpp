@@ -129,8 +129,8 @@ void ScenarioPlayer::Set(const std::string& line, bool high) {
     control.DriveInput(SignalOf(line), high);
 }
 
-void ScenarioPlayer::Fault(const std::string& signal, const std::string& fault) {
-    control.SetFault(SignalOf(signal), fault == "none" ? std::nullopt : std::make_optional(ParseFault(fault)));
+void ScenarioPlayer::SetFault(const std::string& signal, const std::optional<Fault>& fault) {
+    control.SetFault(SignalOf(signal), fault);
 }
 
 void ScenarioPlayer::Send(int signal) {

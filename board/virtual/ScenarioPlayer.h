@@ -54,7 +54,7 @@ public:
 
 private:
     void Set(const std::string& line, bool high) override;
-    void Fault(const std::string& signal, const std::string& fault) override;
+    void SetFault(const std::string& signal, const std::optional<Fault>& fault) override;
     void Send(int signal) override;
 
     using Event = std::function<void(ScenarioTime)>;

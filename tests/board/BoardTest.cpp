@@ -649,7 +649,7 @@ TEST(BoardTest, SaysWhatIsWrongWithACommand) {
                 {"set X=1", "X is no line or LED element"},
                 {"fault MS.red=broken", "\"broken\" is no fault"},
                 {"fault OXBO_IRQ_N=ENOSPC", "OXBO_IRQ_N is an input"},
-                {"oxbo-ready-after soon", "milliseconds or \"never\""},
+                {"oxbo-ready-after soon", "\"soon\" is no time for the module"},
                 {"walk", "there are set NAME=LEVEL"}};
     PrivateBoard board;
     board.Start(

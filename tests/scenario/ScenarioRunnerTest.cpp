@@ -19,10 +19,10 @@ namespace {
 class FakeBoard final : public IScenarioBoard {
 public:
     void Set(const std::string& line, bool high) override { Put("set " + line + (high ? " high" : " low")); }
-    void Fault(const std::string& signal, const std::string& fault) override {
-        if (fault == "missing")
+    void SetFault(const std::string& signal, const std::optional<Fault>& fault) override {
+        if (fault && fault->kind == Fault::Kind::MISSING)
             throw std::runtime_error("this board cannot lose files");
-        Put("fault " + signal + " " + fault);
+        Put("fault " + signal + " " + (fault ? ToString(*fault) : "none"));
     }
     void Send(int signal) override { Put("send " + std::to_string(signal)); }
 

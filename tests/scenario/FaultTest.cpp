@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "board/virtual/Fault.h"
+#include "board/scenario/Fault.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include "board/virtual/BoardError.h"
 
 namespace VelrixBoard {
 namespace {
@@ -24,6 +22,11 @@ TEST(FaultTest, ReadsWhatItWrites) {
         {"slow:2s", {Fault::Kind::SLOW, 2s}, "slow:2s"},
         {"slow:1ms", {Fault::Kind::SLOW, 1ms}, "slow:1ms"},
         {"slow:1500ms", {Fault::Kind::SLOW, 1500ms}, "slow:1500ms"},
+        {"slow:0.5s", {Fault::Kind::SLOW, 500ms}, "slow:500ms"},
+        {"slow:250us", {Fault::Kind::SLOW, 250us}, "slow:250us"},
+        {"slow:1.5ms", {Fault::Kind::SLOW, 1500us}, "slow:1500us"},
+        {"slow:1min", {Fault::Kind::SLOW, 60s}, "slow:60s"},
+        {"slow:60min", {Fault::Kind::SLOW, 1h}, "slow:3600s"},
         {"slow:2000ms", {Fault::Kind::SLOW, 2s}, "slow:2s"},
         {"slow:3600s", {Fault::Kind::SLOW, 1h}, "slow:3600s"},
     };
@@ -34,13 +37,30 @@ TEST(FaultTest, ReadsWhatItWrites) {
 }
 
 TEST(FaultTest, RefusesEverythingElse) {
-    for (const char* text :
-         {"", "eio", "EIO ", "EPERM", "slow", "slow:", "slow:2", "slow:s", "slow:0s", "slow:0ms", "slow:-1s",
-          "slow:+1s", "slow:2m", "slow:2s ", "slow:3601s", "slow:3600001ms", "slow:99999999999s", "missing:2s"}) {
+    for (const char* text : {"",
+                             "eio",
+                             "EIO ",
+                             "EPERM",
+                             "slow",
+                             "slow:",
+                             "slow:2",
+                             "slow:s",
+                             "slow:0s",
+                             "slow:0ms",
+                             "slow:0.4us",
+                             "slow:61min",
+                             "slow:-1s",
+                             "slow:+1s",
+                             "slow:2m",
+                             "slow:2s ",
+                             "slow:3601s",
+                             "slow:3600001ms",
+                             "slow:99999999999s",
+                             "missing:2s"}) {
         try {
             (void)ParseFault(text);
             ADD_FAILURE() << text;
-        } catch (const BoardError& error) {
+        } catch (const FaultError& error) {
             EXPECT_THAT(error.what(), testing::StartsWith("\"" + std::string(text) + "\" is no fault; there are EIO,"));
         }
     }

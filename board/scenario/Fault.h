@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -18,15 +19,21 @@ struct Fault {
     };
 
     Kind kind;
-    std::chrono::milliseconds delay{0};
+    std::chrono::microseconds delay{0};
 
     friend bool operator==(const Fault&, const Fault&) = default;
 };
 
-// Reads a fault; delays are whole milliseconds or seconds up to an hour, "slow:500ms" or "slow:2s". Throws BoardError
-// that names what there is.
+// A text is no fault. The message names what there is.
+class FaultError final : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// Reads a fault; a delay is a time as ParseTime takes it, from 1us to 60min. Throws FaultError.
 Fault ParseFault(std::string_view text);
 
+// As ParseFault reads it.
 std::string ToString(const Fault& fault);
 
 } // namespace VelrixBoard
