@@ -9,8 +9,7 @@
 namespace VelrixBoard {
 
 // One write into a register of the emulated GPIO controller. The time is the host's, since 1970: what stood on the
-// clock when the emulator carried the write out. The machine's own clock runs with the host's, so intervals are the
-// same on both, but for what the host took away from the emulator in between.
+// clock when the emulator carried the write out. The machine's own clock runs with the host's while the machine runs.
 struct GpioWrite {
     // The data register of the first 32 lines, a bit a line.
     static constexpr std::uint32_t DATA = 0;
@@ -23,5 +22,15 @@ struct GpioWrite {
 // Reads a line of the emulator's trace, "PID@SECONDS.MICROSECONDS:aspeed_gpio_write offset: 0xN value 0xN"; nothing for
 // any other line.
 std::optional<GpioWrite> ParseGpioWrite(std::string_view line);
+
+// The emulated machine starts to run, or to stand still, where its time stands as well. The time is that of a write.
+struct MachineTransition {
+    std::chrono::microseconds time;
+    bool runs;
+};
+
+// Reads a line of the trace, "PID@SECONDS.MICROSECONDS:runstate_set current_run_state N (NAME) new_state N (NAME)";
+// nothing for any other line, and where the machine does neither before nor after.
+std::optional<MachineTransition> ParseTransition(std::string_view line);
 
 } // namespace VelrixBoard

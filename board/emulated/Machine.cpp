@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <sstream>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -16,7 +17,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "board/emulated/GdbClient.h"
 #include "board/emulated/GpioTrace.h"
+#include "board/emulated/MachineClock.h"
 #include "board/emulated/QmpClient.h"
 #include "board/emulated/ReadFile.h"
 #include "board/virtual/BoardError.h"
@@ -114,10 +117,12 @@ private:
         const MachineProgram& program;
         BoardState* state;
         const GpioLines* lines;
-        std::chrono::microseconds start;
-        std::optional<MachineResult> result;
+        const MachineClock& clock;
+        std::chrono::microseconds start; // by the machine's clock
+        std::optional<MachineResult> result{};
 
-        BoardTime Now() const { return HostTime() - start; }
+        BoardTime At(std::chrono::microseconds hostTime) const { return clock.At(hostTime) - start; }
+        BoardTime Now() const { return At(HostTime()); }
     };
 
     void Start(const std::vector<std::string>& arguments, const std::vector<int>& kept);
@@ -127,6 +132,9 @@ private:
     // Waits for something to come, at most until then, and deals with it.
     void Turn(std::chrono::microseconds until);
     void ReadTrace();
+    void ReadTraceLine(std::string_view line);
+    void WatchWrites(const std::string& addresses);
+    void GoOn();
     void ReadAgent();
     void ReadOutput();
     void ReadSignals();
@@ -140,6 +148,8 @@ private:
     FileDescriptor agent;
     FileDescriptor trace;
     std::optional<QmpClient> qmp;
+    std::optional<GdbClient> debugger;
+    MachineClock clock;
     std::string agentText;
     std::string traceText;
     bool ready = false;
@@ -168,6 +178,7 @@ Machine::Process::Process(const std::filesystem::path& image, const CpioArchive&
     auto errorOutputs = SocketPair();
     auto agents = SocketPair();
     auto controls = SocketPair();
+    auto debuggers = SocketPair();
     int pipe[2];
     if (::pipe2(pipe, O_CLOEXEC) != 0)
         ThrowSystemError("pipe");
@@ -175,16 +186,16 @@ Machine::Process::Process(const std::filesystem::path& image, const CpioArchive&
     const FileDescriptor traceEnd(pipe[1]);
     ::fcntl(trace.Get(), F_SETFL, O_NONBLOCK);
 
-    std::vector<std::string> arguments = {EMULATOR, "-M", "ast2600-evb", "-m", "1G", "-nodefaults", "-nic", "none",
-                                          "-display", "none",
-                                          // Names the time of every write; without it the trace has none.
-                                          "-msg", "timestamp=on", "-kernel", (image / "kernel").native(), "-dtb",
-                                          (image / "board.dtb").native(), "-initrd", rootFile.native(),
-                                          // A kernel that panics restarts instead of standing there, which is noticed;
-                                          // and testing its ciphers would take it half of its time to boot.
-                                          "-append", "console=ttyS4,115200n8 quiet panic=-1 cryptomgr.notests",
-                                          "-serial", "file:" + (directory.Path() / "console").native(), "-trace",
-                                          "aspeed_gpio_write,file=/proc/self/fd/" + std::to_string(traceEnd.Get())};
+    std::vector<std::string> arguments = {
+        EMULATOR, "-M", "ast2600-evb", "-m", "1G", "-nodefaults", "-nic", "none", "-display", "none",
+        // Names the time of every write; without it the trace has none.
+        "-msg", "timestamp=on", "-kernel", (image / "kernel").native(), "-dtb", (image / "board.dtb").native(),
+        "-initrd", rootFile.native(),
+        // A kernel that panics restarts instead of standing there, which is noticed;
+        // and testing its ciphers would take it half of its time to boot.
+        "-append", "console=ttyS4,115200n8 quiet panic=-1 cryptomgr.notests", "-serial",
+        "file:" + (directory.Path() / "console").native(), "-trace", "runstate_set", "-trace",
+        "aspeed_gpio_write,file=/proc/self/fd/" + std::to_string(traceEnd.Get())};
     // The controller's other serial ports follow the console in their order.
     int number = 0;
     for (const int descriptor : {outputs[1].Get(), errorOutputs[1].Get(), agents[1].Get()}) {
@@ -192,14 +203,18 @@ Machine::Process::Process(const std::filesystem::path& image, const CpioArchive&
         arguments.insert(arguments.end(), {"-chardev", "socket,id=" + name + ",fd=" + std::to_string(descriptor),
                                            "-serial", "chardev:" + name});
     }
-    arguments.insert(arguments.end(), {"-chardev", "socket,id=qmp,fd=" + std::to_string(controls[1].Get()), "-mon",
-                                       "chardev=qmp,mode=control"});
-    Start(arguments, {outputs[1].Get(), errorOutputs[1].Get(), agents[1].Get(), controls[1].Get(), traceEnd.Get()});
+    arguments.insert(arguments.end(),
+                     {"-chardev", "socket,id=qmp,fd=" + std::to_string(controls[1].Get()), "-mon",
+                      "chardev=qmp,mode=control", "-chardev", "socket,id=gdb,fd=" + std::to_string(debuggers[1].Get()),
+                      "-gdb", "chardev:gdb"});
+    Start(arguments, {outputs[1].Get(), errorOutputs[1].Get(), agents[1].Get(), controls[1].Get(), debuggers[1].Get(),
+                      traceEnd.Get()});
 
     output = std::move(outputs[0]);
     errors = std::move(errorOutputs[0]);
     agent = std::move(agents[0]);
     qmp.emplace(std::move(controls[0]));
+    debugger.emplace(std::move(debuggers[0]));
 }
 
 Machine::Process::~Process() {
@@ -281,16 +296,50 @@ void Machine::Process::ReadTrace() {
     while ((count = ::read(trace.Get(), buffer, sizeof buffer)) > 0)
         traceText.append(buffer, static_cast<std::size_t>(count));
     std::size_t begin = 0;
-    for (std::size_t end = 0; (end = traceText.find('\n', begin)) != std::string::npos; begin = end + 1) {
-        const auto write = ParseGpioWrite(std::string_view(traceText).substr(begin, end - begin));
-        if (!write || write->offset != GpioWrite::DATA || !running || !running->state)
-            continue;
-        // Writes of inputs' bits mean nothing: what an input shows comes from outside.
-        for (std::size_t i = 0; i < running->state->Count(); ++i)
-            if (const auto line = running->lines->Line(i); line && !running->state->IsInput(i))
-                running->state->Set(i, (write->value >> *line & 1) != 0, write->time - running->start);
-    }
+    for (std::size_t end = 0; (end = traceText.find('\n', begin)) != std::string::npos; begin = end + 1)
+        ReadTraceLine(std::string_view(traceText).substr(begin, end - begin));
     traceText.erase(0, begin);
+}
+
+void Machine::Process::ReadTraceLine(std::string_view line) {
+    if (const auto transition = ParseTransition(line)) {
+        if (transition->runs)
+            clock.Run(transition->time);
+        else
+            clock.Stop(transition->time);
+        return;
+    }
+    const auto write = ParseGpioWrite(line);
+    if (!write || write->offset != GpioWrite::DATA || !running || !running->state)
+        return;
+    // Writes of inputs' bits mean nothing: what an input shows comes from outside.
+    for (std::size_t i = 0; i < running->state->Count(); ++i)
+        if (const auto number = running->lines->Line(i); number && !running->state->IsInput(i))
+            running->state->Set(i, (write->value >> *number & 1) != 0, running->At(write->time));
+}
+
+// Whatever is connected to the lines answers a write before the program goes on, as if it did so by electricity: the
+// machine stands still from the write until GoOn. Addresses are those at which the kernel has the data register.
+void Machine::Process::WatchWrites(const std::string& addresses) {
+    std::istringstream words(addresses);
+    std::vector<std::uint32_t> numbers;
+    for (std::uint32_t address = 0; words >> std::hex >> address;)
+        numbers.push_back(address);
+    if (numbers.empty() || !words.eof())
+        Fail("the emulated board does not say where its GPIO lines are: " + addresses);
+    debugger->Watch(numbers);
+}
+
+void Machine::Process::GoOn() {
+    while (qmp->Pending() > 0) {
+        pollfd descriptor = {qmp->Descriptor(), POLLIN, 0};
+        if (::poll(&descriptor, 1, -1) < 0 && errno != EINTR)
+            ThrowSystemError("poll");
+        ReadEvents();
+        if (qmp->Pending() > 0 && (descriptor.revents & POLLHUP) != 0)
+            Fail("the emulator ended");
+    }
+    debugger->Continue();
 }
 
 void Machine::Process::ReadOutput() {
@@ -313,7 +362,9 @@ void Machine::Process::ReadAgent() {
     for (std::size_t end = 0; (end = agentText.find('\n')) != std::string::npos; agentText.erase(0, end + 1)) {
         const std::string line = agentText.substr(0, end);
         const std::string exitWord = "exit ";
-        if (line == "ready") {
+        const std::string readyWord = "ready ";
+        if (line.starts_with(readyWord)) {
+            WatchWrites(line.substr(readyWord.size()));
             ready = true;
         } else if (line == "failed") {
             Fail("the emulated board could not be prepared");
@@ -337,6 +388,7 @@ void Machine::Process::ReadEvents() {
             Fail("the emulated board's kernel gave up");
         ReadTrace();
         ReadOutput();
+        debugger->Watch({}); // the addresses mean something else in the next life
         ready = false;
         prepared = false;
         agentText.clear();
@@ -357,19 +409,22 @@ void Machine::Process::Turn(std::chrono::microseconds until) {
     const std::vector<ILoopPart*> parts = running ? running->program.parts : std::vector<ILoopPart*>();
     for (const ILoopPart* part : parts)
         if (const auto due = part->Due())
-            until = std::min(until, running->start + std::chrono::ceil<std::chrono::microseconds>(*due));
+            until = std::min(until, HostTime() + std::chrono::ceil<std::chrono::microseconds>(*due - Now()));
     const auto left = std::max(until - HostTime(), std::chrono::microseconds(0));
     const timespec wait = {static_cast<time_t>(left.count() / 1'000'000),
                            static_cast<long>(left.count() % 1'000'000 * 1000)};
 
     // The trace before the agent: what the program did comes before its end.
-    pollfd descriptors[] = {{trace.Get(), POLLIN, 0},  {output.Get(), POLLIN, 0},
-                            {errors.Get(), POLLIN, 0}, {qmp->Descriptor(), POLLIN, 0},
-                            {agent.Get(), POLLIN, 0},  {running ? running->program.signals : -1, POLLIN, 0}};
+    pollfd descriptors[] = {{trace.Get(), POLLIN, 0},           {output.Get(), POLLIN, 0},
+                            {errors.Get(), POLLIN, 0},          {qmp->Descriptor(), POLLIN, 0},
+                            {agent.Get(), POLLIN, 0},           {running ? running->program.signals : -1, POLLIN, 0},
+                            {debugger->Descriptor(), POLLIN, 0}};
     if (::ppoll(descriptors, std::size(descriptors), &wait, nullptr) < 0 && errno != EINTR)
         ThrowSystemError("ppoll");
-    if (descriptors[0].revents)
-        ReadTrace();
+    // That the emulator is gone is for the agent's connection to notice, which tells more.
+    if ((descriptors[6].revents & (POLLIN | POLLHUP)) == POLLIN)
+        debugger->FinishWrite();
+    ReadTrace();
     if (descriptors[1].revents || descriptors[2].revents)
         ReadOutput();
     if (descriptors[3].revents)
@@ -385,6 +440,8 @@ void Machine::Process::Turn(std::chrono::microseconds until) {
         for (IBoardObserver* observer : running->state->Observers())
             observer->OnSettled(running->Now());
     }
+    if (debugger->Stands())
+        GoOn();
 }
 
 void Machine::Process::AwaitReady() {
@@ -401,7 +458,7 @@ void Machine::Process::Play(Running& program) {
     for (const std::string& word : program.program.words)
         line += " " + Quote(word);
     const auto limit =
-        program.program.limit ? program.start + *program.program.limit : std::chrono::microseconds::max() / 2;
+        program.program.limit ? HostTime() + *program.program.limit : std::chrono::microseconds::max() / 2;
     running = &program;
     try {
         Command(line);
@@ -421,7 +478,7 @@ int Machine::Process::RunQuietly(std::vector<std::string> words) {
     MachineProgram program;
     program.words = std::move(words);
     program.limit = BOOT_LIMIT;
-    Running quiet{program, nullptr, nullptr, HostTime(), {}};
+    Running quiet{program, nullptr, nullptr, clock, clock.At(HostTime())};
     Play(quiet);
     return quiet.result->exitCode;
 }
@@ -443,7 +500,7 @@ MachineResult Machine::Process::Run(const MachineProgram& program, BoardState& s
     if (RunQuietly({"/etc/reset-lines"}) != 0)
         Fail("the emulated board's lines cannot be reset");
 
-    Running observed{program, &state, &lines, HostTime(), {}};
+    Running observed{program, &state, &lines, clock, clock.At(HostTime())};
     for (IBoardObserver* observer : state.Observers())
         observer->OnProgramStarted(BoardTime(0));
     Play(observed);

@@ -46,7 +46,8 @@ struct MachineResult {
 };
 
 // A 32-bit ARM machine in an emulator, with the board's LEDs and lines on its GPIO controller, watched and driven from
-// outside of everything that runs on it.
+// outside of everything that runs on it. From the write of an output or LED until all observers and parts have dealt
+// with it, the machine and its time stand still, so that the program finds an answer as soon as it looks for it.
 //
 // It boots once and then runs any number of programs one after the other; each finds its outputs low, its LEDs dark and
 // the inputs as its state says. A program may restart the machine: the next one then waits until it is up again. The
@@ -63,9 +64,9 @@ public:
     // Waits until the machine is up; Run does so as well.
     void AwaitReady();
 
-    // Runs a program and feeds the state with what the GPIO controller sees; times count from the program's start. Its
-    // observers hear of the start and of the end, where a code above 128 counts as a signal, and of a restart of the
-    // machine as a call of reboot. What the program logs they do not hear.
+    // Runs a program and feeds the state with what the GPIO controller sees; times count from the program's start
+    // and are the machine's. Its observers hear of the start and of the end, where a code above 128 counts as a signal,
+    // and of a restart of the machine as a call of reboot. What the program logs they do not hear.
     // Throws BoardError when the machine does not come up, ends, or the program's limit passed.
     MachineResult Run(const MachineProgram& program, BoardState& state, const GpioLines& lines);
 
@@ -75,7 +76,7 @@ public:
     // While a program runs: drives an input.
     void DriveInput(std::size_t signal, bool level);
 
-    // While a program runs: the time since its start.
+    // While a program runs: the time since its start, without that in which the machine stood still.
     BoardTime Now() const;
 
 private:

@@ -8,6 +8,7 @@
 namespace {
 
 using VelrixBoard::ParseGpioWrite;
+using VelrixBoard::ParseTransition;
 
 TEST(GpioTrace, ReadsTimeRegisterAndValueOfAWrite) {
     const auto write = ParseGpioWrite("12439@1795245581.022744:aspeed_gpio_write offset: 0x0 value 0x80000220");
@@ -38,6 +39,30 @@ TEST(GpioTrace, PassesOverEverythingElse) {
              "@2.3:aspeed_gpio_write offset: 0x0 value 0x1",
          })
         EXPECT_FALSE(ParseGpioWrite(line)) << line;
+}
+
+TEST(GpioTrace, TellsWhenTheMachineStopsAndRuns) {
+    const auto stop =
+        ParseTransition("8303@1795290372.417216:runstate_set current_run_state 9 (running) new_state 0 (debug)");
+    const auto run =
+        ParseTransition("8303@1795290372.463024:runstate_set current_run_state 0 (debug) new_state 9 (running)");
+
+    ASSERT_TRUE(stop && run);
+    EXPECT_FALSE(stop->runs);
+    EXPECT_EQ(stop->time.count(), 1'795'290'372'417'216);
+    EXPECT_TRUE(run->runs);
+    EXPECT_EQ(run->time.count(), 1'795'290'372'463'024);
+}
+
+TEST(GpioTrace, PassesOverWhatIsNoTransition) {
+    for (const char* line : {
+             "",
+             "1@2.3:runstate_set current_run_state 0 (debug) new_state 4 (paused)",
+             "1@2.3:runstate_set current_run_state 9 (running)",
+             "1@2.3:aspeed_gpio_write offset: 0x0 value 0x1",
+             "runstate_set current_run_state 9 (running) new_state 0 (debug)",
+         })
+        EXPECT_FALSE(ParseTransition(line)) << line;
 }
 
 } // namespace
