@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The command velrix-emulator as people use it. Whatever needs a machine boots one; the rest fails before.
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -14,6 +15,7 @@
 #include <unistd.h>
 
 #include "board/timeline/VcdReader.h"
+#include "tests/support/PrivateBoard.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -66,7 +68,7 @@ protected:
 TEST_F(EmulatorCommand, PassesOutputExitCodeSettingsAndLevelsAndRecordsTheTimeline) {
     folder.Write("settings", "log_dir=\"/tmp\"\n[oxbo_pin]\nreset_n=\"/opt/reset\"\n");
     const std::string script = "cat /etc/velrix.conf; cat /var/dev/gpio-inputs/oxboMod1/value; echo 'an error' >&2; "
-                               "echo 1 > /opt/reset; usleep 300000; cat /var/dev/gpio-inputs/oxboIrqN/value; "
+                               "echo 1 > /opt/reset; until grep -q 0 /var/dev/gpio-inputs/oxboIrqN/value; do :; done; "
                                "printf 'a\\r\\tb%s' \"$1\"; exit 7";
 
     const int code = Run({"run", "--image", image, "--settings", folder.Path("settings"), "--set", "OXBO_MOD_1=1",
@@ -74,7 +76,7 @@ TEST_F(EmulatorCommand, PassesOutputExitCodeSettingsAndLevelsAndRecordsTheTimeli
                           "sh", "it's\n\"two\" $lines"});
 
     EXPECT_EQ(code, 7) << errors;
-    EXPECT_EQ(output, "log_dir=\"/tmp\"\n[oxbo_pin]\nreset_n=\"/opt/reset\"\n1\n0\na\r\tbit's\n\"two\" $lines");
+    EXPECT_EQ(output, "log_dir=\"/tmp\"\n[oxbo_pin]\nreset_n=\"/opt/reset\"\n1\na\r\tbit's\n\"two\" $lines");
     EXPECT_EQ(errors, "an error\n");
     const auto timeline = VelrixBoard::ReadVcd(folder.Path("run.vcd"));
     const auto* reset = timeline.Find("OXBO_RESET1_N");
@@ -85,18 +87,20 @@ TEST_F(EmulatorCommand, PassesOutputExitCodeSettingsAndLevelsAndRecordsTheTimeli
     EXPECT_TRUE(reset->changes[0].level);
     EXPECT_FALSE(irq->changes[0].level);
     EXPECT_GE((irq->changes[0].time - reset->changes[0].time).count(), 10'000);
-    EXPECT_GE((timeline.end - reset->changes[0].time).count(), 300'000);
+    EXPECT_GE(timeline.end, irq->changes[0].time);
 }
 
 TEST_F(EmulatorCommand, PassesSignalsToAProgramCopiedIntoTheMachine) {
     folder.Write("run.vcd", ""); // to be looked into before the command has made it
     Start({"run", "--image", image, "--timeline", folder.Path("run.vcd"), "--", scenes, "indications", "60000",
            "SetMsEnLedRunning"});
-    // The timeline's first change says that the program is at work.
-    for (int i = 0; i < 12'000 &&
-                    folder.Read("run.vcd").find("\n#", folder.Read("run.vcd").find("$dumpvars")) == std::string::npos;
-         ++i)
-        ::usleep(10'000);
+    // The timeline's first change says that the program is at work, once the machine has booted.
+    EXPECT_TRUE(TestSupport::PrivateBoard::WaitFor(
+        [&] {
+            const std::string timeline = folder.Read("run.vcd");
+            return timeline.find("\n#", timeline.find("$dumpvars")) != std::string::npos;
+        },
+        std::chrono::seconds(120)));
     ::kill(process, SIGTERM);
 
     EXPECT_EQ(Wait(), 143) << errors;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -65,8 +66,9 @@ public:
     // What was sent to /dev/log, a line each.
     std::string Syslog() const;
 
-    // Waits until the condition holds, for what a running program does some time; false after 20 seconds.
-    static bool WaitFor(const std::function<bool()>& condition);
+    // Waits until the condition holds, for what a running program does some time; false when the limit is over,
+    // which should be far more than it ever takes.
+    static bool WaitFor(const std::function<bool()>& condition, std::chrono::seconds limit = std::chrono::seconds(20));
 
     // The process of the command.
     int Process() const { return process; }
