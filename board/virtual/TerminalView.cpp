@@ -17,10 +17,13 @@ constexpr int CURSOR_ROWS = 1;
 constexpr int BAR_COLUMNS = 20;
 constexpr const char* NORMAL = "\033[0m";
 
-// Text for a row of the block, whose colour codes take no column.
-class Row final {
+} // namespace
+
+// Text for a row of the block, whose colour codes take no column. Put blanks before a part, not behind the last one:
+// whether those take columns when the terminal wraps its rows anew is up to the terminal.
+class TerminalView::Row final {
 public:
-    explicit Row(int columns) : left(columns) {}
+    explicit Row(int mostColumns) : columns(mostColumns), left(mostColumns) {}
 
     Row& Add(std::string_view part, const char* color = nullptr) {
         if (left <= 0)
@@ -40,12 +43,17 @@ public:
         return *this;
     }
 
-    std::string Text() const { return text; }
+    const std::string& Text() const { return text; }
+    // The columns that it takes.
+    int Width() const { return columns - std::max(left, 0); }
 
 private:
     std::string text;
+    const int columns;
     int left;
 };
+
+namespace {
 
 constexpr const char* BOLD = "\033[1m";
 constexpr const char* FAINT = "\033[2m";
@@ -234,7 +242,7 @@ void TerminalView::Print(std::string_view text) {
         return;
     write(Erase() + unfinished.substr(0, end + 1));
     unfinished.erase(0, end + 1);
-    drawnRows = 0;
+    drawnWidths.clear();
     Draw(drawnTime);
 }
 
@@ -247,30 +255,39 @@ void TerminalView::Finish(BoardTime time) {
         Draw(time);
 }
 
+// From the row below the block, in which the cursor is. Most terminals wrap what they show anew when they get narrower.
+// On one that cuts it off instead, this takes some of the program's output away; what was left of the block otherwise
+// would stay for ever.
 std::string TerminalView::Erase() const {
-    return drawnRows == 0 ? "" : "\033[" + std::to_string(drawnRows) + "A\r\033[J";
+    if (drawnWidths.empty())
+        return "";
+    const int columns = measure().columns;
+    int rows = 0;
+    for (const int width : drawnWidths)
+        rows += std::max(1, (width + columns - 1) / columns);
+    return "\033[" + std::to_string(rows) + "A\r\033[J";
 }
 
-std::string TerminalView::LedRow(int columns, BoardTime time) const {
+TerminalView::Row TerminalView::LedRow(int columns, BoardTime time) const {
     Row row(columns);
     row.Add(Seconds(time));
     const std::vector<std::string> names = state.Model().Leds();
     for (std::size_t i = 0; i < names.size(); ++i)
-        row.Add(names[i] + " ").Add("\u25CF " + shownLeds[i], LedStyle(shownLeds[i])).Add("   ");
-    return row.Text();
+        row.Add((i == 0 ? "" : "   ") + names[i] + " ").Add("\u25CF " + shownLeds[i], LedStyle(shownLeds[i]));
+    return row;
 }
 
-std::string TerminalView::LineRow(int columns, Direction direction) const {
+TerminalView::Row TerminalView::LineRow(int columns, Direction direction) const {
     const std::vector<Line>& all = state.Model().Lines();
     Row row(columns);
-    row.Add(direction == Direction::OUTPUT ? "  outputs   " : "  inputs    ");
+    row.Add(direction == Direction::OUTPUT ? "  outputs " : "  inputs  ");
     for (std::size_t i = 0; i < all.size(); ++i)
         if (all[i].direction == direction)
-            row.Add(all[i].label + " ").Add(shownLines[i] ? "1" : "0", BOLD).Add("  ");
-    return row.Text();
+            row.Add("  " + all[i].label + " ").Add(shownLines[i] ? "1" : "0", BOLD);
+    return row;
 }
 
-std::string TerminalView::ModuleRow(int columns) const {
+TerminalView::Row TerminalView::ModuleRow(int columns) const {
     Row row(columns);
     row.Add("  module    ").Add(ModuleText(control.OxboState().CurrentPhase()), BOLD);
     bool any = false;
@@ -280,13 +297,13 @@ std::string TerminalView::ModuleRow(int columns) const {
             row.Add(any ? "  " : "   faults  ").Add(state.Name(signal) + " " + ToString(*fault), RED);
         any = any || fault;
     }
-    return row.Text();
+    return row;
 }
 
 void TerminalView::Draw(BoardTime time) {
     const Size size = measure();
-    std::vector<std::string> rows = {LedRow(size.columns, time), LineRow(size.columns, Direction::OUTPUT),
-                                     LineRow(size.columns, Direction::INPUT), ModuleRow(size.columns)};
+    std::vector<Row> rows = {LedRow(size.columns, time), LineRow(size.columns, Direction::OUTPUT),
+                             LineRow(size.columns, Direction::INPUT), ModuleRow(size.columns)};
     const int room = std::max(0, size.rows - BOARD_ROWS - CURSOR_ROWS);
     const auto hidden = std::max<std::ptrdiff_t>(0, static_cast<std::ptrdiff_t>(notes.size()) - room);
     for (auto note = notes.begin() + hidden; note != notes.end(); ++note) {
@@ -296,14 +313,16 @@ void TerminalView::Draw(BoardTime time) {
         row.Add(record.text, LogStyle(record.weight));
         if (record.percent)
             row.Add((record.text.empty() ? "" : " ") + Bar(*record.percent));
-        rows.push_back(row.Text());
+        rows.push_back(row);
     }
 
     std::string text = Erase();
-    for (const std::string& row : rows)
-        text += row + "\n";
+    drawnWidths.clear();
+    for (const Row& row : rows) {
+        text += row.Text() + "\n";
+        drawnWidths.push_back(row.Width());
+    }
     write(text);
-    drawnRows = static_cast<int>(rows.size());
     drawnTime = time;
     changed = false;
 }

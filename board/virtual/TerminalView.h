@@ -65,6 +65,8 @@ public:
     void Finish(BoardTime time);
 
 private:
+    class Row;
+
     // A row below the board: what it is of, and the record.
     struct Note {
         std::string source;
@@ -83,9 +85,9 @@ private:
     void Add(const char* source, LogText record);
     void PrintLine(BoardTime time, const std::string& text);
     void Draw(BoardTime time);
-    std::string LedRow(int columns, BoardTime time) const;
-    std::string LineRow(int columns, Direction direction) const;
-    std::string ModuleRow(int columns) const;
+    Row LedRow(int columns, BoardTime time) const;
+    Row LineRow(int columns, Direction direction) const;
+    Row ModuleRow(int columns) const;
     std::string Erase() const;
 
     const BoardState& state;
@@ -101,7 +103,7 @@ private:
     std::multimap<BoardTime, std::string> lines; // not written yet, as something older may still come in between
     std::string unfinished;
     BoardTime drawnTime{};
-    int drawnRows = 0;
+    std::vector<int> drawnWidths; // of the block's rows on the screen, in columns
     bool changed = true;
 };
 

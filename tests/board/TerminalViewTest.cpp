@@ -14,6 +14,50 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
+// What is seen on a terminal that wraps what it shows anew when its width changes.
+class WrappingScreen final {
+public:
+    int columns = 0;
+
+    // Takes text, and the codes of the view: for colours, and for erasing rows above the cursor.
+    void Write(std::string_view text) {
+        for (; !text.empty(); text.remove_prefix(1)) {
+            if (text.starts_with("\033[")) {
+                const std::size_t end = text.find_first_not_of("0123456789;", 2);
+                if (text[end] == 'A')
+                    EraseRows(std::stoi(std::string(text.substr(2, end - 2))));
+                text.remove_prefix(end);
+            } else if (text[0] == '\n') {
+                lines.emplace_back();
+            } else if (text[0] != '\r' && (text[0] & 0xC0) != 0x80) {
+                lines.back() += text[0];
+            }
+        }
+    }
+
+    std::string Text() const {
+        std::string text;
+        for (const std::string& line : lines)
+            text += (&line == &lines.front() ? "" : "\n") + line;
+        return text;
+    }
+
+private:
+    // Up from the cursor, which stands in an empty row.
+    void EraseRows(int count) {
+        lines.pop_back();
+        const auto width = static_cast<std::size_t>(columns);
+        for (; count > 0 && !lines.empty(); --count)
+            if (lines.back().size() > width)
+                lines.back().resize((lines.back().size() - 1) / width * width);
+            else
+                lines.pop_back();
+        lines.emplace_back();
+    }
+
+    std::vector<std::string> lines{""}; // unwrapped, one byte for a column
+};
+
 class TerminalViewTest : public testing::Test {
 protected:
     TerminalView& Make(TerminalView::Style style, TerminalView::Size initialSize = {200, 24}) {
@@ -107,11 +151,12 @@ TEST_F(TerminalViewTest, DrawsABlockInColourAndRedrawsItInPlace) {
 
     view->OnSettled(0ms);
     const std::string dark = "\033[2m\u25CF off\033[0m   ";
-    EXPECT_EQ(Written(), "   0.000 s  MS " + dark + "NS " + dark + "LINK_ACT1 " + dark + "LINK_ACT2 " + dark +
+    EXPECT_EQ(Written(), "   0.000 s  MS " + dark + "NS " + dark + "LINK_ACT1 " + dark + "LINK_ACT2 " +
+                             dark.substr(0, dark.size() - 3) +
                              "\n  outputs   OXBO_RL \033[1m0\033[0m  OXBO_RESET1_N \033[1m0\033[0m  QOR_BL_N "
-                             "\033[1m0\033[0m  QOR_RESET0_N \033[1m0\033[0m  \n"
+                             "\033[1m0\033[0m  QOR_RESET0_N \033[1m0\033[0m\n"
                              "  inputs    OXBO_IRQ_N \033[1m1\033[0m  OXBO_MOD_ID0_SYNC \033[1m0\033[0m  OXBO_MOD_1 "
-                             "\033[1m0\033[0m  QOR_DPRAM_BUSY_N \033[1m1\033[0m  QOR_DPRAM_IRQ_N \033[1m1\033[0m  \n"
+                             "\033[1m0\033[0m  QOR_DPRAM_BUSY_N \033[1m1\033[0m  QOR_DPRAM_IRQ_N \033[1m1\033[0m\n"
                              "  module    \033[1mheld in reset\033[0m\n");
     view->OnSettled(1ms);
     EXPECT_EQ(Written(), "");
@@ -262,8 +307,43 @@ TEST_F(TerminalViewTest, FollowsTheTerminalsSize) {
     size = {16, 24};
     view->OnResize(1ms);
 
-    EXPECT_THAT(written, StartsWith("\033[4A\r\033[J   0.001 s  MS "));
+    // The rows are 67, 66, 98 and 25 columns long.
+    EXPECT_THAT(written, StartsWith("\033[19A\r\033[J   0.001 s  MS "));
     EXPECT_THAT(written, HasSubstr("\n  outputs   OXBO\n"));
+}
+
+TEST_F(TerminalViewTest, LeavesNothingBehindOnATerminalThatWrapsItsRowsAnew) {
+    WrappingScreen screen;
+    const auto resize = [&](int columns) { size.columns = screen.columns = columns; };
+    const auto fresh = [&] {
+        WrappingScreen drawn;
+        TerminalView other(
+            state, control, TerminalView::Style::BLOCK, [&] { return size; },
+            [&](std::string_view text) { drawn.Write(text); });
+        other.OnSettled(1ms);
+        return drawn.Text();
+    };
+    Make(TerminalView::Style::BLOCK, {110, 24});
+    resize(110);
+    std::string output = "printed by the program, and longer than the terminal will be\n";
+    view->OnSettled(1ms);
+    view->Print(output);
+    screen.Write(Written());
+    ASSERT_EQ(screen.Text(), output + fresh());
+
+    for (const int columns : {60, 40, 110, 98, 97, 16, 200}) {
+        resize(columns);
+        view->OnResize(1ms);
+        screen.Write(Written());
+        EXPECT_EQ(screen.Text(), output + fresh()) << columns;
+    }
+    // Narrower twice before the board hears of it, which is when the program prints.
+    resize(60);
+    resize(50);
+    view->Print("next\n");
+    output += "next\n";
+    screen.Write(Written());
+    EXPECT_EQ(screen.Text(), output + fresh());
 }
 
 TEST_F(TerminalViewTest, PrintsNothingAboutTheSizeWhereLinesArePrinted) {
