@@ -42,6 +42,9 @@ constexpr std::size_t LONGEST_KEPT_NAME = ORIGIN_ROOM - 26;
 // with the room that a copy of fixed length writes over.
 constexpr std::size_t FRAME_SIZE = 128;
 
+// Where the kernel may end the write of a process that is killed: only at the edge of a page.
+constexpr unsigned PAGE = 4096;
+
 // A rotated file is looked for where the path led at first, wherever the process has gone meanwhile.
 std::string FromRoot(const std::string& path) {
     if (path.starts_with('/'))
@@ -184,26 +187,20 @@ struct FileTraceListener::LogFile {
             ::close(descriptor);
     }
 
-    // Goes on to the file that stands at the path now, if it is another one or none. Two threads may come here at once:
-    // then both open the same file, and one descriptor replaces the other. What the open file is, is asked anew each
-    // time: kept beside the descriptor, it could be that of the other thread's file.
+    // Goes on to the file that stands at the path now, if it is another one or none. What the open file is, is asked
+    // anew each time: kept beside the descriptor, it could be that of another thread's file.
     void FollowRotation() {
         struct stat open, current;
         if (::stat(name.c_str(), &current) == 0) {
-            if (::fstat(descriptor, &open) == 0 && open.st_ino == current.st_ino && open.st_dev == current.st_dev)
+            if (::fstat(descriptor, &open) == 0 && open.st_ino == current.st_ino && open.st_dev == current.st_dev) {
+                if (static_cast<unsigned long long>(open.st_size) % PAGE == 0 && open.st_size != 0) [[unlikely]]
+                    tailIsKnown.store(false, std::memory_order_relaxed);
                 return;
+            }
         } else if (errno != ENOENT) {
             return; // the path cannot be looked at, by a process that gave up its rights, say; the file can be written
         }
-        const int fresh = OpenForAppending(name.c_str());
-        if (fresh < 0)
-            IO::RaiseIO("Cannot open", path, errno);
-        const int result = ::dup3(fresh, descriptor, O_CLOEXEC);
-        const int error = errno;
-        ::close(fresh);
-        if (result < 0)
-            IO::RaiseIO("Cannot open", path, error);
-        tailIsKnown.store(false, std::memory_order_relaxed);
+        GoOnInNewFile();
     }
 
     // Appends the size bytes behind a line end, and the line end too if the file needs one.
@@ -221,6 +218,19 @@ struct FileTraceListener::LogFile {
     std::string processName;
 
 private:
+    // Two threads may come here at once: then both open the same file, and one descriptor replaces the other.
+    [[gnu::noinline]] void GoOnInNewFile() {
+        const int fresh = OpenForAppending(name.c_str());
+        if (fresh < 0)
+            IO::RaiseIO("Cannot open", path, errno);
+        const int result = ::dup3(fresh, descriptor, O_CLOEXEC);
+        const int error = errno;
+        ::close(fresh);
+        if (result < 0)
+            IO::RaiseIO("Cannot open", path, error);
+        tailIsKnown.store(false, std::memory_order_relaxed);
+    }
+
     [[gnu::noinline]] void AppendWithCare(const char* lineEndAndRecord, std::size_t size) {
         const char* const from = lineEndAndRecord + (EndsInsideLine() ? 0 : 1);
         const char* const end = lineEndAndRecord + 1 + size;
@@ -269,7 +279,7 @@ private:
     std::atomic<unsigned> users{0};
 
     // Whether the file is known to end with a whole record. A full disk leaves part of one behind, of this process or
-    // of another, and the next record is to stand on a line of its own.
+    // of another, and so does a process that is killed; the next record is to stand on a line of its own.
     std::atomic<bool> tailIsKnown{false};
 };
 

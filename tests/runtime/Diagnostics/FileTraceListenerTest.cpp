@@ -354,6 +354,18 @@ TEST_F(FileTraceListenerRotation, BeginsOnALineOfItsOwnInAFileThatEndsInsideALin
     EXPECT_EQ(folder.Read("log"), "thei\n" + Record("two"));
 }
 
+// What a process leaves that is killed while it writes.
+TEST_F(FileTraceListenerTest, BeginsOnALineOfItsOwnBehindARecordThatEndsAtTheEdgeOfAPage) {
+    const auto listener = Create();
+    Write(*listener, "one");
+    const std::string cut(4096 - Record("one").size(), 'x');
+    std::ofstream(path, std::ios::app) << cut;
+
+    Write(*listener, "two");
+
+    EXPECT_EQ(folder.Read("log"), Record("one") + cut + "\n" + Record("two"));
+}
+
 TEST_F(FileTraceListenerRotation, KeepsTheNewFileFromProgramsThatAreExecuted) {
     const auto listener = Create();
     Write(*listener, "one");
