@@ -15,6 +15,7 @@
 #include "board/emulated/ArmProgram.h"
 #include "board/emulated/Machine.h"
 #include "board/emulated/MachineControl.h"
+#include "board/emulated/MachineScenario.h"
 #include "board/virtual/BoardError.h"
 #include "board/virtual/CommandArguments.h"
 #include "board/virtual/FileDescriptor.h"
@@ -66,24 +67,6 @@ void Print(int descriptor, std::string_view text) {
         if (count <= 0)
             return; // nobody reads any more, which is the reader's business
         text.remove_prefix(static_cast<std::size_t>(count));
-    }
-}
-
-// What happens inside of the machine is not seen from outside, but for its lines, LEDs and end.
-void RefuseWhatTheMachineCannot(const Scenario& scenario) {
-    for (const Step& step : scenario.steps) {
-        const auto* action = std::get_if<Do>(&step.what);
-        const auto* await = std::get_if<Await>(&step.what);
-        const auto* never = std::get_if<Never>(&step.what);
-        const Condition* condition = await ? &await->condition : never ? &never->condition : nullptr;
-        const std::string place = scenario.path + ":" + std::to_string(step.line) + ": ";
-        if (action && std::holds_alternative<InjectFault>(action->action))
-            throw ScenarioError(place + "the emulated board's value files are the real kernel's and cannot be broken; "
-                                        "play this scenario on velrix-board");
-        if (condition &&
-            (std::holds_alternative<WebLogHas>(*condition) || std::holds_alternative<SystemLogHas>(*condition)))
-            throw ScenarioError(place + "the emulated board's logs are not seen from outside; play this scenario on "
-                                        "velrix-board");
     }
 }
 

@@ -8,6 +8,17 @@ namespace VelrixBoard {
 
 namespace {
 
+// As the scenario's grammar has it.
+std::string Quoted(const std::string& text) {
+    std::string quoted = "\"";
+    for (const char c : text) {
+        if (c == '"' || c == '\\')
+            quoted += '\\';
+        quoted += c;
+    }
+    return quoted + '"';
+}
+
 // A text for each kind of condition.
 struct ConditionText {
     std::string operator()(const LedIs& c) const { return c.led + " is " + (c.steady ? "steady " : "") + c.color; }
@@ -20,8 +31,8 @@ struct ConditionText {
     std::string operator()(const ProgramIsKilled& c) const {
         return "program is killed by " + std::string(sigabbrev_np(c.signal));
     }
-    std::string operator()(const WebLogHas& c) const { return "web log has \"" + c.text + "\""; }
-    std::string operator()(const SystemLogHas& c) const { return "system log has \"" + c.text + "\""; }
+    std::string operator()(const WebLogHas& c) const { return "web log has " + Quoted(c.text); }
+    std::string operator()(const SystemLogHas& c) const { return "system log has " + Quoted(c.text); }
     std::string operator()(const RebootIsCalled&) const { return "reboot is called"; }
 };
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -26,7 +27,8 @@ struct ScenarioNames {
     std::vector<std::string> outputs;
 };
 
-// An LED shows a colour ("off" included) at this moment; steady: and has done so for longer than any pattern keeps one.
+// An LED shows a colour at this moment: "off", one element alone, or several that are lit together, as LedHistory names
+// them; steady: and has done so for longer than any pattern keeps one.
 struct LedIs {
     std::string led;
     std::string color;
@@ -112,6 +114,7 @@ struct Step {
     int line;         // of the file, from 1
     std::string text; // as it stands there, without the comment
     std::variant<Do, Await, Wait, Never, Pulses> what;
+    std::size_t column = 1; // where the action or the condition begins, or else the step
 };
 
 struct Scenario {

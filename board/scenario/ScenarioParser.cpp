@@ -14,6 +14,9 @@ namespace {
 
 constexpr ScenarioTime DEFAULT_TOLERANCE = std::chrono::milliseconds(50);
 
+// Some editors begin every file with it.
+constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
+
 struct Word {
     std::string text;
     std::size_t column; // from 1
@@ -39,11 +42,7 @@ public:
             }
             const std::size_t begin = i;
             if (text[i] == '"') {
-                const std::size_t close = text.find('"', i + 1);
-                if (close == text.npos)
-                    Fail(begin + 1, "the quotes that begin here do not end in this line");
-                words.push_back({std::string(text.substr(i + 1, close - i - 1)), begin + 1, true});
-                i = close + 1;
+                words.push_back({TakeQuoted(text, i), begin + 1, true});
             } else {
                 while (i < text.size() && !std::strchr(" \t\r#", text[i]))
                     ++i;
@@ -53,19 +52,31 @@ public:
         }
         if (!words.empty())
             whole = text.substr(words.front().column - 1, end - words.front().column + 1);
+        Begin();
     }
 
     bool Empty() const { return words.empty(); }
     const std::string& Text() const { return whole; }
     int Number() const { return number; }
 
+    // What the step is about begins at the next word.
+    void Begin() { subject = AtEnd() ? end + 1 : words[next].column; }
+    std::size_t Subject() const { return subject; }
+
     bool AtEnd() const { return next == words.size(); }
     bool Is(std::string_view word) const { return !AtEnd() && !words[next].quoted && words[next].text == word; }
     bool Take(std::string_view word) {
         if (!Is(word))
             return false;
-        ++next;
+        Advance();
         return true;
+    }
+    // Takes the word if it is there, and remembers that it could be.
+    bool May(std::string_view word) {
+        if (Take(word))
+            return true;
+        possible.push_back("'" + std::string(word) + "'");
+        return false;
     }
     void Need(std::string_view word) {
         if (!Take(word))
@@ -75,18 +86,20 @@ public:
     std::string Any(const std::string& expected) {
         if (AtEnd())
             FailHere(expected);
-        return words[next++].text;
+        return words[Advance()].text;
     }
     std::string OneOf(const std::vector<std::string>& allowed) {
         if (AtEnd() || std::find(allowed.begin(), allowed.end(), Peek()) == allowed.end())
             FailHere(Join(allowed));
-        return words[next++].text;
+        return words[Advance()].text;
     }
-    ScenarioTime Time() {
+    ScenarioTime Time(ScenarioTime least = ScenarioTime(0)) {
         const auto time = AtEnd() ? std::nullopt : ParseTime(Peek());
         if (!time)
             FailHere("a time such as 500ms or 2s");
-        ++next;
+        if (*time < least)
+            FailHere("a time of at least " + TextOf(least));
+        Advance();
         return *time;
     }
     bool High() { return OneOf({"high", "low"}) == "high"; }
@@ -94,8 +107,15 @@ public:
         const auto signal = AtEnd() ? std::nullopt : SignalNumber(Peek());
         if (!signal)
             FailHere("a signal such as TERM or KILL");
-        ++next;
+        Advance();
         return *signal;
+    }
+
+    void NeedEnd() const {
+        std::vector<std::string> expected = possible;
+        expected.push_back("the end of the line");
+        if (!AtEnd())
+            FailHere(Join(expected));
     }
 
     [[noreturn]] void FailHere(const std::string& expected) const {
@@ -105,6 +125,33 @@ public:
     }
 
 private:
+    std::size_t Advance() {
+        possible.clear();
+        return next++;
+    }
+
+    // What the quotes at i hold; i is behind them then.
+    std::string TakeQuoted(std::string_view text, std::size_t& i) const {
+        const std::size_t begin = i + 1;
+        std::string content;
+        for (++i; i < text.size(); ++i) {
+            if (text[i] == '"') {
+                ++i;
+                return content;
+            }
+            if (text[i] == '\\') {
+                const std::size_t escape = i++;
+                if (i == text.size())
+                    break;
+                if (text[i] != '"' && text[i] != '\\')
+                    Fail(escape + 1,
+                         "expected \\\" or \\\\ in quotes, found '" + std::string(text.substr(escape, 2)) + "'");
+            }
+            content += text[i];
+        }
+        Fail(begin, "the quotes that begin here do not end in this line");
+    }
+
     [[noreturn]] void Fail(std::size_t column, const std::string& what) const {
         throw ScenarioError(path + ":" + std::to_string(number) + ":" + std::to_string(column) + ": " + what);
     }
@@ -114,7 +161,9 @@ private:
     std::vector<Word> words;
     std::size_t next = 0;
     std::size_t end = 0;
+    std::size_t subject = 1;
     std::string whole;
+    std::vector<std::string> possible; // words that could stand at next
 };
 
 class Parser final {
@@ -150,6 +199,7 @@ public:
 
 private:
     Action ParseAction(Line& line) const {
+        line.Begin();
         if (line.Take("set")) {
             const std::string input = line.OneOf(names.inputs);
             return SetInput{input, line.High()};
@@ -183,27 +233,29 @@ private:
         Pulses pulses{line.OneOf(lines), false, std::nullopt, std::nullopt};
         line.Need("pulses");
         pulses.high = line.High();
-        if (!line.Take("for"))
+        if (!line.May("for"))
             return pulses;
         line.Need("at");
-        if (line.Take("least")) {
-            pulses.atLeast = line.Time();
-            if (!line.Take("and"))
-                return pulses;
-            line.Need("at");
+        if (line.OneOf({"least", "most"}) == "most") {
+            pulses.atMost = line.Time();
+            return pulses;
         }
+        pulses.atLeast = line.Time();
+        if (!line.May("and"))
+            return pulses;
+        line.Need("at");
         line.Need("most");
-        pulses.atMost = line.Time();
+        pulses.atMost = line.Time(*pulses.atLeast);
         return pulses;
     }
 
     Condition ParseCondition(Line& line) const {
+        line.Begin();
         if (line.Take("program")) {
-            if (line.Take("exits")) {
+            if (line.OneOf({"exits", "is"}) == "exits") {
                 line.Need("with");
                 return ProgramExits{ParseExitCode(line)};
             }
-            line.Need("is");
             line.Need("killed");
             line.Need("by");
             return ProgramIsKilled{line.Signal()};
@@ -255,32 +307,69 @@ private:
         return code;
     }
 
+    // What an LED may show beside "off": an element alone, or several that are lit together.
+    static std::vector<std::string> ColorsOf(const ScenarioNames::Led& led) {
+        std::vector<std::string> colors = led.colors;
+        if (colors.size() > 1)
+            colors.push_back(JoinedColors(colors));
+        return colors;
+    }
+
+    // The word's elements in LedHistory's order, so that "red+green" is "green+red".
+    static std::string JoinedColors(std::vector<std::string> elements) {
+        std::sort(elements.begin(), elements.end());
+        std::string joined;
+        for (std::size_t i = 0; i < elements.size(); ++i)
+            joined += (i == 0 ? "" : "+") + elements[i];
+        return joined;
+    }
+
+    // The colour at this word. Fails, with all that could stand here, where it is none of the allowed ones.
+    static std::string ParseColor(Line& line, const std::vector<std::string>& allowed,
+                                  const std::vector<std::string>& besides = {}) {
+        if (!line.AtEnd()) {
+            std::vector<std::string> elements;
+            for (std::string_view rest = line.Peek();;) {
+                const std::size_t plus = std::min(rest.find('+'), rest.size());
+                elements.emplace_back(rest.substr(0, plus));
+                if (plus == rest.size())
+                    break;
+                rest.remove_prefix(plus + 1);
+            }
+            const std::string color = JoinedColors(elements);
+            if (std::find(allowed.begin(), allowed.end(), color) != allowed.end()) {
+                line.Any("");
+                return color;
+            }
+        }
+        std::vector<std::string> possible = besides;
+        possible.insert(possible.end(), allowed.begin(), allowed.end());
+        line.FailHere(Join(possible));
+    }
+
     static Condition ParseLed(Line& line, const ScenarioNames::Led& led) {
+        std::vector<std::string> colors = ColorsOf(led);
         if (line.Take("flashing")) {
-            const std::string color = line.OneOf(led.colors);
+            const std::string color = ParseColor(line, colors);
             return ParseAlternation(line, led.name, color, "off");
         }
         if (line.Take("toggling")) {
-            const std::string first = line.OneOf(led.colors);
-            const std::string second = line.OneOf(led.colors);
+            const std::string first = ParseColor(line, colors);
+            std::erase(colors, first);
+            const std::string second = ParseColor(line, colors);
             return ParseAlternation(line, led.name, first, second);
         }
-        std::vector<std::string> colors = led.colors;
         colors.push_back("off");
-        if (line.Take("steady"))
-            return LedIs{led.name, line.OneOf(colors), true};
-        if (line.AtEnd() || std::find(colors.begin(), colors.end(), line.Peek()) == colors.end()) {
-            colors.insert(colors.begin(), {"steady", "flashing", "toggling"});
-            line.FailHere(Join(colors));
-        }
-        return LedIs{led.name, line.Any(""), false};
+        const bool steady = line.Take("steady");
+        const std::vector<std::string> keywords = {"steady", "flashing", "toggling"};
+        return LedIs{led.name, ParseColor(line, colors, steady ? std::vector<std::string>() : keywords), steady};
     }
 
     static LedAlternates ParseAlternation(Line& line, const std::string& led, const std::string& first,
                                           const std::string& second) {
         const ScenarioTime firstTime = line.Time();
         const ScenarioTime secondTime = line.Time();
-        const ScenarioTime tolerance = line.Take("tolerance") ? line.Time() : DEFAULT_TOLERANCE;
+        const ScenarioTime tolerance = line.May("tolerance") ? line.Time() : DEFAULT_TOLERANCE;
         return {led, first, second, firstTime, secondTime, tolerance};
     }
 
@@ -294,6 +383,8 @@ private:
 Scenario ParseScenario(const std::string& path, std::string_view text, const ScenarioNames& names) {
     Scenario scenario{path, {}};
     const Parser parser(names);
+    if (text.starts_with(BYTE_ORDER_MARK))
+        text.remove_prefix(BYTE_ORDER_MARK.size());
     int number = 0;
     while (!text.empty()) {
         const std::size_t end = std::min(text.find('\n'), text.size());
@@ -302,9 +393,8 @@ Scenario ParseScenario(const std::string& path, std::string_view text, const Sce
         if (line.Empty())
             continue;
         auto what = parser.ParseStep(line);
-        if (!line.AtEnd())
-            line.FailHere("the end of the line");
-        scenario.steps.push_back({line.Number(), line.Text(), std::move(what)});
+        line.NeedEnd();
+        scenario.steps.push_back({line.Number(), line.Text(), std::move(what), line.Subject()});
     }
     if (scenario.steps.empty())
         throw ScenarioError(path + ": has no steps; write one a line, such as \"within 2s program exits with 0\"");
@@ -312,10 +402,19 @@ Scenario ParseScenario(const std::string& path, std::string_view text, const Sce
 }
 
 Scenario ReadScenario(const std::string& path, const ScenarioNames& names) {
+    const auto fail = [&path](const std::string& reason) {
+        throw ScenarioError("cannot read the scenario " + path + ": " + reason +
+                            "; give a text file with a step a line");
+    };
     std::ifstream input(path);
-    const std::string text{std::istreambuf_iterator<char>(input), {}};
     if (!input)
-        throw ScenarioError("cannot read the scenario " + path + ": " + std::strerror(errno));
+        fail(std::strerror(errno));
+    std::string text;
+    try { // a directory can be opened, but not read
+        text.assign(std::istreambuf_iterator<char>(input), {});
+    } catch (const std::ios_base::failure& error) {
+        fail(error.code().message());
+    }
     return ParseScenario(path, text, names);
 }
 

@@ -21,10 +21,13 @@ namespace VelrixBoard {
 //               | "program" ( "exits" "with" NUMBER | "is" "killed" "by" SIGNALNAME )
 //               | "web" "log" "has" TEXT | "system" "log" "has" TEXT | "reboot" "is" "called"
 //     TIME      = digits, a point and digits if need be, and "us", "ms", "s" or "min", without a blank
-//     TEXT      = a word, or anything in double quotes
+//     COLOR     = an element's colour, which is lit alone, or colours joined by "+", which are lit together; where the
+//                 LED neither flashes nor toggles "off" as well
+//     TEXT      = a word, or anything in double quotes, where \" stands for a quote and \\ for a backslash
 //     FAULT     = "EIO" | "ENOSPC" | "EACCES" | "slow:" TIME | "missing" | "none"; no "ENOSPC" for an input
 //
-// "#" begins a comment; blank lines are skipped. The tolerance is 50 ms unless given. Throws ScenarioError with file,
+// "#" begins a comment; blank lines are skipped, as is a byte order mark. The tolerance is 50 ms unless given.
+// "at most" is no shorter than "at least", and an LED toggles between two colours. Throws ScenarioError with file,
 // line and column, saying what could stand there.
 Scenario ParseScenario(const std::string& path, std::string_view text, const ScenarioNames& names);
 

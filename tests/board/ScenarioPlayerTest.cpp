@@ -272,7 +272,8 @@ TEST_F(ScenarioCommandTest, RefusesAWrongScenarioBeforeTheProgramRuns) {
         std::string scenario;
         std::string reason;
     } rows[] = {
-        {"wait 1s\nwithin 2s MS is blue", "a.scenario:2:17: expected steady, flashing, toggling, green, red or off"},
+        {"wait 1s\nwithin 2s MS is blue",
+         "a.scenario:2:17: expected steady, flashing, toggling, green, red, green+red or off"},
         {"", "a.scenario: has no steps"},
     };
     for (const auto& row : rows) {

@@ -45,6 +45,12 @@ TEST(ScenarioParser, UnderstandsEveryStep) {
     } ROWS[] = {
         {"within 2s MS is steady green", "within 2.000 s MS is steady green"},
         {"within 2s MS is off", "within 2.000 s MS is off"},
+        {"within 2s MS is green+red", "within 2.000 s MS is green+red"},
+        {"within 2s LINK_ACT1 is steady yellow+green", "within 2.000 s LINK_ACT1 is steady green+yellow"},
+        {"within 2s MS is flashing red+green 1s 1s",
+         "within 2.000 s MS is flashing green+red 1.000 s 1.000 s tolerance 50 ms"},
+        {"within 2s MS is toggling green+red green 1s 1s",
+         "within 2.000 s MS is toggling green+red green 1.000 s 1.000 s tolerance 50 ms"},
         {"within 1.5s LINK_ACT1 is yellow", "within 1.500 s LINK_ACT1 is yellow"},
         {"within 5s NS is flashing green 500ms 500ms tolerance 60ms",
          "within 5.000 s NS is flashing green 500 ms 500 ms tolerance 60 ms"},
@@ -58,6 +64,9 @@ TEST(ScenarioParser, UnderstandsEveryStep) {
         {"within 1s program is killed by SIGKILL", "within 1.000 s program is killed by KILL"},
         {"within 1s web log has %100", "within 1.000 s web log has \"%100\""},
         {"within 1s web log has \"+Device # ready\"", "within 1.000 s web log has \"+Device # ready\""},
+        {R"(within 1s web log has "a \"b\" \\ c")", R"(within 1.000 s web log has "a \"b\" \\ c")"},
+        {R"(within 1s web log has a"b\c)", R"(within 1.000 s web log has "a\"b\\c")"},
+        {"within 1s web log has \"\"", "within 1.000 s web log has \"\""},
         {"within 1s system log has gateway", "within 1.000 s system log has \"gateway\""},
         {"within 1s reboot is called", "within 1.000 s reboot is called"},
         {"at 3s set OXBO_IRQ_N high", "at 3.000 s set OXBO_IRQ_N high"},
@@ -76,6 +85,8 @@ TEST(ScenarioParser, UnderstandsEveryStep) {
         {"expect OXBO_RESET1_N pulses low", "OXBO_RESET1_N low"},
         {"expect OXBO_RESET1_N pulses low for at least 1ms", "OXBO_RESET1_N low at least 1.0 ms"},
         {"expect OXBO_RESET1_N pulses high for at most 2ms", "OXBO_RESET1_N high at most 2.0 ms"},
+        {"expect OXBO_RESET1_N pulses low for at least 1ms and at most 1ms",
+         "OXBO_RESET1_N low at least 1.0 ms at most 1.0 ms"},
         {"expect OXBO_RESET1_N pulses low for at least 1ms and at most 2ms",
          "OXBO_RESET1_N low at least 1.0 ms at most 2.0 ms"},
     };
@@ -97,6 +108,7 @@ TEST(ScenarioParser, PassesOverBlankLinesAndComments) {
 }
 
 TEST(ScenarioParser, SaysWhereAndWhatItExpected) {
+    const std::string colors = "steady, flashing, toggling, green, red, green+red or off";
     const std::string faults = "EIO, ENOSPC, EACCES, slow:TIME from 1us to 60min, missing or none";
     const struct {
         std::string text;
@@ -113,20 +125,30 @@ TEST(ScenarioParser, SaysWhereAndWhatItExpected) {
          "x:1:11: expected MS, NS, LINK_ACT1, OXBO_IRQ_N, QOR_DPRAM_BUSY_N, OXBO_RL, OXBO_RESET1_N, "
          "program, web log, system log or reboot, found 'PS'"},
         {"within 1s MS green", "x:1:14: expected 'is', found 'green'"},
-        {"within 1s MS is blue", "x:1:17: expected steady, flashing, toggling, green, red or off, found 'blue'"},
+        {"within 1s MS is blue",
+         "x:1:17: expected steady, flashing, toggling, green, red, green+red or off, found 'blue'"},
         {"within 1s MS is",
-         "x:1:16: expected steady, flashing, toggling, green, red or off, found the end of the line"},
-        {"within 1s LINK_ACT1 is steady red", "x:1:31: expected green, yellow or off, found 'red'"},
-        {"within 1s MS is flashing off 1s 1s", "x:1:26: expected green or red, found 'off'"},
-        {"within 1s MS is toggling green 1s", "x:1:32: expected green or red, found '1s'"},
+         "x:1:16: expected steady, flashing, toggling, green, red, green+red or off, found the end of the line"},
+        {"within 1s LINK_ACT1 is steady red", "x:1:31: expected green, yellow, green+yellow or off, found 'red'"},
+        {"within 1s MS is flashing off 1s 1s", "x:1:26: expected green, red or green+red, found 'off'"},
+        {"within 1s MS is toggling green 1s", "x:1:32: expected red or green+red, found '1s'"},
+        {"within 1s MS is toggling green green 1s 1s", "x:1:32: expected red or green+red, found 'green'"},
+        {"within 1s MS is toggling red+green green+red 1s 1s", "x:1:36: expected green or red, found 'green+red'"},
+        {"within 1s MS is green+green", "x:1:17: expected " + colors + ", found 'green+green'"},
+        {"within 1s MS is green+", "x:1:17: expected " + colors + ", found 'green+'"},
+        {"within 1s MS is green+off", "x:1:17: expected " + colors + ", found 'green+off'"},
+        {"within 1s MS is flashing red 1s 1s 1s", "x:1:36: expected 'tolerance' or the end of the line, found '1s'"},
+        {"within 1s MS is flashing red 1s 1s tolerance 1s 1s", "x:1:49: expected the end of the line, found '1s'"},
         {"within 1s OXBO_RL is on", "x:1:22: expected high or low, found 'on'"},
         {"within 1s program exits with 256", "x:1:30: expected an exit code from 0 to 255, found '256'"},
         {"within 1s program exits with 1x", "x:1:30: expected an exit code from 0 to 255, found '1x'"},
         {"within 1s program exits with", "x:1:29: expected an exit code from 0 to 255, found the end of the line"},
-        {"within 1s program ends", "x:1:19: expected 'is', found 'ends'"},
+        {"within 1s program ends", "x:1:19: expected exits or is, found 'ends'"},
         {"within 1s program is killed by TREM", "x:1:32: expected a signal such as TERM or KILL, found 'TREM'"},
         {"within 1s web log has", "x:1:22: expected a text, found the end of the line"},
         {"within 1s web log has \"a", "x:1:23: the quotes that begin here do not end in this line"},
+        {R"(within 1s web log has "a\")", "x:1:23: the quotes that begin here do not end in this line"},
+        {R"(within 1s web log has "a\n")", R"(x:1:25: expected \" or \\ in quotes, found '\n')"},
         {"set OXBO_RL high", "x:1:5: expected OXBO_IRQ_N or QOR_DPRAM_BUSY_N, found 'OXBO_RL'"},
         {"set \"OXBO_IRQ_N\" up", "x:1:18: expected high or low, found 'up'"},
         {"at 1s wait 2s", "x:1:7: expected set, fault or send, found 'wait'"},
@@ -142,8 +164,12 @@ TEST(ScenarioParser, SaysWhereAndWhatItExpected) {
         {"fault MS.red", "x:1:13: expected " + faults + ", found the end of the line"},
         {"send", "x:1:5: expected a signal such as TERM or KILL, found the end of the line"},
         {"expect OXBO_RL is high", "x:1:16: expected 'pulses', found 'is'"},
-        {"expect OXBO_RL pulses low for at 1ms", "x:1:34: expected 'most', found '1ms'"},
-        {"expect OXBO_RL pulses low for at least 1ms or", "x:1:44: expected the end of the line, found 'or'"},
+        {"expect OXBO_RL pulses low for at 1ms", "x:1:34: expected least or most, found '1ms'"},
+        {"expect OXBO_RL pulses low for at least 1ms or", "x:1:44: expected 'and' or the end of the line, found 'or'"},
+        {"expect OXBO_RL pulses low at most 1ms", "x:1:27: expected 'for' or the end of the line, found 'at'"},
+        {"expect OXBO_RL pulses low for at least 1ms and at least 2ms", "x:1:51: expected 'most', found 'least'"},
+        {"expect OXBO_RL pulses low for at least 5ms and at most 1ms",
+         "x:1:56: expected a time of at least 5.0 ms, found '1ms'"},
         {"\"within\" 1s MS is green",
          "x:1:1: expected within, at, set, fault, send, wait, expect or never, found 'within'"},
     };
@@ -157,8 +183,31 @@ TEST(ScenarioParser, SaysWhereAndWhatItExpected) {
     }
 }
 
+TEST(ScenarioParser, PassesOverAByteOrderMark) {
+    EXPECT_EQ(ParseScenario("x", "\xEF\xBB\xBFwait 1s", NAMES).steps.at(0).text, "wait 1s");
+    try {
+        ParseScenario("x", "\xEF\xBB\xBFwiat 1s", NAMES);
+        FAIL();
+    } catch (const ScenarioError& error) {
+        EXPECT_STREQ(error.what(), "x:1:1: expected within, at, set, fault, send, wait, expect or never, found 'wiat'");
+    }
+}
+
+TEST(ScenarioParser, KnowsWhereWhatAStepIsAboutBegins) {
+    const Scenario scenario = ParseScenario("x",
+                                            "at 1s fault MS.red EIO\n  send TERM\nwithin  1s web log has a\n"
+                                            "never MS is red\n wait 1s",
+                                            NAMES);
+
+    std::string columns;
+    for (const Step& step : scenario.steps)
+        columns += std::to_string(step.column) + " ";
+    EXPECT_EQ(columns, "7 3 12 7 2 ");
+}
+
 TEST(ScenarioParser, ReadsAFile) {
     const TestSupport::TemporaryFolder folder;
+    const std::string advice = "; give a text file with a step a line";
     folder.Write("a.scenario", "wait 1s\nwait\n");
 
     try {
@@ -172,7 +221,14 @@ TEST(ScenarioParser, ReadsAFile) {
         ReadScenario(folder.Path("absent"), NAMES);
         FAIL();
     } catch (const ScenarioError& error) {
-        EXPECT_EQ(error.what(), "cannot read the scenario " + folder.Path("absent") + ": No such file or directory");
+        EXPECT_EQ(error.what(),
+                  "cannot read the scenario " + folder.Path("absent") + ": No such file or directory" + advice);
+    }
+    try {
+        ReadScenario(folder.Path(), NAMES);
+        FAIL();
+    } catch (const ScenarioError& error) {
+        EXPECT_EQ(error.what(), "cannot read the scenario " + folder.Path() + ": Is a directory" + advice);
     }
     folder.Write("good", "wait 1s");
     EXPECT_EQ(ReadScenario(folder.Path("good"), NAMES).steps.size(), 1U);

@@ -190,6 +190,20 @@ TEST(ScenarioRunner, CallsAColorSteadyAfterASecond) {
     EXPECT_EQ(flashing.Verdicts(), "f");
 }
 
+TEST(ScenarioRunner, TakesElementsThatAreLitTogetherForAColorOfTheirOwn) {
+    Play run("never MS is red\nwithin 1s MS is red+green\nwithin 1s MS is green");
+
+    run.Level(100, "MS.red", true);
+    run.Level(101, "MS.green", true);
+    run.Until(200);
+    EXPECT_EQ(run.Verdicts(), "npn");
+    run.Level(300, "MS.red", false);
+    run.Until(400);
+    run.runner.Finish(milliseconds(400));
+
+    EXPECT_EQ(run.Verdicts(), "ppp") << run.Message();
+}
+
 TEST(ScenarioRunner, KnowsFlashingByTwoWholePhases) {
     Play run("within 5s NS is flashing green 500ms 500ms tolerance 20ms");
     run.Level(100, "NS.green", true);
