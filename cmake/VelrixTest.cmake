@@ -27,23 +27,33 @@ function(velrix_compile_as_test target)
   endif()
 endfunction()
 
-# velrix_add_test(NAME name SOURCES file... LIBRARIES target...)
+# velrix_add_test(NAME name SOURCES file... LIBRARIES target... [NEEDS_NAMESPACES pattern...])
 # A GoogleTest executable whose cases are each a test of ctest, named after the folder: "settings.LedSection.KeepsUnknown...".
 # GTest::gtest is linked; name GTest::gtest_main or GTest::gmock among the libraries where the test wants them.
 # Every case runs in a process of its own, so cases must not lean on one another.
+# NEEDS_NAMESPACES: the cases (GoogleTest's patterns) that run programs on a private board or put folders over the machine's. The
+# emulator that runs a foreign processor's programs cannot; there they are no tests of ctest, and the emulated board runs them.
 function(velrix_add_test)
-  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;LIBRARIES;NEEDS_NAMESPACES")
   add_executable(${arg_NAME} ${arg_SOURCES})
   target_link_libraries(${arg_NAME} PRIVATE ${arg_LIBRARIES})
   velrix_compile_as_test(${arg_NAME})
   get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
   set(environment)
+  set(filter)
   if(CMAKE_CROSSCOMPILING_EMULATOR)
+    if(arg_NEEDS_NAMESPACES STREQUAL "*")
+      return()
+    endif()
+    if(arg_NEEDS_NAMESPACES)
+      list(JOIN arg_NEEDS_NAMESPACES ":" patterns)
+      set(filter TEST_FILTER "-${patterns}")
+    endif()
     # For tests that start programs of this build: tests/support/Emulator.h.
     list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
     set(environment ENVIRONMENT "VELRIX_TEST_EMULATOR=${emulator}")
   endif()
   # Listing the cases runs the program, which takes long with sanitizers, in an emulator and on a busy machine.
-  gtest_discover_tests(${arg_NAME} TEST_PREFIX ${folder}. DISCOVERY_TIMEOUT 120
+  gtest_discover_tests(${arg_NAME} TEST_PREFIX ${folder}. ${filter} DISCOVERY_TIMEOUT 120
     PROPERTIES TIMEOUT 300 ${environment})
 endfunction()

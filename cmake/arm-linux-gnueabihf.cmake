@@ -11,8 +11,19 @@ set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 set(CMAKE_FIND_ROOT_PATH /usr/arm-linux-gnueabihf /usr)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 
+# What else the tools need, from scripts/arm-sysroot. Its libraries need one another, which the linker has to be told.
+set(VELRIX_ARM_SYSROOT ${CMAKE_CURRENT_LIST_DIR}/../build/arm-sysroot)
+cmake_path(NORMAL_PATH VELRIX_ARM_SYSROOT)
+if(EXISTS ${VELRIX_ARM_SYSROOT}/stamp)
+  add_link_options(-Wl,-rpath-link,${VELRIX_ARM_SYSROOT}/usr/lib/arm-linux-gnueabihf)
+endif()
+
 # pkg-config knows the build machine's libraries unless it is told where the device's are described.
-set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/arm-linux-gnueabihf/pkgconfig:/usr/share/pkgconfig)
+set(ENV{PKG_CONFIG_LIBDIR}
+  ${VELRIX_ARM_SYSROOT}/usr/lib/arm-linux-gnueabihf/pkgconfig:/usr/lib/arm-linux-gnueabihf/pkgconfig:/usr/share/pkgconfig)
 
 # Runs the tests on the build machine. -L names the folder with the ARM dynamic loader and C library.
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L /usr/arm-linux-gnueabihf)
+if(EXISTS ${VELRIX_ARM_SYSROOT}/stamp)
+  list(APPEND CMAKE_CROSSCOMPILING_EMULATOR -E LD_LIBRARY_PATH=${VELRIX_ARM_SYSROOT}/usr/lib/arm-linux-gnueabihf)
+endif()

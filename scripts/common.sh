@@ -53,13 +53,14 @@ install_node_modules() {
     cp tests/panel/browser/package-lock.json "$stamp"
 }
 
-# build PRESET [FOLDER [TARGET...]]: configures and builds.
+# build PRESET [FOLDER [TARGET...]]: configures and builds; what it has to be linked to on the device is fetched before.
 build() {
     local preset=$1 folder=${2:-build/$1} log
     shift $(($# < 2 ? $# : 2))
     log=$folder/build.log
     mkdir -p "$folder"
     rm -f "$log"
+    [[ $preset != arm ]] || quietly "$log" scripts/arm-sysroot || return
     quietly "$log" cmake --preset "$preset" -B "$folder" || return
     (($# == 0)) || set -- --target "$@"
     quietly "$log" cmake --build "$folder" -j "$processors" "$@"

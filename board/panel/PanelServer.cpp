@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <condition_variable>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <mutex>
 #include <string_view>
@@ -48,7 +49,7 @@ void AnswerError(httplib::Response& response, int status, const std::string& tex
 void ConfigureTimes(httplib::Server& server, std::chrono::seconds patience) {
     // A connection that stays open would hold a thread, and the end of the board, for seconds.
     server.set_keep_alive_max_count(1);
-    server.set_keep_alive_timeout(patience.count());
+    server.set_keep_alive_timeout(static_cast<std::time_t>(patience.count()));
     server.set_read_timeout(patience);
     server.set_write_timeout(patience);
     server.set_tcp_nodelay(true);
