@@ -79,7 +79,11 @@ if(TARGET velrix-board OR TARGET velrix-emulator)
   list(APPEND CPACK_COMPONENTS_ALL tools)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME velrix-tools)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION devel)
-  set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+  if(CMAKE_CROSSCOMPILING)
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${velrixRuntime}, libcpp-httplib0.11 (>= 0.11.4), libfuse3-3 (>= 3.14)")
+  else()
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+  endif()
   set(CPACK_DEBIAN_TOOLS_DESCRIPTION "boards on a workstation for Velrix applications
 ${velrixAbout}
 .
