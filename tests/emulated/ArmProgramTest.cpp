@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/emulated/ArmProgram.h"
 
+#include <elf.h>
+
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -117,14 +120,22 @@ TEST_F(ArmProgram, RefusesWhatIsCutShort) {
 }
 
 TEST(ArmProgramErrors, RefusesProgramsOfOtherMachines) {
-    EXPECT_FALSE(ReadArmObject("/proc/self/exe"));
+    const TemporaryFolder folder;
+    const std::string program = folder.Path("program");
+    Elf64_Ehdr header{};
+    std::memcpy(header.e_ident, ELFMAG, SELFMAG);
+    header.e_ident[EI_CLASS] = ELFCLASS64;
+    header.e_ident[EI_DATA] = ELFDATA2LSB;
+    header.e_machine = EM_X86_64;
+    std::ofstream(program).write(reinterpret_cast<const char*>(&header), sizeof header);
     CpioArchive archive;
 
+    EXPECT_FALSE(ReadArmObject(program));
     try {
-        AddArmProgram(archive, "/proc/self/exe", {});
+        AddArmProgram(archive, program, {});
         ADD_FAILURE();
     } catch (const BoardError& error) {
-        EXPECT_STREQ(error.what(), "/proc/self/exe is no 32-bit ARM program; build it with the preset \"arm\"");
+        EXPECT_EQ(error.what(), program + " is no 32-bit ARM program; build it with the preset \"arm\"");
     }
 }
 

@@ -4,8 +4,10 @@
 // this is one program that wants to run whole. The programs are those of the folder VELRIX_ARM_BUILD, a build with the
 // preset "arm"; the image is that of VELRIX_EMULATED_BOARD.
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <future>
 #include <map>
 #include <memory>
 #include <optional>
@@ -156,6 +158,10 @@ struct Recording final : public BoardObserver {
     MachineResult result;
 };
 
+// The program reads its clock, then writes; the host may take the processor away in between, so that the first of two
+// writes is late and the interval short. Longer than this it hardly ever does.
+constexpr microseconds LATE = milliseconds(20);
+
 // The one machine of all tests.
 class EmulatedBoard : public testing::Test {
 protected:
@@ -238,6 +244,69 @@ protected:
         });
     }
 
+    // The gateway on this board and at the same time on a virtual one, each told to end in the last of its states: when
+    // it has shown green after the red of a lost connection, for longer than what is taken for a glitch.
+    struct GatewayRuns {
+        std::unique_ptr<Recording> here;
+        TestSupport::BoardResult there;
+        Timeline recordedThere;
+    };
+
+    class LastState final {
+    public:
+        // From changes of the network status LED, and any clock.
+        bool Lasts(std::size_t changesOfRed, std::size_t changesOfGreen, microseconds now) {
+            if (changesOfRed < 4 || changesOfGreen % 2 == 0)
+                return false;
+            begin = begin.value_or(now);
+            return now - *begin >= 5 * LATE;
+        }
+
+    private:
+        std::optional<microseconds> begin;
+    };
+
+    static TestSupport::BoardResult PlayGatewayOnVirtualBoard(const std::string& timeline) {
+        TestSupport::PrivateBoard board;
+        board.AddOption("--timeline", timeline);
+        board.Start({GATEWAY});
+        TestSupport::PrivateBoard::WaitFor([&board, state = LastState()]() mutable {
+            std::istringstream changes(board.Changes());
+            std::size_t red = 0, green = 0;
+            for (std::string line; std::getline(changes, line);) {
+                red += line.starts_with("NS.red ") ? 1 : 0;
+                green += line.starts_with("NS.green ") ? 1 : 0;
+            }
+            const auto now = std::chrono::steady_clock::now().time_since_epoch();
+            return state.Lasts(red, green, std::chrono::duration_cast<microseconds>(now));
+        });
+        board.Signal(SIGTERM);
+        return board.Wait();
+    }
+
+    static GatewayRuns PlayGateways() {
+        const TestSupport::TemporaryFolder folder;
+        const std::string timeline = folder.Path("virtual.vcd");
+        auto there = std::async(std::launch::async, PlayGatewayOnVirtualBoard, timeline);
+        auto here = Play({gateway.native()}, milliseconds(40), [](Recording& running) {
+            running.settled = [&running, state = LastState(), sent = false](BoardTime time) mutable {
+                const auto now = std::chrono::duration_cast<microseconds>(time);
+                if (!sent && state.Lasts(running.Times("NS.red").size(), running.Times("NS.green").size(), now)) {
+                    sent = true;
+                    machine->Signal("TERM");
+                }
+            };
+        });
+        auto result = there.get();
+        return {std::move(here), std::move(result), ReadVcd(timeline)};
+    }
+
+    // Played once, for all who look at them.
+    static const GatewayRuns& Gateways() {
+        static const GatewayRuns runs = PlayGateways();
+        return runs;
+    }
+
     static const BoardModel& Model() {
         static const BoardModel model;
         return model;
@@ -250,10 +319,6 @@ protected:
     static inline std::filesystem::path probe;
     static inline std::vector<std::filesystem::path> suitePrograms;
 };
-
-// The program reads its clock, then writes; the host may take the processor away in between, so that the first of two
-// writes is late and the interval short. Longer than this it hardly ever does.
-constexpr microseconds LATE = milliseconds(20);
 
 // How much longer than asked a step may last here: the loops turn every few milliseconds, and the host is busy.
 constexpr microseconds SLOW = milliseconds(400);
@@ -424,15 +489,7 @@ TEST_F(EmulatedBoard, LeavesTheFinalStateHoweverTheProcessEnds) {
 }
 
 TEST_F(EmulatedBoard, RunsTheGatewayFromStartToSigterm) {
-    // Green after the red of a lost connection is the last state of all.
-    const auto run = Play({gateway.native()}, milliseconds(40), [](Recording& running) {
-        running.settled = [&running, sent = false](BoardTime) mutable {
-            if (!sent && running.Times("NS.red").size() >= 4 && running.Times("NS.green").size() % 2 == 1) {
-                sent = true;
-                machine->Signal("TERM");
-            }
-        };
-    });
+    const auto& run = Gateways().here;
 
     EXPECT_EQ(run->result.exitCode, 0) << run->errors;
     EXPECT_EQ(run->errors, "");
@@ -469,17 +526,9 @@ TEST_F(EmulatedBoard, AnswersEveryUseOfAValueFileAsTheVirtualBoardDoes) {
 }
 
 TEST_F(EmulatedBoard, ShowsOfTheGatewayWhatTheVirtualBoardShows) {
-    const TestSupport::TemporaryFolder folder;
-    TestSupport::PrivateBoard virtualBoard;
-    virtualBoard.AddOption("--timeline", folder.Path("virtual.vcd"));
+    const auto& [here, there, recorded] = Gateways();
 
-    virtualBoard.Start({GATEWAY, "--seconds", "6"}); // meanwhile
-    const auto here = Play({gateway.native(), "--seconds", "6"});
-    const auto there = virtualBoard.Wait();
-
-    EXPECT_EQ(here->result.exitCode, 0) << here->errors;
     EXPECT_EQ(there.exitCode, 0) << there.errors;
-    const Timeline recorded = ReadVcd(folder.Path("virtual.vcd"));
     ASSERT_NE(recorded.Find("MS_green"), nullptr);
     EXPECT_GT(recorded.Find("MS_green")->changes.size(), 6U);
     DifferenceOptions options;
