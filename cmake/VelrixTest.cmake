@@ -13,15 +13,19 @@ endif()
 
 # Of debugging information a test has the lines, for stacks in reports, but not its local variables, which are a tenth of the
 # compiler's time. -g brings them back for those who step through a test.
-set(VELRIX_TEST_DEBUG_INFORMATION -g1 CACHE STRING "The flag for debugging information in the tests of a debug build")
+set(VELRIX_TEST_DEBUG_INFORMATION -g1 CACHE STRING "The flag for debugging information in the tests")
 
 # velrix_compile_as_test(target)
 # Compiles the target as test code, with GTest. What all tests read comes precompiled from test-support, to which end they need its
 # flags. A test's own code runs once; optimising it would take the compiler longer than all the rest. The release build still
-# does, for the warnings that come of it.
+# does, for the warnings that come of it; for another machine it is done a little, since there it runs in an emulator, which has
+# to load it, too.
 function(velrix_compile_as_test target)
   target_link_libraries(${target} PRIVATE velrix-build-options GTest::gtest)
   target_compile_options(${target} PRIVATE $<$<CONFIG:Debug>:-O0> $<$<CONFIG:Debug>:${VELRIX_TEST_DEBUG_INFORMATION}>)
+  if(CMAKE_CROSSCOMPILING)
+    target_compile_options(${target} PRIVATE -O1 ${VELRIX_TEST_DEBUG_INFORMATION})
+  endif()
   if(NOT target STREQUAL test-support)
     target_precompile_headers(${target} REUSE_FROM test-support)
   endif()
