@@ -4,53 +4,37 @@
 #include <optional>
 #include <string>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include "board/virtual/BoardError.h"
+#include "tests/emulated/EmulatorConnection.h"
 
 namespace {
 
 using VelrixBoard::BoardError;
-using VelrixBoard::FileDescriptor;
 using VelrixBoard::GdbClient;
 
-// A client with the emulator's end of its connection in the test's hands. What the emulator will answer is there before
-// it is asked.
+// What the emulator will answer is there before it is asked.
 class GdbClientTest : public testing::Test {
 protected:
-    GdbClientTest() {
-        int pair[2] = {-1, -1};
-        ::socketpair(AF_UNIX, SOCK_STREAM, 0, pair);
-        ::fcntl(pair[0], F_SETFL, O_NONBLOCK);
-        client.emplace(FileDescriptor(pair[0]));
-        emulator = FileDescriptor(pair[1]);
-    }
-
     // The texts of the packets that the client sent, "Z2,f0939000,4 vCont;c", with "^C" for an interrupt; confirmations
     // of the emulator's packets are left out.
     std::string Sent() const {
-        char buffer[4096];
-        const ssize_t count = ::recv(emulator.Get(), buffer, sizeof buffer, MSG_DONTWAIT);
         std::string texts;
         bool inside = false;
-        for (ssize_t i = 0; i < count; ++i) {
-            if (buffer[i] == '$' || buffer[i] == '\x03')
+        for (const char byte : connection.Sent()) {
+            if (byte == '$' || byte == '\x03')
                 texts += texts.empty() ? "" : " ";
-            if (buffer[i] == '\x03')
+            if (byte == '\x03')
                 texts += "^C";
-            else if (inside && buffer[i] != '#')
-                texts += buffer[i];
-            inside = buffer[i] == '$' || (inside && buffer[i] != '#');
+            else if (inside && byte != '#')
+                texts += byte;
+            inside = byte == '$' || (inside && byte != '#');
         }
         return texts;
     }
 
-    void Answer(const std::string& bytes) const {
-        ASSERT_EQ(::send(emulator.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
-    }
+    void Answer(const std::string& bytes) const { connection.Answer(bytes); }
 
     // Registers 0 to 15, of which the stack pointer is f0a31e80.
     static std::string Registers() {
@@ -67,8 +51,8 @@ protected:
     }
 
     const std::string ok = "+$OK#9a";
-    std::optional<GdbClient> client;
-    FileDescriptor emulator;
+    TestSupport::EmulatorConnection connection;
+    std::optional<GdbClient> client{connection.TakeClientsEnd()};
 };
 
 TEST_F(GdbClientTest, SetsWatchpointsWhileTheMachineStandsAndLetsItRunOn) {
@@ -144,7 +128,7 @@ TEST_F(GdbClientTest, SaysThatTheEmulatorIsGone) {
     Answer("$W00#00");
     EXPECT_THROW(client->FinishWrite(), BoardError);
 
-    emulator.Close();
+    connection.Close();
     EXPECT_THROW(client->FinishWrite(), BoardError);
     EXPECT_THROW(client->Continue(), BoardError);
 }

@@ -1,45 +1,27 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/emulated/QmpClient.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include "board/virtual/BoardError.h"
+#include "tests/emulated/EmulatorConnection.h"
 
 namespace {
 
 using VelrixBoard::BoardError;
-using VelrixBoard::FileDescriptor;
 using VelrixBoard::QmpClient;
 
-// A client with the emulator's end of its connection in the test's hands.
 class QmpClientTest : public testing::Test {
 protected:
-    QmpClientTest() {
-        int pair[2] = {-1, -1};
-        ::socketpair(AF_UNIX, SOCK_STREAM, 0, pair);
-        ::fcntl(pair[0], F_SETFL, O_NONBLOCK);
-        client.emplace(FileDescriptor(pair[0]));
-        emulator = FileDescriptor(pair[1]);
-    }
+    std::string Sent() const { return connection.Sent(); }
+    void Answer(const std::string& text) const { connection.Answer(text); }
 
-    std::string Sent() const {
-        char buffer[4096];
-        const ssize_t count = ::recv(emulator.Get(), buffer, sizeof buffer, MSG_DONTWAIT);
-        return {buffer, count > 0 ? static_cast<std::size_t>(count) : 0};
-    }
-
-    void Answer(const std::string& text) const {
-        ASSERT_EQ(::send(emulator.Get(), text.data(), text.size(), MSG_NOSIGNAL), static_cast<ssize_t>(text.size()));
-    }
-
-    std::optional<QmpClient> client;
-    FileDescriptor emulator;
+    TestSupport::EmulatorConnection connection;
+    std::optional<QmpClient> client{connection.TakeClientsEnd()};
 };
 
 TEST_F(QmpClientTest, Greets) {
@@ -88,7 +70,7 @@ TEST_F(QmpClientTest, RefusesAnotherLanguage) {
 }
 
 TEST_F(QmpClientTest, SaysThatTheEmulatorIsGone) {
-    emulator.Close();
+    connection.Close();
 
     EXPECT_THROW(client->SetLine(0, true), BoardError);
 }
