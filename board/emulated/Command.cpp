@@ -139,8 +139,7 @@ int RunEmulatorCommand(int argc, char** argv) {
     CLI::App app("A 32-bit ARM machine with the board's LEDs and lines, to run device programs on.", "velrix-emulator");
     app.footer(FOOTER);
     app.require_subcommand(1);
-    app.failure_message(
-        [](const CLI::App* refusing, const CLI::Error& error) { return RefusalText(*refusing, error); });
+    app.failure_message(RefusalText);
     CLI::App* run =
         app.add_subcommand("run", "Boot the machine and run a program on it: run [OPTIONS] -- PROGRAM [ARG...]");
     run->footer(FOOTER);
@@ -165,9 +164,7 @@ int RunEmulatorCommand(int argc, char** argv) {
 
     try {
         app.parse(OwnArguments(argc, argv, options.command));
-        if (options.command.empty())
-            throw CLI::ParseError("the program is missing; it stands behind --, as in velrix-emulator run -- PROGRAM",
-                                  BOARD_FAILED);
+        RequireProgram(app, options.command);
         options.levels = beginning.Levels();
         options.oxboReadyAfter = beginning.OxboReadyAfter();
     } catch (const CLI::ParseError& error) {

@@ -85,8 +85,7 @@ int RunCommand(int argc, char** argv) {
     CLI::App app("A private board to run device programs on.", "velrix-board");
     app.footer(FOOTER);
     app.require_subcommand(1);
-    app.failure_message(
-        [](const CLI::App* refusing, const CLI::Error& error) { return RefusalText(*refusing, error); });
+    app.failure_message(RefusalText);
     CLI::App* run = app.add_subcommand(
         "run", "Run a program on a board of its own: velrix-board run [OPTIONS] -- PROGRAM [ARG...]");
     AddRunOptions(*run, runArguments);
@@ -103,9 +102,8 @@ int RunCommand(int argc, char** argv) {
     RunArguments* chosen = &runArguments;
     try {
         app.parse(OwnArguments(argc, argv, command));
-        if (command.empty() && !diff.IsGiven())
-            throw CLI::ParseError("the program is missing; it stands behind --, as in velrix-board run -- PROGRAM",
-                                  BOARD_FAILED);
+        if (!diff.IsGiven())
+            RequireProgram(app, command);
         if (record->parsed())
             chosen = &recordArguments;
         Complete(*chosen);

@@ -53,16 +53,15 @@ std::optional<std::chrono::milliseconds> BeginningOptions::OxboReadyAfter() cons
     }
 }
 
-std::string RefusalText(const CLI::App& app, const CLI::Error& error) {
-    const std::vector<const CLI::App*> given = app.get_subcommands({});
+std::string RefusalText(const CLI::App* app, const CLI::Error& error) {
     const CLI::App* command = nullptr;
     std::string names;
-    for (const CLI::App* known : given) {
+    for (const CLI::App* known : app->get_subcommands({})) {
         command = known->parsed() ? known : command;
         names += (names.empty() ? "" : ", ") + known->get_name();
     }
-    const std::string called = app.get_name() + (command != nullptr ? " " + command->get_name() : "");
-    const std::vector<std::string> rest = app.remaining(true);
+    const std::string called = app->get_name() + (command != nullptr ? " " + command->get_name() : "");
+    const std::vector<std::string> rest = app->remaining(true);
     std::string what = error.what();
     if (command == nullptr)
         what = (rest.empty() ? "a command is missing" : "there is no command \"" + rest.front() + "\"") +
@@ -74,7 +73,13 @@ std::string RefusalText(const CLI::App& app, const CLI::Error& error) {
     else if (!rest.empty())
         what = "\"" + rest.front() + "\" is no option; a program stands behind --, as in " + called + " -- " +
                rest.front();
-    return app.get_name() + ": " + what + "\n\"" + called + " --help\" says what can be given.\n";
+    return app->get_name() + ": " + what + "\n\"" + called + " --help\" says what can be given.\n";
+}
+
+void RequireProgram(const CLI::App& app, const std::vector<std::string>& program) {
+    if (program.empty())
+        throw CLI::ParseError(
+            "the program is missing; it stands behind --, as in " + app.get_name() + " run -- PROGRAM", BOARD_FAILED);
 }
 
 void TakeOneValueEach(CLI::App& command) {

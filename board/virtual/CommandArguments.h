@@ -35,8 +35,12 @@ private:
     std::string readyAfter = "40ms";
 };
 
-// What the user is told of arguments that are not understood: what is wrong, and where help is.
-std::string RefusalText(const CLI::App& app, const CLI::Error& error);
+// What the user is told of arguments that are not understood: what is wrong, and where help is. For CLI::App's
+// failure_message.
+std::string RefusalText(const CLI::App* app, const CLI::Error& error);
+
+// Throws CLI::ParseError when there is no program to run.
+void RequireProgram(const CLI::App& app, const std::vector<std::string>& program);
 
 // Lets each occurrence of an option take one value: "--set A=1 -- X" would be read on otherwise. Comes after the last
 // option.
