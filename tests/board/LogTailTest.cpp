@@ -68,6 +68,18 @@ TEST_F(LogTailTest, StartsAnewWhenTheFileIsOverwritten) {
     }
 }
 
+// So that a long log costs no more than a short one.
+TEST_F(LogTailTest, LooksForWhatWasOverwrittenAtTheEndAlone) {
+    const std::string end(4095, 'x');
+    Append("one\n" + end + "\n");
+    Read();
+
+    std::fstream(folder.Path("log"), std::ios::in | std::ios::out) << "two";
+    Append("three\n");
+
+    EXPECT_EQ(Read(), "<three>");
+}
+
 TEST_F(LogTailTest, StartsAnewWhenAnotherFileHasTheName) {
     folder.Write("log", ">start\n+a\n");
     EXPECT_EQ(Read(), "<>start><+a>");
