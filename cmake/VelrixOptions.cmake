@@ -19,8 +19,13 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 add_library(velrix-build-options INTERFACE)
 target_compile_features(velrix-build-options INTERFACE cxx_std_20)
 target_compile_options(velrix-build-options INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Wold-style-cast
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Wzero-as-null-pointer-constant
   $<$<BOOL:${VELRIX_WARNINGS_AS_ERRORS}>:-Werror>)
+# Tests put functions in front of the C library's, which have names of its own.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  target_compile_options(velrix-build-options INTERFACE
+    $<$<NOT:$<BOOL:$<TARGET_PROPERTY:VELRIX_IS_TEST>>>:-Wreserved-identifier>)
+endif()
 
 # A 32-bit machine counts file offsets and seconds in 32 bits unless told otherwise: files end at 2 GB and time in 2038.
 # Private to this build, since no public header mentions off_t or time_t.

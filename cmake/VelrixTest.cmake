@@ -21,6 +21,7 @@ set(VELRIX_TEST_DEBUG_INFORMATION -g1 CACHE STRING "The flag for debugging infor
 # does, for the warnings that come of it; for another machine it is done a little, since there it runs in an emulator, which has
 # to load it, too.
 function(velrix_compile_as_test target)
+  set_target_properties(${target} PROPERTIES VELRIX_IS_TEST ON)
   target_link_libraries(${target} PRIVATE velrix-build-options GTest::gtest)
   target_compile_options(${target} PRIVATE $<$<CONFIG:Debug>:-O0> $<$<CONFIG:Debug>:${VELRIX_TEST_DEBUG_INFORMATION}>)
   if(CMAKE_CROSSCOMPILING)
