@@ -114,10 +114,17 @@ std::vector<Place> FindPlaces(const std::vector<Placement>& placements) {
     return result;
 }
 
-// The root directory cannot be mounted over, only exchanged.
+// The root directory cannot just be mounted over: it would stay the root of those who have it. The kernel exchanges
+// every one but that which it unpacked at its own start, which small machines keep; there the new one is moved over it
+// and entered.
+bool EnterNewRoot() {
+    if (::syscall(SYS_pivot_root, ".", ".") == 0)
+        return ::umount2(".", MNT_DETACH) == 0;
+    return errno == EINVAL && ::mount(".", "/", nullptr, MS_MOVE, nullptr) == 0 && ::chroot(".") == 0;
+}
+
 void ExchangeRoot(const fs::path& skeleton) {
-    if (::chdir(skeleton.c_str()) != 0 || ::syscall(SYS_pivot_root, ".", ".") != 0 || ::umount2(".", MNT_DETACH) != 0 ||
-        ::chdir("/") != 0)
+    if (::chdir(skeleton.c_str()) != 0 || !EnterNewRoot() || ::chdir("/") != 0)
         ThrowSystemError("cannot exchange the root directory");
 }
 
