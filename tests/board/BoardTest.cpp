@@ -216,17 +216,25 @@ TEST(BoardTest, PassesSignalsOn) {
 }
 
 TEST(BoardTest, RecordsCallsOfTheCommandsThatEndTheMachine) {
-    PrivateBoard board;
+    const struct {
+        const char* call;
+        const char* record;
+    } rows[] = {{"/sbin/reboot", "/sbin/reboot\n"},
+                {"reboot -f 'a b'", "reboot -f a\\ b\n"},
+                {"/usr/sbin/halt -p", "/usr/sbin/halt -p\n"},
+                {"poweroff && poweroff", "poweroff\npoweroff\n"},
+                {"env -i /sbin/shutdown -h now", "/sbin/shutdown -h now\n"}};
+    for (const auto& row : rows) {
+        PrivateBoard board;
 
-    // Goes on for the moment that it has.
-    const BoardResult end =
-        board.Run(Shell("trap '' TERM; PATH=$PATH:/usr/sbin; /sbin/reboot && PATH=/usr/sbin:/usr/bin reboot -f "
-                        "'a b' && /usr/sbin/halt -p && poweroff && "
-                        "env -i /sbin/shutdown -h now; echo $?; exit 6"));
+        // Goes on for the moment that it has.
+        const BoardResult end = board.Run(
+            Shell(std::string("trap '' TERM; PATH=/usr/sbin:/usr/bin:/bin; ") + row.call + "; echo $?; exit 6"));
 
-    EXPECT_EQ(end.output, "0\n") << end.errors;
-    EXPECT_EQ(end.exitCode, 6);
-    EXPECT_EQ(board.Reboots(), "/sbin/reboot\nreboot -f a\\ b\n/usr/sbin/halt -p\npoweroff\n/sbin/shutdown -h now\n");
+        EXPECT_EQ(end.output, "0\n") << row.call << end.errors;
+        EXPECT_EQ(end.exitCode, 6) << row.call;
+        EXPECT_EQ(board.Reboots(), row.record);
+    }
 }
 
 TEST(BoardTest, RecordsACallThatOutlivesTheProgram) {
@@ -532,7 +540,7 @@ TEST(BoardTest, PutsValueFilesWhereTheSettingsSay) {
                         std::string(RESET)));
 
     EXPECT_EQ(end.output, "1\n0\n");
-    EXPECT_THAT(end.errors, HasSubstr("cannot access"));
+    EXPECT_THAT(end.errors, HasSubstr("No such file or directory"));
     EXPECT_THAT(board.Changes(), AllOf(HasSubstr("MS.red 1\n"), HasSubstr("OXBO_RESET1_N 1\n")));
     EXPECT_EQ(board.Content("/data/log/web"), "+x\n");
     EXPECT_FALSE(fs::exists("/board_x"));
