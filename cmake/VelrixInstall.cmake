@@ -61,7 +61,7 @@ if(TARGET velrix-emulator)
     DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/velrix/scripts COMPONENT tools)
   set(velrixImage ${PROJECT_SOURCE_DIR}/board/emulated/image)
   set(velrixImageDir ${CMAKE_INSTALL_DATAROOTDIR}/velrix/board/emulated/image)
-  install(PROGRAMS ${velrixImage}/agent ${velrixImage}/reset-lines ${velrixImage}/start
+  install(PROGRAMS ${velrixImage}/agent ${velrixImage}/reset-lines ${velrixImage}/runner ${velrixImage}/start
     DESTINATION ${velrixImageDir} COMPONENT tools)
   install(FILES ${velrixImage}/inittab ${velrixImage}/lines.txt DESTINATION ${velrixImageDir} COMPONENT tools)
 endif()
