@@ -3,6 +3,7 @@
 // The program that EmulatedBoardTest runs on the emulated board: one scene from the life of an application, named by
 // the first argument. It is judged by what the lines and LEDs do, and says little itself.
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -174,6 +175,9 @@ void Behind(const Arguments& arguments) {
     for (std::size_t i = 1; i < arguments.size(); ++i)
         words.push_back(const_cast<char*>(arguments[i].c_str()));
     words.push_back(nullptr);
+    // A shell has its programs in the background ignore these, which would go on to the tests' programs.
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGQUIT, SIG_DFL);
     errno = 0;
     if (::nice(19) != -1 || errno == 0)
         ::execv(words[0], words.data());

@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include "board/timeline/VcdReader.h"
+#include "tests/emulated/ArmTestPrograms.h"
 #include "tests/support/PrivateBoard.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -57,8 +58,8 @@ protected:
         return Wait();
     }
 
-    const std::string image = std::filesystem::absolute(Variable("VELRIX_EMULATED_BOARD"));
-    const std::string scenes = std::filesystem::absolute(Variable("VELRIX_ARM_BUILD") + "/tests/emulated/board-scenes");
+    const std::string image = ArmTestPrograms::ImageFolder();
+    const std::string scenes = ArmTestPrograms::Path("tests/emulated/board-scenes");
     TestSupport::TemporaryFolder folder;
     pid_t process = -1;
     std::string output;
@@ -101,9 +102,9 @@ TEST_F(EmulatorCommand, PassesSignalsToAProgramCopiedIntoTheMachine) {
             return timeline.find("\n#", timeline.find("$dumpvars")) != std::string::npos;
         },
         std::chrono::seconds(120)));
-    ::kill(process, SIGTERM);
+    ::kill(process, SIGINT); // which a shell's programs in the background would not hear
 
-    EXPECT_EQ(Wait(), 143) << errors;
+    EXPECT_EQ(Wait(), 130) << errors;
     EXPECT_EQ(errors, "");
 }
 
