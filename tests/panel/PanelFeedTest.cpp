@@ -113,7 +113,7 @@ TEST_F(PanelFeedTest, ForgetsTheOldestForASlowReader) {
     EXPECT_THAT(message, HasSubstr("[1,1,"));
     EXPECT_THAT(message, Not(HasSubstr("\"r0.\"")));
     EXPECT_THAT(message, HasSubstr("\"r1.\""));
-    EXPECT_THAT(message, HasSubstr(std::string(PanelFeed::LONGEST_RECORD, 'x') + "...\""));
+    EXPECT_THAT(message, HasSubstr(std::string(PanelFeed::LONGEST_RECORD, 'x').append("...\"")));
 }
 
 TEST_F(PanelFeedTest, ReplacesBytesThatAreNoText) {
