@@ -1,16 +1,26 @@
 # SPDX-License-Identifier: Apache-2.0
 # The flags every target of this build is compiled with, as one interface target, velrix-build-options. The presets choose
-# among them by the cache variables below; a plain build gets none of the optional ones.
+# among them by the cache variables below; a plain build, without a preset, makes what is shipped.
 
 option(VELRIX_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 option(VELRIX_COVERAGE "Count executed lines and branches (gcc --coverage)" OFF)
-option(VELRIX_HARDENING "Add the flags that make memory errors harder to exploit" OFF)
 set(VELRIX_SANITIZE "" CACHE STRING "Sanitizers to build with, a list such as address;undefined")
 
 # Without a build type the compiler optimises nothing, which nobody who builds without a preset has in mind.
 get_property(velrixMultiConfig GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
 if(NOT velrixMultiConfig AND NOT CMAKE_BUILD_TYPE)
-  set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Debug, Release, RelWithDebInfo or MinSizeRel" FORCE)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Debug, Release, RelWithDebInfo or MinSizeRel" FORCE)
+endif()
+
+set(velrixHardening ON)
+if(CMAKE_BUILD_TYPE STREQUAL "Debug" OR VELRIX_SANITIZE OR VELRIX_COVERAGE)
+  set(velrixHardening OFF)
+endif()
+option(VELRIX_HARDENING "Add the flags that make memory errors harder to exploit" ${velrixHardening})
+
+# What is shipped is built from sources that include all that they use; it shows only without precompiled headers.
+if(NOT DEFINED CMAKE_DISABLE_PRECOMPILE_HEADERS AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+  set(CMAKE_DISABLE_PRECOMPILE_HEADERS ON)
 endif()
 
 # The standard's C++ without GNU's additions, for every target: there is no other way to say so for all of them.
@@ -38,11 +48,16 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_SYSTEM_PROCESSOR MATCHES "^arm
   target_compile_options(velrix-build-options INTERFACE -Wno-psabi)
 endif()
 
-# What is built does not depend on the folder that it is built in: no absolute run paths, whose room would stay in an installed
-# file, and file names in messages as they are in the repository.
+# What is built depends neither on the folder that it is built in nor on the program that builds it: no absolute run paths, whose
+# room would stay in an installed file, and file names in messages as they are in the repository. Ninja compiles in the build
+# folder, make in the target's folder below it; debugging information, which the number of a build is made of, calls both "build".
+# Of the options that match a path, the last one counts.
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
-  target_compile_options(velrix-build-options INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+  target_compile_options(velrix-build-options INTERFACE
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
+    -ffile-prefix-map=${PROJECT_BINARY_DIR}=build
+    -ffile-prefix-map=$<TARGET_PROPERTY:BINARY_DIR>=build)
 endif()
 
 if(VELRIX_SANITIZE)
