@@ -277,7 +277,8 @@ void Machine::Process::Command(const std::string& line) {
     const std::string text = line + "\n";
     if (text.size() > MAX_COMMAND)
         throw BoardError("the command is too long for the emulated board: " + std::to_string(text.size()) +
-                         " characters, at most " + std::to_string(MAX_COMMAND));
+                         " characters, at most " + std::to_string(MAX_COMMAND) +
+                         "; put it into a script, and --copy that");
     if (::send(agent.Get(), text.data(), text.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(text.size()))
         Fail("the emulated board takes no commands");
 }

@@ -102,10 +102,22 @@ TEST_F(EmulatorCommand, PassesSignalsToAProgramCopiedIntoTheMachine) {
             return timeline.find("\n#", timeline.find("$dumpvars")) != std::string::npos;
         },
         std::chrono::seconds(120)));
-    ::kill(process, SIGINT); // which a shell's programs in the background would not hear
+    ::kill(process, SIGTERM);
+
+    EXPECT_EQ(Wait(), 143) << errors;
+    EXPECT_EQ(errors, "");
+}
+
+// As a terminal's Ctrl+C does.
+TEST_F(EmulatorCommand, InterruptsTheProgramAndWhatItWaitsFor) {
+    folder.Write("output", ""); // to be looked into before the command has made it
+    Start({"run", "--image", image, "--", "sh", "-c", "echo started; sleep 300; echo over"});
+    EXPECT_TRUE(TestSupport::PrivateBoard::WaitFor([&] { return folder.Read("output") == "started\n"; },
+                                                   std::chrono::seconds(120)));
+    ::kill(process, SIGINT);
 
     EXPECT_EQ(Wait(), 130) << errors;
-    EXPECT_EQ(errors, "");
+    EXPECT_EQ(output, "started\n");
 }
 
 TEST_F(EmulatorCommand, SaysWhatIsMissingAndWhatToDo) {
