@@ -475,8 +475,12 @@ TEST_F(EmulatedBoard, RunsTheGatewayFromStartToSigterm) {
     EXPECT_NE(trace->output.find("Shutting down gateway"), std::string::npos) << trace->output;
 }
 
-TEST_F(EmulatedBoard, GoesOnAfterAProgramThatSignalsAllItCan) {
+TEST_F(EmulatedBoard, GoesOnAfterAProgramThatSignalsItsGroup) {
     EXPECT_EQ(Play({"sh", "-c", "kill -TERM 0; exit 3"})->result.exitCode, 143);
+    EXPECT_EQ(Play({"true"})->result.exitCode, 0);
+}
+
+TEST_F(EmulatedBoard, NamesAProgramThatIsNotThere) {
     const auto missing = Play({"-no-such-program"});
     EXPECT_EQ(missing->result.exitCode, 127);
     EXPECT_EQ(missing->errors,

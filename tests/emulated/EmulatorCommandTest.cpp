@@ -108,15 +108,20 @@ TEST_F(EmulatorCommand, PassesSignalsToAProgramCopiedIntoTheMachine) {
     EXPECT_EQ(errors, "");
 }
 
-// As a terminal's Ctrl+C does.
+// As a terminal's Ctrl+C does. A shell that hears of it alone waits for its command, longer than this test may take.
 TEST_F(EmulatorCommand, InterruptsTheProgramAndWhatItWaitsFor) {
     folder.Write("output", ""); // to be looked into before the command has made it
-    Start({"run", "--image", image, "--", "sh", "-c", "echo started; sleep 300; echo over"});
+    Start({"run", "--image", image, "--", "sh", "-c", "echo started; sleep 100000; echo over"});
     EXPECT_TRUE(TestSupport::PrivateBoard::WaitFor([&] { return folder.Read("output") == "started\n"; },
                                                    std::chrono::seconds(120)));
     ::kill(process, SIGINT);
 
     EXPECT_EQ(Wait(), 130) << errors;
+    EXPECT_EQ(output, "started\n");
+}
+
+TEST_F(EmulatorCommand, EndsWithAProgramThatKillsEveryProcess) {
+    EXPECT_EQ(Run({"run", "--image", image, "--", "sh", "-c", "echo started; kill -9 -1; exit 3"}), 137) << errors;
     EXPECT_EQ(output, "started\n");
 }
 
