@@ -3,17 +3,20 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <exception>
+#include <filesystem>
 #include <iterator>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <system_error>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
@@ -32,10 +35,13 @@ namespace VelrixBoard {
 
 namespace {
 
-// How long after the program's end its children may still run, and after the order to end all everything. A program
-// that calls for a reboot and ends at once leaves the call to a child, which must come to its end; a daemon that was
-// left behind must not hold the board for long.
-constexpr long long GRACE_NS = 1'000'000'000;
+// How long after the program's end its children may still be at rest, and after the order to end all everything; and
+// how long they may run when they work. A program that calls for a reboot and ends at once leaves the call to a child,
+// which must come to its end, however busy the machine is; a daemon that was left behind must not hold the board for
+// long.
+constexpr long long LOOK_NS = 100'000'000;
+constexpr int LOOKS_AT_REST = 10;
+constexpr long long WORK_NS = 10'000'000'000;
 
 void Send(int socket, InitMessage::Kind kind, int status, const std::string& text, int descriptor) {
     InitMessage message{kind, status, {}};
@@ -103,6 +109,63 @@ InitOrder ReceiveOrder(int socket) {
     return order;
 }
 
+// Whether any process but this one runs or waits for its turn to. Where the board has no /proc of its own, those of the
+// machine count as well.
+bool OthersWork() {
+    std::error_code error;
+    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self", error);
+    for (std::filesystem::directory_iterator entry("/proc", error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::filesystem::path name = entry->path().filename();
+        if (name == self || name.native().find_first_not_of("0123456789") != std::string::npos)
+            continue;
+        // The state follows the command's name, which stands in brackets and may have any character in it.
+        const FileDescriptor file(::open((entry->path() / "stat").c_str(), O_RDONLY | O_CLOEXEC));
+        char text[128];
+        const ssize_t length = file ? ::read(file.Get(), text, sizeof text) : 0;
+        const std::string_view stat(text, length > 0 ? static_cast<std::size_t>(length) : 0);
+        const std::size_t nameEnd = stat.rfind(") ");
+        const std::string_view state = nameEnd == std::string_view::npos ? "" : stat.substr(nameEnd + 2, 1);
+        if (state == "R" || state == "D")
+            return true;
+    }
+    return false;
+}
+
+// When those that are to end have had their time.
+class Grace {
+public:
+    // Those that begin later change nothing.
+    void Begin() {
+        if (begun)
+            return;
+        begun = NowNs();
+        look = *begun + LOOK_NS;
+    }
+
+    // Until the next look; nothing while nobody is to end.
+    std::optional<timespec> Left() const {
+        if (!begun)
+            return std::nullopt;
+        const long long left = std::max(0LL, look - NowNs());
+        return timespec{static_cast<time_t>(left / 1'000'000'000), static_cast<long>(left % 1'000'000'000)};
+    }
+
+    bool IsOver() {
+        const long long now = NowNs();
+        if (!begun || now < look)
+            return false;
+        look = now + LOOK_NS;
+        rest = OthersWork() ? 0 : rest + 1;
+        return rest >= LOOKS_AT_REST || now - *begun >= WORK_NS;
+    }
+
+private:
+    std::optional<long long> begun;
+    long long look = 0;
+    int rest = 0;
+};
+
 // Starts the program; gives its process.
 pid_t StartProgram(const InitPlan& plan, const Program& program, FileDescriptor& socket, FileDescriptor& childSignals) {
     const pid_t child = ::fork();
@@ -125,8 +188,7 @@ pid_t StartProgram(const InitPlan& plan, const Program& program, FileDescriptor&
 // for too long are killed. The program may stop and go on; only its end counts. What it orphans comes to this process
 // too.
 void WaitForAll(pid_t program, int socket, int childSignals) {
-    constexpr long long NEVER = LLONG_MAX;
-    long long deadline = NEVER;
+    Grace grace;
     for (;;) {
         int status = 0;
         pid_t ended = 0;
@@ -134,26 +196,22 @@ void WaitForAll(pid_t program, int socket, int childSignals) {
             if (ended != program)
                 continue;
             Send(socket, InitMessage::Kind::ENDED, status, "", -1);
-            deadline = std::min(deadline, NowNs() + GRACE_NS);
+            grace.Begin();
         }
         if (ended < 0)
             return;
 
-        const long long left = deadline == NEVER ? 0 : deadline - NowNs();
-        if (deadline != NEVER && left <= 0) {
+        if (grace.IsOver())
             ::kill(-1, SIGKILL);
-            deadline = NEVER;
-            continue;
-        }
         pollfd waits[] = {{socket, POLLIN, 0}, {childSignals, POLLIN, 0}};
-        const timespec wait{static_cast<time_t>(left / 1'000'000'000), static_cast<long>(left % 1'000'000'000)};
-        (void)::ppoll(waits, std::size(waits), deadline == NEVER ? nullptr : &wait, nullptr);
+        const std::optional<timespec> left = grace.Left();
+        (void)::ppoll(waits, std::size(waits), left ? &*left : nullptr, nullptr);
         signalfd_siginfo signal;
         if (waits[1].revents != 0)
             (void)!::read(childSignals, &signal, sizeof signal);
         if (waits[0].revents != 0 && ReceiveOrder(socket) == InitOrder::END_ALL) {
             ::kill(-1, SIGTERM);
-            deadline = std::min(deadline, NowNs() + GRACE_NS);
+            grace.Begin();
         }
     }
 }

@@ -245,6 +245,25 @@ TEST(BoardTest, RecordsACallThatOutlivesTheProgram) {
     EXPECT_EQ(board.Reboots(), "/sbin/reboot\n");
 }
 
+TEST(BoardTest, LetsWhatOutlivesTheProgramFinishItsWork) {
+    PrivateBoard board;
+
+    // The stay of sleep is shorter than a rest that ends it.
+    EXPECT_EQ(
+        board.Run(Shell("(timeout 2 sh -c 'while :; do :; done'; sleep 0.1; exec /sbin/reboot) & exit 4")).exitCode, 4);
+
+    EXPECT_EQ(board.Reboots(), "/sbin/reboot\n");
+}
+
+TEST(BoardTest, EndsWhatWorksOnForEverAfterTheProgram) {
+    const std::string mark = Mark();
+    PrivateBoard board;
+
+    EXPECT_EQ(board.Run(Shell("MARK=" + mark + " nice -n 19 sh -c 'while :; do :; done' & exit 4")).exitCode, 4);
+
+    EXPECT_FALSE(RunsWith("MARK=" + mark));
+}
+
 TEST(BoardTest, EndsAllOfItsProgramsWhenOneOfThemReboots) {
     const std::string mark = Mark();
     const struct {
