@@ -82,3 +82,9 @@ if(VELRIX_HARDENING)
     -fstack-protector-strong -U_FORTIFY_SOURCE $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=3>)
   target_link_options(velrix-build-options INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--as-needed)
 endif()
+
+# Stand-ins for the device wait for programs and people: they are made small, of which the compiler is done in two thirds of the
+# time, and of debugging information they have the lines.
+add_library(velrix-tool-options INTERFACE)
+target_link_libraries(velrix-tool-options INTERFACE velrix-build-options)
+target_compile_options(velrix-tool-options INTERFACE $<$<CONFIG:Release>:-Os> $<$<CONFIG:Release>:-g1>)
