@@ -68,7 +68,7 @@ public:
 
     // Waits until the condition holds, for what a running program does some time; false when the limit is over,
     // which should be far more than it ever takes.
-    static bool WaitFor(const std::function<bool()>& condition, std::chrono::seconds limit = std::chrono::seconds(20));
+    static bool WaitFor(const std::function<bool()>& condition, std::chrono::seconds limit = std::chrono::seconds(60));
 
     // The process of the command.
     int Process() const { return process; }
