@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "board/virtual/BoardError.h"
+#include "tests/support/Emulator.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -23,37 +24,32 @@ using VelrixBoard::CpioArchive;
 using VelrixBoard::ReadArmObject;
 using VelrixBoard::ReadLoadedPart;
 
-constexpr const char* COMPILER = "arm-linux-gnueabihf-g++";
-
-// Programs and libraries made on the spot, since nothing else says what a linker really writes.
+// Programs and libraries that the build made with the compiler for the device, since nothing else says what a linker
+// really writes.
 class ArmProgram : public testing::Test {
 protected:
     void SetUp() override {
-        if (std::system((std::string(COMPILER) + " --version > /dev/null 2>&1").c_str()) != 0)
-            GTEST_SKIP() << "needs " << COMPILER;
-        std::filesystem::create_directories(Path("lib"));
-        Make("lib/libinner.so", "int inner() { return 1; }", "-shared -fPIC -Wl,-soname,libinner.so");
-        Make("lib/libouter.so", "int inner(); int outer() { return inner(); }",
-             "-shared -fPIC -Wl,-soname,libouter.so -Llib -linner -Wl,-rpath,'$ORIGIN'");
+        if (samples.empty())
+            GTEST_SKIP() << "this build found no arm-linux-gnueabihf-g++ to make samples with";
     }
 
-    std::filesystem::path Path(const std::string& name) const { return folder.Path(name); }
+    std::filesystem::path Path(const std::string& name) const { return samples / name; }
 
-    void Make(const std::string& name, const std::string& source, const std::string& options) const {
-        std::ofstream(Path("source.cpp")) << source;
-        const std::string command =
-            "cd " + folder.Path() + " && " + COMPILER + " source.cpp " + options + " -o " + name;
-        ASSERT_EQ(std::system(command.c_str()), 0) << command;
-    }
-
-    TemporaryFolder folder;
+private:
+    std::filesystem::path samples = ARM_SAMPLES;
 };
 
-TEST_F(ArmProgram, TellsNeededLibrariesAndRunPath) {
-    Make("program", "int outer(); int main() { return outer(); }",
-         "-Llib -louter -Wl,-rpath-link,lib -Wl,-rpath,/one:/two");
+// A line of a shell script that starts a program for the device.
+std::string ShellCommand(const std::string& program) {
+#ifdef __arm__
+    return TestSupport::ShellCommand(program);
+#else
+    return "qemu-arm -L /usr/arm-linux-gnueabihf " + program;
+#endif
+}
 
-    const auto object = ReadArmObject(Path("program"));
+TEST_F(ArmProgram, TellsNeededLibrariesAndRunPath) {
+    const auto object = ReadArmObject(Path("run-path-of-two"));
 
     ASSERT_TRUE(object);
     ASSERT_FALSE(object->needed.empty());
@@ -62,60 +58,55 @@ TEST_F(ArmProgram, TellsNeededLibrariesAndRunPath) {
 }
 
 TEST_F(ArmProgram, TellsThatAStaticProgramNeedsNothing) {
-    Make("program", "int main() {}", "-static");
-
-    const auto object = ReadArmObject(Path("program"));
+    const auto object = ReadArmObject(Path("static"));
 
     ASSERT_TRUE(object);
     EXPECT_TRUE(object->needed.empty());
 }
 
 TEST_F(ArmProgram, PutsLibrariesOfTheRunPathWhereTheyAre) {
-    Make("program", "int outer(); int main() { return outer(); }",
-         "-Llib -louter -Wl,-rpath-link,lib -Wl,-rpath,'$ORIGIN/lib'");
-
     CpioArchive archive;
-    AddArmProgram(archive, Path("program"), {});
+    AddArmProgram(archive, Path("run-path-beside"), {});
 
     CpioArchive expected;
-    expected.AddProgram(Path("program"), ReadLoadedPart(Path("program")));
+    expected.AddProgram(Path("run-path-beside"), ReadLoadedPart(Path("run-path-beside")));
     expected.AddProgram(Path("lib/libouter.so"), ReadLoadedPart(Path("lib/libouter.so")));
     expected.AddProgram(Path("lib/libinner.so"), ReadLoadedPart(Path("lib/libinner.so")));
     EXPECT_EQ(archive.Finish(), expected.Finish());
 }
 
 TEST_F(ArmProgram, PutsLibrariesOfGivenFoldersIntoTheMachinesOwn) {
-    Make("program", "int outer(); int main() { return outer(); }", "-Llib -louter -Wl,-rpath-link,lib");
-
     CpioArchive archive;
-    AddArmProgram(archive, Path("program"), {Path("none"), Path("lib")});
+    AddArmProgram(archive, Path("no-run-path"), {Path("none"), Path("lib")});
 
     CpioArchive expected;
-    expected.AddProgram(Path("program"), ReadLoadedPart(Path("program")));
+    expected.AddProgram(Path("no-run-path"), ReadLoadedPart(Path("no-run-path")));
     expected.AddProgram("/usr/lib/arm-linux-gnueabihf/libouter.so", ReadLoadedPart(Path("lib/libouter.so")));
     expected.AddProgram("/usr/lib/arm-linux-gnueabihf/libinner.so", ReadLoadedPart(Path("lib/libinner.so")));
     EXPECT_EQ(archive.Finish(), expected.Finish());
 }
 
 TEST_F(ArmProgram, TakesAlongOnlyWhatIsLoaded) {
-    Make("program", "#include <iostream>\nint main() { std::cout << 6 * 7; }", "-g3");
-    const std::string loaded = ReadLoadedPart(Path("program"));
+    const TemporaryFolder folder;
+    const std::string loaded = ReadLoadedPart(Path("with-debug-information"));
     folder.Write("loaded", loaded);
-    std::filesystem::permissions(Path("loaded"), std::filesystem::perms::owner_all);
+    std::filesystem::permissions(folder.Path("loaded"), std::filesystem::perms::owner_all);
 
-    EXPECT_LT(loaded.size() * 3, std::filesystem::file_size(Path("program")));
-    const std::string run = "cd " + folder.Path() + " && qemu-arm -L /usr/arm-linux-gnueabihf ./loaded >output";
+    EXPECT_LT(loaded.size() * 3, std::filesystem::file_size(Path("with-debug-information")));
+    const std::string run = ShellCommand(folder.Path("loaded")) + " >" + folder.Path("output");
     EXPECT_EQ(std::system(run.c_str()), 0);
     EXPECT_EQ(folder.Read("output"), "42");
 }
 
 TEST_F(ArmProgram, RefusesWhatIsCutShort) {
-    Make("program", "int main() {}", "");
+    const TemporaryFolder folder;
+    const std::string program = folder.Path("program");
     for (const std::uintmax_t size : {std::uintmax_t{60}, std::uintmax_t{200}, std::uintmax_t{1000}}) {
-        std::filesystem::resize_file(Path("program"), size);
-        EXPECT_THROW(ReadArmObject(Path("program")), BoardError) << size;
-        EXPECT_THROW(ReadLoadedPart(Path("program")), BoardError) << size;
-        Make("program", "int main() {}", "");
+        std::filesystem::copy_file(Path("small"), program, std::filesystem::copy_options::overwrite_existing);
+        ASSERT_TRUE(ReadArmObject(program));
+        std::filesystem::resize_file(program, size);
+        EXPECT_THROW(ReadArmObject(program), BoardError) << size;
+        EXPECT_THROW(ReadLoadedPart(program), BoardError) << size;
     }
 }
 
