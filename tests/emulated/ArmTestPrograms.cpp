@@ -18,6 +18,18 @@ fs::path FolderOf(const char* variable) {
     return fs::absolute(value).lexically_normal();
 }
 
+constexpr const char* DEBIAN_LIBRARIES = "/usr/lib/arm-linux-gnueabihf";
+
+// Adds a program or library of a Debian package with the libraries that it needs, at the path that it has on the
+// device.
+void AddTool(VelrixBoard::CpioArchive& files, const std::string& path) {
+    const std::string tools = SOURCE_FOLDER "/build/arm-test-tools/root";
+    if (!fs::exists(tools + path))
+        throw std::runtime_error(tools + path + " is missing; scripts/arm-test-tools fetches it");
+    VelrixBoard::AddArmProgram(files, tools + path, {tools + DEBIAN_LIBRARIES});
+    files.AddLink(path, tools + path);
+}
+
 } // namespace
 
 fs::path ArmTestPrograms::BuildFolder() {
@@ -59,7 +71,7 @@ std::string ArmTestPrograms::Path(const std::string& program) {
 
 void ArmTestPrograms::Add(VelrixBoard::CpioArchive& files, const std::string& program) {
     // Libraries that several programs need come several times, which the kernel takes.
-    VelrixBoard::AddArmProgram(files, program, {SOURCE_FOLDER "/build/arm-sysroot/usr/lib/arm-linux-gnueabihf"});
+    VelrixBoard::AddArmProgram(files, program, {SOURCE_FOLDER "/build/arm-sysroot" + std::string(DEBIAN_LIBRARIES)});
 }
 
 void ArmTestPrograms::AddWhatTestsNeed(VelrixBoard::CpioArchive& files) {
@@ -69,4 +81,17 @@ void ArmTestPrograms::AddWhatTestsNeed(VelrixBoard::CpioArchive& files) {
         Add(files, Path(program));
     for (const char* folder : {"/board/emulated/image", "/docs", "/tests"})
         files.AddTree(std::string(SOURCE_FOLDER) + folder, std::string(SOURCE_FOLDER) + folder);
+}
+
+void ArmTestPrograms::AddToolsOfBoardPrograms(VelrixBoard::CpioArchive& files) {
+    AddTool(files, "/usr/sbin/rsyslogd");
+    // The one that the tests' configuration names, and the one without which it does not start.
+    for (const char* module : {"/rsyslog/imuxsock.so", "/rsyslog/lmnet.so"})
+        AddTool(files, DEBIAN_LIBRARIES + std::string(module));
+}
+
+void ArmTestPrograms::AddToolsOfOtherPrograms(VelrixBoard::CpioArchive& files) {
+    for (const char* program : {"cpio", "fst2vcd", "sigrok-cli", "vcd2fst"})
+        AddTool(files, std::string("/usr/bin/") + program);
+    files.AddTree(Path("tests/emulated/samples"), Path("tests/emulated/samples"));
 }

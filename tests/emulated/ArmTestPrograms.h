@@ -26,11 +26,12 @@ std::string Path(const std::string& program);
 // Adds a program with the libraries that it needs.
 void Add(VelrixBoard::CpioArchive& files, const std::string& program);
 
-// Adds what the test programs start, and the files that they read.
+// Adds what all test programs start, and the files that they read.
 void AddWhatTestsNeed(VelrixBoard::CpioArchive& files);
 
-// What needs more of a workstation than the machine has: programs that show recordings, rsyslogd, GNU's cpio, the
-// compiler for the machine.
-constexpr const char* LEFT_OUT = "--gtest_filter=-Viewers.*:*rsyslogd*:CpioArchive.*:ArmProgram.*";
+// Adds what the board programs, or all others, start beyond that: Debian's programs that scripts/arm-test-tools
+// fetched. They are many megabytes, which the machine unpacks each time it boots.
+void AddToolsOfBoardPrograms(VelrixBoard::CpioArchive& files);
+void AddToolsOfOtherPrograms(VelrixBoard::CpioArchive& files);
 
 } // namespace ArmTestPrograms
