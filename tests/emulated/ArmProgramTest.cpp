@@ -24,20 +24,11 @@ using VelrixBoard::CpioArchive;
 using VelrixBoard::ReadArmObject;
 using VelrixBoard::ReadLoadedPart;
 
-// Programs and libraries that the build made with the compiler for the device, since nothing else says what a linker
-// really writes.
-class ArmProgram : public testing::Test {
-protected:
-    void SetUp() override {
-        if (samples.empty())
-            GTEST_SKIP() << "this build found no arm-linux-gnueabihf-g++ to make samples with";
-    }
-
-    std::filesystem::path Path(const std::string& name) const { return samples / name; }
-
-private:
-    std::filesystem::path samples = ARM_SAMPLES;
-};
+// The path of a program or library that the build made with the compiler for the device, since nothing else says what a
+// linker really writes.
+std::filesystem::path Path(const std::string& name) {
+    return std::filesystem::path(ARM_SAMPLES) / name;
+}
 
 // A line of a shell script that starts a program for the device.
 std::string ShellCommand(const std::string& program) {
@@ -48,7 +39,7 @@ std::string ShellCommand(const std::string& program) {
 #endif
 }
 
-TEST_F(ArmProgram, TellsNeededLibrariesAndRunPath) {
+TEST(ArmProgram, TellsNeededLibrariesAndRunPath) {
     const auto object = ReadArmObject(Path("run-path-of-two"));
 
     ASSERT_TRUE(object);
@@ -57,14 +48,14 @@ TEST_F(ArmProgram, TellsNeededLibrariesAndRunPath) {
     EXPECT_EQ(object->runPath, (std::vector<std::string>{"/one", "/two"}));
 }
 
-TEST_F(ArmProgram, TellsThatAStaticProgramNeedsNothing) {
+TEST(ArmProgram, TellsThatAStaticProgramNeedsNothing) {
     const auto object = ReadArmObject(Path("static"));
 
     ASSERT_TRUE(object);
     EXPECT_TRUE(object->needed.empty());
 }
 
-TEST_F(ArmProgram, PutsLibrariesOfTheRunPathWhereTheyAre) {
+TEST(ArmProgram, PutsLibrariesOfTheRunPathWhereTheyAre) {
     CpioArchive archive;
     AddArmProgram(archive, Path("run-path-beside"), {});
 
@@ -75,7 +66,7 @@ TEST_F(ArmProgram, PutsLibrariesOfTheRunPathWhereTheyAre) {
     EXPECT_EQ(archive.Finish(), expected.Finish());
 }
 
-TEST_F(ArmProgram, PutsLibrariesOfGivenFoldersIntoTheMachinesOwn) {
+TEST(ArmProgram, PutsLibrariesOfGivenFoldersIntoTheMachinesOwn) {
     CpioArchive archive;
     AddArmProgram(archive, Path("no-run-path"), {Path("none"), Path("lib")});
 
@@ -86,7 +77,7 @@ TEST_F(ArmProgram, PutsLibrariesOfGivenFoldersIntoTheMachinesOwn) {
     EXPECT_EQ(archive.Finish(), expected.Finish());
 }
 
-TEST_F(ArmProgram, TakesAlongOnlyWhatIsLoaded) {
+TEST(ArmProgram, TakesAlongOnlyWhatIsLoaded) {
     const TemporaryFolder folder;
     const std::string loaded = ReadLoadedPart(Path("with-debug-information"));
     folder.Write("loaded", loaded);
@@ -98,7 +89,7 @@ TEST_F(ArmProgram, TakesAlongOnlyWhatIsLoaded) {
     EXPECT_EQ(folder.Read("output"), "42");
 }
 
-TEST_F(ArmProgram, RefusesWhatIsCutShort) {
+TEST(ArmProgram, RefusesWhatIsCutShort) {
     const TemporaryFolder folder;
     const std::string program = folder.Path("program");
     for (const std::uintmax_t size : {std::uintmax_t{60}, std::uintmax_t{200}, std::uintmax_t{1000}}) {
