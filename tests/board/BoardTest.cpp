@@ -344,10 +344,12 @@ TEST(BoardTest, EndsWhatTheProgramLeftBehind) {
     const std::string mark = Mark();
     PrivateBoard board;
 
-    const BoardResult end = board.Run(Shell("setsid sleep " + mark + " & exit 3"));
+    // One that is at rest, long before one that works would be ended.
+    const BoardResult end = board.Run(Shell("setsid sleep " + mark + " & (sleep 6; echo > /mnt/share/late) & exit 3"));
 
     EXPECT_EQ(end.exitCode, 3);
     EXPECT_FALSE(RunsSomewhere(mark));
+    EXPECT_FALSE(fs::exists(board.Outside("/mnt/share/late")));
 }
 
 TEST(BoardTest, TakesEverythingAlongWhenItIsKilledAndIsSweptByTheNext) {
