@@ -48,9 +48,9 @@ enum class Operation : std::uint32_t {
     SEEK,   // open, offset, flags (SEEK_SET, SEEK_CUR, SEEK_END): the new position
     STATUS, // open: the flags it was opened with, without those that matter for opening alone
     FLAGS,  // open, flags: O_APPEND is taken over, all others are ignored
-    CANCEL, // the request before is not to be waited for any longer. It has no answer of its own: the one to the request
-            // comes, -EINTR if it was still waiting
-    REBOOT  // flags: 1 a restart, 0 a halt; the reboot system call. The answer may never come
+    CANCEL, // the request before is not to be waited for any longer. It has no answer of its own: the one to the
+            // request comes, -EINTR if it was still waiting
+    REBOOT // flags: 1 a restart, 0 a halt; the reboot system call. The answer may never come
 };
 
 inline constexpr std::int64_t AT_POSITION = -1;

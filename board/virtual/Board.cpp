@@ -14,6 +14,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
@@ -29,22 +30,23 @@
 #include "board/virtual/Clock.h"
 #include "board/virtual/ControlPipe.h"
 #include "board/virtual/FileWatcher.h"
-#include "board/virtual/FuseFiles.h"
 #include "board/virtual/IBoardControl.h"
 #include "board/virtual/ILoopPart.h"
 #include "board/virtual/Init.h"
 #include "board/virtual/InputRecorder.h"
 #include "board/virtual/LogTail.h"
-#include "board/virtual/Namespaces.h"
+#include "board/virtual/NamespaceEntry.h"
 #include "board/virtual/OxboModule.h"
 #include "board/virtual/RebootStub.h"
 #include "board/virtual/Recorder.h"
+#include "board/virtual/Residents.h"
 #include "board/virtual/RunDirectory.h"
 #include "board/virtual/SettingsReader.h"
 #include "board/virtual/SignalBlock.h"
 #include "board/virtual/SyslogSocket.h"
 #include "board/virtual/TerminalView.h"
 #include "board/virtual/TimelineRecorder.h"
+#include "board/virtual/ValueFiles.h"
 
 namespace VelrixBoard {
 
@@ -103,11 +105,6 @@ bool IsInDeviceDirectory(fs::path path) {
         if (IsDeviceDirectory(path))
             return true;
     return false;
-}
-
-// As the program sees it.
-FuseFiles::Owner Owner(const BoardOptions& options) {
-    return options.asRoot ? FuseFiles::Owner{0, 0} : FuseFiles::Owner{::geteuid(), ::getegid()};
 }
 
 // The board is made from the run directory, which has to stay in sight meanwhile.
@@ -178,7 +175,7 @@ public:
         : options(boardOptions), directory(std::move(runDirectory)), layout(directory.Path()),
           model(MakeModel(options, layout)), state(model), recorder(layout, state, options.directory.has_value()),
           files(
-              state, [this] { return Now(); }, Owner(options), options.without, [this] { TellRecords(); }),
+              state, [this] { return Now(); }, options.without),
           oxbo(state, options.oxboReadyAfter,
                [this](std::size_t signal, bool level) { DriveForModule(signal, level); }),
           reboots(layout.Reboots(), [this](std::string_view call) { Reboot(call); }),
@@ -187,7 +184,11 @@ public:
         RequireKnownPaths(options, layout, state);
         state.Add(recorder);
         state.Add(oxbo);
-        parts = {&files, &oxbo};
+        fs::create_directory(layout.Stage());
+        fs::create_directory(layout.Device());
+        entry = MakeEntry();
+        // Requests to slow files are answered after those of the program that came meanwhile.
+        parts = {entry.get(), &files, &oxbo};
         for (const auto& [name, fault] : options.faults)
             files.SetFault(FindSignal(state, name), fault);
         if (options.timeline)
@@ -208,8 +209,6 @@ public:
         }
         MakeFile(layout.Reboots());
         watcher.WatchFile(layout.Reboots(), [this] { reboots.Read(); });
-        fs::create_directory(layout.Stage());
-        fs::create_directory(layout.Device());
         placements = MakePlacements();
         RequireInSight(layout.Root(), placements);
     }
@@ -225,10 +224,12 @@ public:
         initSocket = FileDescriptor(pair[0]);
         FileDescriptor farEnd(pair[1]);
         const FileDescriptor signalFile(::signalfd(-1, &signals.Blocked(), SFD_CLOEXEC | SFD_NONBLOCK));
-        const InitPlan plan{::geteuid(),     ::getegid(), options.asRoot,  layout.Stage(),
-                            layout.Device(), placements,  signals.Before()};
+        InitPlan plan = entry->Plan(placements);
+        plan.signalMask = signals.Before();
+        // What process 1 leaves behind, should it be killed, comes to this process.
+        ::prctl(PR_SET_CHILD_SUBREAPER, 1);
 
-        const pid_t init = ForkIntoNamespaces();
+        const pid_t init = entry->Fork();
         if (init == 0) {
             initSocket.Close();
             RunInit(plan, program, std::move(farEnd));
@@ -244,14 +245,12 @@ public:
         int initStatus = 0;
         while (::waitpid(init, &initStatus, 0) < 0 && errno == EINTR) {
         }
+        if (!plan.hasOwnNumbers && !ended)
+            Residents(false).End();
         TellRecords();
         webLog.Finish();
         Settle();
-        std::error_code error;
-        fs::remove(layout.Stage(), error);
-        fs::remove(layout.Device(), error);
-        // A script that writes into it later would wait for ever.
-        fs::remove(layout.Control(), error);
+        RemoveOwnFiles();
         if (view)
             view->Finish(Now());
         if (!failure.empty())
@@ -286,6 +285,23 @@ public:
     }
 
 private:
+    std::unique_ptr<IBoardEntry> MakeEntry() {
+        const NamespaceEntry::Place place{layout.Stage(), layout.Device()};
+        const NamespaceEntry::Trial trial = NamespaceEntry::Try(place);
+        if (!trial.isAllowed)
+            throw BoardError(trial.reason);
+        return std::make_unique<NamespaceEntry>(files, place, trial.canHaveOwnNumbers, options.asRoot,
+                                                [this] { TellRecords(); });
+    }
+
+    // What nobody needs any more. A script that writes into the control pipe later would wait for ever.
+    void RemoveOwnFiles() const {
+        std::error_code error;
+        fs::remove(layout.Stage(), error);
+        fs::remove(layout.Device(), error);
+        fs::remove(layout.Control(), error);
+    }
+
     // For whoever does something to the board on behalf of its user: what they do can be recorded.
     IBoardControl& Control() { return inputs ? static_cast<IBoardControl&>(*inputs) : *this; }
 
@@ -470,7 +486,7 @@ private:
             return false;
         switch (message.kind) {
         case InitMessage::Kind::MOUNTED:
-            files.Serve(std::move(attached));
+            entry->Serve(std::move(attached));
             break;
         case InitMessage::Kind::STARTED:
             programProcess = std::move(attached);
@@ -530,6 +546,12 @@ private:
                 files.DriveInput(signal, initial.Level(signal));
     }
 
+    void RecordSystemCall(bool restart) const {
+        const std::string call = restart ? "reboot(2) restart\n" : "reboot(2) halt\n";
+        const FileDescriptor record(::open(layout.Reboots().c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+        WriteAll(record.Get(), call);
+    }
+
     // Process 1 went before the program did. The reboot system call ends a namespace that way, with a signal that tells
     // a restart from a halt; the program asked for it, so that counts as a good end.
     int StatusWithoutEnd(int initStatus) {
@@ -537,9 +559,7 @@ private:
         const bool halt = WIFSIGNALED(initStatus) && WTERMSIG(initStatus) == SIGINT;
         if (!restart && !halt)
             throw BoardError("the board's first process ended unexpectedly");
-        const std::string call = restart ? "reboot(2) restart\n" : "reboot(2) halt\n";
-        const FileDescriptor record(::open(layout.Reboots().c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
-        WriteAll(record.Get(), call);
+        RecordSystemCall(restart);
         return 0;
     }
 
@@ -550,7 +570,8 @@ private:
     BoardState state;
     FileWatcher watcher;
     Recorder recorder;
-    FuseFiles files;
+    ValueFiles files;
+    std::unique_ptr<IBoardEntry> entry;
     OxboModule oxbo;
     LogTail reboots;
     LogTail webLog;

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <ctime>
 #include <string>
+#include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -20,7 +21,6 @@
 
 #include "board/virtual/BoardError.h"
 #include "board/virtual/Namespaces.h"
-#include "board/virtual/ValueText.h"
 
 namespace VelrixBoard {
 
@@ -33,17 +33,13 @@ using Number = DeviceTree::Number;
 // vanish; that cannot be told to the kernel later without waiting for a program that may be waiting for the board.
 constexpr double FOR_EVER_S = 86400;
 
-// The size that the device's value files show, and the most that one write takes there. The connection takes more: with
-// a limit of one page, the kernel would cut a text that lies across two pages into two writes.
-constexpr std::size_t PAGE = 4096;
-
 // Requests that are answered at a stretch before the others in the loop have their turn.
 constexpr int BURST = 64;
 
 } // namespace
 
 struct FuseFiles::OpenFile {
-    std::uint64_t seen = 0; // of the file's events; the first is that it is there
+    std::uint64_t seen = 0; // the latest event that was read
     fuse_pollhandle* waiting = nullptr;
 
     ~OpenFile() { Wait(nullptr); }
@@ -63,16 +59,10 @@ struct FuseFiles::Buffer {
     ~Buffer() { std::free(content.mem); }
 };
 
-struct FuseFiles::Request {
-    fuse_req_t request;
-    Number file;
-    OpenFile* openFile; // open for as long as the request lasts
-    bool isWrite;
-    std::size_t size;
-    std::size_t offset; // of a read
-    std::string text{}; // of a write
-    BoardTime due{};    // of a slow file
-    bool interrupted = false;
+// A request that waits for a slow file.
+struct FuseFiles::LateRequest {
+    ValueFiles& files;
+    ValueFiles::Ticket ticket;
 };
 
 // The requests of the kernel, a function each, as the library calls them.
@@ -80,16 +70,16 @@ struct FuseFiles::Operations {
     static FuseFiles& Files(fuse_req_t request) { return *static_cast<FuseFiles*>(fuse_req_userdata(request)); }
 
     static struct stat Attributes(const FuseFiles& files, Number number) {
-        const Node& node = *files.tree.Find(number);
+        const Node& node = *files.values.Tree().Find(number);
         struct stat status {};
         status.st_ino = number;
         status.st_uid = files.owner.user;
         status.st_gid = files.owner.group;
-        status.st_blksize = PAGE;
+        status.st_blksize = ValueFiles::PAGE;
         if (node.isFile) {
-            status.st_mode = S_IFREG | (files.IsWritable(node) ? 0644 : 0444);
+            status.st_mode = S_IFREG | (files.values.IsWritable(number) ? 0644 : 0444);
             status.st_nlink = 1;
-            status.st_size = PAGE;
+            status.st_size = ValueFiles::PAGE;
         } else {
             status.st_mode = S_IFDIR | 0755;
             status.st_nlink = 2;
@@ -100,23 +90,23 @@ struct FuseFiles::Operations {
     // A file among the machine's is not looked up by name; whether it is there shows in its attributes alone.
     static double Validity(const Node& node) { return node.isPlaced ? 0 : FOR_EVER_S; }
 
-    static bool IsMissing(const FuseFiles& files, const Node& node) {
-        const Fault* fault = files.FaultOfFile(node);
-        return fault != nullptr && fault->kind == Fault::Kind::MISSING;
+    static bool IsMissing(const FuseFiles& files, Number number) {
+        return files.values.Tree().Find(number)->isFile && files.values.IsMissing(number);
     }
 
     static void Lookup(fuse_req_t request, fuse_ino_t parent, const char* name) {
         const FuseFiles& files = Files(request);
-        const Node* directory = files.tree.Find(parent);
+        const DeviceTree& tree = files.values.Tree();
+        const Node* directory = tree.Find(parent);
         const auto child =
             directory != nullptr ? directory->children.find(name) : std::map<std::string, Number>::const_iterator{};
         if (directory == nullptr || child == directory->children.end()) {
             fuse_reply_err(request, ENOENT);
             return;
         }
-        const Node& node = *files.tree.Find(child->second);
+        const Node& node = *tree.Find(child->second);
         // A file that is put among the machine's by itself is looked up once, to put it there.
-        if (IsMissing(files, node) && !node.isPlaced) {
+        if (IsMissing(files, child->second) && !node.isPlaced) {
             fuse_reply_err(request, ENOENT);
             return;
         }
@@ -130,8 +120,8 @@ struct FuseFiles::Operations {
 
     static void GetAttributes(fuse_req_t request, fuse_ino_t number, fuse_file_info*) {
         const FuseFiles& files = Files(request);
-        const Node* node = files.tree.Find(number);
-        if (node == nullptr || IsMissing(files, *node)) {
+        const Node* node = files.values.Tree().Find(number);
+        if (node == nullptr || IsMissing(files, number)) {
             fuse_reply_err(request, ENOENT);
             return;
         }
@@ -148,10 +138,10 @@ struct FuseFiles::Operations {
 
     static void ReadDirectory(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t offset, fuse_file_info*) {
         const FuseFiles& files = Files(request);
-        const Node& directory = *files.tree.Find(number);
+        const Node& directory = *files.values.Tree().Find(number);
         std::vector<std::pair<std::string, Number>> entries = {{".", number}, {"..", directory.parent}};
         for (const auto& [name, child] : directory.children)
-            if (!IsMissing(files, *files.tree.Find(child)))
+            if (!IsMissing(files, child))
                 entries.emplace_back(name, child);
         std::vector<char> buffer(size);
         std::size_t used = 0;
@@ -168,16 +158,8 @@ struct FuseFiles::Operations {
 
     static void Open(fuse_req_t request, fuse_ino_t number, fuse_file_info* info) {
         FuseFiles& files = Files(request);
-        const Node& node = *files.tree.Find(number);
-        const Fault* fault = files.FaultOfFile(node);
-        const bool forWriting = (info->flags & O_ACCMODE) != O_RDONLY;
-        int error = 0;
-        if (fault != nullptr && fault->kind == Fault::Kind::MISSING)
-            error = ENOENT;
         // A program that is root on its board would pass by the file's mode.
-        else if ((fault != nullptr && fault->kind == Fault::Kind::NO_ACCESS) || (forWriting && !files.IsWritable(node)))
-            error = EACCES;
-        if (error != 0) {
+        if (const int error = files.values.OpenError(number, (info->flags & O_ACCMODE) != O_RDONLY)) {
             fuse_reply_err(request, error);
             return;
         }
@@ -199,34 +181,55 @@ struct FuseFiles::Operations {
 
     static void Read(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t offset, fuse_file_info* info) {
         FuseFiles& files = Files(request);
-        TakeRequest(files, {request, number, files.openFiles.at(info->fh).get(), false, size,
-                            static_cast<std::size_t>(offset)});
+        OpenFile& openFile = *files.openFiles.at(info->fh); // open for as long as the request lasts
+        auto answer = [&files, &openFile, request, size, offset](int error, bool level) {
+            Forget(files, request);
+            if (error != 0) {
+                fuse_reply_err(request, error);
+                return;
+            }
+            const std::string_view text = level ? "1\n" : "0\n";
+            openFile.seen = files.values.LatestEvent(openFile.file);
+            const std::string_view part = text.substr(std::min(static_cast<std::size_t>(offset), text.size()), size);
+            fuse_reply_buf(request, part.data(), part.size());
+        };
+        LetWait(files, request, files.values.Read(number, std::move(answer)));
     }
 
     static void Write(fuse_req_t request, fuse_ino_t number, const char* text, std::size_t size, off_t,
-                      fuse_file_info* info) {
+                      fuse_file_info*) {
         FuseFiles& files = Files(request);
-        TakeRequest(files, {request,
-                            number,
-                            files.openFiles.at(info->fh).get(),
-                            true,
-                            std::min(size, PAGE),
-                            0,
-                            {text, std::min(size, PAGE)}});
+        const std::size_t taken = std::min(size, ValueFiles::PAGE);
+        auto answer = [&files, request, taken](int error, bool) {
+            Forget(files, request);
+            if (error != 0)
+                fuse_reply_err(request, error);
+            else
+                fuse_reply_write(request, taken);
+        };
+        LetWait(files, request, files.values.Write(number, {text, taken}, std::move(answer)));
     }
 
-    static void TakeRequest(FuseFiles& files, Request request) {
-        const Fault* fault = files.FaultOfFile(*files.tree.Find(request.file));
-        if (fault == nullptr || fault->kind != Fault::Kind::SLOW) {
-            files.Answer(request);
+    // Before the answer, since the library may pass an interrupt on until then.
+    static void Forget(FuseFiles& files, fuse_req_t request) {
+        if (files.late.count(request) == 0)
             return;
-        }
-        request.due = files.clock() + fault->delay;
-        files.late.push_back(std::move(request));
-        Request& kept = files.late.back();
-        // A program that is told to end does not have to wait for a slow file.
+        fuse_req_interrupt_func(request, nullptr, nullptr);
+        files.late.erase(request);
+    }
+
+    // A program that is told to end does not have to wait for a slow file.
+    static void LetWait(FuseFiles& files, fuse_req_t request, ValueFiles::Ticket ticket) {
+        if (ticket == 0)
+            return;
+        LateRequest& late = files.late.emplace(request, LateRequest{files.values, ticket}).first->second;
         fuse_req_interrupt_func(
-            kept.request, [](fuse_req_t, void* data) { static_cast<Request*>(data)->interrupted = true; }, &kept);
+            request,
+            [](fuse_req_t, void* data) {
+                const auto& interrupted = *static_cast<LateRequest*>(data);
+                interrupted.files.Interrupt(interrupted.ticket);
+            },
+            &late);
     }
 
     static void Poll(fuse_req_t request, fuse_ino_t number, fuse_file_info* info, fuse_pollhandle* handle) {
@@ -234,7 +237,7 @@ struct FuseFiles::Operations {
         OpenFile& openFile = *files.openFiles.at(info->fh);
         if (handle != nullptr)
             openFile.Wait(handle);
-        const bool unseen = openFile.seen != files.events[number] + 1;
+        const bool unseen = openFile.seen != files.values.LatestEvent(number);
         const unsigned ready = POLLIN | POLLOUT | (unseen ? POLLPRI | POLLERR : 0);
         fuse_reply_poll(request, ready);
     }
@@ -278,19 +281,18 @@ struct FuseFiles::Operations {
     }
 };
 
-FuseFiles::FuseFiles(BoardState& boardState, Clock boardClock, Owner fileOwner,
-                     const std::set<std::filesystem::path>& without, BeforeRequest beforeRequest)
-    : state(boardState), clock(std::move(boardClock)), owner(fileOwner), before(std::move(beforeRequest)), tree(state),
-      faults(state.Count()), buffer(std::make_unique<Buffer>()) {
-    for (std::size_t signal = 0; signal < state.Count(); ++signal)
-        if (without.count(std::filesystem::path(state.Path(signal)).lexically_normal()) != 0)
-            faults[signal] = Fault{Fault::Kind::MISSING};
+FuseFiles::FuseFiles(ValueFiles& valueFiles, Owner fileOwner, BeforeRequest beforeRequest)
+    : values(valueFiles), owner(fileOwner), before(std::move(beforeRequest)), buffer(std::make_unique<Buffer>()) {
+    values.OnEvent([this](Number file) { Wake(file); });
 }
 
 FuseFiles::~FuseFiles() {
+    values.OnEvent([](Number) {});
     // Nobody waits for these any more, but the library holds memory for them.
-    for (const Request& request : late)
-        fuse_reply_err(request.request, ENODEV);
+    for (const auto& [request, waiting] : late) {
+        values.Drop(waiting.ticket);
+        fuse_reply_err(request, ENODEV);
+    }
     openFiles.clear();
     if (session != nullptr)
         fuse_session_destroy(session);
@@ -315,14 +317,7 @@ int FuseFiles::Descriptor() const {
     return session != nullptr && !ended ? fuse_session_fd(session) : -1;
 }
 
-std::optional<BoardTime> FuseFiles::Due() const {
-    if (late.empty())
-        return std::nullopt;
-    return std::min_element(late.begin(), late.end(), [](const Request& a, const Request& b) { return a.due < b.due; })
-        ->due;
-}
-
-void FuseFiles::Run(BoardTime now) {
+void FuseFiles::Run(BoardTime) {
     for (int i = 0; i < BURST && Descriptor() >= 0; ++i) {
         const int length = fuse_session_receive_buf(session, &buffer->content);
         if (length == -EINTR)
@@ -337,108 +332,14 @@ void FuseFiles::Run(BoardTime now) {
         before();
         fuse_session_process_buf(session, &buffer->content);
     }
-    AnswerLateRequests(now);
 }
 
-void FuseFiles::DriveInput(std::size_t signal, bool level) {
-    const bool changes = state.Level(signal) != level;
-    state.Set(signal, level, clock());
-    const auto file = tree.FileOf(signal);
-    if (!changes || !file)
-        return;
-    ++events[*file];
+void FuseFiles::Wake(Number file) {
     for (const auto& [number, openFile] : openFiles)
-        if (openFile->file == *file && openFile->waiting != nullptr) {
+        if (openFile->file == file && openFile->waiting != nullptr) {
             fuse_lowlevel_notify_poll(openFile->waiting);
             openFile->Wait(nullptr);
         }
-}
-
-void FuseFiles::SetFault(std::size_t signal, const std::optional<Fault>& fault) {
-    if (!tree.FileOf(signal))
-        throw BoardError(state.Name(signal) + " has no value file on this board that could be broken");
-    if (fault && fault->kind == Fault::Kind::NO_SPACE && state.IsInput(signal))
-        throw BoardError(state.Name(signal) + " is an input; only writes find a device full");
-    faults[signal] = fault;
-    for (IBoardObserver* observer : state.Observers())
-        observer->OnFault(signal, clock());
-}
-
-void FuseFiles::Answer(const Request& request) {
-    const Fault* fault = FaultOfFile(*tree.Find(request.file));
-    int error = 0;
-    if (fault != nullptr) {
-        switch (fault->kind) {
-        case Fault::Kind::IO_ERROR:
-            error = EIO;
-            break;
-        case Fault::Kind::NO_SPACE:
-            error = request.isWrite ? ENOSPC : 0;
-            break;
-        case Fault::Kind::NO_ACCESS:
-            error = EACCES;
-            break;
-        case Fault::Kind::MISSING:
-            error = ENODEV;
-            break;
-        case Fault::Kind::SLOW:
-            break;
-        }
-    }
-    if (error != 0)
-        fuse_reply_err(request.request, error);
-    else if (request.isWrite)
-        AnswerWrite(request);
-    else
-        AnswerRead(request);
-}
-
-void FuseFiles::AnswerRead(const Request& request) {
-    const std::string_view text = state.Level(tree.Find(request.file)->signals.front()) ? "1\n" : "0\n";
-    request.openFile->seen = events[request.file] + 1;
-    const std::string_view part = text.substr(std::min(request.offset, text.size()), request.size);
-    fuse_reply_buf(request.request, part.data(), part.size());
-}
-
-void FuseFiles::AnswerWrite(const Request& request) {
-    const Node& node = *tree.Find(request.file);
-    const bool isLine = node.signals.front() < state.Model().Lines().size();
-    bool level = false;
-    const int error = isLine ? ParseLineValue(request.text, level) : ParseLedValue(request.text, level);
-    if (error != 0) {
-        fuse_reply_err(request.request, error);
-        return;
-    }
-    for (const std::size_t signal : node.signals)
-        state.Write(signal, level, clock());
-    fuse_reply_write(request.request, request.size);
-}
-
-void FuseFiles::AnswerLateRequests(BoardTime now) {
-    for (auto request = late.begin(); request != late.end();) {
-        if (!request->interrupted && now < request->due) {
-            ++request;
-            continue;
-        }
-        fuse_req_interrupt_func(request->request, nullptr, nullptr);
-        if (request->interrupted)
-            fuse_reply_err(request->request, EINTR);
-        else
-            Answer(*request);
-        request = late.erase(request);
-    }
-}
-
-const Fault* FuseFiles::FaultOfFile(const Node& node) const {
-    for (const std::size_t signal : node.signals)
-        if (faults[signal])
-            return &*faults[signal];
-    return nullptr;
-}
-
-bool FuseFiles::IsWritable(const Node& node) const {
-    return std::any_of(node.signals.begin(), node.signals.end(),
-                       [this](std::size_t signal) { return !state.IsInput(signal); });
 }
 
 FileDescriptor MountFuse(const std::filesystem::path& mountPoint, FuseFiles::Owner owner) {

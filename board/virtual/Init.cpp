@@ -9,16 +9,11 @@
 #include <cstring>
 #include <ctime>
 #include <exception>
-#include <filesystem>
 #include <iterator>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <system_error>
 
-#include <fcntl.h>
 #include <poll.h>
-#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
@@ -26,10 +21,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "board/virtual/FuseFiles.h"
-#include "board/virtual/Namespaces.h"
-#include "board/virtual/PseudoTerminals.h"
-#include "board/virtual/Skeleton.h"
+#include "board/virtual/Residents.h"
 
 namespace VelrixBoard {
 
@@ -64,35 +56,13 @@ void Send(int socket, InitMessage::Kind kind, int status, const std::string& tex
     (void)::sendmsg(socket, &header, MSG_NOSIGNAL);
 }
 
-void MakeBoard(const InitPlan& plan, const std::filesystem::path& workingDirectory, int socket) {
-    MapIds(plan.user, plan.group, plan.asRoot);
-    DetachMounts();
-    {
-        // Opened here, because the kernel mounts only what was opened in the same user namespace; and closed here,
-        // because a program that held it would keep the file system alive after the board.
-        const FileDescriptor connection =
-            MountFuse(plan.device, {plan.asRoot ? 0 : plan.user, plan.asRoot ? 0 : plan.group});
-        Send(socket, InitMessage::Kind::MOUNTED, 0, "", connection.Get());
-    }
-    Skeleton(plan.stage).Mount(plan.placements);
-    // What was bound from here stays.
-    ::umount2(plan.device.c_str(), MNT_DETACH);
-    MakePseudoTerminals();
-    // Refused where the machine's own /proc is partly masked. Then that one stays, whose process numbers are the
-    // machine's.
-    (void)::mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr);
-    // A working directory inside a covered one would still be that of the machine.
-    if (::chdir(workingDirectory.c_str()) != 0 && ::chdir("/") != 0)
-        std::abort();
-}
-
-[[noreturn]] void RunProgram(const Program& program, const sigset_t& signalMask) {
+[[noreturn]] void RunProgram(const InitPlan& plan, const Program& program) {
     if (program.standardOutput >= 0)
         ::dup2(program.standardOutput, STDOUT_FILENO);
     if (program.standardError >= 0)
         ::dup2(program.standardError, STDERR_FILENO);
-    ::sigprocmask(SIG_SETMASK, &signalMask, nullptr);
-    std::exit(program.main());
+    ::sigprocmask(SIG_SETMASK, &plan.signalMask, nullptr);
+    std::exit(program.main(plan.beginProgram()));
 }
 
 long long NowNs() {
@@ -101,40 +71,17 @@ long long NowNs() {
     return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
 }
 
-// The next order of the board, waited for. Without a board there is no more to do.
+// The next order of the board, waited for; LEAVE when the board is gone.
 InitOrder ReceiveOrder(int socket) {
     InitOrder order{};
-    if (::recv(socket, &order, sizeof order, 0) != static_cast<ssize_t>(sizeof order))
-        ::_exit(0);
-    return order;
-}
-
-// Whether any process but this one runs or waits for its turn to. Where the board has no /proc of its own, those of the
-// machine count as well.
-bool OthersWork() {
-    std::error_code error;
-    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self", error);
-    for (std::filesystem::directory_iterator entry("/proc", error), end; !error && entry != end;
-         entry.increment(error)) {
-        const std::filesystem::path name = entry->path().filename();
-        if (name == self || name.native().find_first_not_of("0123456789") != std::string::npos)
-            continue;
-        // The state follows the command's name, which stands in brackets and may have any character in it.
-        const FileDescriptor file(::open((entry->path() / "stat").c_str(), O_RDONLY | O_CLOEXEC));
-        char text[128];
-        const ssize_t length = file ? ::read(file.Get(), text, sizeof text) : 0;
-        const std::string_view stat(text, length > 0 ? static_cast<std::size_t>(length) : 0);
-        const std::size_t nameEnd = stat.rfind(") ");
-        const std::string_view state = nameEnd == std::string_view::npos ? "" : stat.substr(nameEnd + 2, 1);
-        if (state == "R" || state == "D")
-            return true;
-    }
-    return false;
+    return ::recv(socket, &order, sizeof order, 0) == static_cast<ssize_t>(sizeof order) ? order : InitOrder::LEAVE;
 }
 
 // When those that are to end have had their time.
 class Grace {
 public:
+    explicit Grace(const Residents& others) : residents(others) {}
+
     // Those that begin later change nothing.
     void Begin() {
         if (begun)
@@ -156,11 +103,12 @@ public:
         if (!begun || now < look)
             return false;
         look = now + LOOK_NS;
-        rest = OthersWork() ? 0 : rest + 1;
+        rest = residents.AnyWorks() ? 0 : rest + 1;
         return rest >= LOOKS_AT_REST || now - *begun >= WORK_NS;
     }
 
 private:
+    const Residents& residents;
     std::optional<long long> begun;
     long long look = 0;
     int rest = 0;
@@ -177,7 +125,10 @@ pid_t StartProgram(const InitPlan& plan, const Program& program, FileDescriptor&
     if (child == 0) {
         socket.Close();
         childSignals.Close();
-        RunProgram(program, plan.signalMask);
+        // Where the kernel does not end all with process 1.
+        if (!plan.hasOwnNumbers)
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        RunProgram(plan, program);
     }
     const FileDescriptor process(static_cast<int>(::syscall(SYS_pidfd_open, child, 0)));
     Send(socket.Get(), InitMessage::Kind::STARTED, 0, "", process.Get());
@@ -187,8 +138,8 @@ pid_t StartProgram(const InitPlan& plan, const Program& program, FileDescriptor&
 // Reaps everything until the program and all others have ended; those that outlive the program, or the order to end,
 // for too long are killed. The program may stop and go on; only its end counts. What it orphans comes to this process
 // too.
-void WaitForAll(pid_t program, int socket, int childSignals) {
-    Grace grace;
+void WaitForAll(pid_t program, const Residents& residents, int socket, int childSignals) {
+    Grace grace(residents);
     for (;;) {
         int status = 0;
         pid_t ended = 0;
@@ -202,16 +153,26 @@ void WaitForAll(pid_t program, int socket, int childSignals) {
             return;
 
         if (grace.IsOver())
-            ::kill(-1, SIGKILL);
+            residents.Signal(SIGKILL);
         pollfd waits[] = {{socket, POLLIN, 0}, {childSignals, POLLIN, 0}};
         const std::optional<timespec> left = grace.Left();
         (void)::ppoll(waits, std::size(waits), left ? &*left : nullptr, nullptr);
         signalfd_siginfo signal;
         if (waits[1].revents != 0)
             (void)!::read(childSignals, &signal, sizeof signal);
-        if (waits[0].revents != 0 && ReceiveOrder(socket) == InitOrder::END_ALL) {
-            ::kill(-1, SIGTERM);
+        if (waits[0].revents == 0)
+            continue;
+        switch (ReceiveOrder(socket)) {
+        case InitOrder::END_ALL:
+            residents.Signal(SIGTERM);
             grace.Begin();
+            break;
+        case InitOrder::KILL_ALL:
+            residents.End();
+            break;
+        default: // the board is gone
+            residents.End();
+            ::_exit(0);
         }
     }
 }
@@ -240,14 +201,18 @@ bool SendInitOrder(int socket, InitOrder order) {
     return ::send(socket, &order, sizeof order, MSG_NOSIGNAL) == static_cast<ssize_t>(sizeof order);
 }
 
-void RunInit(const InitPlan& plan, const Program& program, FileDescriptor socket) {
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    // A board that died before that line was reached would leave this process behind; then the order does not come.
-    (void)ReceiveOrder(socket.Get());
+void SendMounted(int socket, int descriptor) {
+    Send(socket, InitMessage::Kind::MOUNTED, 0, "", descriptor);
+}
 
-    std::error_code error;
+void RunInit(const InitPlan& plan, const Program& program, FileDescriptor socket) {
+    ::prctl(plan.hasOwnNumbers ? PR_SET_PDEATHSIG : PR_SET_CHILD_SUBREAPER, plan.hasOwnNumbers ? SIGKILL : 1);
+    // A board that died before that line was reached would leave this process behind; then the order does not come.
+    if (ReceiveOrder(socket.Get()) != InitOrder::BEGIN)
+        ::_exit(0);
+
     try {
-        MakeBoard(plan, std::filesystem::current_path(error), socket.Get());
+        plan.makeBoard(socket.Get());
     } catch (const std::exception& exception) {
         Send(socket.Get(), InitMessage::Kind::FAILED, 0, exception.what(), -1);
         ::_exit(1);
@@ -261,14 +226,15 @@ void RunInit(const InitPlan& plan, const Program& program, FileDescriptor socket
     sigaddset(&childSignal, SIGCHLD);
     FileDescriptor childSignals(::signalfd(-1, &childSignal, SFD_CLOEXEC | SFD_NONBLOCK));
 
+    const Residents residents(plan.hasOwnNumbers);
     for (InitOrder order = InitOrder::RUN_ANEW; order == InitOrder::RUN_ANEW;) {
         const pid_t child = StartProgram(plan, program, socket, childSignals);
-        WaitForAll(child, socket.Get(), childSignals.Get());
+        WaitForAll(child, residents, socket.Get(), childSignals.Get());
         Send(socket.Get(), InitMessage::Kind::DOWN, 0, "", -1);
         // An order to end all may have crossed the message that all has ended.
         do
             order = ReceiveOrder(socket.Get());
-        while (order == InitOrder::END_ALL);
+        while (order == InitOrder::END_ALL || order == InitOrder::KILL_ALL);
     }
     ::_exit(0);
 }

@@ -1,27 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <filesystem>
-#include <vector>
+#include <functional>
 
 #include <csignal>
-#include <sys/types.h>
+#include <unistd.h>
 
 #include "board/virtual/FileDescriptor.h"
-#include "board/virtual/Placement.h"
 #include "board/virtual/Program.h"
 
 namespace VelrixBoard {
 
 // What process 1 of a board has to do.
 struct InitPlan {
-    uid_t user;
-    gid_t group;
-    bool asRoot;
-    std::filesystem::path stage;
-    std::filesystem::path device; // where the value files are mounted while the board is made
-    std::vector<Placement> placements;
-    sigset_t signalMask; // the one to give to the program
+    // Process numbers begin at 1 on the board: process 1 is that by number, and its end is that of all others.
+    bool hasOwnNumbers = true;
+
+    // Makes the board, with the socket to the board's process; throws BoardError.
+    std::function<void(int socket)> makeBoard = [](int) {};
+
+    // In each program's process, before it does anything: gives what executes commands there.
+    std::function<Execute()> beginProgram = [] { return Execute(::execvp); };
+
+    sigset_t signalMask{}; // the one to give to the program
 };
 
 // What process 1 tells the board, one packet each: the value files are to be served (with a descriptor of their
@@ -36,19 +37,23 @@ struct InitMessage {
 };
 
 // What the board tells process 1, one packet each: to make the board and run the program; to end all that runs, as a
-// reboot does; and, in answer to DOWN, to run the program anew or to leave.
-enum class InitOrder : char { BEGIN, END_ALL, RUN_ANEW, LEAVE };
+// reboot does; to kill all that runs, as the system call of that name does; and, in answer to DOWN, to run the program
+// again or to leave.
+enum class InitOrder : char { BEGIN, END_ALL, KILL_ALL, RUN_ANEW, LEAVE };
 
 // False when process 1 is gone.
 bool SendInitOrder(int socket, InitOrder order);
 
+// Tells the board that it is made so far that its value files can be served through the descriptor.
+void SendMounted(int socket, int descriptor);
+
 // Receives one message and the descriptor that comes with it. False at the end: process 1 is gone.
 bool ReceiveInitMessage(int socket, InitMessage& message, FileDescriptor& attached);
 
-// The life of process 1, in the child of ForkIntoNamespaces: waits for the order to begin, makes the board, runs the
-// program, reaps everything, and ends soon after the program what that left running. Then it does as it is told, and
-// runs the program anew or leaves. When the board dies, by whatever signal, process 1 is killed by the kernel and all
-// others with it.
+// The life of process 1, in a child of the board's process: waits for the order to begin, makes the board, runs the
+// program, reaps everything, and ends soon after the program what that left running. Then the board orders it to run
+// the program again or to leave. When the board dies, by whatever signal, all processes on it are killed: with process
+// numbers of its own by the kernel, which kills process 1; otherwise by process 1.
 [[noreturn]] void RunInit(const InitPlan& plan, const Program& program, FileDescriptor socket);
 
 } // namespace VelrixBoard

@@ -76,10 +76,11 @@ std::string DescribeRefusal(const std::string& step, int error, uid_t user, cons
                   "\"--security-opt seccomp=unconfined\" and an unmasked /proc.";
 }
 
-pid_t ForkIntoNamespaces() {
+pid_t ForkIntoNamespaces(bool ownNumbers) {
     // The bare system call with no stack of its own behaves as fork does. On every architecture this is built for, the
     // flags are its first argument.
-    const long child = ::syscall(SYS_clone, CLONE_NEWUSER | CLONE_NEWNS | CLONE_NEWPID | SIGCHLD, 0, 0, 0, 0);
+    const long flags = CLONE_NEWUSER | CLONE_NEWNS | (ownNumbers ? CLONE_NEWPID : 0) | SIGCHLD;
+    const long child = ::syscall(SYS_clone, flags, 0, 0, 0, 0);
     if (child < 0)
         throw BoardError(DescribeRefusal("clone", errno, ::geteuid()));
     return static_cast<pid_t>(child);

@@ -18,12 +18,12 @@ constexpr int NOT_FOUND = 127;
 } // namespace
 
 Program CommandProgram(std::vector<std::string> command) {
-    const auto run = [command = std::move(command)]() mutable {
+    const auto run = [command = std::move(command)](const Execute& execute) mutable {
         std::vector<char*> arguments;
         for (std::string& argument : command)
             arguments.push_back(argument.data());
         arguments.push_back(nullptr);
-        ::execvp(arguments.front(), arguments.data());
+        execute(arguments.front(), arguments.data());
         const int error = errno;
         std::fprintf(stderr, "velrix-board: cannot start %s: %s\n", arguments.front(), std::strerror(error));
         // Not exit: this process shares the board's open streams.

@@ -67,7 +67,7 @@ protected:
         if (process == 0) {
             int status = 1 << 8;
             try {
-                const auto main = [&] {
+                const auto main = [&](const Execute&) {
                     std::ofstream stream(output);
                     code(stream);
                     return 0;
@@ -443,8 +443,7 @@ TEST_F(FuseFilesTest, RefusesFaultsThatASignalCannotHave) {
     BoardModel model;
     model.Apply("led", "module_status_red", "/dev/null");
     BoardState state(model);
-    FuseFiles files(
-        state, [] { return BoardTime(0); }, {0, 0}, {}, [] {});
+    ValueFiles files(state, [] { return BoardTime(0); }, {});
     const struct {
         const char* name;
         Fault fault;
