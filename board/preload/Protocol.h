@@ -50,7 +50,7 @@ enum class Operation : std::uint32_t {
     FLAGS,  // open, flags: O_APPEND is taken over, all others are ignored
     CANCEL, // the request before is not to be waited for any longer. It has no answer of its own: the one to the
             // request comes, -EINTR if it was still waiting
-    REBOOT // flags: 1 a restart, 0 a halt; the reboot system call. The answer may never come
+    REBOOT  // flags: 1 a restart, 0 a halt; the reboot system call. The answer may never come
 };
 
 inline constexpr std::int64_t AT_POSITION = -1;

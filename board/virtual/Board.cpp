@@ -37,6 +37,7 @@
 #include "board/virtual/LogTail.h"
 #include "board/virtual/NamespaceEntry.h"
 #include "board/virtual/OxboModule.h"
+#include "board/virtual/PreloadEntry.h"
 #include "board/virtual/RebootStub.h"
 #include "board/virtual/Recorder.h"
 #include "board/virtual/Residents.h"
@@ -286,19 +287,32 @@ public:
 
 private:
     std::unique_ptr<IBoardEntry> MakeEntry() {
+        const auto before = [this] { TellRecords(); };
         const NamespaceEntry::Place place{layout.Stage(), layout.Device()};
-        const NamespaceEntry::Trial trial = NamespaceEntry::Try(place);
-        if (!trial.isAllowed)
-            throw BoardError(trial.reason);
-        return std::make_unique<NamespaceEntry>(files, place, trial.canHaveOwnNumbers, options.asRoot,
-                                                [this] { TellRecords(); });
+        if (options.isolation != Isolation::PRELOAD) {
+            const NamespaceEntry::Trial trial = NamespaceEntry::Try(place);
+            if (!trial.isAllowed && (options.isolation == Isolation::NAMESPACES || PreloadLibrary().empty()))
+                throw BoardError(trial.reason);
+            if (!trial.isAllowed)
+                Say("runs the program by a preloaded library (--isolation preload), since the machine refuses the "
+                    "stronger way: " +
+                    trial.reason);
+            else if (options.saysIsolation && options.isolation == Isolation::AUTO)
+                Say("runs the program in namespaces (--isolation namespaces), the strongest way that there is");
+            if (trial.isAllowed)
+                return std::make_unique<NamespaceEntry>(files, place, trial.canHaveOwnNumbers, options.asRoot, before);
+        }
+        return std::make_unique<PreloadEntry>(state, files, layout, options.asRoot, before,
+                                              [this](bool restart) { RebootBySystemCall(restart); });
     }
 
     // What nobody needs any more. A script that writes into the control pipe later would wait for ever.
     void RemoveOwnFiles() const {
         std::error_code error;
         fs::remove(layout.Stage(), error);
-        fs::remove(layout.Device(), error);
+        RemoveTree(layout.Device());
+        fs::remove(layout.NameList(), error);
+        fs::remove(layout.PreloadLibrary(), error);
         fs::remove(layout.Control(), error);
     }
 
@@ -503,7 +517,8 @@ private:
         case InitMessage::Kind::DOWN:
             // Signals that come now wait for the next program.
             programProcess.Close();
-            if (reboot == RebootStub::Effect::RESTART && options.onReboot == BoardOptions::OnReboot::RESTART) {
+            if (reboot == RebootStub::Effect::RESTART && !isRebootedBySystemCall &&
+                options.onReboot == BoardOptions::OnReboot::RESTART) {
                 PowerUp();
                 reboot = RebootStub::Effect::NONE;
                 SendInitOrder(socket, InitOrder::RUN_ANEW);
@@ -546,6 +561,14 @@ private:
                 files.DriveInput(signal, initial.Level(signal));
     }
 
+    // A program made the reboot system call: everything on the board ends at once, and the board with it.
+    void RebootBySystemCall(bool restart) {
+        RecordSystemCall(restart);
+        reboot = restart ? RebootStub::Effect::RESTART : RebootStub::Effect::HALT;
+        isRebootedBySystemCall = true;
+        SendInitOrder(initSocket.Get(), InitOrder::KILL_ALL);
+    }
+
     void RecordSystemCall(bool restart) const {
         const std::string call = restart ? "reboot(2) restart\n" : "reboot(2) halt\n";
         const FileDescriptor record(::open(layout.Reboots().c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
@@ -555,6 +578,8 @@ private:
     // Process 1 went before the program did. The reboot system call ends a namespace that way, with a signal that tells
     // a restart from a halt; the program asked for it, so that counts as a good end.
     int StatusWithoutEnd(int initStatus) {
+        if (isRebootedBySystemCall)
+            return 0;
         const bool restart = WIFSIGNALED(initStatus) && WTERMSIG(initStatus) == SIGHUP;
         const bool halt = WIFSIGNALED(initStatus) && WTERMSIG(initStatus) == SIGINT;
         if (!restart && !halt)
@@ -589,6 +614,7 @@ private:
     FileDescriptor initSocket;
     FileDescriptor programProcess;
     RebootStub::Effect reboot = RebootStub::Effect::NONE; // that was called for since the program was started
+    bool isRebootedBySystemCall = false;
     bool ended = false;
     int endStatus = 0;
     std::string failure;

@@ -11,6 +11,7 @@
 
 #include "board/scenario/Fault.h"
 #include "board/virtual/IBoardAttachment.h"
+#include "board/virtual/Isolation.h"
 #include "board/virtual/Program.h"
 #include "board/virtual/ScenarioPlayer.h"
 
@@ -22,6 +23,11 @@ struct BoardOptions {
 
     // Stays after the end. Without one the board has a directory of its own, which goes with it.
     std::optional<std::filesystem::path> directory;
+
+    // How the board keeps its names apart from the machine's. Where AUTO cannot have namespaces, the board says so on
+    // standard error in one line; with saysIsolation it says in any case what it chose.
+    Isolation isolation = Isolation::AUTO;
+    bool saysIsolation = false;
 
     // The program sees itself as user 0.
     bool asRoot = false;

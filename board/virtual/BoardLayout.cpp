@@ -48,7 +48,7 @@ std::filesystem::path BoardLayout::Outside(const std::filesystem::path& inside) 
     for (const Directory& directory : DIRECTORIES)
         if (const auto rest = Below(path, directory.inside))
             return rest->empty() ? root / directory.outside : root / directory.outside / *rest;
-    return root / "files" / path.relative_path();
+    return Files() / path.relative_path();
 }
 
 } // namespace VelrixBoard

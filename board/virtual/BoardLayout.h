@@ -18,7 +18,8 @@ namespace VelrixBoard {
 //     control                          takes commands, a line each
 //     reboot  syslog  changes  writes  what the board recorded, a line each
 //
-// The value files have no place there; they exist on the board alone.
+// The value files have no place there; they exist on the board alone. A board that runs without namespaces keeps there
+// what it needs itself, while it runs: device/, names, velrix-board-preload.so.
 //
 // A value object; it touches no file.
 class BoardLayout final {
@@ -35,6 +36,9 @@ public:
     std::filesystem::path Control() const { return root / "control"; }
     std::filesystem::path Stage() const { return root / "stage"; }
     std::filesystem::path Device() const { return root / "device"; }
+    std::filesystem::path Files() const { return root / "files"; }
+    std::filesystem::path NameList() const { return root / "names"; }
+    std::filesystem::path PreloadLibrary() const { return root / "velrix-board-preload.so"; }
 
     // The directories of the device whose content is kept outside.
     std::vector<Placement> Directories() const;

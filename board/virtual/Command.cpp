@@ -2,6 +2,7 @@
 #include "board/virtual/Command.h"
 
 #include <cstdio>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -23,6 +24,9 @@ constexpr const char* FOOTER =
     "The program's exit code, or the signal that ended it, becomes that of this command, or the verdict of "
     "--scenario:\n"
     "0 or 1. 125 says that the board could not be made, 126 that PROGRAM cannot be run, 127 that it was not found.";
+
+const std::map<std::string, Isolation> ISOLATIONS = {
+    {"auto", Isolation::AUTO}, {"namespaces", Isolation::NAMESPACES}, {"preload", Isolation::PRELOAD}};
 
 // With no slash at the end, which completion of directories leaves there.
 std::filesystem::path NormalPath(const std::string& text) {
@@ -51,6 +55,16 @@ void AddRunOptions(CLI::App& run, RunArguments& arguments) {
     arguments.beginning.AddTo(run);
     run.add_option("--without", arguments.without, "Leave a value file or a directory of the board out")
         ->type_name("PATH");
+    run.add_option_function<std::string>(
+           "--isolation",
+           [&options = arguments.options](const std::string& text) {
+               options.isolation = ISOLATIONS.at(text);
+               options.saysIsolation = true;
+           },
+           "How the board's paths are kept apart from the machine's: by the kernel's namespaces, by a preloaded "
+           "library, or as strong as the machine allows, which the board then names; auto if not given")
+        ->check(CLI::IsMember(&ISOLATIONS))
+        ->type_name("namespaces|preload|auto");
     run.add_flag("--as-root", arguments.options.asRoot, "Let the program see itself as user 0");
     run.add_flag("--no-syslog", arguments.noSyslog, "Leave /dev/log free for a daemon started on the board");
     run.add_flag("--terminal", arguments.options.terminal,

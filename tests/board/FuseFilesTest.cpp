@@ -29,7 +29,6 @@
 #include <gtest/gtest.h>
 
 #include "board/virtual/Board.h"
-#include "board/virtual/BoardError.h"
 #include "board/virtual/IBoardAttachment.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -37,7 +36,6 @@ namespace VelrixBoard {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::HasSubstr;
 
 constexpr const char* RESET = "/var/dev/gpio-outputs/oxboResetN/value";
 constexpr const char* IRQ = "/var/dev/gpio-inputs/oxboIrqN/value";
@@ -437,29 +435,6 @@ TEST_F(FuseFilesTest, LetsAProgramBeKilledWhileItWaitsForASlowFile) {
     });
 
     EXPECT_EQ(output, std::to_string(SIGKILL));
-}
-
-TEST_F(FuseFilesTest, RefusesFaultsThatASignalCannotHave) {
-    BoardModel model;
-    model.Apply("led", "module_status_red", "/dev/null");
-    BoardState state(model);
-    ValueFiles files(state, [] { return BoardTime(0); }, {});
-    const struct {
-        const char* name;
-        Fault fault;
-        const char* text;
-    } rows[] = {{"MS.red", {Fault::Kind::IO_ERROR}, "MS.red has no value file"},
-                {"OXBO_IRQ_N", {Fault::Kind::NO_SPACE}, "OXBO_IRQ_N is an input"}};
-    for (const auto& row : rows) {
-        const std::size_t signal = FindSignal(state, row.name);
-        try {
-            files.SetFault(signal, row.fault);
-            ADD_FAILURE() << row.name;
-        } catch (const BoardError& error) {
-            EXPECT_THAT(error.what(), HasSubstr(row.text));
-        }
-        EXPECT_EQ(files.FaultOf(signal), std::nullopt);
-    }
 }
 
 } // namespace
