@@ -1,19 +1,31 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/virtual/FileWatcher.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
+#include <utility>
 
+#include <sys/eventfd.h>
 #include <sys/inotify.h>
 
 #include "board/virtual/BoardError.h"
 
 namespace VelrixBoard {
 
-FileWatcher::FileWatcher() : inotify(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
-    if (inotify)
+namespace {
+
+// More than the kernel keeps (fs.inotify.max_queued_events, 16384 events of 16 bytes and a name), so that one turn
+// takes all that came before it; but a program that writes as fast as events are read does not hold the board in this
+// loop.
+constexpr int READS_PER_TURN = 64;
+
+} // namespace
+
+FileWatcher::FileWatcher() : inotify(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)), readable(::eventfd(1, EFD_CLOEXEC)) {
+    if (inotify && readable)
         return;
     const int error = errno;
     ThrowSystemError(std::string("cannot watch the board's files") +
@@ -41,22 +53,32 @@ void FileWatcher::Add(const std::filesystem::path& path, unsigned mask, Watch wa
 }
 
 void FileWatcher::Dispatch() {
+    Watches written = std::exchange(again, {});
     alignas(inotify_event) std::array<char, 16384> buffer;
-    for (;;) {
+    for (int reads = 0; reads < READS_PER_TURN; ++reads) {
         const ssize_t length = ::read(inotify.Get(), buffer.data(), buffer.size());
         if (length <= 0)
-            return;
-        for (std::size_t at = 0; at < static_cast<std::size_t>(length);) {
-            inotify_event event;
-            std::memcpy(&event, buffer.data() + at, sizeof event);
-            const std::string name(event.len > 0 ? buffer.data() + at + sizeof event : "");
-            at += sizeof event + event.len;
-            // Events were lost: anything may have been written.
-            const bool all = (event.mask & IN_Q_OVERFLOW) != 0;
-            for (const auto& [descriptor, watch] : watches)
-                if (all || (descriptor == event.wd && watch.name == name))
-                    watch.action();
-        }
+            break;
+        AddWritten({buffer.data(), static_cast<std::size_t>(length)}, written);
+    }
+    for (const Watch* watch : written) {
+        current = watch;
+        watch->action();
+    }
+}
+
+void FileWatcher::AddWritten(std::string_view events, Watches& written) const {
+    while (!events.empty()) {
+        inotify_event event;
+        std::memcpy(&event, events.data(), sizeof event);
+        const std::string name(event.len > 0 ? events.data() + sizeof event : "");
+        events.remove_prefix(sizeof event + event.len);
+        // Events were lost: anything may have been written.
+        const bool all = (event.mask & IN_Q_OVERFLOW) != 0;
+        for (const auto& [descriptor, watch] : watches)
+            if ((all || (descriptor == event.wd && watch.name == name)) &&
+                std::find(written.begin(), written.end(), &watch) == written.end())
+                written.push_back(&watch);
     }
 }
 

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "board/virtual/FileDescriptor.h"
@@ -27,11 +28,15 @@ public:
     // The same for a file that need not exist yet in a directory that does.
     void WatchName(const std::filesystem::path& file, Action action);
 
-    // Readable when there is something to dispatch.
-    int Descriptor() const { return inotify.Get(); }
+    // Readable when there is something to dispatch. May change with every Dispatch.
+    int Descriptor() const { return again.empty() ? inotify.Get() : readable.Get(); }
 
-    // Calls the actions of everything that was written up to now.
+    // Calls the actions of everything that was written up to now, each once, in the order of the first writes.
     void Dispatch();
+
+    // For an action that leaves some of its work: the next Dispatch calls it again, and Descriptor is readable until
+    // then.
+    void CallAgain() { again.push_back(current); }
 
 private:
     struct Watch {
@@ -39,10 +44,16 @@ private:
         Action action;
     };
 
+    using Watches = std::vector<const Watch*>;
+
     void Add(const std::filesystem::path& path, unsigned mask, Watch watch);
+    void AddWritten(std::string_view events, Watches& written) const;
 
     FileDescriptor inotify;
+    FileDescriptor readable; // always
     std::multimap<int, Watch> watches;
+    Watches again;
+    const Watch* current = nullptr;
 };
 
 } // namespace VelrixBoard
