@@ -28,20 +28,24 @@ std::string ReadAt(int file, std::size_t offset, std::size_t count) {
 
 } // namespace
 
-void LogTail::Read() {
-    if (file)
-        ReadOn();
+bool LogTail::Read() {
+    bytesLeft = BYTES_PER_TURN;
+    linesLeft = LINES_PER_TURN;
+    if (file && ReadOn())
+        return true;
     if (file && !IsReplaced())
-        return;
-    TellRest();
+        return false;
+    EndLine();
     Open();
-    if (file)
-        ReadOn();
+    return file && ReadOn();
 }
 
-void LogTail::Finish() {
-    Read();
-    TellRest();
+bool LogTail::Finish() {
+    bool more = true;
+    for (int turn = 0; more && turn < TURNS_AT_END; ++turn)
+        more = Read();
+    EndLine();
+    return !more;
 }
 
 void LogTail::Open() {
@@ -65,35 +69,53 @@ bool LogTail::IsOverwritten() const {
     return ReadAt(file.Get(), read - last.size(), last.size()) != last;
 }
 
-void LogTail::ReadOn() {
+// True when the turn's bound came before the end of the file.
+bool LogTail::ReadOn() {
     if (IsOverwritten()) {
-        TellRest();
+        EndLine();
         read = 0;
         last.clear();
     }
-    constexpr std::size_t PART = 65536;
-    for (;;) {
-        const std::string added = ReadAt(file.Get(), read, PART);
-        if (added.empty())
-            return;
-        read += added.size();
-        last += added;
-        last.erase(0, last.size() - std::min(last.size(), COMPARED_BYTES));
-        Tell(added);
+    std::string added = ReadAt(file.Get(), read, bytesLeft);
+    added.resize(Pass(added));
+    bytesLeft -= added.size();
+    read += added.size();
+    last += added;
+    last.erase(0, last.size() - std::min(last.size(), COMPARED_BYTES));
+    return bytesLeft == 0 || linesLeft == 0;
+}
+
+void LogTail::EndLine() {
+    if (rest.empty())
+        return;
+    action(rest);
+    rest.clear();
+    cut = false;
+}
+
+// Returns how many of these bytes the turn had room for.
+std::size_t LogTail::Pass(std::string_view added) {
+    const std::size_t size = added.size();
+    for (std::size_t end; (end = added.find('\n')) != std::string_view::npos; added.remove_prefix(end + 1)) {
+        if (linesLeft == 0)
+            return size - added.size();
+        --linesLeft;
+        Collect(added.substr(0, end));
+        action(rest);
+        rest.clear();
+        cut = false;
     }
+    Collect(added);
+    return size;
 }
 
-void LogTail::TellRest() {
-    if (!rest.empty())
-        Tell("\n");
-}
-
-void LogTail::Tell(std::string_view added) {
-    rest += added;
-    std::size_t begin = 0;
-    for (std::size_t end; (end = rest.find('\n', begin)) != std::string::npos; begin = end + 1)
-        action(std::string_view(rest).substr(begin, end - begin));
-    rest.erase(0, begin);
+void LogTail::Collect(std::string_view part) {
+    if (cut)
+        return;
+    cut = part.size() > LONGEST_LINE - rest.size();
+    rest += part.substr(0, LONGEST_LINE - rest.size());
+    if (cut)
+        rest += CUT;
 }
 
 } // namespace VelrixBoard

@@ -14,15 +14,16 @@ namespace {
 
 class LogTailTest : public testing::Test {
 protected:
-    // What reading tells, each line in brackets.
+    // What reading passes on, each line in brackets.
     std::string Read() {
         log.clear();
-        tail.Read();
+        for (bool more = true; more;)
+            more = tail.Read();
         return log;
     }
     std::string Finish() {
         log.clear();
-        tail.Finish();
+        EXPECT_TRUE(tail.Finish());
         return log;
     }
     void Append(const std::string& text) const { std::ofstream(folder.Path("log"), std::ios::app) << text; }
@@ -123,12 +124,81 @@ TEST_F(LogTailTest, TellsAnUnfinishedLineAtTheEnd) {
 }
 
 TEST_F(LogTailTest, ReadsALogOfAnyLength) {
-    const std::string line(100'000, 'x');
+    const std::string line(LogTail::LONGEST_LINE, 'x');
     folder.Write("log", line + "\n" + line + "\n");
 
     EXPECT_EQ(Read(), "<" + line + "><" + line + ">");
     Append("next\n");
     EXPECT_EQ(Read(), "<next>");
+}
+
+TEST_F(LogTailTest, CutsALineThatIsTooLong) {
+    const std::string whole(LogTail::LONGEST_LINE, 'x');
+    const std::string cut = "<" + whole + std::string(LogTail::CUT) + ">";
+    folder.Write("log", whole + "y\nnext\n");
+    EXPECT_EQ(Read(), cut + "<next>");
+
+    for (int part = 0; part < 3; ++part) {
+        Append(whole);
+        EXPECT_EQ(Read(), "");
+    }
+    Append("\nlast\n");
+    EXPECT_EQ(Read(), cut + "<last>");
+
+    Append(whole + "y");
+    EXPECT_EQ(Finish(), cut);
+}
+
+// A program that writes faster than lines can be shown must not hold the board.
+TEST_F(LogTailTest, ComesBackAfterATurnsBytes) {
+    const std::string line(999, 'x');
+    int lines = 0;
+    LogTail fast(folder.Path("log"), [&](std::string_view) {
+        if (++lines < 10'000)
+            Append(line + "\n");
+    });
+    Append(line + "\n");
+
+    EXPECT_FALSE(fast.Read());
+    const int first = lines;
+    for (int i = 0; i < 1000; ++i)
+        Append(line + "\n");
+    EXPECT_TRUE(fast.Read());
+    EXPECT_EQ(lines - first, LogTail::BYTES_PER_TURN / 1000);
+}
+
+TEST_F(LogTailTest, ComesBackAfterATurnsLines) {
+    int lines = 0;
+    LogTail blank(folder.Path("log"), [&](std::string_view) { ++lines; });
+    Append(std::string(LogTail::LINES_PER_TURN + 1, '\n') + "last\n");
+
+    EXPECT_TRUE(blank.Read());
+    EXPECT_EQ(lines, LogTail::LINES_PER_TURN);
+    EXPECT_FALSE(blank.Read());
+    EXPECT_EQ(lines, LogTail::LINES_PER_TURN + 2);
+}
+
+TEST_F(LogTailTest, ComesToTheNewFileAfterTheRestOfTheOld) {
+    folder.Write("log", "first\n");
+    EXPECT_EQ(Read(), "<first>");
+    Append(std::string(LogTail::BYTES_PER_TURN - 1, 'x') + "\nlast\n");
+    folder.Remove("log");
+    folder.Write("log", "new\n");
+
+    EXPECT_TRUE(tail.Read());
+    log.clear();
+    EXPECT_FALSE(tail.Read());
+    EXPECT_EQ(log, "<last><new>");
+}
+
+// A sparse file of that length takes no room on the disk, but would take hours to read.
+TEST_F(LogTailTest, EndsBeforeTheEndOfAnEndlessLog) {
+    folder.Write("log", "first\n");
+    std::filesystem::resize_file(folder.Path("log"), std::uintmax_t{1} << 40U);
+
+    EXPECT_FALSE(tail.Finish());
+
+    EXPECT_EQ(log, "<first><" + std::string(LogTail::LONGEST_LINE, '\0') + std::string(LogTail::CUT) + ">");
 }
 
 TEST_F(LogTailTest, LeavesAPipeAlone) {
