@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -14,7 +15,8 @@ namespace VelrixBoard {
 // The other end of the board's /dev/log.
 //
 // Programs that log wait while the socket's queue, some ten datagrams, is full; so it must be read all the time the
-// program runs. Records are told as they came, without the line feed or zero that some programs end them with.
+// program runs. Records are passed on as they came, without the line feed or zero that some programs end them with; of
+// one longer than 65536 bytes, its beginning and a remark.
 class SyslogSocket final {
 public:
     using Action = std::function<void(std::string_view record)>;
@@ -24,13 +26,15 @@ public:
 
     int Descriptor() const { return socket.Get(); }
 
-    // Tells all records that are waiting.
+    // Passes on the records that are waiting.
     void Dispatch();
 
 private:
+    std::string_view Record(std::size_t length);
+
     FileDescriptor socket;
     Action action;
-    std::vector<char> buffer; // for the longest record
+    std::vector<char> buffer; // for the longest record and the remark
 };
 
 } // namespace VelrixBoard

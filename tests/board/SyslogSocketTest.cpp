@@ -56,6 +56,36 @@ TEST(SyslogSocketTest, TellsRecordsAtAPathOfAnyLength) {
     EXPECT_EQ(::poll(&wait, 1, 0), 0);
 }
 
+TEST(SyslogSocketTest, CutsARecordThatIsTooLong) {
+    const TemporaryFolder folder;
+    std::string log;
+    SyslogSocket socket(folder.Path("log"), [&](std::string_view record) { log += "<" + std::string(record) + ">"; });
+
+    SendTo(folder.Path(), "log", std::string(65536, 'x'));
+    SendTo(folder.Path(), "log", std::string(65537, 'y'));
+    SendTo(folder.Path(), "log", "next");
+    socket.Dispatch();
+
+    EXPECT_EQ(log, "<" + std::string(65536, 'x') + "><" + std::string(65536, 'y') +
+                       " ... (cut: longer than 65536 bytes)><next>");
+}
+
+// A program that sends as fast as the board reads must not hold the board.
+TEST(SyslogSocketTest, ComesBackAfterATurnsRecords) {
+    const TemporaryFolder folder;
+    int records = 0;
+    SyslogSocket socket(folder.Path("log"), [&](std::string_view) {
+        if (++records < 5000)
+            SendTo(folder.Path(), "log", "x");
+    });
+    SendTo(folder.Path(), "log", "x");
+
+    socket.Dispatch();
+    EXPECT_EQ(records, 1024);
+    socket.Dispatch();
+    EXPECT_EQ(records, 2048);
+}
+
 TEST(SyslogSocketTest, SaysWhereItCannotBeMade) {
     const TemporaryFolder folder;
     EXPECT_THROW(SyslogSocket(folder.Path("missing/log"), [](std::string_view) {}), BoardError);
