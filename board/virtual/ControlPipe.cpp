@@ -19,6 +19,10 @@ namespace {
 // More than any command; what is longer is none, and is not collected for ever.
 constexpr std::size_t LONGEST_LINE = 4096;
 
+// What a pipe holds, so that one turn takes all that was written before it; but a script that writes as fast as the
+// board reads does not hold the board in this loop.
+constexpr int READS_PER_TURN = 65536 / LONGEST_LINE;
+
 // "NAME=VALUE"
 std::pair<std::string_view, std::string_view> Split(std::string_view text) {
     const std::size_t equals = text.find('=');
@@ -42,19 +46,41 @@ ControlPipe::ControlPipe(const std::filesystem::path& path, const BoardState& bo
 
 void ControlPipe::Run(BoardTime) {
     std::array<char, LONGEST_LINE> buffer;
-    for (ssize_t length = 0; (length = ::read(pipe.Get(), buffer.data(), buffer.size())) > 0;) {
-        unfinished.append(buffer.data(), static_cast<std::size_t>(length));
-        for (std::size_t end = 0; (end = unfinished.find('\n')) != std::string::npos; unfinished.erase(0, end + 1)) {
-            const std::string line = unfinished.substr(0, end);
-            try {
-                Obey(line);
-            } catch (const std::runtime_error& error) { // BoardError, FaultError
-                tell("control \"" + line + "\": " + error.what());
-            }
-        }
-        if (unfinished.size() > LONGEST_LINE)
-            unfinished.clear();
+    for (int reads = 0; reads < READS_PER_TURN; ++reads) {
+        const ssize_t length = ::read(pipe.Get(), buffer.data(), buffer.size());
+        if (length <= 0)
+            return;
+        Take({buffer.data(), static_cast<std::size_t>(length)});
     }
+}
+
+void ControlPipe::Take(std::string_view text) {
+    for (std::size_t end = 0; (end = text.find('\n')) != std::string_view::npos; text.remove_prefix(end + 1)) {
+        Collect(text.substr(0, end));
+        EndLine();
+    }
+    Collect(text);
+}
+
+// The end of a line that is too long must not be taken for a command.
+void ControlPipe::Collect(std::string_view part) {
+    tooLong = tooLong || part.size() > LONGEST_LINE - unfinished.size();
+    if (!tooLong)
+        unfinished += part;
+}
+
+void ControlPipe::EndLine() {
+    if (tooLong) {
+        tell("control: a line of more than " + std::to_string(LONGEST_LINE) + " bytes is no command; left out");
+    } else {
+        try {
+            Obey(unfinished);
+        } catch (const std::runtime_error& error) { // BoardError, FaultError
+            tell("control \"" + unfinished + "\": " + error.what());
+        }
+    }
+    unfinished.clear();
+    tooLong = false;
 }
 
 void ControlPipe::Obey(std::string_view line) {

@@ -34,6 +34,9 @@ public:
     void Run(BoardTime now) override;
 
 private:
+    void Take(std::string_view text);
+    void Collect(std::string_view part);
+    void EndLine();
     void Obey(std::string_view line);
 
     const BoardState& state;
@@ -41,6 +44,7 @@ private:
     TellUser tell;
     FileDescriptor pipe;
     std::string unfinished;
+    bool tooLong = false; // the unfinished line
 };
 
 } // namespace VelrixBoard
