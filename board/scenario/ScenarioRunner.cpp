@@ -23,10 +23,6 @@ constexpr int NOT_FOUND = 127;
 // How many phases a failure report shows.
 constexpr std::size_t SHOWN_PHASES = 6;
 
-bool Contains(const std::vector<std::string>& records, const std::string& text) {
-    return std::any_of(records.begin(), records.end(), [&](const auto& r) { return r.find(text) != r.npos; });
-}
-
 bool IsSequential(const Step& step) {
     return !std::holds_alternative<Never>(step.what) && !std::holds_alternative<Pulses>(step.what);
 }
@@ -37,6 +33,19 @@ ScenarioRunner::ScenarioRunner(const Scenario& ownScenario, const ScenarioNames&
     : scenario(ownScenario), board(ownBoard), results(ownScenario.steps.size()) {
     for (const auto& led : names.leds)
         leds[led.name];
+    ExpectTexts();
+}
+
+void ScenarioRunner::ExpectTexts() {
+    for (const Step& step : scenario.steps) {
+        const auto* await = std::get_if<Await>(&step.what);
+        const auto* never = std::get_if<Never>(&step.what);
+        const Condition* condition = await ? &await->condition : never ? &never->condition : nullptr;
+        if (const auto* web = condition ? std::get_if<WebLogHas>(condition) : nullptr)
+            webLog.Expect(web->text);
+        if (const auto* system = condition ? std::get_if<SystemLogHas>(condition) : nullptr)
+            systemLog.Expect(system->text);
+    }
 }
 
 void ScenarioRunner::OnLevel(const std::string& signal, bool high, ScenarioTime time) {
@@ -59,12 +68,12 @@ void ScenarioRunner::OnLevel(const std::string& signal, bool high, ScenarioTime 
 }
 
 void ScenarioRunner::OnWebLog(std::string_view record, ScenarioTime time) {
-    webLog.emplace_back(record);
+    webLog.Add(record);
     OnTime(time);
 }
 
 void ScenarioRunner::OnSystemLog(std::string_view record, ScenarioTime time) {
-    systemLog.emplace_back(record);
+    systemLog.Add(record);
     OnTime(time);
 }
 
@@ -294,9 +303,9 @@ bool ScenarioRunner::Holds(const Condition& condition, ScenarioTime now) const {
             else if constexpr (std::is_same_v<Kind, ProgramIsKilled>)
                 return killedBy == c.signal;
             else if constexpr (std::is_same_v<Kind, WebLogHas>)
-                return Contains(webLog, c.text);
+                return webLog.Has(c.text);
             else if constexpr (std::is_same_v<Kind, SystemLogHas>)
-                return Contains(systemLog, c.text);
+                return systemLog.Has(c.text);
             else
                 return rebootCalled;
         },
@@ -348,8 +357,8 @@ std::string ScenarioRunner::Seen(const Condition& condition) const {
             else if constexpr (std::is_same_v<Kind, RebootIsCalled>)
                 return "no call of reboot";
             else {
-                const auto& records = std::is_same_v<Kind, WebLogHas> ? webLog : systemLog;
-                return records.empty() ? "an empty log" : "\"" + records.back() + "\" as the last record";
+                const LogHistory& log = std::is_same_v<Kind, WebLogHas> ? webLog : systemLog;
+                return log.IsEmpty() ? "an empty log" : "\"" + log.LastRecord() + "\" as the last record";
             }
         },
         condition);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "board/scenario/LedHistory.h"
+#include "board/scenario/LogHistory.h"
 #include "board/scenario/Scenario.h"
 
 namespace VelrixBoard {
@@ -77,6 +78,7 @@ private:
         bool changed = false;                // the level before it was seen from its beginning
     };
 
+    void ExpectTexts();
     void Advance(ScenarioTime now);
     bool Holds(const Condition& condition, ScenarioTime now) const;
     bool Alternates(const LedAlternates& condition) const;
@@ -102,8 +104,8 @@ private:
     bool finished = false;
     std::map<std::string, LedHistory> leds;
     std::map<std::string, LineHistory> lines;
-    std::vector<std::string> webLog;
-    std::vector<std::string> systemLog;
+    LogHistory webLog;
+    LogHistory systemLog;
     bool rebootCalled = false;
     std::optional<int> exitCode;
     std::optional<int> killedBy;
