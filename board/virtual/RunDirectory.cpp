@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/virtual/RunDirectory.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <ctime>
 #include <string>
@@ -24,6 +25,10 @@ constexpr const char* LOCK_NAME = "lock";
 // A directory without a lock belongs to a board that is just starting, or that died in that instant long ago.
 constexpr std::time_t STARTING_SECONDS = 60;
 
+// How many new directories may be lost to other boards' sweeps, each in the instant before its lock; more than one is
+// another failure.
+constexpr int MOST_ATTEMPTS = 16;
+
 fs::path TemporaryDirectory() {
     const char* named = std::getenv("TMPDIR");
     return fs::absolute(named != nullptr && *named != '\0' ? named : "/tmp");
@@ -37,6 +42,17 @@ FileDescriptor TakeLock(const fs::path& directory, int flags) {
     return file;
 }
 
+// The lock goes last: whoever is killed in between leaves a directory that the next sweep knows as a dead board's.
+void RemoveRunDirectory(const fs::path& directory) {
+    std::error_code error;
+    fs::permissions(directory, fs::perms::owner_all, fs::perm_options::add, error);
+    for (fs::directory_iterator entry(directory, error), end; !error && entry != end; entry.increment(error))
+        if (entry->path().filename() != LOCK_NAME)
+            RemoveTree(entry->path());
+    fs::remove(directory / LOCK_NAME, error);
+    fs::remove(directory, error);
+}
+
 void Sweep(const fs::path& parent) {
     std::error_code error;
     for (const fs::directory_entry& entry : fs::directory_iterator(parent, error)) {
@@ -47,7 +63,7 @@ void Sweep(const fs::path& parent) {
         const bool hasLock = fs::exists(entry.path() / LOCK_NAME, error);
         if (hasLock ? static_cast<bool>(TakeLock(entry.path(), 0))
                     : std::time(nullptr) - status.st_mtime > STARTING_SECONDS)
-            RemoveTree(entry.path());
+            RemoveRunDirectory(entry.path());
     }
 }
 
@@ -66,7 +82,7 @@ void RemoveTree(const fs::path& root) {
 RunDirectory RunDirectory::Private() {
     const fs::path parent = TemporaryDirectory();
     Sweep(parent);
-    for (;;) {
+    for (int attempt = 1;; ++attempt) {
         std::string name = (parent / (PREFIX + "XXXXXX")).string();
         if (::mkdtemp(name.data()) == nullptr)
             ThrowSystemError("cannot make a run directory in " + parent.string() +
@@ -76,7 +92,12 @@ RunDirectory RunDirectory::Private() {
         struct stat status {};
         if (lock && ::fstat(lock.Get(), &status) == 0 && status.st_nlink > 0)
             return {name, std::move(lock)};
-        RemoveTree(name);
+        const int error = lock ? EAGAIN : errno;
+        RemoveRunDirectory(name);
+        if (attempt == MOST_ATTEMPTS)
+            ThrowSystemError("cannot lock a run directory in " + parent.string() +
+                                 " (set TMPDIR, or name one with --directory)",
+                             error);
     }
 }
 
@@ -99,7 +120,7 @@ RunDirectory::RunDirectory(RunDirectory&& other) noexcept : path(std::move(other
 
 RunDirectory::~RunDirectory() {
     if (lock)
-        RemoveTree(path);
+        RemoveRunDirectory(path);
 }
 
 } // namespace VelrixBoard

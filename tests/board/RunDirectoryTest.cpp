@@ -1,10 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/virtual/RunDirectory.h"
 
+#include <array>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <optional>
+#include <vector>
 
+#include <fcntl.h>
+#include <sys/inotify.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <gmock/gmock.h>
@@ -76,6 +82,50 @@ TEST_F(RunDirectoryTest, SweepsOnlyWhatDeadBoardsLeft) {
     EXPECT_TRUE(Exists("velrix-board-new"));
     EXPECT_TRUE(Exists("velrix-board-file"));
     EXPECT_TRUE(Exists("velrix-board-link"));
+}
+
+// A sweep that is killed must leave what the next one knows as a dead board's.
+TEST_F(RunDirectoryTest, RemovesTheLockOfADeadBoardLast) {
+    const std::string dead = folder.Path("velrix-board-dead");
+    fs::create_directory(dead);
+    for (const char* name : {"a", "b", "lock", "c", "d"})
+        folder.Write(std::string("velrix-board-dead/") + name, "");
+    const FileDescriptor watch(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    ASSERT_GE(::inotify_add_watch(watch.Get(), dead.c_str(), IN_DELETE), 0);
+
+    const RunDirectory next = RunDirectory::Private();
+
+    std::vector<std::string> removed;
+    alignas(inotify_event) std::array<char, 4096> buffer;
+    const ssize_t length = ::read(watch.Get(), buffer.data(), buffer.size());
+    for (ssize_t at = 0; at < length;) {
+        inotify_event event;
+        std::memcpy(&event, buffer.data() + at, sizeof event);
+        if (event.len > 0)
+            removed.emplace_back(buffer.data() + at + sizeof event);
+        at += static_cast<ssize_t>(sizeof event + event.len);
+    }
+    ASSERT_EQ(removed.size(), 5U);
+    EXPECT_EQ(removed.back(), "lock");
+}
+
+TEST_F(RunDirectoryTest, GivesUpWhereItCannotBeLocked) {
+    rlimit usual{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &usual), 0);
+    const rlimit none{static_cast<rlim_t>(FileDescriptor(::open("/", O_RDONLY | O_CLOEXEC)).Get()), usual.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    std::string said;
+
+    try {
+        (void)RunDirectory::Private();
+    } catch (const BoardError& error) {
+        said = error.what();
+    }
+
+    ::setrlimit(RLIMIT_NOFILE, &usual);
+    EXPECT_EQ(said, "cannot lock a run directory in " + folder.Path() +
+                        " (set TMPDIR, or name one with --directory): Too many open files");
+    EXPECT_TRUE(fs::is_empty(folder.Path()));
 }
 
 TEST_F(RunDirectoryTest, SaysWhereItCannotBeMade) {
