@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+
+// System calls of this library's own: past every function that stands in front of the C library's, this library's and
+// the sanitizers' alike, and no cancellation points. Each gives -1 and sets errno as the C library's does.
+namespace VelrixBoard::Preload::Kernel {
+
+int Open(int directory, const char* path, int flags);
+int Close(int descriptor);
+ssize_t Read(int descriptor, void* buffer, std::size_t size);
+ssize_t ReadLink(int directory, const char* path, char* buffer, std::size_t size);
+ssize_t CurrentDirectory(char* buffer, std::size_t size); // without the zero at the end
+int Status(int descriptor, struct stat& status);
+int Status(const char* path, bool follow, struct stat& status);
+int Duplicate(int descriptor, int lowest); // with O_CLOEXEC
+int MakeSocket(int type);
+ssize_t Send(int socket, const msghdr& message);
+ssize_t Receive(int socket, msghdr& message, int flags);
+pid_t Process();
+uid_t EffectiveUser();
+gid_t EffectiveGroup();
+std::uint64_t Limit(int resource);
+
+// Writes the texts, one after the other, to standard error. For what ends the program or refuses to start another.
+void Say(std::initializer_list<const char*> texts);
+
+// Leaves errno as it was.
+class KeptErrno final {
+public:
+    KeptErrno() : kept(errno) {}
+    KeptErrno(const KeptErrno&) = delete;
+    KeptErrno& operator=(const KeptErrno&) = delete;
+    ~KeptErrno() { errno = kept; }
+
+private:
+    int kept;
+};
+
+// Memory that is had without the heap: in signal handlers, after vfork, before the C library is ready. It is zero.
+class Memory final {
+public:
+    Memory() = default;
+    explicit Memory(std::size_t bytes) { Replace(bytes); }
+    Memory(const Memory&) = delete;
+    Memory& operator=(const Memory&) = delete;
+    ~Memory() { Free(); }
+
+    bool IsThere() const { return address != MAP_FAILED; }
+    template <class Type> Type* As() const { return static_cast<Type*>(address); }
+
+    void Replace(std::size_t bytes) {
+        Free();
+        size = bytes;
+        address = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    }
+
+    // It stays for the life of the process.
+    void* Release() {
+        void* const released = address;
+        address = MAP_FAILED;
+        return released;
+    }
+
+private:
+    void Free() {
+        if (IsThere())
+            ::munmap(address, size);
+        address = MAP_FAILED;
+    }
+
+    void* address = MAP_FAILED;
+    std::size_t size = 0;
+};
+
+} // namespace VelrixBoard::Preload::Kernel

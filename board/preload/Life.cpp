@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: Apache-2.0
+// How this library comes to life in a process: by its constructor, by the first call that comes before that, or later by
+// the call of a program that has become a board's.
+#include "board/preload/Life.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include "board/preload/Connections.h"
+#include "board/preload/Descriptors.h"
+#include "board/preload/Environment.h"
+#include "board/preload/Kernel.h"
+#include "board/preload/LogCalls.h"
+#include "board/preload/Names.h"
+#include "board/preload/Preloaded.h"
+#include "board/preload/Protocol.h"
+#include "board/preload/Streams.h"
+
+namespace VelrixBoard::Preload {
+
+namespace {
+
+constinit std::atomic<const Names*> current{nullptr};
+constinit std::atomic<bool> isDecided{false};
+constinit std::atomic<pid_t> owner{0};
+
+const char* ListPath() {
+    const std::size_t length = std::strlen(LIST_VARIABLE);
+    for (char** variable = environ; *variable != nullptr; ++variable)
+        if (std::strncmp(*variable, LIST_VARIABLE, length) == 0 && (*variable)[length] == '=')
+            return *variable + length + 1;
+    return nullptr;
+}
+
+// A program that took itself to be on a board would do to the machine what it meant for the board.
+[[noreturn]] void EndWithoutList(const char* path, int error) {
+    Kernel::Say({"velrix-board: cannot read the names of the board from ", path, ": ",
+                 error == EINVAL ? "it is not such a list" : ::strerrordesc_np(error), "; has the board ended? Unset ",
+                 LIST_VARIABLE, " to run programs without it\n"});
+    ::_exit(126);
+}
+
+void ForgetInChild() {
+    owner.store(Kernel::Process());
+    Connections::CloseAll();
+    ResetLogInChild();
+}
+
+const Names* Begin() {
+    // Sanitizers call functions before the C library has its environment.
+    if (environ == nullptr)
+        return nullptr;
+    const Kernel::KeptErrno kept;
+    const char* const path = ListPath();
+    if (path == nullptr) {
+        isDecided.store(true, std::memory_order_release);
+        return nullptr;
+    }
+    const Names* const names = Names::Read(path);
+    if (names == nullptr)
+        EndWithoutList(path, errno);
+    owner.store(Kernel::Process());
+    RememberEnvironment(path);
+    Descriptors::TakeInherited(*names);
+    const Names* expected = nullptr;
+    // Of several threads that are first, one wins; the lists are equal.
+    if (current.compare_exchange_strong(expected, names, std::memory_order_acq_rel))
+        ::pthread_atfork(nullptr, nullptr, ForgetInChild);
+    isDecided.store(true, std::memory_order_release);
+    return current.load(std::memory_order_acquire);
+}
+
+// When all the libraries that this one needs are ready, and before main.
+__attribute__((constructor)) void BeginProgram() {
+    if (Names::Current() != nullptr)
+        ExchangeStandardStreams();
+}
+
+} // namespace
+
+const Names* Names::Current() {
+    return isDecided.load(std::memory_order_acquire) ? current.load(std::memory_order_acquire) : Begin();
+}
+
+bool IsOwnMemory() {
+    return owner.load(std::memory_order_relaxed) == Kernel::Process();
+}
+
+} // namespace VelrixBoard::Preload
+
+using namespace VelrixBoard::Preload;
+
+VELRIX_PRELOADED(void, velrix_board_preload_begin) {
+    if (Names::Current() == nullptr && Begin() != nullptr)
+        ExchangeStandardStreams();
+}

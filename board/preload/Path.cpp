@@ -1,0 +1,232 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/preload/Path.h"
+
+#include <cstring>
+
+#include "board/preload/Descriptors.h"
+#include "board/preload/Kernel.h"
+#include "board/preload/NormalPath.h"
+
+namespace VelrixBoard::Preload {
+
+namespace {
+
+// As many as the kernel follows.
+constexpr int MOST_LINKS = 40;
+
+// Where /proc shows the descriptors of this process, and what Debian's /dev has that leads there.
+constexpr const char* DESCRIPTOR_FOLDERS[] = {"/proc/self/fd/", "/dev/fd/", "/proc/thread-self/fd/"};
+constexpr const char* STANDARD_STREAMS[] = {"/dev/stdin", "/dev/stdout", "/dev/stderr"};
+
+// A decimal number and nothing behind it; -1 for anything else.
+int Number(const char* text) {
+    int number = 0;
+    if (*text == '\0')
+        return -1;
+    for (; *text != '\0'; ++text) {
+        if (*text < '0' || *text > '9' || number > 100'000'000)
+            return -1;
+        number = 10 * number + (*text - '0');
+    }
+    return number;
+}
+
+void PutNumber(char* text, unsigned number) {
+    char digits[16];
+    int count = 0;
+    do
+        digits[count++] = static_cast<char>('0' + number % 10);
+    while ((number /= 10) != 0);
+    while (count > 0)
+        *text++ = digits[--count];
+    *text = '\0';
+}
+
+// The path of the directory that relative paths start from; 0 when it has none.
+std::size_t ReadBase(int directory, char* text) {
+    ssize_t length = 0;
+    if (directory == AT_FDCWD) {
+        length = Kernel::CurrentDirectory(text, PATH_MAX);
+    } else {
+        char link[32] = "/proc/self/fd/";
+        PutNumber(link + std::strlen(link), static_cast<unsigned>(directory));
+        length = directory < 0 ? -1 : Kernel::ReadLink(AT_FDCWD, link, text, PATH_MAX - 1);
+    }
+    if (length <= 0 || text[0] != '/')
+        return 0;
+    text[length] = '\0';
+    return static_cast<std::size_t>(length);
+}
+
+} // namespace
+
+int DescriptorOfPath(const char* path) {
+    for (const char* folder : DESCRIPTOR_FOLDERS)
+        if (std::strncmp(path, folder, std::strlen(folder)) == 0)
+            return Number(path + std::strlen(folder));
+    for (int i = 0; i < 3; ++i)
+        if (std::strcmp(path, STANDARD_STREAMS[i]) == 0)
+            return i;
+    if (std::strncmp(path, "/proc/", 6) != 0)
+        return -1;
+    char own[32] = "/proc/";
+    PutNumber(own + 6, static_cast<unsigned>(Kernel::Process()));
+    std::strcat(own, "/fd/");
+    return std::strncmp(path, own, std::strlen(own)) == 0 ? Number(path + std::strlen(own)) : -1;
+}
+
+Path::Path(int directory, const char* path, Follow follow)
+    : given(path), givenDirectory(directory), names(Names::Current()) {
+    if (names == nullptr || path == nullptr || path[0] == '\0')
+        return;
+    const Kernel::KeptErrno kept;
+    if (!Compose())
+        return;
+    if (follow == Follow::YES)
+        TakeDescriptor();
+    isReplaced = Lead() || isReplaced;
+}
+
+// Makes the path inside, in text; isReplaced if it starts from a directory of the board.
+bool Path::Compose() {
+    std::size_t base = 0;
+    if (given[0] != '/') {
+        base = ReadBase(givenDirectory, text);
+        if (base == 0)
+            return false;
+        const std::size_t inside = names->ToInside(text, base, sizeof text);
+        isReplaced = inside != 0;
+        base = isReplaced ? inside : base;
+    }
+    NormalPath path(text, base);
+    if (!path.Append(given)) {
+        isReplaced = false;
+        return false;
+    }
+    length = path.Finish();
+    const std::size_t givenLength = std::strlen(given);
+    isDirectory = given[givenLength - 1] == '/' || (givenLength > 1 && std::strcmp(given + givenLength - 2, "/.") == 0);
+    return true;
+}
+
+// A descriptor of an open value file is named by that file.
+void Path::TakeDescriptor() {
+    const int descriptor = DescriptorOfPath(text);
+    ValueFile file;
+    if (descriptor < 0 || !Descriptors::Find(descriptor, file))
+        return;
+    const Name* value = names->Value(file.file);
+    if (value == nullptr)
+        return;
+    length = value->insideLength;
+    std::memcpy(text, value->inside, length + 1);
+}
+
+// Makes the path inside the one outside, if it is on the list.
+bool Path::Lead() {
+    place = names->Find(text, length);
+    if (place.name == nullptr)
+        return false;
+    const std::size_t slash = isDirectory ? 1 : 0;
+    isName = place.name->insideLength == length;
+    const std::size_t led = names->ToOutside(place, text, length, sizeof text - slash);
+    if (led == 0) {
+        place = Place();
+        return false;
+    }
+    length = led;
+    if (isDirectory) {
+        text[length++] = '/';
+        text[length] = '\0';
+        place.value = nullptr; // which no path with a slash at its end names
+    }
+    return true;
+}
+
+bool Path::Resolve(Follow follow) {
+    if (names == nullptr || given == nullptr || given[0] == '\0')
+        return false;
+    const Kernel::KeptErrno kept;
+    struct Scratch {
+        char rest[2 * PATH_MAX]; // what is still to be gone along
+        char link[PATH_MAX];
+        char joined[2 * PATH_MAX];
+        char here[PATH_MAX];
+        char outside[PATH_MAX];
+    };
+    const Kernel::Memory memory(sizeof(Scratch));
+    if (!memory.IsThere())
+        return false;
+    auto& scratch = *memory.As<Scratch>();
+    // The path inside again.
+    if (!Compose())
+        return false;
+    std::strcpy(scratch.rest, text);
+    NormalPath here(scratch.here);
+    int links = 0;
+    for (char* next = scratch.rest; *next != '\0';) {
+        while (*next == '/')
+            ++next;
+        char* end = next;
+        while (*end != '\0' && *end != '/')
+            ++end;
+        const bool isLast = *end == '\0';
+        const std::size_t before = here.Length();
+        const char ended = *end;
+        *end = '\0';
+        const bool isGone = std::strcmp(next, "..") == 0;
+        if (!here.Append(next))
+            return false;
+        *end = ended;
+        next = end;
+        if (isGone || here.Length() == before || (isLast && follow == Follow::NO))
+            continue;
+        std::memcpy(scratch.outside, here.Text(), here.Length() + 1);
+        const Place at = names->Find(scratch.outside, here.Length());
+        if (at.name != nullptr && names->ToOutside(at, scratch.outside, here.Length(), PATH_MAX) == 0)
+            return false;
+        const ssize_t size = Kernel::ReadLink(AT_FDCWD, scratch.outside, scratch.link, PATH_MAX - 1);
+        if (size <= 0)
+            continue;
+        if (++links > MOST_LINKS || static_cast<std::size_t>(size) + std::strlen(next) + 2 > sizeof scratch.joined)
+            return false;
+        scratch.link[size] = '\0';
+        if (scratch.link[0] == '/') {
+            here.Clear();
+            (void)names->ToInside(scratch.link, static_cast<std::size_t>(size), PATH_MAX);
+        } else {
+            scratch.here[before] = '\0';
+            here = NormalPath(scratch.here, before);
+        }
+        std::strcpy(scratch.joined, scratch.link);
+        std::strcat(scratch.joined, next);
+        std::strcpy(scratch.rest, scratch.joined);
+        next = scratch.rest;
+    }
+    if (links == 0)
+        return false;
+    length = here.Finish();
+    std::memcpy(text, here.Text(), length + 1);
+    isReplaced = Lead();
+    return isReplaced;
+}
+
+int Path::ErrorOfMaking(int error) const {
+    const Kernel::KeptErrno kept;
+    struct stat status {};
+    if (Kernel::Status(Text(), false, status) == 0)
+        return EEXIST;
+    if (errno != ENOENT)
+        return errno;
+    char parent[PATH_MAX];
+    std::size_t size = std::strlen(Text());
+    std::memcpy(parent, Text(), size + 1);
+    while (size > 1 && parent[size - 1] == '/')
+        --size;
+    while (size > 1 && parent[size - 1] != '/')
+        --size;
+    parent[size] = '\0';
+    return Kernel::Status(parent, true, status) == 0 ? error : errno;
+}
+
+} // namespace VelrixBoard::Preload
