@@ -30,12 +30,13 @@ void PanelQueue::Run() {
         taken.swap(waiting);
     }
     for (Waiting& item : taken) {
+        std::exception_ptr thrown;
         try {
             item.work();
-            item.done.set_value();
         } catch (...) {
-            item.done.set_exception(std::current_exception());
+            thrown = std::current_exception();
         }
+        item.done.set_value(std::move(thrown));
     }
 }
 
@@ -43,12 +44,12 @@ void PanelQueue::Close() {
     const std::lock_guard lock(mutex);
     closed = true;
     for (Waiting& item : waiting)
-        item.done.set_exception(std::make_exception_ptr(PanelError(UNAVAILABLE, "the board has ended")));
+        item.done.set_value(std::make_exception_ptr(PanelError(UNAVAILABLE, "the board has ended")));
     waiting.clear();
 }
 
 void PanelQueue::Do(Work work, std::chrono::milliseconds longest) {
-    std::future<void> done;
+    std::future<std::exception_ptr> done;
     {
         const std::lock_guard lock(mutex);
         if (closed)
@@ -62,7 +63,8 @@ void PanelQueue::Do(Work work, std::chrono::milliseconds longest) {
     (void)!::write(event.Get(), &one, sizeof one);
     if (done.wait_for(longest) != std::future_status::ready)
         throw PanelError(UNAVAILABLE, "the board is busy; the change will be made when it is not");
-    done.get();
+    if (const std::exception_ptr thrown = done.get())
+        std::rethrow_exception(thrown);
 }
 
 } // namespace VelrixBoard

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <deque>
+#include <exception>
 #include <functional>
 #include <future>
 #include <mutex>
@@ -50,7 +51,9 @@ public:
 private:
     struct Waiting {
         Work work;
-        std::promise<void> done;
+        // What the work threw, or null. Moved through, so that only the thread that waits holds it in the end and
+        // releases it: the C++ library does so in code that the thread sanitizer does not see.
+        std::promise<std::exception_ptr> done;
     };
 
     FileDescriptor event;
