@@ -32,33 +32,100 @@ function(velrix_compile_as_test target)
   endif()
 endfunction()
 
-# velrix_add_test(NAME name SOURCES file... LIBRARIES target... [NEEDS_NAMESPACES pattern...])
+# velrix_add_test(NAME name SOURCES file... LIBRARIES target... [ON_A_BOARD pattern...] [NAMESPACES_ONLY pattern...]
+#   [NOT_EMULATED pattern...] [NEEDS_PTRACE pattern...] [NEEDS_SYSCTL pattern...] [NEEDS_UNSHARE pattern...]
+#   [NEEDS_USERS pattern...])
 # A GoogleTest executable whose cases are each a test of ctest, named after the folder: "settings.LedSection.KeepsUnknown...".
 # GTest::gtest is linked; name GTest::gtest_main or GTest::gmock among the libraries where the test wants them.
-# Every case runs in a process of its own, so cases must not lean on one another.
-# NEEDS_NAMESPACES: the cases (GoogleTest's patterns) that run programs on a private board or put folders over the machine's. The
-# emulator that runs a foreign processor's programs cannot; there they are no tests of ctest, and the emulated board runs them.
+# Every case runs in a process of its own, so cases must not lean on one another. Patterns are GoogleTest's.
+# ON_A_BOARD: the cases that run programs on a private board. Each is two tests of ctest: labelled "namespaces" under its usual
+# name, and "preload" with "preload." before the name; VELRIX_TEST_ISOLATION tells the case which one it is.
+# NAMESPACES_ONLY: those that only make sense on a board in namespaces.
+# NOT_EMULATED: the cases that start programs of the build or enter namespaces by themselves. The emulator that runs a foreign
+# processor's programs can do neither, nor run boards; there all of these are no tests of ctest, and the emulated board runs them.
+# NEEDS_...: labels that say of a case which other right it needs: to trace a process, to write the kernel's settings, to make
+# user and mount namespaces, to become another user. scripts/test leaves out by name what a place cannot do.
 function(velrix_add_test)
-  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;LIBRARIES;NEEDS_NAMESPACES")
+  set(needs PTRACE SYSCTL UNSHARE USERS)
+  list(TRANSFORM needs PREPEND NEEDS_ OUTPUT_VARIABLE needsOptions)
+  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;LIBRARIES;ON_A_BOARD;NAMESPACES_ONLY;NOT_EMULATED;${needsOptions}")
+  if(arg_UNPARSED_ARGUMENTS)
+    message(FATAL_ERROR "velrix_add_test does not know ${arg_UNPARSED_ARGUMENTS}")
+  endif()
   add_executable(${arg_NAME} ${arg_SOURCES})
   target_link_libraries(${arg_NAME} PRIVATE ${arg_LIBRARIES})
   velrix_compile_as_test(${arg_NAME})
-  get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
-  set(environment)
-  set(filter)
+
+  set(onBoards ${arg_ON_A_BOARD} ${arg_NAMESPACES_ONLY})
   if(CMAKE_CROSSCOMPILING_EMULATOR)
-    if(arg_NEEDS_NAMESPACES STREQUAL "*")
-      return()
-    endif()
-    if(arg_NEEDS_NAMESPACES)
-      list(JOIN arg_NEEDS_NAMESPACES ":" patterns)
-      set(filter TEST_FILTER "-${patterns}")
-    endif()
     # For tests that start programs of this build: tests/support/Emulator.h.
     list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
-    set(environment ENVIRONMENT "VELRIX_TEST_EMULATOR=${emulator}")
+    velrix_discover_tests(${arg_NAME} SUITE plain EXCEPT ${onBoards} ${arg_NOT_EMULATED}
+      PROPERTIES ENVIRONMENT "VELRIX_TEST_EMULATOR=${emulator}")
+  else()
+    velrix_discover_tests(${arg_NAME} SUITE plain EXCEPT ${onBoards})
+    if(onBoards)
+      velrix_discover_tests(${arg_NAME} SUITE namespaces ONLY ${onBoards}
+        PROPERTIES LABELS namespaces ENVIRONMENT VELRIX_TEST_ISOLATION=namespaces)
+    endif()
+    if(arg_ON_A_BOARD)
+      velrix_discover_tests(${arg_NAME} SUITE preload PREFIX preload. ONLY ${arg_ON_A_BOARD} EXCEPT ${arg_NAMESPACES_ONLY}
+        PROPERTIES LABELS preload ENVIRONMENT VELRIX_TEST_ISOLATION=preload)
+    endif()
   endif()
+  foreach(need IN LISTS needs)
+    string(TOLOWER ${need} label)
+    velrix_label_tests(${arg_NAME} ${label} ${arg_NEEDS_${need}})
+  endforeach()
+endfunction()
+
+# velrix_discover_tests(target SUITE name [PREFIX text] [ONLY pattern...] [EXCEPT pattern...] [PROPERTIES property value...])
+# Makes tests of ctest of the cases that the patterns choose, all of them unless ONLY is given. Their names will be in the list
+# target_name when ctest reads its files.
+function(velrix_discover_tests target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "SUITE;PREFIX" "ONLY;EXCEPT;PROPERTIES")
+  if("*" IN_LIST arg_EXCEPT)
+    return()
+  endif()
+  list(JOIN arg_ONLY ":" filter)
+  if(arg_EXCEPT)
+    list(JOIN arg_EXCEPT ":" except)
+    string(APPEND filter "-${except}")
+  endif()
+  if(filter)
+    set(filter TEST_FILTER ${filter})
+  endif()
+  get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
   # Listing the cases runs the program, which takes long with sanitizers, in an emulator and on a busy machine.
-  gtest_discover_tests(${arg_NAME} TEST_PREFIX ${folder}. ${filter} DISCOVERY_TIMEOUT 120
-    PROPERTIES TIMEOUT 300 ${environment})
+  gtest_discover_tests(${target} TEST_PREFIX ${arg_PREFIX}${folder}. ${filter} TEST_LIST ${target}_${arg_SUITE}
+    DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 300 ${arg_PROPERTIES})
+endfunction()
+
+# velrix_label_tests(target label pattern...)
+# When ctest reads its files, adds the label to those of the target's tests whose case fits one of the patterns. A pattern that
+# fits none, such as the old name of a case, is a test that fails; with an emulator some cases are no tests.
+function(velrix_label_tests target label)
+  if(NOT ARGN)
+    return()
+  endif()
+  string(REPLACE "." "[.]" patterns "${ARGN}")
+  string(REPLACE "*" ".*" patterns "${patterns}")
+  get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
+  set(fits "${CMAKE_CROSSCOMPILING_EMULATOR}")
+  set(file ${CMAKE_CURRENT_BINARY_DIR}/${target}-${label}.cmake)
+  file(CONFIGURE OUTPUT ${file} @ONLY CONTENT [[
+foreach(pattern IN ITEMS @patterns@)
+  set(fits "@fits@")
+  foreach(test IN LISTS @target@_plain @target@_namespaces @target@_preload)
+    if(test MATCHES "^(preload[.])?@folder@[.]${pattern}$")
+      set_tests_properties("${test}" PROPERTIES LABELS @label@)
+      set(fits YES)
+    endif()
+  endforeach()
+  if(NOT fits)
+    add_test("@folder@.${pattern}_NOT_FOUND" "no case of @target@ is named so")
+  endif()
+endforeach()
+]])
+  set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${file})
 endfunction()

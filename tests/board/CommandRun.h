@@ -20,6 +20,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "tests/support/Isolation.h"
 #include "tests/support/TemporaryFolder.h"
 
 // How a command ended and what it printed.
@@ -83,11 +84,14 @@ struct CommandRun {
         for (const auto& [name, value] : environment)
             ::setenv(name.c_str(), value.c_str(), 1);
         constexpr unsigned NOBODY = 65534;
-        if (asNobody && ::geteuid() == 0 && (!OpenFuseToAll() || ::setgid(NOBODY) != 0 || ::setuid(NOBODY) != 0))
-            ::_exit(98);
+        if (asNobody && ::geteuid() == 0) {
+            const bool opened = TestSupport::BoardsArePreloaded() || OpenFuseToAll();
+            if (!opened || ::setgid(NOBODY) != 0 || ::setuid(NOBODY) != 0)
+                ::_exit(98);
+        }
         if (traced)
             ::ptrace(PTRACE_TRACEME, 0, 0, 0);
-        std::vector<std::string> words = command;
+        std::vector<std::string> words = TestSupport::WithIsolation(command);
         std::vector<char*> arguments;
         for (std::string& word : words)
             arguments.push_back(word.data());
@@ -113,5 +117,5 @@ inline std::vector<std::string> OnBoard(const std::string& script, const std::ve
     std::vector<std::string> command = {VELRIX_BOARD_COMMAND, "run"};
     command.insert(command.end(), options.begin(), options.end());
     command.insert(command.end(), {"--", "sh", "-c", script});
-    return command;
+    return TestSupport::WithIsolation(command);
 }

@@ -52,6 +52,7 @@ TEST_P(EmulatedSuites, PassOnTheRealKernel) {
     const int first = GetParam() * SHARES;
     program.words = {"env",
                      "GTEST_TOTAL_SHARDS=" + std::to_string(MACHINES * SHARES),
+                     "VELRIX_TEST_ISOLATION=namespaces",
                      "sh",
                      "-c",
                      RUN_SHARES,

@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "board/virtual/BoardModel.h"
+#include "tests/support/Isolation.h"
 
 namespace TestSupport {
 
@@ -70,6 +71,7 @@ void PrivateBoard::Start(const std::vector<std::string>& command) {
     all.insert(all.end(), options.begin(), options.end());
     all.push_back("--");
     all.insert(all.end(), command.begin(), command.end());
+    all = WithIsolation(std::move(all));
     std::vector<char*> argv;
     for (std::string& argument : all)
         argv.push_back(argument.data());

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace TestSupport {
+
+// Whether the boards of this run of the tests reach their programs through a preloaded library. ctest runs the cases on
+// a board once in each isolation, which VELRIX_TEST_ISOLATION names; without it the board chooses for itself.
+inline bool BoardsArePreloaded() {
+    const char* isolation = std::getenv("VELRIX_TEST_ISOLATION");
+    return isolation != nullptr && std::string(isolation) == "preload";
+}
+
+// The command with the isolation that the tests run in, where it runs a program on a board and does not name one
+// itself.
+inline std::vector<std::string> WithIsolation(std::vector<std::string> command) {
+    const char* isolation = std::getenv("VELRIX_TEST_ISOLATION");
+    if (isolation == nullptr || command.size() < 2 || std::filesystem::path(command[0]).filename() != "velrix-board" ||
+        (command[1] != "run" && command[1] != "record"))
+        return command;
+    const auto separator = std::find(command.begin(), command.end(), "--");
+    const bool names = std::any_of(command.begin(), separator,
+                                   [](const std::string& word) { return word.starts_with("--isolation"); });
+    if (!names)
+        command.insert(separator, {"--isolation", isolation});
+    return command;
+}
+
+} // namespace TestSupport
