@@ -206,6 +206,9 @@ void PreloadFiles::ReceiveWrites(std::uint64_t source) {
         const ssize_t length = ::recv(openFile.socket.Get(), text.data(), text.size(), MSG_DONTWAIT);
         if (length < 0 && (errno == EAGAIN || errno == EINTR))
             return;
+        // Said once, before what was written, when the file was closed with an event that nobody read.
+        if (length < 0 && errno == ECONNRESET)
+            continue;
         if (length <= 0) {
             Close(source);
             return;

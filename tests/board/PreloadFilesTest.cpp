@@ -322,6 +322,17 @@ TEST_F(PreloadFilesTest, TakesValuesThatComePastTheLibrary) {
     EXPECT_TRUE(state.Level(FindSignal(state, OUTPUT)));
 }
 
+TEST_F(PreloadFilesTest, TakesAValueOfAFileThatIsClosedAtOnce) {
+    {
+        // With an event that nobody reads.
+        const Received opened = Open(OUTPUT, O_WRONLY);
+        ASSERT_EQ(::write(opened.descriptor.Get(), "1", 1), 1);
+    }
+    board.Run(now);
+
+    EXPECT_TRUE(state.Level(FindSignal(state, OUTPUT)));
+}
+
 TEST_F(PreloadFilesTest, KeepsTheOrderOfAValuePastTheLibraryAndARequestBehindIt) {
     class Order final : public BoardObserver {
     public:

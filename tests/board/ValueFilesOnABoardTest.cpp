@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Value files as programs find them: the test's own code runs on a real board.
-#include "board/virtual/FuseFiles.h"
+#include "board/virtual/ValueFiles.h"
 
 #include <array>
 #include <cerrno>
@@ -14,6 +14,7 @@
 #include <vector>
 
 #include <dirent.h>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/epoll.h>
@@ -28,8 +29,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "board/preload/Protocol.h"
 #include "board/virtual/Board.h"
 #include "board/virtual/IBoardAttachment.h"
+#include "board/virtual/PreloadEntry.h"
+#include "tests/support/Isolation.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace VelrixBoard {
@@ -55,8 +59,38 @@ std::string Repeated(const std::string& text, int times) {
     return all;
 }
 
-class FuseFilesTest : public testing::Test {
+// The library is to be in this process, whose code is to be led by it: starts the test's program again with it.
+void PreloadItself() {
+    if (::dlsym(RTLD_DEFAULT, Preload::BEGIN_FUNCTION) != nullptr) {
+        ::unsetenv("LD_PRELOAD");
+        return;
+    }
+    const std::string_view library = PreloadLibrary();
+    const int file = ::memfd_create("velrix-board-preload.so", 0);
+    if (::write(file, library.data(), library.size()) != static_cast<ssize_t>(library.size()))
+        throw std::runtime_error("the preloaded library cannot be written");
+    ::setenv("LD_PRELOAD", ("/proc/self/fd/" + std::to_string(file)).c_str(), 1);
+    std::ifstream stream("/proc/self/cmdline");
+    std::vector<std::string> words;
+    for (std::string word; std::getline(stream, word, '\0');)
+        words.push_back(word);
+    std::vector<char*> arguments;
+    for (std::string& word : words)
+        arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    ::execv("/proc/self/exe", arguments.data());
+    throw std::runtime_error("the test's program cannot be started again");
+}
+
+class ValueFilesOnABoardTest : public testing::Test {
 protected:
+    ValueFilesOnABoardTest() {
+        if (!TestSupport::BoardsArePreloaded())
+            return;
+        options.isolation = Isolation::PRELOAD;
+        PreloadItself();
+    }
+
     // Runs the code on a board in a process of its own; gives what it wrote.
     std::string OnBoard(const std::function<void(std::ostream&)>& code) {
         options.directory = folder.Path("board");
@@ -101,7 +135,7 @@ std::string ReadAll(int file) {
     return length < 0 ? Of(length) : std::string(buffer.data(), static_cast<std::size_t>(length));
 }
 
-TEST_F(FuseFilesTest, TakesEveryWriteAsOneNewValueWhereverItGoes) {
+TEST_F(ValueFilesOnABoardTest, TakesEveryWriteAsOneNewValueWhereverItGoes) {
     // So that all changes are the program's, however long it takes.
     options.oxboReadyAfter.reset();
 
@@ -127,7 +161,7 @@ TEST_F(FuseFilesTest, TakesEveryWriteAsOneNewValueWhereverItGoes) {
               "OXBO_RESET1_N 1\nOXBO_RESET1_N 0\nOXBO_RESET1_N 1\nOXBO_RESET1_N 0\nOXBO_RESET1_N 1\n");
 }
 
-TEST_F(FuseFilesTest, ReadsALevelAndALineFeedAtEveryTime) {
+TEST_F(ValueFilesOnABoardTest, ReadsALevelAndALineFeedAtEveryTime) {
     const std::string output = OnBoard([](std::ostream& out) {
         const int led = ::open(MS_RED, O_RDWR | O_CLOEXEC);
         out << ReadAll(led) << Of(::write(led, "255", 3)) << ReadAll(led);
@@ -144,7 +178,7 @@ TEST_F(FuseFilesTest, ReadsALevelAndALineFeedAtEveryTime) {
     EXPECT_EQ(output, "0\n31\n110 4096 1006441 100444 ENODEV");
 }
 
-TEST_F(FuseFilesTest, LetsNothingBeMadeRemovedOrChanged) {
+TEST_F(ValueFilesOnABoardTest, LetsNothingBeMadeRemovedOrChanged) {
     options.asRoot = true; // whom no mode of a file stops
     const std::string output = OnBoard([](std::ostream& out) {
         out << Of(::open(IRQ, O_WRONLY | O_CLOEXEC)) << " " << Of(::open(IRQ, O_RDWR | O_CLOEXEC)) << " "
@@ -159,7 +193,7 @@ TEST_F(FuseFilesTest, LetsNothingBeMadeRemovedOrChanged) {
     EXPECT_EQ(output, "EACCES EACCES EACCES EACCES EPERM EPERM EPERM EPERM EPERM EPERM EPERM ENOENT");
 }
 
-TEST_F(FuseFilesTest, WakesWhoWaitsForAnInput) {
+TEST_F(ValueFilesOnABoardTest, WakesWhoWaitsForAnInput) {
     options.oxboReadyAfter = 5ms;
     const std::string output = OnBoard([](std::ostream& out) {
         const int irq = ::open(IRQ, O_RDONLY | O_CLOEXEC);
@@ -182,7 +216,7 @@ TEST_F(FuseFilesTest, WakesWhoWaitsForAnInput) {
     EXPECT_EQ(output, "111\n0 1110\n0 0111\n11");
 }
 
-TEST_F(FuseFilesTest, KeepsTheOrderOfWritesOfDifferentFiles) {
+TEST_F(ValueFilesOnABoardTest, KeepsTheOrderOfWritesOfDifferentFiles) {
     constexpr int ROUNDS = 200;
     OnBoard([](std::ostream&) {
         const int reset = ::open("/var/dev/gpio-outputs/qorResetN/value", O_WRONLY | O_CLOEXEC);
@@ -202,7 +236,7 @@ TEST_F(FuseFilesTest, KeepsTheOrderOfWritesOfDifferentFiles) {
         EXPECT_LT(std::stod(before.empty() ? "0" : before), std::stod(time));
 }
 
-TEST_F(FuseFilesTest, TakesATextThatLiesAcrossPagesAsOneValue) {
+TEST_F(ValueFilesOnABoardTest, TakesATextThatLiesAcrossPagesAsOneValue) {
     const std::string output = OnBoard([](std::ostream& out) {
         const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
         std::vector<char> space(3 * page, '0');
@@ -243,7 +277,7 @@ int ConnectToLog() {
     return log;
 }
 
-TEST_F(FuseFilesTest, TellsTheSystemLogBeforeTheWriteThatFollows) {
+TEST_F(ValueFilesOnABoardTest, TellsTheSystemLogBeforeTheWriteThatFollows) {
     constexpr int ROUNDS = 200;
     options.attachments.push_back([this](const BoardState&, IBoardControl&, Clock) {
         return std::make_unique<OrderRecorder>(folder.Path("order"));
@@ -263,7 +297,7 @@ TEST_F(FuseFilesTest, TellsTheSystemLogBeforeTheWriteThatFollows) {
     EXPECT_EQ(folder.Read("order"), Repeated("log 1 web 0 ", ROUNDS));
 }
 
-TEST_F(FuseFilesTest, KeepsAnyOrderOfRecordsAndWrites) {
+TEST_F(ValueFilesOnABoardTest, KeepsAnyOrderOfRecordsAndWrites) {
     constexpr int STEPS = 2000;
     // Runs of up to eleven of a kind: more than the socket keeps without being read.
     std::string expected;
@@ -290,7 +324,7 @@ TEST_F(FuseFilesTest, KeepsAnyOrderOfRecordsAndWrites) {
     EXPECT_EQ(folder.Read("order"), expected);
 }
 
-TEST_F(FuseFilesTest, ShowsTheModuleInResetAtOnceHoweverSoonItIsResetAgain) {
+TEST_F(ValueFilesOnABoardTest, ShowsTheModuleInResetAtOnceHoweverSoonItIsResetAgain) {
     constexpr int ROUNDS = 50;
     options.oxboReadyAfter = 0ms;
 
@@ -315,7 +349,7 @@ TEST_F(FuseFilesTest, ShowsTheModuleInResetAtOnceHoweverSoonItIsResetAgain) {
     EXPECT_EQ(output, Repeated("1\n", 2 * ROUNDS));
 }
 
-TEST_F(FuseFilesTest, LosesNoWriteOfManyThreads) {
+TEST_F(ValueFilesOnABoardTest, LosesNoWriteOfManyThreads) {
     constexpr int THREADS = 4, WRITES = 2000;
     const std::string output = OnBoard([](std::ostream& out) {
         std::vector<std::thread> threads;
@@ -336,7 +370,7 @@ TEST_F(FuseFilesTest, LosesNoWriteOfManyThreads) {
     EXPECT_EQ(std::count(writes.begin(), writes.end(), '\n'), THREADS * WRITES);
 }
 
-TEST_F(FuseFilesTest, BreaksFilesAsItIsTold) {
+TEST_F(ValueFilesOnABoardTest, BreaksFilesAsItIsTold) {
     options.faults = {{"OXBO_RL", {Fault::Kind::IO_ERROR}},
                       {"OXBO_RESET1_N", {Fault::Kind::NO_SPACE}},
                       {"MS.red", {Fault::Kind::NO_ACCESS}},
@@ -377,7 +411,7 @@ private:
     int pipe;
 };
 
-TEST_F(FuseFilesTest, LetsAFileVanishAndReturnWhileItIsOpen) {
+TEST_F(ValueFilesOnABoardTest, LetsAFileVanishAndReturnWhileItIsOpen) {
     std::array<int, 2> faults{};
     ASSERT_EQ(::pipe(faults.data()), 0);
     options.attachments = {
@@ -398,7 +432,7 @@ TEST_F(FuseFilesTest, LetsAFileVanishAndReturnWhileItIsOpen) {
     EXPECT_EQ(output, "ENOENT ENODEV ENODEV 0 1 1\n");
 }
 
-TEST_F(FuseFilesTest, AnswersForASlowFileLateWithoutKeepingOthersWaiting) {
+TEST_F(ValueFilesOnABoardTest, AnswersForASlowFileLateWithoutKeepingOthersWaiting) {
     options.faults = {{"MS.red", {Fault::Kind::SLOW, 200ms}}};
     const std::string output = OnBoard([](std::ostream& out) {
         const int reset = ::open(RESET, O_WRONLY | O_CLOEXEC);
@@ -414,7 +448,7 @@ TEST_F(FuseFilesTest, AnswersForASlowFileLateWithoutKeepingOthersWaiting) {
     EXPECT_THAT(Record("writes"), testing::AnyOf("OXBO_RESET1_N 1\nMS.red 1\n"));
 }
 
-TEST_F(FuseFilesTest, LetsAProgramBeKilledWhileItWaitsForASlowFile) {
+TEST_F(ValueFilesOnABoardTest, LetsAProgramBeKilledWhileItWaitsForASlowFile) {
     options.faults = {{"MS.red", {Fault::Kind::SLOW, 1h}}};
     const std::string output = OnBoard([](std::ostream& out) {
         std::array<int, 2> pipe{};
