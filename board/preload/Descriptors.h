@@ -16,8 +16,8 @@ struct ValueFile {
 // Which descriptors of this process are value files. Any number of them, without locks: threads, signal handlers and
 // vfork's children call all of this.
 //
-// Libc closes and duplicates some descriptors past this library, so what is written down here is believed only while the
-// descriptor is still that socket. A child that shares this memory, as after vfork, writes nothing down.
+// Libc closes and duplicates some descriptors past this library, so what is written down here is believed only while
+// the descriptor is still that socket. A child that shares this memory, as after vfork, writes nothing down.
 namespace Descriptors {
 
 // False for what is no value file, as nearly all are; that costs no system call.

@@ -47,7 +47,8 @@ void CloseForGlob(void* directory) {
     nextClosedir(static_cast<DIR*>(directory));
 }
 
-// The walk of ftw or nftw that this thread is on: the C library walks outside, the program's function sees names inside.
+// The walk of ftw or nftw that this thread is on: the C library walks outside, the program's function sees names
+// inside.
 struct Walk {
     Visit* visit;
     VisitNew* visitNew;

@@ -162,7 +162,8 @@ bool FindProgram(const char* name, char* candidate) {
 }
 
 // The C library starts the shell with the environment of the process.
-template <class Call> auto WithBoardEnvironment(Call call) {
+template <class Call>
+auto WithBoardEnvironment(Call call) {
     const BoardEnvironment completed(environ);
     if (completed.Get() == environ)
         return call();
@@ -185,7 +186,7 @@ template <class Call> auto WithBoardEnvironment(Call call) {
     auto** const words = static_cast<char**>(alloca((count + 1) * sizeof(char*)));                                     \
     words[0] = const_cast<char*>(first);                                                                               \
     for (std::size_t i = 1; i <= count; ++i)                                                                           \
-        words[i] = (first) != nullptr ? va_arg(arguments, char*) : nullptr
+    words[i] = (first) != nullptr ? va_arg(arguments, char*) : nullptr
 
 } // namespace
 

@@ -56,7 +56,10 @@ public:
     ~Memory() { Free(); }
 
     bool IsThere() const { return address != MAP_FAILED; }
-    template <class Type> Type* As() const { return static_cast<Type*>(address); }
+    template <class Type>
+    Type* As() const {
+        return static_cast<Type*>(address);
+    }
 
     void Replace(std::size_t bytes) {
         Free();

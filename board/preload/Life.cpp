@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// How this library comes to life in a process: by its constructor, by the first call that comes before that, or later by
-// the call of a program that has become a board's.
+// How this library comes to life in a process: by its constructor, by the first call that comes before that, or later
+// by the call of a program that has become a board's.
 #include "board/preload/Life.h"
 
 #include <atomic>
@@ -50,6 +50,12 @@ void ForgetInChild() {
     ResetLogInChild();
 }
 
+void PrepareForks() {
+    static std::atomic<bool> isDone{false};
+    if (!isDone.exchange(true))
+        ::pthread_atfork(nullptr, nullptr, ForgetInChild);
+}
+
 const Names* Begin() {
     // Sanitizers call functions before the C library has its environment.
     if (environ == nullptr)
@@ -69,7 +75,7 @@ const Names* Begin() {
     const Names* expected = nullptr;
     // Of several threads that are first, one wins; the lists are equal.
     if (current.compare_exchange_strong(expected, names, std::memory_order_acq_rel))
-        ::pthread_atfork(nullptr, nullptr, ForgetInChild);
+        PrepareForks();
     isDecided.store(true, std::memory_order_release);
     return current.load(std::memory_order_acquire);
 }
@@ -95,6 +101,10 @@ bool IsOwnMemory() {
 using namespace VelrixBoard::Preload;
 
 VELRIX_PRELOADED(void, velrix_board_preload_begin) {
-    if (Names::Current() == nullptr && Begin() != nullptr)
+    // The process may have been on another board before, which is the machine of the new one.
+    const Names* const before = current.exchange(nullptr);
+    if (before != nullptr)
+        Connections::CloseAll();
+    if (Begin() != nullptr && before == nullptr)
         ExchangeStandardStreams();
 }

@@ -145,8 +145,8 @@ void Record(int priority, const char* format, va_list arguments) {
         (log.options & LOG_PID) != 0
             ? std::snprintf(text + length, LONGEST_RECORD / 2, "%s[%d]: ", name, static_cast<int>(Kernel::Process()))
             : std::snprintf(text + length, LONGEST_RECORD / 2, "%s: ", name);
-    length += written > 0 && static_cast<std::size_t>(written) < LONGEST_RECORD / 2 ? static_cast<std::size_t>(written)
-                                                                                     : 0;
+    length +=
+        written > 0 && static_cast<std::size_t>(written) < LONGEST_RECORD / 2 ? static_cast<std::size_t>(written) : 0;
     errno = error; // for %m
     const int size = std::vsnprintf(text + length, LONGEST_RECORD - length, format, arguments);
     if (size < 0)

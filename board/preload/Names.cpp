@@ -137,7 +137,8 @@ bool Names::TakeLine(char* line) {
     Name& name = *Add(first);
     if (std::strcmp(word, List::TREE) == 0) {
         name.isTree = true;
-    } else if (std::strcmp(word, List::NAME) == 0) {
+    } else if (std::strcmp(word, List::NAME) == 0 || std::strcmp(word, List::COVER) == 0) {
+        name.isCover = std::strcmp(word, List::COVER) == 0;
         name.outside = TakeField(line);
         if (name.outside == nullptr || name.outside[0] != '/')
             return false;
@@ -187,14 +188,22 @@ Place Names::Find(const char* path, std::size_t length) const {
         if (number == 0)
             continue;
         const Name& name = names[number - 1];
-        if (name.outside != nullptr)
+        if (name.isCover)
+            place.cover = i + 1 < length ? &name : place.cover;
+        else if (name.outside != nullptr)
             place.name = &name;
         if (name.isTree)
             place.tree = &name;
         if (name.isValue && i + 1 == length)
             place.value = &name;
     }
-    return place.name != nullptr ? place : Place();
+    if (place.name != nullptr) {
+        place.cover = nullptr;
+        return place;
+    }
+    Place covered;
+    covered.cover = place.cover;
+    return covered;
 }
 
 namespace {

@@ -6,8 +6,8 @@
 
 namespace VelrixBoard::Preload {
 
-// An absolute path without ".", ".." and double slashes, put together in a buffer of PATH_MAX bytes that is not its own.
-// The text ends with a zero whenever an operation returns.
+// An absolute path without ".", ".." and double slashes, put together in a buffer of PATH_MAX bytes that is not its
+// own. The text ends with a zero whenever an operation returns.
 class NormalPath final {
 public:
     // Goes on with the path that is in the buffer already.

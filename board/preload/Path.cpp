@@ -125,6 +125,8 @@ void Path::TakeDescriptor() {
 // Makes the path inside the one outside, if it is on the list.
 bool Path::Lead() {
     place = names->Find(text, length);
+    if (place.cover != nullptr)
+        TakeCovered();
     if (place.name == nullptr)
         return false;
     const std::size_t slash = isDirectory ? 1 : 0;
@@ -141,6 +143,20 @@ bool Path::Lead() {
         place.value = nullptr; // which no path with a slash at its end names
     }
     return true;
+}
+
+// In a covered directory of the machine, what the machine does not have is the board's.
+void Path::TakeCovered() {
+    std::size_t end = place.cover->insideLength + 1;
+    while (end < length && text[end] != '/')
+        ++end;
+    const char ended = text[end];
+    text[end] = '\0';
+    struct stat status {};
+    const bool isMissing = Kernel::Status(text, false, status) != 0 && errno == ENOENT;
+    text[end] = ended;
+    if (isMissing)
+        place.name = place.cover;
 }
 
 bool Path::Resolve(Follow follow) {

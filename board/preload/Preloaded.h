@@ -13,5 +13,5 @@
 
 // A second name of the same function. On a 64-bit machine open64 is open.
 #define VELRIX_PRELOADED_ALIAS(name, second)                                                                           \
-    extern "C" __attribute__((visibility("default"), alias(#name))) decltype(velrix_##name) velrix_##second __asm__(   \
-        #second)
+    extern "C"                                                                                                         \
+        __attribute__((visibility("default"), alias(#name))) decltype(velrix_##name) velrix_##second __asm__(#second)

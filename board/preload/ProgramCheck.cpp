@@ -45,7 +45,8 @@ constexpr const char* PRIVILEGED_TEXT =
 class File final {
 public:
     explicit File(const char* path)
-        : descriptor(static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK))) {}
+        : descriptor(
+              static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK))) {}
     File(const File&) = delete;
     File& operator=(const File&) = delete;
     ~File() {
@@ -114,8 +115,8 @@ ElfW(Half) OwnMachine() {
 #endif
 }
 
-// Whether the loader of a program with this file would ignore LD_PRELOAD, since the process changes its user or group or
-// gains capabilities.
+// Whether the loader of a program with this file would ignore LD_PRELOAD, since the process changes its user or group
+// or gains capabilities.
 bool IsPrivileged(const File& file) {
     struct stat status {};
     if (::syscall(SYS_fstat, file.Descriptor(), &status) != 0)
@@ -125,8 +126,7 @@ bool IsPrivileged(const File& file) {
     const auto user = static_cast<uid_t>(::syscall(SYS_getuid));
     const auto group = static_cast<gid_t>(::syscall(SYS_getgid));
     const bool changesUser = (status.st_mode & S_ISUID) != 0 && status.st_uid != user;
-    const bool changesGroup =
-        (status.st_mode & (S_ISGID | S_IXGRP)) == (S_ISGID | S_IXGRP) && status.st_gid != group;
+    const bool changesGroup = (status.st_mode & (S_ISGID | S_IXGRP)) == (S_ISGID | S_IXGRP) && status.st_gid != group;
     if (!changesUser && !changesGroup && (capabilities <= 0 || user == 0))
         return false;
     struct statfs system {};

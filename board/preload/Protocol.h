@@ -24,6 +24,9 @@ inline constexpr const char* BEGIN_FUNCTION = "velrix_board_preload_begin";
 //     socket  NAME                 the board's abstract socket, without the leading zero byte
 //     name    INSIDE  OUTSIDE      what the program knows as INSIDE, and all below it, is at OUTSIDE. OUTSIDE need not
 //                                  exist; then the program finds nothing there, and may make it
+//     cover   INSIDE  OUTSIDE      a directory of the machine that names of the board lie in. A name right in it that
+//     the
+//                                  machine does not have is the board's, and is at OUTSIDE, or may be made there
 //     tree    INSIDE               below INSIDE are value files alone: nothing can be made, removed or changed
 //     value   INSIDE  FILE  MODE   a value file and its number; a "name" line says where an empty file lies for what
 //                                  asks for its status. MODE is 0644 or 0444, for inputs
@@ -31,6 +34,7 @@ inline constexpr const char* BEGIN_FUNCTION = "velrix_board_preload_begin";
 namespace List {
 inline constexpr const char* SOCKET = "socket";
 inline constexpr const char* NAME = "name";
+inline constexpr const char* COVER = "cover";
 inline constexpr const char* TREE = "tree";
 inline constexpr const char* VALUE = "value";
 inline constexpr const char* ROOT = "root";

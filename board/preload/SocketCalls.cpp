@@ -56,8 +56,7 @@ bool SocketAddress::Shorten(const char* path) {
     std::memcpy(parent, path, static_cast<std::size_t>(name - path));
     parent[name - path] = '\0';
     directory = Kernel::Open(AT_FDCWD, parent, O_PATH | O_DIRECTORY | O_CLOEXEC);
-    const int length =
-        std::snprintf(led.sun_path, sizeof led.sun_path, "/proc/self/fd/%d/%s", directory, name);
+    const int length = std::snprintf(led.sun_path, sizeof led.sun_path, "/proc/self/fd/%d/%s", directory, name);
     return directory >= 0 && length > 0 && static_cast<std::size_t>(length) < sizeof led.sun_path;
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The C library's streams on value files. A stream reads and writes inside of the C library, past this one; so that of a
-// value file is made with functions of its own.
+// The C library's streams on value files. A stream reads and writes inside of the C library, past this one; so that of
+// a value file is made with functions of its own.
 #include "board/preload/Streams.h"
 
 #include <cstdio>
@@ -121,9 +121,8 @@ bool IsMade(const Path& led) {
 }
 
 FILE* Open(const char* path, const char* mode) {
-    return WithPath(path, Follow::YES, [=](const Path& led) {
-        return IsMade(led) ? OpenStream(led, mode) : nextFopen(led.Text(), mode);
-    });
+    return WithPath(path, Follow::YES,
+                    [=](const Path& led) { return IsMade(led) ? OpenStream(led, mode) : nextFopen(led.Text(), mode); });
 }
 
 FILE** StandardStream(const FILE* stream) {

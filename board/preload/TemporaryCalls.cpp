@@ -16,7 +16,8 @@ constinit Next<char*(char*)> nextMkdtemp{"mkdtemp"};
 constexpr std::size_t RANDOM = 6; // the XXXXXX
 
 // Calls make with the template led, and brings what it made of the X's into the program's template.
-template <class Make> int MakeTemporary(char* pattern, std::size_t suffix, int treeError, Make make) {
+template <class Make>
+int MakeTemporary(char* pattern, std::size_t suffix, int treeError, Make make) {
     const Path led(AT_FDCWD, pattern, Follow::NO);
     if (!led.IsOnList())
         return make(pattern);
@@ -63,7 +64,6 @@ VELRIX_PRELOADED(int, mkostemps, char* pattern, int suffix, int flags) {
 VELRIX_PRELOADED_ALIAS(mkostemps, mkostemps64);
 
 VELRIX_PRELOADED(char*, mkdtemp, char* pattern) {
-    const int made =
-        MakeTemporary(pattern, 0, EPERM, [](char* text) { return nextMkdtemp(text) != nullptr ? 0 : -1; });
+    const int made = MakeTemporary(pattern, 0, EPERM, [](char* text) { return nextMkdtemp(text) != nullptr ? 0 : -1; });
     return made == 0 ? pattern : nullptr;
 }

@@ -213,8 +213,7 @@ VELRIX_PRELOADED_ALIAS(posix_fallocate, posix_fallocate64);
 // Programs that are refused it read and write.
 VELRIX_PRELOADED(ssize_t, copy_file_range, int from, off_t* fromOffset, int to, off_t* toOffset, size_t size,
                  unsigned flags) {
-    return Opened(from) || Opened(to) ? Fail(EINVAL)
-                                      : nextCopyFileRange(from, fromOffset, to, toOffset, size, flags);
+    return Opened(from) || Opened(to) ? Fail(EINVAL) : nextCopyFileRange(from, fromOffset, to, toOffset, size, flags);
 }
 
 VELRIX_PRELOADED(int, vdprintf, int descriptor, const char* format, va_list arguments) {

@@ -48,7 +48,8 @@ short Happened(const pollfd& wait, short events) {
 }
 
 // call waits for what it is given; with true, not at all.
-template <class Call> int PollValues(pollfd* waits, nfds_t count, Call call) {
+template <class Call>
+int PollValues(pollfd* waits, nfds_t count, Call call) {
     constexpr nfds_t FEW = 64;
     pollfd few[FEW];
     bool fewAreValues[FEW];
@@ -139,9 +140,7 @@ int Join(const Sets& sets, int count, fd_set* reading, fd_set* writing, fd_set* 
             Put(reinterpret_cast<std::uint64_t*>(set), number, isIn);
         ready += isIn ? 1 : 0;
     };
-    const auto has = [](const Words& words, int number) {
-        return Has(reinterpret_cast<const fd_set*>(words), number);
-    };
+    const auto has = [](const Words& words, int number) { return Has(reinterpret_cast<const fd_set*>(words), number); };
     for (int i = 0; i < count; ++i) {
         const bool hasEvent = has(sets.valuesExceptional, i) && has(sets.reading, i);
         give(reading, i, has(sets.valuesReading, i) || (!has(sets.valuesExceptional, i) && has(sets.reading, i)));

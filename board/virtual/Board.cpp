@@ -290,7 +290,10 @@ private:
         const auto before = [this] { TellRecords(); };
         const NamespaceEntry::Place place{layout.Stage(), layout.Device()};
         if (options.isolation != Isolation::PRELOAD) {
-            const NamespaceEntry::Trial trial = NamespaceEntry::Try(place);
+            const NamespaceEntry::Trial trial =
+                PreloadEntry::IsOnSuchABoard()
+                    ? NamespaceEntry::Trial{false, false, "this board is itself on one that has a preloaded library"}
+                    : NamespaceEntry::Try(place);
             if (!trial.isAllowed && (options.isolation == Isolation::NAMESPACES || PreloadLibrary().empty()))
                 throw BoardError(trial.reason);
             if (!trial.isAllowed)

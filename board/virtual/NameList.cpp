@@ -8,6 +8,7 @@
 
 #include "board/preload/Protocol.h"
 #include "board/virtual/BoardError.h"
+#include "board/virtual/BoardLayout.h"
 
 namespace VelrixBoard {
 
@@ -44,12 +45,15 @@ public:
 
     std::string Make() {
         for (const Placement& placement : source.placements)
-            AddName(placement.inside.lexically_normal(), PutOutside(placement));
+            if (!IsInOwnDirectory(placement))
+                AddName(placement.inside.lexically_normal(), PutOutside(placement));
         std::string text = Line({Preload::List::SOCKET, source.socket});
         if (source.asRoot)
             text += Line({Preload::List::ROOT});
         for (const auto& [inside, outside] : names)
             text += Line({Preload::List::NAME, inside.string(), outside.string()});
+        for (const auto& [inside, outside] : covers)
+            text += Line({Preload::List::COVER, inside.string(), outside.string()});
         return text + Trees() + Values();
     }
 
@@ -64,6 +68,11 @@ private:
             line += (line.empty() ? "" : "\t") + field;
         }
         return line + "\n";
+    }
+
+    // The name of a value file that is found in a directory that is the board's anyway.
+    bool IsInOwnDirectory(const Placement& placement) const {
+        return IsIn(placement.outside, source.device) && BoardLayout::IsInDirectories(placement.inside);
     }
 
     fs::path InFiles(const fs::path& inside) const { return source.files / inside.relative_path(); }
@@ -104,6 +113,7 @@ private:
         if (!error)
             names.emplace(resolved, outside);
         const fs::path missing = FirstMissing(inside);
+        AddCover((missing.empty() ? inside : missing).parent_path());
         if (missing.empty())
             return;
         const bool isMirrored = IsIn(outside, source.files) || IsIn(outside, source.device);
@@ -111,6 +121,18 @@ private:
         const fs::path place = mirrored.empty() ? InFiles(missing) : mirrored;
         fs::create_directories(place, error);
         names.emplace(missing, place);
+    }
+
+    // A directory of the machine that names of the board lie in.
+    void AddCover(const fs::path& directory) {
+        std::error_code error;
+        const fs::path resolved = fs::canonical(directory, error);
+        if (error || !resolved.has_relative_path())
+            return;
+        const fs::path place = InFiles(resolved);
+        fs::create_directories(place, error);
+        covers.emplace(directory, place);
+        covers.emplace(resolved, place);
     }
 
     bool IsAbsent(const fs::path& path) const {
@@ -144,6 +166,7 @@ private:
     const BoardState& state;
     const ValueFiles& values;
     std::map<fs::path, fs::path> names;
+    std::map<fs::path, fs::path> covers;
 };
 
 } // namespace

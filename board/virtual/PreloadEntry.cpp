@@ -79,12 +79,19 @@ Execute BeginProgram(const fs::path& list, const fs::path& library, const rlimit
     return reinterpret_cast<int (*)(const char*, char* const[])>(execute);
 }
 
+// A value file among the board's own files is seen there.
+fs::path PlaceOfName(const BoardLayout& layout, const fs::path& inside) {
+    return BoardLayout::IsInDirectories(inside) ? layout.Outside(inside) : layout.Device() / inside.relative_path();
+}
+
 } // namespace
 
 PreloadEntry::PreloadEntry(BoardState& boardState, ValueFiles& valueFiles, BoardLayout boardLayout, bool asRoot,
                            PreloadFiles::Action beforeRequest, PreloadFiles::RebootAction onReboot)
     : state(boardState), values(valueFiles), layout(std::move(boardLayout)), isRoot(asRoot),
-      files(boardState, valueFiles, layout.Device(), std::move(beforeRequest), std::move(onReboot)) {
+      files(
+          boardState, valueFiles, [this](const fs::path& inside) { return PlaceOfName(layout, inside); },
+          std::move(beforeRequest), std::move(onReboot)) {
     boardState.Add(files);
     ::getrlimit(RLIMIT_NOFILE, &descriptors);
     rlimit more = descriptors;
@@ -94,6 +101,10 @@ PreloadEntry::PreloadEntry(BoardState& boardState, ValueFiles& valueFiles, Board
 
 PreloadEntry::~PreloadEntry() {
     ::setrlimit(RLIMIT_NOFILE, &descriptors);
+}
+
+bool PreloadEntry::IsOnSuchABoard() {
+    return std::getenv(Preload::LIST_VARIABLE) != nullptr;
 }
 
 InitPlan PreloadEntry::Plan(const std::vector<Placement>& placements) {

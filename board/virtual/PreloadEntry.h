@@ -20,6 +20,10 @@ public:
                  PreloadFiles::Action beforeRequest, PreloadFiles::RebootAction onReboot);
     ~PreloadEntry() override;
 
+    // Whether this process runs on a board with a preloaded library. The kernel does not know that board's names, so no
+    // board in namespaces can be put on them.
+    static bool IsOnSuchABoard();
+
     InitPlan Plan(const std::vector<Placement>& placements) override;
     pid_t Fork() override;
     void Serve(FileDescriptor) override {}

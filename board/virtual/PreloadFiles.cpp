@@ -104,14 +104,14 @@ void Send(int socket, const Answer& answer, std::string_view text, int descripto
 
 } // namespace
 
-PreloadFiles::PreloadFiles(const BoardState& boardState, ValueFiles& valueFiles, fs::path treeOfNames,
+PreloadFiles::PreloadFiles(const BoardState& boardState, ValueFiles& valueFiles, Places placesOfNames,
                            Action beforeRequest, RebootAction onReboot)
-    : state(boardState), values(valueFiles), tree(std::move(treeOfNames)), before(std::move(beforeRequest)),
+    : state(boardState), values(valueFiles), places(std::move(placesOfNames)), before(std::move(beforeRequest)),
       reboot(std::move(onReboot)), name(NewName()), queue(::epoll_create1(EPOLL_CLOEXEC)), nextSource(LISTENER + 1) {
     if (!queue)
         ThrowSystemError("cannot make a queue for the value files");
     for (const fs::path& directory : DeviceTree::Directories())
-        fs::create_directories(tree / directory.relative_path());
+        fs::create_directories(places(directory));
     for (std::size_t signal = 0; signal < state.Count(); ++signal)
         if (const auto file = values.Tree().FileOf(signal))
             MakeName(*file);
@@ -146,7 +146,7 @@ void PreloadFiles::Listen() {
 // Lets the file have its name, or lose it while it is missing.
 void PreloadFiles::MakeName(Number file) const {
     const std::size_t signal = values.Tree().Find(file)->signals.front();
-    const fs::path path = tree / fs::path(state.Path(signal)).lexically_normal().relative_path();
+    const fs::path path = places(fs::path(state.Path(signal)).lexically_normal());
     std::error_code error;
     if (values.IsMissing(file)) {
         fs::remove(path, error);

@@ -20,19 +20,22 @@ namespace VelrixBoard {
 // The value files of a board that has no file system of its own: the board's end of the conversations with the library
 // that is preloaded into its programs (board/preload/Protocol.h).
 //
-// The names of the files are a tree of empty files below a directory on the machine, for all that asks for names and
-// their status; a missing file has no name there. Each open file is a pair of sockets. A request is carried out when it
-// is received and answered at once, except for a slow file's, so all writes have one order.
+// Each file has an empty one on the machine, for all that asks for names and their status; a missing file has none.
+// Each open file is a pair of sockets. A request is carried out when it is received and answered at once, except for a
+// slow file's, so all writes have one order.
 class PreloadFiles final : public BoardObserver, public ILoopPart {
 public:
     using Action = std::function<void()>;
     using RebootAction = std::function<void(bool restart)>;
 
-    // Makes the names below tree and listens. beforeRequest is called before each request is carried out, so that what
+    // Gives the place on the machine for a name of the board.
+    using Places = std::function<std::filesystem::path(const std::filesystem::path& inside)>;
+
+    // Makes the empty files and listens. beforeRequest is called before each request is carried out, so that what
     // the program did before, by other ways, is told first; onReboot when a program makes the reboot system call.
     // Throws BoardError.
-    PreloadFiles(const BoardState& boardState, ValueFiles& valueFiles, std::filesystem::path treeOfNames,
-                 Action beforeRequest, RebootAction onReboot);
+    PreloadFiles(const BoardState& boardState, ValueFiles& valueFiles, Places placesOfNames, Action beforeRequest,
+                 RebootAction onReboot);
     PreloadFiles(const PreloadFiles&) = delete;
     PreloadFiles& operator=(const PreloadFiles&) = delete;
     ~PreloadFiles() override;
@@ -87,7 +90,7 @@ private:
 
     const BoardState& state;
     ValueFiles& values;
-    std::filesystem::path tree;
+    Places places;
     Action before;
     RebootAction reboot;
     std::string name;

@@ -115,6 +115,27 @@ TEST_F(NameListTest, HasTheDirectoriesOnTheWayThatTheMachineDoesNot) {
     EXPECT_TRUE(fs::is_directory(Files() / "no-such"));
 }
 
+TEST_F(NameListTest, CoversTheDirectoriesThatNamesLieIn) {
+    fs::create_directory(folder.Path("real"));
+    fs::create_directory_symlink(folder.Path("real"), folder.Path("link"));
+    const fs::path place = Files() / fs::path(folder.Path("real")).relative_path();
+
+    EXPECT_THAT(Make({{Placement::Kind::ABSENT, folder.Path("link/x"), ""},
+                      {Placement::Kind::ABSENT, folder.Path("real/deep/x"), ""}}),
+                AllOf(HasSubstr("cover\t" + folder.Path("link") + "\t" + place.string() + "\n"),
+                      HasSubstr("cover\t" + folder.Path("real") + "\t" + place.string() + "\n"),
+                      Not(HasSubstr("cover\t" + folder.Path("real/deep")))));
+    EXPECT_TRUE(fs::is_directory(place));
+    EXPECT_THAT(Make({{Placement::Kind::ABSENT, "/no-such/x", ""}}), Not(HasSubstr("cover")));
+}
+
+TEST_F(NameListTest, LeavesAValueFileAmongTheBoardsOwnFilesToTheirDirectory) {
+    model.Apply("led", "module_status_red", "/mnt/share/red");
+
+    EXPECT_THAT(Make({{Placement::Kind::BIND, "/mnt/share/red", folder.Path("device/mnt/share/red")}}),
+                AllOf(Not(HasSubstr("name\t/mnt/share/red")), HasSubstr("value\t/mnt/share/red\t")));
+}
+
 TEST_F(NameListTest, RefusesAPathThatTheListCannotHold) {
     try {
         Make({{Placement::Kind::ABSENT, "/etc/a\tb", ""}});

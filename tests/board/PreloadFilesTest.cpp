@@ -150,8 +150,10 @@ protected:
     BoardState state{model};
     ValueFiles files{state, [this] { return now; }, {}};
     std::string calls;
-    PreloadFiles board{state, files, folder.Path("tree"), [this] { calls += "before "; },
-                       [this](bool restart) { calls += restart ? "restart " : "halt "; }};
+    PreloadFiles board{
+        state, files,
+        [this](const std::filesystem::path& inside) { return folder.Path("tree") / inside.relative_path(); },
+        [this] { calls += "before "; }, [this](bool restart) { calls += restart ? "restart " : "halt "; }};
     Conversation conversation{board.Name()};
     std::vector<Received> kept;
 };
