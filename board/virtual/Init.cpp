@@ -84,15 +84,16 @@ public:
 
     // Those that begin later change nothing.
     void Begin() {
-        if (begun)
+        if (isBegun)
             return;
+        isBegun = true;
         begun = NowNs();
-        look = *begun + LOOK_NS;
+        look = begun + LOOK_NS;
     }
 
     // Until the next look; nothing while nobody is to end.
     std::optional<timespec> Left() const {
-        if (!begun)
+        if (!isBegun)
             return std::nullopt;
         const long long left = std::max(0LL, look - NowNs());
         return timespec{static_cast<time_t>(left / 1'000'000'000), static_cast<long>(left % 1'000'000'000)};
@@ -100,16 +101,17 @@ public:
 
     bool IsOver() {
         const long long now = NowNs();
-        if (!begun || now < look)
+        if (!isBegun || now < look)
             return false;
         look = now + LOOK_NS;
         rest = residents.AnyWorks() ? 0 : rest + 1;
-        return rest >= LOOKS_AT_REST || now - *begun >= WORK_NS;
+        return rest >= LOOKS_AT_REST || now - begun >= WORK_NS;
     }
 
 private:
     const Residents& residents;
-    std::optional<long long> begun;
+    bool isBegun = false;
+    long long begun = 0;
     long long look = 0;
     int rest = 0;
 };
