@@ -2,23 +2,21 @@
 #include "board/panel/PanelServer.h"
 
 #include <cerrno>
+#include <charconv>
 #include <condition_variable>
-#include <cstdlib>
-#include <ctime>
-#include <filesystem>
 #include <mutex>
 #include <string_view>
 #include <thread>
 #include <vector>
 
-#include <arpa/inet.h>
 #include <httplib.h>
-#include <netinet/in.h>
 #include <nlohmann/json.hpp>
 #include <sys/socket.h>
 
+#include "board/panel/BoundedServer.h"
 #include "board/panel/PanelPage.h"
 #include "board/panel/PanelQueue.h"
+#include "board/panel/PanelRefusal.h"
 #include "board/virtual/BoardError.h"
 
 namespace VelrixBoard {
@@ -32,29 +30,14 @@ constexpr const char* JSON = "application/json";
 
 // Pages hear of a single change at once, and of many in parts of this length.
 constexpr auto MESSAGE_DISTANCE = 25ms;
-// How soon a page that went away is noticed.
-constexpr auto PING_DISTANCE = 1000ms;
+// How often the thread of a page looks whether the page is still there, and how often, in such looks, it sends
+// something to find out.
+constexpr auto LOOK_DISTANCE = 50ms;
+constexpr int PING_LOOKS = 20;
 // How long the end of the board waits for pages to be told of it.
 constexpr auto LAST_MESSAGE = 200ms;
+// Far more than any command.
 constexpr std::size_t LONGEST_BODY = 4096;
-
-void AnswerError(httplib::Response& response, int status, const std::string& text) {
-    response.status = status;
-    response.set_content(
-        nlohmann::json({{"error", text}}).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace), JSON);
-}
-
-// The kernel's buffers and the patience take what a page that is not reading misses; then it is let go, and comes back
-// by itself.
-void ConfigureTimes(httplib::Server& server, std::chrono::seconds patience) {
-    // A connection that stays open would hold a thread, and the end of the board, for seconds.
-    server.set_keep_alive_max_count(1);
-    server.set_keep_alive_timeout(static_cast<std::time_t>(patience.count()));
-    server.set_read_timeout(patience);
-    server.set_write_timeout(patience);
-    server.set_tcp_nodelay(true);
-    server.set_payload_max_length(LONGEST_BODY);
-}
 
 // Nobody else may have the port: without this function two boards would share one, and get every other request each.
 void ConfigureSocket(int socket) {
@@ -97,23 +80,60 @@ struct PanelServer::Inside {
             AnswerError(response, 403, "requests of other sites are refused");
             return true;
         }
-        // Without a length the library would wait for a body that does not come.
-        if (request.method != "GET" && request.method != "HEAD" && !request.has_header("Content-Length")) {
-            AnswerError(response, 411, "send the request with a Content-Length");
+        if (!IsOfOwnSite(request)) {
+            AnswerError(response, 403, "requests of other sites are refused");
             return true;
         }
-        return false;
+        const int status = StatusOfForm(request);
+        if (status == 405)
+            response.set_header("Allow", "GET, HEAD, POST");
+        if (status != 0)
+            AnswerError(response, status);
+        return status != 0;
+    }
+
+    // What the browser says of where a request comes from; other programs say nothing. A page of another site may link
+    // to the panel, but not load anything from it: not even unread, for every request takes a thread for some time.
+    static bool IsOfOwnSite(const httplib::Request& request) {
+        const std::string site = request.get_header_value("Sec-Fetch-Site");
+        const bool isLink = request.method == "GET" && request.path == "/" &&
+                            request.get_header_value("Sec-Fetch-Mode") == "navigate" &&
+                            request.get_header_value("Sec-Fetch-Dest") == "document";
+        return site.empty() || site == "same-origin" || site == "none" || isLink;
+    }
+
+    // Why the library must not read the request; 0 where it may. Without a length it would wait for a body that does
+    // not come; what it decodes can be a thousand times as long as what was sent.
+    static int StatusOfForm(const httplib::Request& request) {
+        if (request.method == "GET" || request.method == "HEAD")
+            return 0;
+        if (request.method != "POST")
+            return 405;
+        if (!request.has_header("Content-Length") || request.has_header("Transfer-Encoding"))
+            return 411;
+        if (request.has_header("Content-Encoding"))
+            return 415;
+        const std::string length = request.get_header_value("Content-Length");
+        std::size_t bytes = 0;
+        const auto [end, error] = std::from_chars(length.data(), length.data() + length.size(), bytes);
+        if (length.empty() || end != length.data() + length.size() ||
+            request.get_header_value_count("Content-Length") > 1)
+            return 400;
+        return error != std::errc() || bytes > LONGEST_BODY ? 413 : 0;
     }
 
     void SendEvents(httplib::Response& response) {
+        server.Clients().Set(PanelClients::State::STREAMING);
         response.set_chunked_content_provider(
             "text/event-stream",
-            [this, reader = PanelFeed::Reader()](std::size_t, httplib::DataSink& sink) mutable {
-                const std::optional<std::string> message = feed.Next(reader, PING_DISTANCE);
+            [this, reader = PanelFeed::Reader(), looks = 0](std::size_t, httplib::DataSink& sink) mutable {
+                const std::optional<std::string> message = feed.Next(reader, LOOK_DISTANCE);
                 if (!message) {
                     sink.done();
                     return false;
                 }
+                if (message->empty() && ++looks % PING_LOOKS != 0)
+                    return sink.is_writable();
                 const std::string event = message->empty() ? ": ping\n\n" : "data: " + *message + "\n\n";
                 if (!sink.write(event.data(), event.size()))
                     return false;
@@ -136,7 +156,8 @@ struct PanelServer::Inside {
         wake.wait_for(lock, LAST_MESSAGE, [this] { return streams == 0; });
     }
 
-    void HandlePost(const httplib::Request& request, httplib::Response& response) const {
+    void HandlePost(const httplib::Request& request, httplib::Response& response) {
+        server.Clients().Set(PanelClients::State::SERVED);
         try {
             response.set_content(post(request.path, request.body), JSON);
         } catch (const PanelError& error) {
@@ -144,11 +165,14 @@ struct PanelServer::Inside {
         } catch (const std::exception& error) {
             AnswerError(response, 409, error.what());
         }
+        server.Clients().Set(PanelClients::State::AWAITED);
     }
 
-    void Configure(std::chrono::seconds patience) {
-        server.new_task_queue = [] { return new httplib::ThreadPool(THREADS); };
-        ConfigureTimes(server, patience);
+    void Configure(std::chrono::milliseconds patience) {
+        server.new_task_queue = [] { return new BoundedThreads; };
+        server.SetPatience(patience);
+        server.set_tcp_nodelay(true);
+        server.set_payload_max_length(LONGEST_BODY);
         server.set_socket_options(ConfigureSocket);
         server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
             return Refuse(request, response) ? httplib::Server::HandlerResponse::Handled
@@ -172,7 +196,7 @@ struct PanelServer::Inside {
         });
         const httplib::Server::Handler onError = [](const httplib::Request&, httplib::Response& response) {
             if (response.body.empty())
-                AnswerError(response, response.status, "there is nothing of that name here");
+                AnswerError(response, response.status);
         };
         server.set_error_handler(onError);
     }
@@ -190,29 +214,16 @@ struct PanelServer::Inside {
             if (port <= 0)
                 ThrowSystemError("cannot open the panel on a free port of 127.0.0.1");
         }
+        server.LetClientsWait();
         thread = std::thread([this] { server.listen_after_bind(); });
         // To stop a server that does not run yet would go unheard.
         while (!server.is_running())
             std::this_thread::yield();
     }
 
-    // The library has no way to end a connection that waits for its first request, as browsers keep some ready, or for
-    // a page that reads nothing. Their descriptors are found by the port they are bound to.
-    void CloseConnections() const {
-        std::error_code error;
-        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", error)) {
-            const int descriptor = std::atoi(entry.path().filename().c_str());
-            sockaddr_in name{};
-            socklen_t length = sizeof name;
-            if (::getsockname(descriptor, reinterpret_cast<sockaddr*>(&name), &length) == 0 &&
-                name.sin_family == AF_INET && ntohs(name.sin_port) == port)
-                ::shutdown(descriptor, SHUT_RDWR);
-        }
-    }
-
     PanelFeed& feed;
     const Post post;
-    httplib::Server server; // ignores SIGPIPE in all of the process from now on
+    BoundedServer server; // ignores SIGPIPE in all of the process from now on
     int port = 0;
     std::thread thread;
     std::mutex mutex;
@@ -221,7 +232,7 @@ struct PanelServer::Inside {
 };
 
 PanelServer::PanelServer(PanelFeed& panelFeed, Post onPost, std::optional<int> wantedPort,
-                         std::chrono::seconds patience)
+                         std::chrono::milliseconds patience)
     : inside(std::make_unique<Inside>(panelFeed, std::move(onPost))) {
     inside->Configure(patience);
     inside->Listen(wantedPort);
@@ -231,7 +242,7 @@ PanelServer::~PanelServer() {
     inside->feed.Close();
     inside->WaitForStreams();
     inside->server.stop();
-    inside->CloseConnections();
+    inside->server.Clients().Close();
     inside->thread.join();
 }
 

@@ -97,6 +97,106 @@ TEST_F(PanelServerTest, WantsTheLengthOfABodyAndBoundsIt) {
     EXPECT_EQ(posts.size(), 0u);
 }
 
+TEST_F(PanelServerTest, RefusesWhatPagesOfOtherSitesLoad) {
+    const struct {
+        const char* path;
+        const char* headers;
+        const char* answer;
+    } rows[] = {
+        {"/state", "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: no-cors\r\nSec-Fetch-Dest: image\r\n", "403"},
+        {"/events", "Sec-Fetch-Site: same-site\r\nSec-Fetch-Mode: no-cors\r\n", "403"},
+        {"/", "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: navigate\r\nSec-Fetch-Dest: iframe\r\n", "403"},
+        {"/state", "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: navigate\r\nSec-Fetch-Dest: document\r\n", "403"},
+        {"/", "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: navigate\r\nSec-Fetch-Dest: document\r\n", "200"},
+        {"/state", "Sec-Fetch-Site: same-origin\r\n", "200"},
+        {"/state", "Sec-Fetch-Site: none\r\n", "200"}};
+
+    for (const auto& row : rows)
+        EXPECT_THAT(Ask("GET " + std::string(row.path) + " HTTP/1.1\r\n" + Host() + row.headers + "\r\n"),
+                    StartsWith(std::string("HTTP/1.1 ") + row.answer))
+            << row.path << " " << row.headers;
+    EXPECT_THAT(Post("Sec-Fetch-Site: cross-site\r\n"), StartsWith("HTTP/1.1 403"));
+    EXPECT_EQ(posts.size(), 0u);
+}
+
+TEST_F(PanelServerTest, SaysInWordsWhatIsWrongWithARequest) {
+    const std::string post = "POST /inputs/A HTTP/1.1\r\n" + Host();
+    const struct {
+        std::string request;
+        const char* status;
+        const char* words;
+    } rows[] = {{"hello\r\n\r\n", "400", "this is no HTTP request"},
+                {post + "Content-Length: 2x\r\n\r\n{}", "400", "no HTTP request"},
+                {post + "Content-Length: 2\r\nContent-Length: 3\r\n\r\n{} ", "400", "no HTTP request"},
+                {"GET /other HTTP/1.1\r\n" + Host() + "\r\n", "404", "nothing of that name to be read"},
+                {"PUT / HTTP/1.1\r\n" + Host() + "\r\n", "405", "GET, HEAD and POST"},
+                {post + "\r\n", "411", "Content-Length"},
+                {post + "Content-Length: 2\r\nTransfer-Encoding: chunked\r\n\r\n{}", "411", "Content-Length"},
+                {post + "Content-Length: 4097\r\n\r\n", "413", "4096 bytes"},
+                {post + "Content-Length: 99999999999999999999999\r\n\r\n", "413", "4096 bytes"},
+                {"GET /" + std::string(1024, 'x') + " HTTP/1.1\r\n", "414", "1024 bytes"},
+                {post + "Content-Length: 2\r\nContent-Encoding: gzip\r\n\r\n{}", "415", "without a Content-Encoding"}};
+
+    for (const auto& row : rows)
+        EXPECT_THAT(Ask(row.request), testing::AllOf(StartsWith(std::string("HTTP/1.1 ") + row.status),
+                                                     HasSubstr("{\"error\":\""), HasSubstr(row.words)))
+            << row.request;
+    EXPECT_EQ(posts.size(), 0u);
+}
+
+// They are as many as a client likes to the library, which keeps them all.
+TEST_F(PanelServerTest, BoundsTheHeadersOfARequest) {
+    std::string headers = "GET /state HTTP/1.1\r\n" + Host();
+    while (headers.size() < 32'700)
+        headers += "Cookie: " + std::string(50, 'x') + "\r\n";
+    EXPECT_THAT(Ask(headers + "\r\n"), StartsWith("HTTP/1.1 200"));
+
+    EXPECT_THAT(
+        Ask(headers + headers),
+        testing::AllOf(StartsWith("HTTP/1.1 431"), HasSubstr("{\"error\":\"the headers"), HasSubstr("32768 bytes")));
+}
+
+TEST_F(PanelServerTest, SendsAFileOnceHoweverManyRangesOfItAreWanted) {
+    std::string ranges = "0-";
+    for (int i = 0; i < 1000; ++i)
+        ranges += ",0-";
+
+    const std::string answer = Ask("GET /panel.js HTTP/1.1\r\nrange: bytes=" + ranges + "\r\n" + Host() + "\r\n");
+
+    EXPECT_THAT(answer, StartsWith("HTTP/1.1 200"));
+    EXPECT_LT(answer.size(), 100'000U);
+}
+
+TEST_F(PanelServerTest, GivesUpOnARequestThatDoesNotEnd) {
+    server.reset();
+    PanelFeed pages{"{}", {false}, [] { return 1ms; }};
+    server = std::make_unique<PanelServer>(pages, nullptr, 0, 50ms);
+
+    EXPECT_THAT(Ask("GET /state HTTP/1.1\r\n" + Host()),
+                testing::AllOf(StartsWith("HTTP/1.1 408"), HasSubstr("did not come to its end in time")));
+    EXPECT_EQ(Ask(""), "");
+}
+
+// Each of them would hold a thread for a minute.
+TEST_F(PanelServerTest, AnswersHoweverManyClientsStall) {
+    server.reset();
+    PanelFeed pages{"{}", {false}, [] { return 1ms; }};
+    server = std::make_unique<PanelServer>(pages, nullptr, 0, 60s);
+    std::vector<std::unique_ptr<Connection>> stalled;
+    for (std::size_t i = 0; i < 2 * PanelServer::THREADS; ++i) {
+        stalled.push_back(std::make_unique<Connection>(server->Port()));
+        if (i % 4 == 1)
+            stalled.back()->Send("GET /state HTTP/1.1\r\n");
+        if (i % 4 == 2)
+            stalled.back()->Send("POST /x HTTP/1.1\r\n" + Host() + "Content-Length: 4\r\n\r\n");
+        if (i % 4 == 3)
+            stalled.back()->Send(Events());
+    }
+
+    EXPECT_THAT(Ask("GET /state HTTP/1.1\r\n" + Host() + "\r\n"), StartsWith("HTTP/1.1 200"));
+    server.reset();
+}
+
 TEST_F(PanelServerTest, StreamsToTwentyPagesAtOnce) {
     std::vector<std::unique_ptr<Connection>> pages;
     for (int i = 0; i < 20; ++i) {

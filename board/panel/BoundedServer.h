@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <semaphore>
+#include <utility>
+
+#include <httplib.h>
+#include <sys/socket.h>
+
+#include "board/panel/PanelClients.h"
+#include "board/panel/PanelConnection.h"
+#include "board/panel/PanelServer.h"
+
+namespace VelrixBoard {
+
+// Takes no more connections than there are threads; further ones wait in the kernel, where they cost no descriptor.
+class BoundedThreads final : public httplib::ThreadPool {
+public:
+    BoundedThreads() : httplib::ThreadPool(MOST) {}
+    void enqueue(std::function<void()> work) override {
+        idle.acquire();
+        httplib::ThreadPool::enqueue([this, work = std::move(work)] {
+            work();
+            idle.release();
+        });
+    }
+
+private:
+    static constexpr std::size_t MOST = PanelServer::THREADS;
+
+    std::counting_semaphore<MOST> idle{MOST};
+};
+
+// The library's server, with bounds on what one connection and all of them together may take.
+class BoundedServer final : public httplib::Server {
+public:
+    // Before it listens.
+    void SetPatience(std::chrono::milliseconds time) { patience = time; }
+
+    // After it was bound. The library lets five clients wait, and the kernel makes the next one try again after one
+    // second, three, seven.
+    void LetClientsWait() { ::listen(svr_sock_, MOST_WAITING); }
+
+    PanelClients& Clients() { return clients; }
+
+private:
+    static constexpr int MOST_WAITING = 128;
+
+    bool process_and_close_socket(socket_t socket) override;
+    void Answer(PanelConnection& connection);
+
+    PanelClients clients;
+    std::chrono::milliseconds patience{};
+};
+
+} // namespace VelrixBoard

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+#include <httplib.h>
+
+#include "board/panel/PanelConnection.h"
+
+namespace VelrixBoard {
+
+// Answers with {"error": TEXT}.
+void AnswerError(httplib::Response& response, int status, const std::string& text);
+
+// The same with the words that the panel has for the status.
+void AnswerError(httplib::Response& response, int status);
+
+// The same before the library has seen anything of the request.
+void Refuse(PanelConnection& connection, int status);
+
+} // namespace VelrixBoard
