@@ -10,6 +10,8 @@
 #include <System/Raisers.h>
 #include <System/Text/Encoding.h>
 
+#include "runtime/Threading/Uncancelled.h"
+
 using System::string_ptr;
 using System::Collections::Generic::Array;
 using System::Collections::Generic::IArray;
@@ -39,6 +41,7 @@ WebLog::WebLog(std::shared_ptr<FileStream> ownStream) noexcept : stream(std::mov
 // Some file systems tell only on closing that what was written did not arrive. A destructor cannot pass that on, so it
 // is traced.
 WebLog::~WebLog() {
+    const System::Threading::Uncancelled uncancelled;
     try {
         try {
             stream->Close();

@@ -17,6 +17,8 @@
 #include <velrix/gpio/Sysfs_OutputPin.h>
 #include <velrix/settings/SettingsFile.h>
 
+#include "runtime/Threading/Uncancelled.h"
+
 namespace Velrix {
 
 using Gpio::IInputPin;
@@ -117,6 +119,7 @@ std::shared_ptr<Platform> Platform::Create() {
 // clang-format on
 
 Platform::~Platform() {
+    const System::Threading::Uncancelled uncancelled;
     // At the exit of the process nobody is left to catch, and after a failed Create its own exception must reach the
     // caller.
     try {

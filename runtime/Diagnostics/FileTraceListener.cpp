@@ -22,6 +22,7 @@
 
 #include "runtime/Escape.h"
 #include "runtime/IO/RaiseIO.h"
+#include "runtime/Threading/Uncancelled.h"
 #include "runtime/WallClock.h"
 
 namespace System::Diagnostics {
@@ -53,7 +54,8 @@ std::string FromRoot(const std::string& path) {
     return folder && !path.empty() ? folder.get() + ('/' + path) : path;
 }
 
-int OpenForAppending(const char* name) noexcept {
+// May wait, for the reader of a FIFO, and can be cancelled.
+int OpenForAppending(const char* name) {
     int descriptor;
     do
         descriptor = ::open(name, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY, 0666);
@@ -180,11 +182,11 @@ struct FileTraceListener::LogFile {
     }
     void EndUse() noexcept {
         if (users.fetch_sub(USER, std::memory_order_acq_rel) == (USER | CLOSED))
-            ::close(descriptor);
+            CloseDescriptor();
     }
     void Close() noexcept {
         if (users.fetch_or(CLOSED, std::memory_order_acq_rel) == 0)
-            ::close(descriptor);
+            CloseDescriptor();
     }
 
     // Goes on to the file that stands at the path now, if it is another one or none. What the open file is, is asked
@@ -218,11 +220,17 @@ struct FileTraceListener::LogFile {
     std::string processName;
 
 private:
+    [[gnu::noinline]] void CloseDescriptor() noexcept {
+        const Threading::Uncancelled uncancelled;
+        ::close(descriptor);
+    }
+
     // Two threads may come here at once: then both open the same file, and one descriptor replaces the other.
     [[gnu::noinline]] void GoOnInNewFile() {
         const int fresh = OpenForAppending(name.c_str());
         if (fresh < 0)
             IO::RaiseIO("Cannot open", path, errno);
+        const Threading::Uncancelled uncancelled;
         const int result = ::dup3(fresh, descriptor, O_CLOEXEC);
         const int error = errno;
         ::close(fresh);
@@ -246,6 +254,7 @@ private:
                 from += written;
                 if (from == end)
                     return;
+                tailIsKnown.store(false, std::memory_order_relaxed); // the thread may be cancelled in the next write
             } else if (written == 0 || errno != EINTR) {
                 const int error = written == 0 ? EIO : errno; // nothing taken, no reason given: so for ever
                 tailIsKnown.store(false, std::memory_order_relaxed);
@@ -255,6 +264,7 @@ private:
     }
 
     bool EndsInsideLine() const noexcept {
+        const Threading::Uncancelled uncancelled;
         struct stat status;
         if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0)
             return false;

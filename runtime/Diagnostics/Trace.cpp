@@ -162,6 +162,8 @@ void Trace::Dispatch(const Type& type, const Exception& exception) {
     string_ptr text;
     try {
         text = exception.ToString();
+    } catch (abi::__forced_unwind&) {
+        throw;
     } catch (...) {
         text = exception.Message(); // out of memory: what there is already
     }

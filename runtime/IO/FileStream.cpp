@@ -16,6 +16,7 @@
 #include <System/Raisers.h>
 
 #include "runtime/IO/RaiseIO.h"
+#include "runtime/Threading/Uncancelled.h"
 
 namespace System::IO {
 
@@ -130,8 +131,10 @@ FileStream::FileStream(string_ptr ownPath, FileAccess ownAccess, int ownDescript
     : path(std::move(ownPath)), access(ownAccess), descriptor(ownDescriptor) {}
 
 FileStream::~FileStream() {
-    if (descriptor >= 0)
-        ::close(descriptor);
+    if (descriptor < 0)
+        return;
+    const Threading::Uncancelled uncancelled;
+    ::close(descriptor);
 }
 
 inline void FileStream::CheckUse(FileAccess needed) const {
@@ -236,6 +239,7 @@ void FileStream::Close() {
     if (descriptor < 0)
         return;
     nextByte = lastByte;
+    const Threading::Uncancelled uncancelled;
     // Whatever close answers, the descriptor is gone: to try again could close a file that another thread just opened.
     // Its failure is still one of the file's: some file systems tell only here that what was written did not arrive.
     if (::close(std::exchange(descriptor, -1)) != 0 && errno != EINTR)

@@ -11,11 +11,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <System/Diagnostics/FileTraceListener.h>
 #include <System/Diagnostics/Trace.h>
 #include <System/Exceptions.h>
 #include <System/IO/Exceptions.h>
 
 #include "tests/support/AllocationFailure.h"
+#include "tests/support/CancelledThread.h"
 #include "tests/support/ExpectException.h"
 #include "tests/support/FailingSystemCalls.h"
 #include "tests/support/RecordingListener.h"
@@ -329,6 +331,20 @@ TEST(WebLog, TracesThatItsFileFailsToClose) {
     Trace::RemoveListener(traced);
     EXPECT_THAT(traced->Log(),
                 testing::AllOf(testing::StartsWith("WARNING "), testing::HasSubstr(page.folder.Path("log"))));
+}
+
+TEST(WebLog, TracesThatItsFileFailsToCloseInACancelledThread) {
+    Page page;
+    const auto traced = System::Diagnostics::FileTraceListener::Create(page.folder.Path("trace"));
+    Trace::AddListener(traced);
+
+    EXPECT_TRUE(TestSupport::RunCancelled([&] {
+        const FailingSystemCalls failing("close", 1, EIO);
+        page.log.reset();
+    }));
+
+    Trace::RemoveListener(traced);
+    EXPECT_THAT(page.folder.Read("trace"), testing::HasSubstr(page.folder.Path("log")));
 }
 
 TEST(WebLog, SurvivesEveryAllocationFailure) {

@@ -506,6 +506,16 @@ TEST(Platform, TracesWhatItsShutDownThrowsAtTheEndOfTheProcessAndEndsInOrder) {
     EXPECT_EQ(result.exitCode, 0);
 }
 
+TEST(Platform, EndsInOrderInACancelledThread) {
+    PrivateBoard board;
+
+    const BoardResult result = Play(board, {"end-in-a-cancelled-thread"});
+
+    EXPECT_THAT(Line(result.output, "cancelled"), StartsWith(HOLD_IN_RESET));
+    EXPECT_EQ(Line(result.output, "ended"), " after it");
+    EXPECT_EQ(result.exitCode, 0);
+}
+
 TEST(Platform, ShowsAFatalEventOfAnotherThreadUntilTheEnd) {
     PrivateBoard board;
 

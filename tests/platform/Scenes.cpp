@@ -28,6 +28,7 @@
 
 #include "tests/platform/SystemCallLog.h"
 #include "tests/support/AllocationFailure.h"
+#include "tests/support/CancelledThread.h"
 
 using System::string_ptr;
 using System::Diagnostics::Trace;
@@ -434,6 +435,26 @@ void EndWithoutMemory(const Arguments&) {
     Step("exit");
 }
 
+// A listener at which a cancelled thread ends, as it does at most of the C library's functions that may wait.
+class CancellationPoint final : public TraceListener {
+public:
+    void TraceEvent(std::shared_ptr<TraceEventArgs>, std::shared_ptr<TraceEventType>,
+                    std::shared_ptr<Object>) override {
+        ::pthread_testcancel();
+    }
+};
+
+void EndInACancelledThread(const Arguments&) {
+    SystemCallLog::SetEnabled(false);
+    std::shared_ptr<Platform> board = Platform::Create();
+    Trace::AddListener(std::make_shared<CancellationPoint>());
+    SystemCallLog::SetEnabled(true);
+    Step("cancelled");
+    const bool isDone = TestSupport::RunCancelled([&] { board.reset(); });
+    Step("ended");
+    Note(isDone ? "after it" : "in it");
+}
+
 void Text(const Arguments&) {
     MakeBoardQuietly();
     Step("text");
@@ -446,6 +467,7 @@ constexpr struct {
     void (*play)(const Arguments&);
 } SCENES[] = {
     {"allocations", Allocations},
+    {"end-in-a-cancelled-thread", EndInACancelledThread},
     {"end-without-memory", EndWithoutMemory},
     {"exit", Exit},
     {"fail", Fail},

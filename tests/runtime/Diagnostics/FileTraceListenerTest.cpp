@@ -27,6 +27,7 @@
 #include <System/IO/Exceptions.h>
 
 #include "tests/support/AllocationFailure.h"
+#include "tests/support/CancelledThread.h"
 #include "tests/support/ExpectException.h"
 #include "tests/support/FailingSystemCalls.h"
 #include "tests/support/FakeClock.h"
@@ -211,6 +212,43 @@ TEST_F(FileTraceListenerTest, WritesWithOneCallOnceTheFileIsKnown) {
     listener->Flush();
 
     EXPECT_EQ(calls.Log(), "stat, fstat, write, stat, fstat, write");
+}
+
+TEST_F(FileTraceListenerTest, LetsACancelledThreadEndInEveryCallAndGoesOn) {
+    const struct {
+        const char* what;
+        std::function<void()> prepare;
+    } rows[] = {{"the first record, behind part of another one", [&] { std::ofstream(path, std::ios::app) << "part"; }},
+                {"a file that was removed", [&] { std::filesystem::remove(path); }},
+                {"any record", [] {}}};
+
+    for (const auto& row : rows) {
+        const auto listener = Create();
+        row.prepare();
+
+        TestSupport::RunCancelled([&] { Write(*listener, "lost or not"); });
+
+        Write(*listener, "next");
+        EXPECT_TRUE(folder.Read("log").ends_with("\n" + Record("next")) || folder.Read("log") == Record("next"))
+            << row.what;
+        listener->Close();
+        folder.Write("log", "");
+        Write(*listener, "closed");
+        EXPECT_EQ(folder.Read("log"), "") << row.what;
+    }
+}
+
+TEST_F(FileTraceListenerTest, ClosesItsFileInACancelledThread) {
+    auto listener = CreateUsed();
+    auto another = CreateUsed();
+
+    EXPECT_TRUE(TestSupport::RunCancelled([&] { listener->Close(); }));
+    EXPECT_TRUE(TestSupport::RunCancelled([&] { another.reset(); }));
+
+    for (const auto& descriptor : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code error;
+        EXPECT_NE(std::filesystem::read_symlink(descriptor, error).string(), path);
+    }
 }
 
 TEST_F(FileTraceListenerTest, NeedsNoMemoryForAUsualRecord) {

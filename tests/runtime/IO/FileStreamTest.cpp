@@ -21,6 +21,7 @@
 #include <System/IO/Exceptions.h>
 
 #include "tests/support/AllocationFailure.h"
+#include "tests/support/CancelledThread.h"
 #include "tests/support/ExpectException.h"
 #include "tests/support/FailingSystemCalls.h"
 #include "tests/support/TemporaryFolder.h"
@@ -569,6 +570,19 @@ TEST_F(FileStreamTest, ClosesOnceAtCloseOrAtTheEnd) {
     const FailingSystemCalls calls;
     stream.reset();
     EXPECT_EQ(calls.Log(), "close");
+}
+
+TEST_F(FileStreamTest, ClosesInACancelledThread) {
+    const auto stream = Reader("abc");
+    auto another = Reader("abc");
+
+    EXPECT_TRUE(TestSupport::RunCancelled([&] { stream->Close(); }));
+    EXPECT_TRUE(TestSupport::RunCancelled([&] { another.reset(); }));
+
+    for (const auto& descriptor : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code error;
+        EXPECT_NE(std::filesystem::read_symlink(descriptor, error).string(), path);
+    }
 }
 
 TEST_F(FileStreamTest, TellsAFailureOfCloseOnceAndIsClosed) {
