@@ -21,6 +21,7 @@
 #include <System/Raisers.h>
 
 #include "runtime/Escape.h"
+#include "runtime/IO/Open.h"
 #include "runtime/IO/RaiseIO.h"
 #include "runtime/Threading/Uncancelled.h"
 #include "runtime/WallClock.h"
@@ -56,11 +57,7 @@ std::string FromRoot(const std::string& path) {
 
 // May wait, for the reader of a FIFO, and can be cancelled.
 int OpenForAppending(const char* name) {
-    int descriptor;
-    do
-        descriptor = ::open(name, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY, 0666);
-    while (descriptor < 0 && errno == EINTR);
-    return descriptor;
+    return IO::Open(name, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY);
 }
 
 // What a record says of the level, by severity from TraceEventType::DEBUG on.

@@ -15,6 +15,7 @@
 #include <System/Exceptions.h>
 #include <System/Raisers.h>
 
+#include "runtime/IO/Open.h"
 #include "runtime/IO/RaiseIO.h"
 #include "runtime/Threading/Uncancelled.h"
 
@@ -110,9 +111,7 @@ std::shared_ptr<FileStream> FileStream::Create(string_ptr path, FileMode mode, F
 
     // The object first: once the file is open nothing may fail without somebody to close it.
     const auto stream = Own(new FileStream(std::move(path), access, -1));
-    do
-        stream->descriptor = ::open(name.c_str(), flags, 0666);
-    while (stream->descriptor < 0 && errno == EINTR);
+    stream->descriptor = Open(name.c_str(), flags);
     if (stream->descriptor < 0)
         RaiseIO("Cannot open", stream->path, errno);
 

@@ -238,6 +238,21 @@ TEST_F(FileTraceListenerTest, LetsACancelledThreadEndInEveryCallAndGoesOn) {
     }
 }
 
+// A listener's failure is written to standard error, which a program may be started without.
+TEST_F(FileTraceListenerTest, NeverTakesThePlaceOfAStandardStream) {
+    const int kept = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 10);
+    ::close(STDERR_FILENO);
+
+    const auto listener = CreateUsed();
+    std::filesystem::remove(path);
+    Write(*listener, "in a new file");
+
+    EXPECT_LT(::fcntl(STDERR_FILENO, F_GETFD), 0);
+    ::dup2(kept, STDERR_FILENO);
+    ::close(kept);
+    EXPECT_EQ(folder.Read("log"), Record("in a new file"));
+}
+
 TEST_F(FileTraceListenerTest, ClosesItsFileInACancelledThread) {
     auto listener = CreateUsed();
     auto another = CreateUsed();

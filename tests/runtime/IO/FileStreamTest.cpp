@@ -195,6 +195,32 @@ TEST_F(FileStreamTest, OpensCloseOnExec) {
     EXPECT_EQ(fcntl(before, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
 }
 
+// What others print to a stream that the program was started without must not end up in a file of ours.
+TEST_F(FileStreamTest, NeverTakesThePlaceOfAStandardStream) {
+    int kept[3];
+    for (int standard = 0; standard < 3; ++standard) {
+        kept[standard] = ::fcntl(standard, F_DUPFD_CLOEXEC, 10);
+        ::close(standard);
+    }
+
+    const int next = ::fcntl(kept[0], F_DUPFD_CLOEXEC, 3);
+    ::close(next);
+    const auto reader = Reader("abc"); // gets that number
+    const auto writer = Writer("abc");
+
+    std::string taken;
+    for (int standard = 0; standard < 3; ++standard) {
+        taken += ::fcntl(standard, F_GETFD) < 0 ? "" : std::to_string(standard);
+        if (kept[standard] < 0)
+            continue;
+        ::dup2(kept[standard], standard);
+        ::close(kept[standard]);
+    }
+    EXPECT_EQ(taken, "");
+    EXPECT_EQ(reader->ReadByte(), 'a');
+    EXPECT_EQ(::fcntl(next, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+}
+
 TEST_F(FileStreamTest, TriesAgainWhatASignalInterrupted) {
     folder.Write("file", "abc");
     {
