@@ -5,7 +5,7 @@
 
 namespace System {
 
-// The full name of a class as it is written in code, such as "Velrix::Platform", from std::type_info::name(). A name
+// The full name of a class as it is written in code, such as "System::String", from std::type_info::name(). A name
 // that cannot be read comes back as it is.
 std::string TypeName(const char* mangledName);
 

@@ -26,7 +26,7 @@ public:
     // The same number for objects that are equal; here: taken from the object's address.
     virtual int GetHashCode();
 
-    // A text for people; here: the full name of the object's class, such as "Velrix::Platform".
+    // A text for people; here: the full name of the object's class, such as "System::String".
     virtual string_ptr ToString();
 
     virtual ~Object();
