@@ -57,7 +57,7 @@ if(TARGET velrix-emulator)
   # Makes what the emulator boots. In the same folders as here, by which the script finds its parts.
   install(PROGRAMS ${PROJECT_SOURCE_DIR}/scripts/emulated-board-image
     DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/velrix/scripts COMPONENT tools)
-  install(FILES ${PROJECT_SOURCE_DIR}/scripts/armhf-archive.sh
+  install(FILES ${PROJECT_SOURCE_DIR}/scripts/debian-archive.sh
     DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/velrix/scripts COMPONENT tools)
   set(velrixImage ${PROJECT_SOURCE_DIR}/board/emulated/image)
   set(velrixImageDir ${CMAKE_INSTALL_DATAROOTDIR}/velrix/board/emulated/image)

@@ -18,6 +18,15 @@ fail() {
     exit 2
 }
 
+# no_arguments ARGUMENT...: for scripts that take none but --help.
+no_arguments() {
+    case ${1-} in
+        '') ;;
+        -h | --help) usage; exit ;;
+        *) fail "unknown argument $1; see --help" ;;
+    esac
+}
+
 heading() {
     printf '\n== %s\n' "$*"
 }
