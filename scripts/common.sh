@@ -27,8 +27,20 @@ no_arguments() {
     esac
 }
 
+# packages_of SECTION...: the Debian packages that scripts/packages.txt names for these purposes.
+packages_of() {
+    awk -v sections=" $* " '{ sub(/#.*/, "") }
+        /^\[.*\]/ { wanted = index(sections, " " substr($1, 2, length($1) - 2) " "); next }
+        NF && wanted { print $1 }' scripts/packages.txt
+}
+
 heading() {
     printf '\n== %s\n' "$*"
+}
+
+# show_failure LOG: what a build printed, without the steps that went well.
+show_failure() {
+    grep -vE '^\[[0-9]+/[0-9]+\] (Building|Linking|Creating)' "$1"
 }
 
 # quietly LOG COMMAND...: appends the command's output to the file and shows the file only when the command fails.
@@ -36,7 +48,40 @@ quietly() {
     local log=$1 code=0
     shift
     "$@" >>"$log" 2>&1 || code=$?
-    ((code == 0)) || grep -vE '^\[[0-9]+/[0-9]+\] (Building|Linking|Creating)' "$log"
+    ((code == 0)) || show_failure "$log"
+    return "$code"
+}
+
+# show_progress TEXT: in place on a terminal, otherwise a line every ten seconds.
+show_progress() {
+    if [[ -t 1 ]]; then
+        printf '\r\033[K%s' "$1"
+        progressShown=1
+    elif ((SECONDS >= ${progressNext:=$((SECONDS + 10))})); then
+        echo "$1"
+        progressNext=$((SECONDS + 10))
+    fi
+}
+
+end_progress() {
+    [[ -z ${progressShown-} ]] || printf '\r\033[K'
+    unset progressShown progressNext
+}
+
+# watched LOG COMMAND...: the same for a build by Ninja, and shows how far it is.
+watched() {
+    local log=$1 code=0 line
+    shift
+    "$@" 2>&1 | {
+        while IFS= read -r line; do
+            echo "$line" >>"$log"
+            if [[ $line =~ ^\[([0-9]+/[0-9]+)\] ]]; then
+                show_progress "building, step ${BASH_REMATCH[1]}"
+            fi
+        done
+        end_progress
+    } || code=${PIPESTATUS[0]}
+    ((code == 0)) || show_failure "$log"
     return "$code"
 }
 
@@ -62,9 +107,16 @@ install_node_modules() {
     cp tests/panel/browser/package-lock.json "$stamp"
 }
 
-# build PRESET [FOLDER [TARGET...]]: configures and builds; what it has to be linked to on the device is fetched before.
+# build [--progress] PRESET [FOLDER [TARGET...]]: configures and builds; what it has to be linked to on the device is fetched
+# before. --progress: shows how far it is.
 build() {
-    local preset=$1 folder=${2:-build/$1} log
+    local show=quietly preset folder log
+    if [[ $1 == --progress ]]; then
+        show=watched
+        shift
+    fi
+    preset=$1
+    folder=${2:-build/$1}
     shift $(($# < 2 ? $# : 2))
     log=$folder/build.log
     mkdir -p "$folder"
@@ -72,5 +124,5 @@ build() {
     [[ $preset != arm ]] || quietly "$log" scripts/arm-sysroot || return
     quietly "$log" cmake --preset "$preset" -B "$folder" || return
     (($# == 0)) || set -- --target "$@"
-    quietly "$log" cmake --build "$folder" -j "$processors" "$@"
+    "$show" "$log" cmake --build "$folder" -j "$processors" "$@"
 }
