@@ -6,6 +6,8 @@ scriptPath=$(readlink -f "${BASH_SOURCE[1]}")
 cd "$(dirname "$scriptPath")/.." || exit
 processors=$(nproc)
 export processors
+# What scripts/test-tools unpacks.
+export PATH=$PWD/build/test-tools/bin:$PATH
 
 # Prints the comment at the head of the script that sourced this one.
 usage() {

@@ -9,6 +9,7 @@
 
 #include "tests/support/PrivateBoard.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/TestTools.h"
 
 using TestSupport::BoardResult;
 using TestSupport::PrivateBoard;
@@ -48,14 +49,14 @@ finish() {
 )";
 
 struct Daemon {
-    const char* name;
+    const char* name; // of the program as well
     const char* run; // the body of run_daemon
     const char* configuration;
     const char* warning; // the daemon's word for this severity
 };
 
 constexpr Daemon DAEMONS[] = {
-    {"rsyslogd", "exec /usr/sbin/rsyslogd -n -iNONE -f $configuration",
+    {"rsyslogd", "exec rsyslogd -n -iNONE -f $configuration",
      R"(module(load="imuxsock" SysSock.RateLimit.Interval="0")
 template(name="line" type="string" string="%syslogfacility-text%.%syslogseverity-text% %syslogtag%%msg%\n")
 action(type="omfile" file="/var/log/apps/daemon.log" template="line")
@@ -76,7 +77,7 @@ protected:
     std::string EventsOf(const std::string& script) {
         const TemporaryFolder folder;
         folder.Write("configuration", GetParam().configuration);
-        folder.Write("script", "configuration=" + folder.Path("configuration") + "\nfolder=" + folder.Path() + "\n" +
+        folder.Write("script", TestSupport::NeedTool(GetParam().name) + "configuration=" + folder.Path("configuration") + "\nfolder=" + folder.Path() + "\n" +
                                    FUNCTIONS + "run_daemon() {\n" + GetParam().run + "\n}\n" + script);
 
         const BoardResult result = board.Run({"sh", "-eu", folder.Path("script")});

@@ -9,14 +9,16 @@
 
 #include "board/timeline/VcdWriter.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/TestTools.h"
 
 using namespace VelrixBoard;
 using std::chrono::microseconds;
 
 namespace {
 
-std::string OutputOf(const std::string& command) {
-    std::FILE* const pipe = popen((command + " 2>&1").c_str(), "r");
+std::string OutputOf(const std::string& tool, const std::string& arguments) {
+    const std::string command = TestSupport::NeedTool(tool) + tool + " " + arguments;
+    std::FILE* const pipe = popen(("exec 2>&1\n" + command).c_str(), "r");
     std::string output;
     std::array<char, 4096> block{};
     while (const std::size_t count = std::fread(block.data(), 1, block.size(), pipe))
@@ -42,8 +44,8 @@ TEST(Viewers, GtkWaveConvertsARecordingWithoutLosingAChange) {
     const std::string vcd = folder.Path() + "/run.vcd", fst = folder.Path() + "/run.fst";
     WriteRecording(vcd);
 
-    OutputOf("vcd2fst " + vcd + " " + fst);
-    const std::string back = OutputOf("fst2vcd " + fst);
+    OutputOf("vcd2fst", vcd + " " + fst);
+    const std::string back = OutputOf("fst2vcd", fst);
 
     for (const char* word : {"OXBO_RESET1_N", "MS_green", "#2\n", "#5\n", "#6\n", "#8\n", "#12"})
         EXPECT_NE(back.find(word), std::string::npos) << word << " in\n" << back;
@@ -54,7 +56,7 @@ TEST(Viewers, SigrokCountsEverySample) {
     const std::string vcd = folder.Path() + "/run.vcd";
     WriteRecording(vcd);
 
-    const std::string output = OutputOf("sigrok-cli -i " + vcd + " -I vcd -O csv:header=false:label=off:time=false");
+    const std::string output = OutputOf("sigrok-cli", "-i " + vcd + " -I vcd -O csv:header=false:label=off:time=false");
 
     // One row a microsecond: reset, green.
     std::string rows;

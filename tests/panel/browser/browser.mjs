@@ -6,12 +6,14 @@ import { mkdtemp, rm } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { setTimeout } from 'node:timers/promises';
+import { fileURLToPath } from 'node:url';
 
 export const load = createRequire(join(process.env.VELRIX_NODE_MODULES, 'package.json'));
 const { chromium } = load('playwright-core');
 
 export const DESKTOP = { width: 1280, height: 900 };
 export const PHONE = { width: 390, height: 844 };
+const UNPACKED = fileURLToPath(new URL('../../../build/test-tools/bin/chromium', import.meta.url)); // by scripts/test-tools
 const PATIENCE = 20_000; // milliseconds that anything may take on a machine that is busy
 
 const FLAGS = [
@@ -25,7 +27,7 @@ export class Browser {
     // Chromium wants a home of its user's own, which not every user has.
     browser.home = await mkdtemp(join(tmpdir(), 'velrix-panel-'));
     browser.chromium = await chromium.launch({
-      executablePath: process.env.VELRIX_CHROMIUM ?? '/usr/bin/chromium',
+      executablePath: process.env.VELRIX_CHROMIUM ?? UNPACKED,
       args: FLAGS,
       env: { ...process.env, HOME: browser.home, XDG_CONFIG_HOME: browser.home, XDG_CACHE_HOME: browser.home },
     });
