@@ -16,6 +16,7 @@
 #include "board/emulated/Machine.h"
 #include "board/emulated/MachineControl.h"
 #include "board/emulated/MachineScenario.h"
+#include "board/emulated/ReadFile.h"
 #include "board/virtual/BoardError.h"
 #include "board/virtual/CommandArguments.h"
 #include "board/virtual/FileDescriptor.h"
@@ -50,6 +51,7 @@ struct EmulatorOptions {
 BoardModel MakeModel(const EmulatorOptions& options) {
     BoardModel model;
     if (options.settings) {
+        RequireContent(*options.settings);
         try {
             ApplySettings(*options.settings, model);
         } catch (const BoardError& error) {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "board/virtual/BoardError.h"
 #include "tests/support/TemporaryFolder.h"
@@ -104,6 +105,31 @@ TEST(CpioArchive, RefusesFilesThatCannotBeRead) {
 
     EXPECT_THROW(archive.AddFile("/x", folder.Path("absent")), VelrixBoard::BoardError);
     EXPECT_THROW(archive.AddFile("/x", folder.Path()), VelrixBoard::BoardError);
+}
+
+// The message that the archive refuses the tree with.
+std::string Refusal(const std::filesystem::path& source) {
+    CpioArchive archive;
+    try {
+        archive.AddTree("/x", source);
+    } catch (const VelrixBoard::BoardError& error) {
+        return error.what();
+    }
+    return "";
+}
+
+TEST(CpioArchive, RefusesByNameWhatHasNoEndToRead) {
+    const TemporaryFolder folder;
+    std::filesystem::create_directories(folder.Path("tree"));
+    const std::string pipe = folder.Path("tree/pipe");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+
+    for (const std::string& source : {pipe, folder.Path("tree")})
+        EXPECT_EQ(Refusal(source), "cannot read " + pipe +
+                                       ": it is a named pipe, and only regular files can be read; name a file, or "
+                                       "leave it out");
+    EXPECT_EQ(Refusal("/dev/zero"), "cannot read /dev/zero: it is a device, and only regular files can be read; name a "
+                                    "file, or leave it out");
 }
 
 } // namespace
