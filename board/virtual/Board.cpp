@@ -13,7 +13,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/signalfd.h>
@@ -45,8 +44,8 @@
 #include "board/virtual/SettingsReader.h"
 #include "board/virtual/SignalBlock.h"
 #include "board/virtual/SyslogSocket.h"
-#include "board/virtual/TerminalView.h"
 #include "board/virtual/TimelineRecorder.h"
+#include "board/virtual/UserOutput.h"
 #include "board/virtual/ValueFiles.h"
 
 namespace VelrixBoard {
@@ -57,6 +56,9 @@ namespace {
 
 const fs::path SETTINGS_FILE = "/etc/velrix.conf";
 const fs::path LOG_SOCKET = "/dev/log";
+
+// More kinds than a board passes on.
+constexpr std::size_t SIGNALS_PER_TURN = 8;
 
 void CopySettings(const fs::path& from, const fs::path& to) {
     std::error_code error;
@@ -133,40 +135,9 @@ fs::path OwnProgram() {
     return program;
 }
 
-// A pipe whose writing end becomes the program's outputs; the board shows what comes out.
-struct OutputPipe {
-    FileDescriptor reading;
-    FileDescriptor writing;
-};
-
-OutputPipe MakeOutputPipe() {
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0)
-        ThrowSystemError("cannot make a pipe for the program's output");
-    ::fcntl(ends[0], F_SETFL, O_NONBLOCK);
-    return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
-}
-
-void WriteAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = ::write(descriptor, text.data(), text.size());
-        if (written < 0 && errno != EINTR)
-            return;
-        text.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
-    }
-}
-
-bool IsTerminal(int descriptor) {
-    const char* name = std::getenv("TERM");
-    return ::isatty(descriptor) == 1 && name != nullptr && std::string_view(name) != "dumb";
-}
-
-TerminalView::Size TerminalSize(int descriptor) {
-    constexpr TerminalView::Size USUAL = {80, 24};
-    winsize size{};
-    return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 && size.ws_row > 0
-               ? TerminalView::Size{size.ws_col, size.ws_row}
-               : USUAL;
+void Append(const fs::path& path, std::string_view text) {
+    const FileDescriptor file(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+    (void)!::write(file.Get(), text.data(), text.size());
 }
 
 // One running board: everything outside of its namespaces, in one thread around one poll.
@@ -217,7 +188,9 @@ public:
     int Run(const Program& givenProgram) {
         Program program = givenProgram;
         if (options.terminal)
-            MakeView(program);
+            user.Show(state, *this, program, Now());
+        for (ILoopPart* part : user.Parts())
+            parts.push_back(part);
         const SignalBlock signals{SIGWINCH};
         std::array<int, 2> pair{};
         if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair.data()) != 0)
@@ -236,7 +209,7 @@ public:
             RunInit(plan, program, std::move(farEnd));
         }
         farEnd.Close();
-        output.writing.Close();
+        user.OnForked();
         // After the fork, which one thread alone may make, and before the program can change anything.
         for (const AttachmentFactory& make : options.attachments)
             Attach(make(state, Control(), [this] { return Now(); }));
@@ -252,8 +225,7 @@ public:
         webLog.Finish();
         Settle();
         RemoveOwnFiles();
-        if (view)
-            view->Finish(Now());
+        user.Finish([this] { return Now(); }, {signalFile.Get()}, [&] { return IsToldToEnd(signalFile.Get()); });
         if (!failure.empty())
             throw BoardError(failure);
         if (timeline)
@@ -393,31 +365,7 @@ private:
         attachments.push_back(std::move(attachment));
     }
 
-    // To the user, on standard error, which the view may occupy.
-    void Say(const std::string& what) {
-        const std::string text = "velrix-board: " + what + "\n";
-        if (view && IsTerminal(STDERR_FILENO))
-            view->Print(text);
-        else
-            WriteAll(STDERR_FILENO, text);
-    }
-
-    void MakeView(Program& program) {
-        const bool block = IsTerminal(STDERR_FILENO);
-        view = std::make_unique<TerminalView>(
-            state, *this, block ? TerminalView::Style::BLOCK : TerminalView::Style::LINES,
-            [] { return TerminalSize(STDERR_FILENO); }, [](std::string_view text) { WriteAll(STDERR_FILENO, text); });
-        state.Add(*view);
-        parts.push_back(view.get());
-        if (!block)
-            return;
-        // What the program prints onto the terminal has to pass by the block. One pipe keeps the order of both outputs.
-        output = MakeOutputPipe();
-        program.standardError = output.writing.Get();
-        if (::isatty(STDOUT_FILENO) == 1)
-            program.standardOutput = output.writing.Get();
-        view->OnSettled(Now());
-    }
+    void Say(const std::string& what) { user.Say(what); }
 
     void Loop(int socket, int signalFile) {
         bool running = true;
@@ -426,9 +374,8 @@ private:
             // Signals that come before the program runs wait for it.
             waits.push_back({programProcess ? signalFile : -1, POLLIN, 0});
             waits.push_back({syslog ? syslog->Descriptor() : -1, POLLIN, 0});
-            waits.push_back({output.reading.Get(), POLLIN, 0});
             for (const ILoopPart* part : parts)
-                waits.push_back({part->Descriptor(), POLLIN, 0});
+                waits.push_back({part->Descriptor(), static_cast<short>(part->AwaitsRoom() ? POLLOUT : POLLIN), 0});
             if (::poll(waits.data(), waits.size(), Timeout()) < 0 && errno != EINTR)
                 ThrowSystemError("the board cannot wait for its program");
 
@@ -457,7 +404,6 @@ private:
     }
 
     void Settle() {
-        ShowOutput();
         for (IBoardObserver* observer : state.Observers())
             observer->OnSettled(Now());
     }
@@ -469,31 +415,31 @@ private:
         watcher.Dispatch();
     }
 
-    void ShowOutput() {
-        std::array<char, 4096> buffer;
-        while (output.reading) {
-            const ssize_t length = ::read(output.reading.Get(), buffer.data(), buffer.size());
-            if (length > 0)
-                view->Print({buffer.data(), static_cast<std::size_t>(length)});
-            else if (length == 0)
-                output.reading.Close();
-            else if (errno != EINTR)
-                return;
-        }
-    }
-
     // The terminal sends its signals to all of the foreground group, hence to the program as well; it gets only those
     // that were meant for this process alone. A hang-up goes to the leader of the session alone, which this process may
     // be.
     void PassOnSignals(int signalFile) {
-        signalfd_siginfo info;
-        while (::read(signalFile, &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
-            const auto number = static_cast<int>(info.ssi_signo);
-            if (number == SIGWINCH && view)
-                view->OnResize(Now());
-            else if (info.ssi_code <= 0 || number == SIGHUP)
+        std::array<signalfd_siginfo, SIGNALS_PER_TURN> signals;
+        for (std::size_t i = 0; i < ReadSignals(signalFile, signals); ++i) {
+            const auto number = static_cast<int>(signals[i].ssi_signo);
+            if (number == SIGWINCH)
+                user.OnResize(Now());
+            else if (signals[i].ssi_code <= 0 || number == SIGHUP)
                 SignalProgram(number);
         }
+    }
+
+    static std::size_t ReadSignals(int signalFile, std::array<signalfd_siginfo, SIGNALS_PER_TURN>& signals) {
+        const ssize_t length = ::read(signalFile, signals.data(), sizeof signals);
+        return length > 0 ? static_cast<std::size_t>(length) / sizeof signals[0] : 0;
+    }
+
+    // When only the rest of the output is left to wait for.
+    static bool IsToldToEnd(int signalFile) {
+        std::array<signalfd_siginfo, SIGNALS_PER_TURN> signals;
+        const std::size_t count = ReadSignals(signalFile, signals);
+        return std::any_of(signals.begin(), signals.begin() + count,
+                           [](const signalfd_siginfo& signal) { return signal.ssi_signo != SIGWINCH; });
     }
 
     bool Receive(int socket) {
@@ -573,9 +519,7 @@ private:
     }
 
     void RecordSystemCall(bool restart) const {
-        const std::string call = restart ? "reboot(2) restart\n" : "reboot(2) halt\n";
-        const FileDescriptor record(::open(layout.Reboots().c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
-        WriteAll(record.Get(), call);
+        Append(layout.Reboots(), restart ? "reboot(2) restart\n" : "reboot(2) halt\n");
     }
 
     // Process 1 went before the program did. The reboot system call ends a namespace that way, with a signal that tells
@@ -604,12 +548,11 @@ private:
     LogTail reboots;
     LogTail webLog;
     std::unique_ptr<SyslogSocket> syslog;
-    std::unique_ptr<TerminalView> view;
+    UserOutput user;
     std::optional<TimelineRecorder> timeline;
     std::optional<InputRecorder> inputs;
     std::optional<ControlPipe> control;
     std::optional<ScenarioPlayer> player;
-    OutputPipe output; // empty where the program prints by itself
     std::vector<ILoopPart*> parts;
     std::vector<Placement> placements;
     const std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();

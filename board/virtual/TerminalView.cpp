@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 #include "board/scenario/Printable.h"
 
@@ -113,9 +114,8 @@ std::string Seconds(BoardTime time) {
 } // namespace
 
 TerminalView::TerminalView(const BoardState& boardState, const IBoardControl& boardControl, Style viewStyle,
-                           Measure terminalSize, Write writeText)
-    : state(boardState), control(boardControl), style(viewStyle), measure(std::move(terminalSize)),
-      write(std::move(writeText)) {
+                           Measure terminalSize, ITextOutput& textOutput)
+    : state(boardState), control(boardControl), style(viewStyle), measure(std::move(terminalSize)), output(textOutput) {
     for (const std::string& led : state.Model().Leds()) {
         leds.push_back({state.LedColor(led)});
         shownLeds.push_back(leds.back().color);
@@ -142,8 +142,8 @@ void TerminalView::OnSettled(BoardTime time) {
         PrintLine(time, state.Name(i) + (shownLines[i] ? " high" : " low"));
     }
     WriteLines();
-    if (style == Style::BLOCK && changed)
-        Draw(time);
+    if (style == Style::BLOCK && output.IsWritten())
+        DrawWhatIsNew(time);
 }
 
 void TerminalView::SettleLeds(BoardTime time, BoardTime shortest) {
@@ -170,7 +170,7 @@ void TerminalView::WriteLines() {
     const std::optional<BoardTime> due = Due();
     const auto end = due ? lines.lower_bound(*due - SHORTEST_COLOR) : lines.end();
     for (auto line = lines.begin(); line != end; line = lines.erase(line))
-        write(Seconds(line->first) + line->second + "\n");
+        output.Write(Seconds(line->first) + line->second + "\n");
 }
 
 void TerminalView::OnWebLog(std::string_view record, BoardTime time) {
@@ -231,28 +231,58 @@ void TerminalView::PrintLine(BoardTime time, const std::string& text) {
 }
 
 void TerminalView::OnResize(BoardTime time) {
-    if (style == Style::BLOCK)
-        Draw(time);
+    changed = true;
+    OnSettled(time);
 }
 
 void TerminalView::Print(std::string_view text) {
-    unfinished += text;
-    const std::size_t end = unfinished.rfind('\n');
-    if (end == std::string::npos)
+    std::string all = std::exchange(held, "") + std::string(text);
+    const std::size_t whole = OpenLine::WholeLength(all);
+    held = all.substr(whole);
+    all.resize(whole);
+    if (!all.empty())
+        PrintWhole(all);
+}
+
+// Goes on where the program's output ended, which is in the row that the block began in if that was the end of a row.
+void TerminalView::PrintWhole(const std::string& text) {
+    std::string drawing = Erase();
+    const int columns = measure().columns;
+    if (openLine.IsOpen() && !openLine.IsRowFull(columns))
+        drawing += "\033[A";
+    if (openLine.IsOpen() && openLine.Column(columns) > 0)
+        drawing += "\033[" + std::to_string(openLine.Column(columns)) + "C";
+    openLine.Take(text, columns);
+    DrawBelow(drawing + text + (openLine.IsOpen() ? "\n" : ""), drawnTime);
+}
+
+void TerminalView::Say(std::string_view text) {
+    if (style == Style::LINES) {
+        output.Write(text);
         return;
-    write(Erase() + unfinished.substr(0, end + 1));
-    unfinished.erase(0, end + 1);
-    drawnWidths.clear();
-    Draw(drawnTime);
+    }
+    said.Add(text);
+    if (output.IsWritten())
+        DrawWhatIsNew(drawnTime);
+}
+
+void TerminalView::DrawWhatIsNew(BoardTime time) {
+    if (!said.IsEmpty()) {
+        const std::string text = said.Text();
+        said.Remove(text.size());
+        openLine.End();
+        DrawBelow(Erase() + text, time);
+    } else if (changed) {
+        Draw(time);
+    }
 }
 
 void TerminalView::Finish(BoardTime time) {
-    if (!unfinished.empty())
-        Print("\n");
+    if (!held.empty())
+        PrintWhole(std::exchange(held, ""));
     SettleLeds(time, BoardTime::zero());
+    changed = true;
     OnSettled(time);
-    if (style == Style::BLOCK)
-        Draw(time);
 }
 
 // From the row below the block, in which the cursor is. Most terminals wrap what they show anew when they get narrower.
@@ -300,11 +330,10 @@ TerminalView::Row TerminalView::ModuleRow(int columns) const {
     return row;
 }
 
-void TerminalView::Draw(BoardTime time) {
-    const Size size = measure();
+std::vector<TerminalView::Row> TerminalView::Rows(const Size& size, BoardTime time) const {
     std::vector<Row> rows = {LedRow(size.columns, time), LineRow(size.columns, Direction::OUTPUT),
                              LineRow(size.columns, Direction::INPUT), ModuleRow(size.columns)};
-    const int room = std::max(0, size.rows - BOARD_ROWS - CURSOR_ROWS);
+    const int room = std::max(0, size.rows - BOARD_ROWS - CURSOR_ROWS - (openLine.IsOpen() ? 1 : 0));
     const auto hidden = std::max<std::ptrdiff_t>(0, static_cast<std::ptrdiff_t>(notes.size()) - room);
     for (auto note = notes.begin() + hidden; note != notes.end(); ++note) {
         Row row(size.columns);
@@ -315,14 +344,19 @@ void TerminalView::Draw(BoardTime time) {
             row.Add((record.text.empty() ? "" : " ") + Bar(*record.percent));
         rows.push_back(row);
     }
+    return rows;
+}
 
-    std::string text = Erase();
+// The text ends in the row that the block begins in. All goes out at once, so that nothing of the old block is seen
+// beside the new one.
+void TerminalView::DrawBelow(const std::string& text, BoardTime time) {
+    std::string drawing = text;
     drawnWidths.clear();
-    for (const Row& row : rows) {
-        text += row.Text() + "\n";
+    for (const Row& row : Rows(measure(), time)) {
+        drawing += row.Text() + "\n";
         drawnWidths.push_back(row.Width());
     }
-    write(text);
+    output.Write(drawing);
     drawnTime = time;
     changed = false;
 }

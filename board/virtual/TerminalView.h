@@ -9,10 +9,13 @@
 #include <string_view>
 #include <vector>
 
+#include "board/virtual/Backlog.h"
 #include "board/virtual/BoardState.h"
 #include "board/virtual/IBoardControl.h"
 #include "board/virtual/ILoopPart.h"
+#include "board/virtual/ITextOutput.h"
 #include "board/virtual/LogText.h"
+#include "board/virtual/OpenLine.h"
 
 namespace VelrixBoard {
 
@@ -20,14 +23,16 @@ namespace VelrixBoard {
 // lines, the simulated module, the faults, the end of the two logs. Elsewhere it is one line per change: "0.512 s  MS
 // green".
 //
-// It writes through the function it was given. On a terminal nobody else may write to that terminal; what the program
-// prints goes through Print, which puts it above the block.
+// On a terminal nobody else may write to that terminal; what the program prints goes through Print, which puts it above
+// the block. A terminal that is not read gets no further picture until it has taken the last one, so that it shows the
+// latest then and nothing piles up.
 class TerminalView final : public BoardObserver, public ILoopPart {
 public:
     // The elements of an LED are written one after the other; a colour that lasts for less than this is none.
     static constexpr BoardTime SHORTEST_COLOR = std::chrono::milliseconds(5);
 
-    using Write = std::function<void(std::string_view text)>;
+    // What the board says to a terminal that is not read; more than it ever has to say to one that is.
+    static constexpr std::size_t MOST_SAID = 64 * 1024;
 
     enum class Style { BLOCK, LINES };
 
@@ -39,7 +44,7 @@ public:
     using Measure = std::function<Size()>;
 
     TerminalView(const BoardState& boardState, const IBoardControl& boardControl, Style viewStyle, Measure terminalSize,
-                 Write writeText);
+                 ITextOutput& textOutput);
 
     void OnChange(std::size_t signal, bool level, BoardTime time) override;
     void OnSettled(BoardTime time) override;
@@ -58,10 +63,14 @@ public:
     // The terminal has another size now.
     void OnResize(BoardTime time);
 
-    // The program's output. An unfinished line is kept until it is complete or the view ends.
+    // The program's output, as it is; a line may come in parts. Only while TakesOutput.
     void Print(std::string_view text);
+    bool TakesOutput() const { return output.IsWritten() && said.IsEmpty(); }
 
-    // The last drawing; the block stays on the screen.
+    // Whole lines of the board's.
+    void Say(std::string_view text);
+
+    // The last drawing; the block stays on the screen. Comes when the output is written, or will not be.
     void Finish(BoardTime time);
 
 private:
@@ -84,7 +93,11 @@ private:
     void WriteLines();
     void Add(const char* source, LogText record);
     void PrintLine(BoardTime time, const std::string& text);
-    void Draw(BoardTime time);
+    void PrintWhole(const std::string& text);
+    void DrawBelow(const std::string& text, BoardTime time);
+    void Draw(BoardTime time) { DrawBelow(Erase(), time); }
+    void DrawWhatIsNew(BoardTime time);
+    std::vector<Row> Rows(const Size& size, BoardTime time) const;
     Row LedRow(int columns, BoardTime time) const;
     Row LineRow(int columns, Direction direction) const;
     Row ModuleRow(int columns) const;
@@ -94,14 +107,16 @@ private:
     const IBoardControl& control;
     const Style style;
     const Measure measure;
-    const Write write;
+    ITextOutput& output;
     std::vector<LedColor> leds;
     std::vector<std::string> shownLeds;
     std::vector<bool> shownLines;
     int runs = 0;                                // of the program, which a reboot starts anew
     std::deque<Note> notes;                      // the last records and calls
     std::multimap<BoardTime, std::string> lines; // not written yet, as something older may still come in between
-    std::string unfinished;
+    std::string held;                            // of the program's output, a part of a character or of a code
+    OpenLine openLine;                           // of the program's output, above the block
+    Backlog said{MOST_SAID};                     // not shown yet
     BoardTime drawnTime{};
     std::vector<int> drawnWidths; // of the block's rows on the screen, in columns
     bool changed = true;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/virtual/TerminalView.h"
 
+#include <algorithm>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -58,23 +60,34 @@ private:
     std::vector<std::string> lines{""}; // unwrapped, one byte for a column
 };
 
+// Takes text at once, or stands still until it is read.
+class FakeOutput final : public ITextOutput {
+public:
+    std::string text;
+    bool isRead = true;
+
+    void Write(std::string_view part) override { text += part; }
+    bool IsWritten() const override { return isRead; }
+};
+
 class TerminalViewTest : public testing::Test {
 protected:
     TerminalView& Make(TerminalView::Style style, TerminalView::Size initialSize = {200, 24}) {
         size = initialSize;
         view.emplace(
-            state, control, style, [this] { return size; }, [this](std::string_view text) { written += text; });
+            state, control, style, [this] { return size; }, output);
         state.Add(*view);
         return *view;
     }
-    std::string Written() { return std::exchange(written, ""); }
+    std::string Written() { return std::exchange(output.text, ""); }
 
     BoardModel model;
     BoardState state{model};
     FakeControl control{state};
     TerminalView::Size size{};
+    FakeOutput output;
+    std::string& written = output.text;
     std::optional<TerminalView> view;
-    std::string written;
     static constexpr std::size_t MS_GREEN = 9, MS_RED = 10;
 };
 
@@ -316,34 +329,35 @@ TEST_F(TerminalViewTest, LeavesNothingBehindOnATerminalThatWrapsItsRowsAnew) {
     WrappingScreen screen;
     const auto resize = [&](int columns) { size.columns = screen.columns = columns; };
     const auto fresh = [&] {
-        WrappingScreen drawn;
+        FakeOutput drawing;
         TerminalView other(
-            state, control, TerminalView::Style::BLOCK, [&] { return size; },
-            [&](std::string_view text) { drawn.Write(text); });
+            state, control, TerminalView::Style::BLOCK, [&] { return size; }, drawing);
         other.OnSettled(1ms);
+        WrappingScreen drawn;
+        drawn.Write(drawing.text);
         return drawn.Text();
     };
     Make(TerminalView::Style::BLOCK, {110, 24});
     resize(110);
-    std::string output = "printed by the program, and longer than the terminal will be\n";
+    std::string printed = "printed by the program, and longer than the terminal will be\n";
     view->OnSettled(1ms);
-    view->Print(output);
+    view->Print(printed);
     screen.Write(Written());
-    ASSERT_EQ(screen.Text(), output + fresh());
+    ASSERT_EQ(screen.Text(), printed + fresh());
 
     for (const int columns : {60, 40, 110, 98, 97, 16, 200}) {
         resize(columns);
         view->OnResize(1ms);
         screen.Write(Written());
-        EXPECT_EQ(screen.Text(), output + fresh()) << columns;
+        EXPECT_EQ(screen.Text(), printed + fresh()) << columns;
     }
     // Narrower twice before the board hears of it, which is when the program prints.
     resize(60);
     resize(50);
     view->Print("next\n");
-    output += "next\n";
+    printed += "next\n";
     screen.Write(Written());
-    EXPECT_EQ(screen.Text(), output + fresh());
+    EXPECT_EQ(screen.Text(), printed + fresh());
 }
 
 TEST_F(TerminalViewTest, PrintsNothingAboutTheSizeWhereLinesArePrinted) {
@@ -359,13 +373,114 @@ TEST_F(TerminalViewTest, PutsTheProgramsOutputAboveTheBlock) {
     view->OnSettled(7ms);
     Written();
 
-    view->Print("par");
-    EXPECT_EQ(Written(), "");
-    view->Print("tial\nnext\nrest");
-    EXPECT_THAT(Written(), StartsWith("\033[4A\r\033[Jpartial\nnext\n   0.007 s  MS "));
+    view->Print("one\nnext\n");
+
+    EXPECT_THAT(Written(), StartsWith("\033[4A\r\033[Jone\nnext\n   0.007 s  MS "));
     view->Finish(9ms);
-    EXPECT_THAT(written, StartsWith("\033[4A\r\033[Jrest\n   0.007 s  MS "));
-    EXPECT_THAT(written, HasSubstr("\033[4A\r\033[J   0.009 s  MS "));
+    EXPECT_THAT(written, StartsWith("\033[4A\r\033[J   0.009 s  MS "));
+}
+
+TEST_F(TerminalViewTest, ShowsALineThatComesInParts) {
+    Make(TerminalView::Style::BLOCK, {10, 24});
+    view->OnSettled(7ms);
+    Written();
+    const struct {
+        const char* printed;
+        const char* drawn; // before the block, whose rows are erased from below
+    } rows[] = {
+        {"par", "par\n"},
+        {"tial", "\033[A\033[3Ctial\n"},
+        {"\r50 %", "\033[A\033[7C\r50 %\n"},
+        {" to the", "\033[A\033[4C to the\n"},
+        {"end\nnext", "\033[A\033[1Cend\nnext\n"},
+        {" row\n", "\033[A\033[4C row\n"},
+        {"0123456789", "0123456789\n"},
+        {"abc", "abc\n"}, // the row above is full
+        {"\n", "\033[A\033[3C\n"},
+        {"\xC3", nullptr},
+        {"\xA4\033[3", "\xC3\xA4\n"},
+        {"1mred\n", "\033[A\033[1C\033[31mred\n"},
+    };
+    for (const auto& row : rows) {
+        view->Print(row.printed);
+
+        const std::string drawing = Written();
+        EXPECT_EQ(drawing.substr(0, drawing.find("   0.007 s")),
+                  row.drawn == nullptr ? "" : "\033[4A\r\033[J" + std::string(row.drawn))
+            << row.printed;
+    }
+}
+
+TEST_F(TerminalViewTest, KeepsRoomForALineThatIsNotEnded) {
+    Make(TerminalView::Style::BLOCK, {200, 7});
+    view->OnWebLog("a1", 1ms);
+    view->OnWebLog("a2", 1ms);
+    view->OnSettled(1ms);
+    EXPECT_THAT(Written(), HasSubstr("a1"));
+
+    view->Print("waits");
+
+    EXPECT_THAT(written, testing::AllOf(Not(HasSubstr("a1")), HasSubstr("a2")));
+}
+
+TEST_F(TerminalViewTest, ShowsTheLatestPictureAloneOnATerminalThatWasNotRead) {
+    Make(TerminalView::Style::BLOCK);
+    output.isRead = false;
+    for (int i = 0; i < 1000; ++i) {
+        state.Set(MS_RED, i % 2 == 0, 10ms * i);
+        view->OnSettled(10ms * i);
+        view->OnResize(10ms * i);
+    }
+    state.Set(MS_GREEN, true, 20s);
+    view->OnSettled(21s);
+    EXPECT_EQ(Written(), "");
+    EXPECT_EQ(view->Due(), std::nullopt);
+    EXPECT_FALSE(view->TakesOutput());
+
+    output.isRead = true;
+    view->OnSettled(22s);
+
+    EXPECT_THAT(written, StartsWith("  22.000 s  MS \033[1;32m\u25CF green"));
+    EXPECT_THAT(written, Not(HasSubstr("red")));
+    EXPECT_TRUE(view->TakesOutput());
+}
+
+TEST_F(TerminalViewTest, SaysWhatTheBoardHasToSayAboveTheBlock) {
+    Make(TerminalView::Style::BLOCK);
+    view->OnSettled(7ms);
+    Written();
+    view->Print("asks: ");
+    Written();
+    output.isRead = false;
+    view->Say("one\n");
+    view->Say("two\n");
+    EXPECT_EQ(Written(), "");
+    EXPECT_FALSE(view->TakesOutput());
+
+    output.isRead = true;
+    view->OnSettled(8ms);
+
+    EXPECT_THAT(Written(), StartsWith("\033[4A\r\033[Jone\ntwo\n   0.008 s"));
+    EXPECT_TRUE(view->TakesOutput());
+    // The line was ended by what the board said.
+    view->Print("answer\n");
+    EXPECT_THAT(written, StartsWith("\033[4A\r\033[Janswer\n   "));
+}
+
+TEST_F(TerminalViewTest, BoundsWhatTheBoardSaysToATerminalThatIsNotRead) {
+    Make(TerminalView::Style::BLOCK);
+    output.isRead = false;
+    const std::string line = std::string(99, 'x') + "\n";
+    for (std::size_t i = 0; i < TerminalView::MOST_SAID / line.size() + 5; ++i)
+        view->Say(line);
+    output.isRead = true;
+
+    view->OnSettled(8ms);
+    const std::string drawing = Written();
+    EXPECT_EQ(std::count(drawing.begin(), drawing.end(), 'x') / 99, TerminalView::MOST_SAID / line.size());
+    view->OnSettled(9ms);
+
+    EXPECT_THAT(written, HasSubstr("velrix-board: 5 messages are left out here, which nobody read in time\n"));
 }
 
 } // namespace

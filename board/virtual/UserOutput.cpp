@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/virtual/UserOutput.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <string_view>
+
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace VelrixBoard {
+
+namespace {
+
+bool IsTerminal(int descriptor) {
+    const char* name = std::getenv("TERM");
+    return ::isatty(descriptor) == 1 && name != nullptr && std::string_view(name) != "dumb";
+}
+
+TerminalView::Size TerminalSize() {
+    constexpr TerminalView::Size USUAL = {80, 24};
+    winsize size{};
+    return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 && size.ws_row > 0
+               ? TerminalView::Size{size.ws_col, size.ws_row}
+               : USUAL;
+}
+
+} // namespace
+
+void UserOutput::Say(const std::string& what) {
+    const std::string text = "velrix-board: " + what + "\n";
+    if (view)
+        view->Say(text);
+    else
+        errors.Write(text);
+}
+
+void UserOutput::Show(BoardState& state, const IBoardControl& control, Program& shown, BoardTime now) {
+    const bool block = IsTerminal(STDERR_FILENO);
+    view = std::make_unique<TerminalView>(
+        state, control, block ? TerminalView::Style::BLOCK : TerminalView::Style::LINES, TerminalSize, errors);
+    state.Add(*view);
+    if (!block)
+        return;
+    program = std::make_unique<ProgramOutput>(*view);
+    shown.standardError = program->WritingEnd();
+    if (::isatty(STDOUT_FILENO) == 1)
+        shown.standardOutput = program->WritingEnd();
+    view->OnSettled(now);
+}
+
+void UserOutput::OnForked() {
+    if (program)
+        program->CloseWritingEnd();
+}
+
+std::vector<ILoopPart*> UserOutput::Parts() {
+    std::vector<ILoopPart*> parts = {&errors};
+    if (view)
+        parts.push_back(view.get());
+    if (program)
+        parts.push_back(program.get());
+    return parts;
+}
+
+void UserOutput::OnResize(BoardTime now) {
+    if (view)
+        view->OnResize(now);
+}
+
+void UserOutput::Finish(const Clock& clock, const std::vector<int>& descriptors,
+                        const std::function<bool()>& isStopped) {
+    do
+        if (!AwaitWritten(descriptors, isStopped))
+            return;
+    while (program && program->ReadSome());
+    if (!view)
+        return;
+    view->Finish(clock());
+    (void)AwaitWritten(descriptors, isStopped);
+}
+
+// False when the reader had its time, or the user has no more.
+bool UserOutput::AwaitWritten(const std::vector<int>& descriptors, const std::function<bool()>& isStopped) {
+    constexpr int LIMIT_MS = std::chrono::milliseconds(READER_LIMIT).count();
+    while (!errors.IsWritten()) {
+        std::vector<pollfd> waits = {{errors.Descriptor(), POLLOUT, 0}};
+        for (const int descriptor : descriptors)
+            waits.push_back({descriptor, POLLIN, 0});
+        const int ready = ::poll(waits.data(), waits.size(), LIMIT_MS);
+        if (ready == 0 || (ready < 0 && errno != EINTR))
+            return false;
+        if ((ready < 0 || waits[0].revents == 0) && isStopped())
+            return false;
+        errors.Run(BoardTime::zero());
+    }
+    return true;
+}
+
+} // namespace VelrixBoard

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "board/virtual/BoardState.h"
+#include "board/virtual/Clock.h"
+#include "board/virtual/IBoardControl.h"
+#include "board/virtual/ILoopPart.h"
+#include "board/virtual/Program.h"
+#include "board/virtual/ProgramOutput.h"
+#include "board/virtual/StreamWriter.h"
+#include "board/virtual/TerminalView.h"
+
+namespace VelrixBoard {
+
+// All that a running board shows and says on standard error. Nothing here waits for whoever reads it until the end.
+class UserOutput final {
+public:
+    // How long the end of a board waits for a reader that takes nothing at all: time to read a page and to come back
+    // to a terminal that was stopped, but not for ever.
+    static constexpr std::chrono::minutes READER_LIMIT{10};
+
+    // A line.
+    void Say(const std::string& what);
+
+    // Shows the board from now on, in colour and with the program's output above it where standard error is a terminal:
+    // the program then gets a pipe. Throws BoardError.
+    void Show(BoardState& state, const IBoardControl& control, Program& program, BoardTime now);
+
+    // Process 1 has the program's end of the pipe.
+    void OnForked();
+
+    // For the loop.
+    std::vector<ILoopPart*> Parts();
+    void OnResize(BoardTime now);
+
+    // Waits until the rest of the program's output and the last picture are written, for as long as READER_LIMIT and
+    // the user allow: isStopped is asked when one of the descriptors is readable.
+    void Finish(const Clock& clock, const std::vector<int>& descriptors, const std::function<bool()>& isStopped);
+
+private:
+    bool AwaitWritten(const std::vector<int>& descriptors, const std::function<bool()>& isStopped);
+
+    StreamWriter errors{STDERR_FILENO};
+    std::unique_ptr<TerminalView> view;
+    std::unique_ptr<ProgramOutput> program;
+};
+
+} // namespace VelrixBoard
