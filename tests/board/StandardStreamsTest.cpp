@@ -24,7 +24,8 @@ std::string AfterClosing(const std::vector<int>& streams) {
             ::close(stream);
         OpenMissingStandardStreams();
         const FileDescriptor result(::open(folder.Path("result").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
-        struct stat nothing {}, status {};
+        struct stat nothing {
+        }, status{};
         ::stat("/dev/null", &nothing);
         for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
             const bool isNull = ::fstat(stream, &status) == 0 && status.st_rdev == nothing.st_rdev &&
@@ -51,9 +52,8 @@ TEST(StandardStreamsTest, StayOutOfTheRecordsOfABoardThatWasStartedWithoutThem) 
     const TemporaryFolder folder;
     const std::string board = folder.Path("board");
 
-    const CommandEnd end = CommandRun{{"sh", "-c",
-                                       "exec 0<&- 1>&- 2>&-; exec \"$@\"", "sh", VELRIX_BOARD_COMMAND, "run",
-                                       "--directory", board, "--panel=0", "--terminal", "--", "sh", "-c",
+    const CommandEnd end = CommandRun{{"sh", "-c", "exec 0<&- 1>&- 2>&-; exec \"$@\"", "sh", VELRIX_BOARD_COMMAND,
+                                       "run", "--directory", board, "--panel=0", "--terminal", "--", "sh", "-c",
                                        "printf 1 > /sys/class/leds/ledGwStsRed/brightness; echo printed; "
                                        "readlink /proc/self/fd/[012] > /mnt/share/streams"}}
                                .Run();
