@@ -20,9 +20,11 @@
 #include "board/virtual/BoardError.h"
 #include "board/virtual/CommandArguments.h"
 #include "board/virtual/FileDescriptor.h"
+#include "board/virtual/SavedSignals.h"
 #include "board/virtual/ScenarioPlayer.h"
 #include "board/virtual/SettingsReader.h"
 #include "board/virtual/SignalBlock.h"
+#include "board/virtual/TerminationGuard.h"
 #include "board/virtual/TimelineRecorder.h"
 
 namespace VelrixBoard {
@@ -71,6 +73,28 @@ void Print(int descriptor, std::string_view text) {
         text.remove_prefix(static_cast<std::size_t>(count));
     }
 }
+
+// SIGTERM ends the program, and a second one the machine.
+class Termination final : public ILoopPart {
+public:
+    Termination(TerminationGuard& terminationGuard, Machine& emulatedMachine)
+        : guard(terminationGuard), machine(emulatedMachine) {}
+
+    int Descriptor() const override { return guard.Descriptor(); }
+    std::optional<BoardTime> Due() const override { return std::nullopt; }
+
+    void Run(BoardTime) override {
+        const TerminationGuard::Request request = guard.Take();
+        if (request == TerminationGuard::Request::END)
+            machine.Signal("TERM");
+        else if (request == TerminationGuard::Request::KILL)
+            throw BoardError("killed the machine (SIGTERM, and not the first one)");
+    }
+
+private:
+    TerminationGuard& guard;
+    Machine& machine;
+};
 
 int RunOnEmulator(const EmulatorOptions& options) {
     const BoardModel model = MakeModel(options);
@@ -122,6 +146,10 @@ int RunOnEmulator(const EmulatorOptions& options) {
     const SignalBlock block;
     const FileDescriptor signals(::signalfd(-1, &block.Blocked(), SFD_CLOEXEC));
     program.signals = signals.Get();
+    const SavedSignals saved;
+    TerminationGuard guard("velrix-emulator");
+    Termination termination(guard, machine);
+    program.parts.push_back(&termination);
     const MachineResult result = machine.Run(program, state, lines);
     if (recorder)
         recorder->Finish(result.end);

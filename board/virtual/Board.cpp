@@ -5,10 +5,12 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -41,9 +43,11 @@
 #include "board/virtual/Recorder.h"
 #include "board/virtual/Residents.h"
 #include "board/virtual/RunDirectory.h"
+#include "board/virtual/SavedSignals.h"
 #include "board/virtual/SettingsReader.h"
 #include "board/virtual/SignalBlock.h"
 #include "board/virtual/SyslogSocket.h"
+#include "board/virtual/TerminationGuard.h"
 #include "board/virtual/TimelineRecorder.h"
 #include "board/virtual/UserOutput.h"
 #include "board/virtual/ValueFiles.h"
@@ -143,11 +147,12 @@ void Append(const fs::path& path, std::string_view text) {
 // One running board: everything outside of its namespaces, in one thread around one poll.
 class Board final : public IBoardControl {
 public:
-    Board(const BoardOptions& boardOptions, RunDirectory runDirectory)
-        : options(boardOptions), directory(std::move(runDirectory)), layout(directory.Path()),
-          model(MakeModel(options, layout)), state(model), recorder(layout, state, options.directory.has_value()),
-          files(
-              state, [this] { return Now(); }, options.without),
+    Board(const BoardOptions& boardOptions, RunDirectory runDirectory, const SavedSignals& savedSignals,
+          TerminationGuard& terminationGuard)
+        : options(boardOptions), saved(savedSignals), guard(terminationGuard), directory(std::move(runDirectory)),
+          layout(directory.Path()), model(MakeModel(options, layout)), state(model),
+          recorder(layout, state, options.directory.has_value()), files(
+                                                                      state, [this] { return Now(); }, options.without),
           oxbo(state, options.oxboReadyAfter,
                [this](std::size_t signal, bool level) { DriveForModule(signal, level); }),
           reboots(layout.Reboots(), [this](std::string_view call) { Reboot(call); }),
@@ -199,11 +204,11 @@ public:
         FileDescriptor farEnd(pair[1]);
         const FileDescriptor signalFile(::signalfd(-1, &signals.Blocked(), SFD_CLOEXEC | SFD_NONBLOCK));
         InitPlan plan = entry->Plan(placements);
-        plan.signalMask = signals.Before();
+        plan.restoreSignals = [this] { saved.Restore(); };
         // What process 1 leaves behind, should it be killed, comes to this process.
         ::prctl(PR_SET_CHILD_SUBREAPER, 1);
 
-        const pid_t init = entry->Fork();
+        init = ForkInit();
         if (init == 0) {
             initSocket.Close();
             RunInit(plan, program, std::move(farEnd));
@@ -225,7 +230,8 @@ public:
         webLog.Finish();
         Settle();
         RemoveOwnFiles();
-        user.Finish([this] { return Now(); }, {signalFile.Get()}, [&] { return IsToldToEnd(signalFile.Get()); });
+        user.Finish([this] { return Now(); }, {signalFile.Get(), guard.Descriptor()},
+                    [&] { return guard.Take() != TerminationGuard::Request::NONE || IsToldToEnd(signalFile.Get()); });
         if (!failure.empty())
             throw BoardError(failure);
         if (timeline)
@@ -367,6 +373,18 @@ private:
 
     void Say(const std::string& what) { user.Say(what); }
 
+    // The guard's handlers are for this process alone.
+    pid_t ForkInit() {
+        sigset_t termination, before;
+        sigemptyset(&termination);
+        sigaddset(&termination, SIGTERM);
+        ::sigprocmask(SIG_BLOCK, &termination, &before);
+        const pid_t process = entry->Fork();
+        if (process != 0)
+            ::sigprocmask(SIG_SETMASK, &before, nullptr);
+        return process;
+    }
+
     void Loop(int socket, int signalFile) {
         bool running = true;
         while (running) {
@@ -374,6 +392,7 @@ private:
             // Signals that come before the program runs wait for it.
             waits.push_back({programProcess ? signalFile : -1, POLLIN, 0});
             waits.push_back({syslog ? syslog->Descriptor() : -1, POLLIN, 0});
+            waits.push_back({guard.Descriptor(), POLLIN, 0});
             for (const ILoopPart* part : parts)
                 waits.push_back({part->Descriptor(), static_cast<short>(part->AwaitsRoom() ? POLLOUT : POLLIN), 0});
             if (::poll(waits.data(), waits.size(), Timeout()) < 0 && errno != EINTR)
@@ -387,13 +406,14 @@ private:
             Settle();
             if (waits[2].revents != 0)
                 PassOnSignals(signalFile);
+            EndOnRequest();
             if (waits[0].revents != 0)
                 running = Receive(socket);
         }
     }
 
     int Timeout() const {
-        std::optional<BoardTime> due;
+        std::optional<BoardTime> due = killDue;
         for (const ILoopPart* part : parts)
             if (const auto own = part->Due())
                 due = due ? std::min(*due, *own) : own;
@@ -442,6 +462,31 @@ private:
                            [](const signalfd_siginfo& signal) { return signal.ssi_signo != SIGWINCH; });
     }
 
+    // By SIGTERM. A program that is not there yet gets it when it is, which must not last for ever; after the program
+    // there is nobody to wait for.
+    void EndOnRequest() {
+        const TerminationGuard::Request request = guard.Take();
+        const bool runs = programProcess && !ended;
+        if (request == TerminationGuard::Request::END && runs)
+            SignalProgram(SIGTERM);
+        else if (request == TerminationGuard::Request::END && !programProcess)
+            killDue = Now() + TerminationGuard::ANSWER_LIMIT;
+        else if (request != TerminationGuard::Request::NONE || (killDue && *killDue <= Now()))
+            Kill();
+    }
+
+    void Kill() {
+        killDue.reset();
+        if (std::exchange(isKilled, true))
+            return;
+        Say(ended ? "kills what the program left running (SIGTERM)"
+                  : "kills all that runs on the board (SIGTERM, and not the first one)");
+        if (programProcess)
+            SendInitOrder(initSocket.Get(), InitOrder::KILL_ALL);
+        else
+            ::kill(init, SIGKILL);
+    }
+
     bool Receive(int socket) {
         InitMessage message;
         FileDescriptor attached;
@@ -454,19 +499,24 @@ private:
         case InitMessage::Kind::STARTED:
             programProcess = std::move(attached);
             ended = false;
+            if (killDue)
+                SignalProgram(SIGTERM);
+            else
+                guard.Restart();
+            killDue.reset();
             for (IBoardObserver* observer : state.Observers())
                 observer->OnProgramStarted(Now());
             break;
         case InitMessage::Kind::ENDED:
-            ended = true;
-            endStatus = AfterReboot(message.status);
-            for (IBoardObserver* observer : state.Observers())
-                observer->OnProgramEnded(endStatus, Now());
+            OnEnd(AfterReboot(message.status));
             break;
         case InitMessage::Kind::DOWN:
+            // Process 1 reaped it among all others that it killed.
+            if (isKilled && !ended)
+                OnEnd(W_EXITCODE(0, SIGKILL));
             // Signals that come now wait for the next program.
             programProcess.Close();
-            if (reboot == RebootStub::Effect::RESTART && !isRebootedBySystemCall &&
+            if (reboot == RebootStub::Effect::RESTART && !isRebootedBySystemCall && !isKilled &&
                 options.onReboot == BoardOptions::OnReboot::RESTART) {
                 PowerUp();
                 reboot = RebootStub::Effect::NONE;
@@ -480,6 +530,13 @@ private:
             break;
         }
         return true;
+    }
+
+    void OnEnd(int waitStatus) {
+        ended = true;
+        endStatus = waitStatus;
+        for (IBoardObserver* observer : state.Observers())
+            observer->OnProgramEnded(endStatus, Now());
     }
 
     // A call of one of the reboot commands: all that runs on the board is ended.
@@ -527,6 +584,8 @@ private:
     int StatusWithoutEnd(int initStatus) {
         if (isRebootedBySystemCall)
             return 0;
+        if (isKilled)
+            throw BoardError("told to end (SIGTERM) before the program ran");
         const bool restart = WIFSIGNALED(initStatus) && WTERMSIG(initStatus) == SIGHUP;
         const bool halt = WIFSIGNALED(initStatus) && WTERMSIG(initStatus) == SIGINT;
         if (!restart && !halt)
@@ -536,6 +595,8 @@ private:
     }
 
     const BoardOptions& options;
+    const SavedSignals& saved;
+    TerminationGuard& guard;
     RunDirectory directory;
     BoardLayout layout;
     BoardModel model;
@@ -557,10 +618,13 @@ private:
     std::vector<Placement> placements;
     const std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();
 
+    pid_t init = -1;
     FileDescriptor initSocket;
     FileDescriptor programProcess;
     RebootStub::Effect reboot = RebootStub::Effect::NONE; // that was called for since the program was started
     bool isRebootedBySystemCall = false;
+    std::optional<BoardTime> killDue; // since the program was to end before it ran
+    bool isKilled = false;
     bool ended = false;
     int endStatus = 0;
     std::string failure;
@@ -573,7 +637,13 @@ private:
 
 int RunBoard(const BoardOptions& options, const Program& program) {
     try {
-        Board board(options, options.directory ? RunDirectory::At(*options.directory) : RunDirectory::Private());
+        const SavedSignals saved;
+        // A file that may not grow, and a reader that is gone, fail a write; the board has to see that, not to die.
+        ::signal(SIGXFSZ, SIG_IGN);
+        ::signal(SIGPIPE, SIG_IGN);
+        TerminationGuard guard("velrix-board");
+        Board board(options, options.directory ? RunDirectory::At(*options.directory) : RunDirectory::Private(), saved,
+                    guard);
         return board.Run(program);
     } catch (const fs::filesystem_error& error) {
         throw BoardError(error.what());

@@ -35,6 +35,10 @@ constexpr long long LOOK_NS = 100'000'000;
 constexpr int LOOKS_AT_REST = 10;
 constexpr long long WORK_NS = 10'000'000'000;
 
+// Those that are reaped at a stretch, so that a program that starts others without end does not keep process 1 from the
+// board's orders.
+constexpr int REAPED_PER_TURN = 256;
+
 void Send(int socket, InitMessage::Kind kind, int status, const std::string& text, int descriptor) {
     InitMessage message{kind, status, {}};
     std::strncpy(message.text, text.c_str(), sizeof message.text - 1);
@@ -61,7 +65,7 @@ void Send(int socket, InitMessage::Kind kind, int status, const std::string& tex
         ::dup2(program.standardOutput, STDOUT_FILENO);
     if (program.standardError >= 0)
         ::dup2(program.standardError, STDERR_FILENO);
-    ::sigprocmask(SIG_SETMASK, &plan.signalMask, nullptr);
+    plan.restoreSignals();
     std::exit(program.main(plan.beginProgram()));
 }
 
@@ -143,9 +147,10 @@ pid_t StartProgram(const InitPlan& plan, const Program& program, FileDescriptor&
 void WaitForAll(pid_t program, const Residents& residents, int socket, int childSignals) {
     Grace grace(residents);
     for (;;) {
-        int status = 0;
-        pid_t ended = 0;
-        while ((ended = ::waitpid(-1, &status, WNOHANG)) > 0) {
+        pid_t ended = 1;
+        for (int i = 0; i < REAPED_PER_TURN && ended > 0; ++i) {
+            int status = 0;
+            ended = ::waitpid(-1, &status, WNOHANG);
             if (ended != program)
                 continue;
             Send(socket, InitMessage::Kind::ENDED, status, "", -1);
@@ -157,7 +162,7 @@ void WaitForAll(pid_t program, const Residents& residents, int socket, int child
         if (grace.IsOver())
             residents.Signal(SIGKILL);
         pollfd waits[] = {{socket, POLLIN, 0}, {childSignals, POLLIN, 0}};
-        const std::optional<timespec> left = grace.Left();
+        const std::optional<timespec> left = ended > 0 ? timespec{} : grace.Left();
         (void)::ppoll(waits, std::size(waits), left ? &*left : nullptr, nullptr);
         signalfd_siginfo signal;
         if (waits[1].revents != 0)

@@ -3,7 +3,6 @@
 
 #include <functional>
 
-#include <csignal>
 #include <unistd.h>
 
 #include "board/virtual/FileDescriptor.h"
@@ -22,7 +21,8 @@ struct InitPlan {
     // In each program's process, before it does anything: gives what executes commands there.
     std::function<Execute()> beginProgram = [] { return Execute(::execvp); };
 
-    sigset_t signalMask{}; // the one to give to the program
+    // In each program's process: undoes what the board changed about signals.
+    std::function<void()> restoreSignals = [] {};
 };
 
 // What process 1 tells the board, one packet each: the value files are to be served (with a descriptor of their

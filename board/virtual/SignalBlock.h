@@ -6,14 +6,15 @@
 
 namespace VelrixBoard {
 
-// Holds back the signals that a board passes on, for as long as it lives.
+// Holds back the signals that a board passes on, for as long as it lives. SIGTERM is not among them: it has a
+// TerminationGuard.
 class SignalBlock final {
 public:
     explicit SignalBlock(std::initializer_list<int> further = {}) {
         sigemptyset(&blocked);
         for (const int signal : further)
             sigaddset(&blocked, signal);
-        for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2})
+        for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGUSR1, SIGUSR2})
             sigaddset(&blocked, signal);
         ::sigprocmask(SIG_BLOCK, &blocked, &before);
     }
@@ -22,7 +23,6 @@ public:
     ~SignalBlock() { ::sigprocmask(SIG_SETMASK, &before, nullptr); }
 
     const sigset_t& Blocked() const { return blocked; }
-    const sigset_t& Before() const { return before; }
 
 private:
     sigset_t blocked;

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <array>
+#include <csignal>
+#include <cstddef>
+
+namespace VelrixBoard {
+
+// What this process did on signals before the board changed it: the program on the board gets that back, and so does
+// the process at the board's end.
+class SavedSignals final {
+public:
+    // Those that a board ignores or handles; the mask is kept as well.
+    static constexpr std::array<int, 4> NUMBERS = {SIGXFSZ, SIGPIPE, SIGTERM, SIGALRM};
+
+    SavedSignals() {
+        ::sigprocmask(SIG_BLOCK, nullptr, &mask);
+        for (std::size_t i = 0; i < NUMBERS.size(); ++i)
+            ::sigaction(NUMBERS[i], nullptr, &actions[i]);
+    }
+    SavedSignals(const SavedSignals&) = delete;
+    SavedSignals& operator=(const SavedSignals&) = delete;
+    ~SavedSignals() { Restore(); }
+
+    void Restore() const {
+        for (std::size_t i = 0; i < NUMBERS.size(); ++i)
+            ::sigaction(NUMBERS[i], &actions[i], nullptr);
+        ::sigprocmask(SIG_SETMASK, &mask, nullptr);
+    }
+
+private:
+    sigset_t mask{};
+    std::array<struct sigaction, NUMBERS.size()> actions{};
+};
+
+} // namespace VelrixBoard
