@@ -130,10 +130,14 @@ VELRIX_PRELOADED(int, inotify_add_watch, int queue, const char* path, std::uint3
 }
 
 VELRIX_PRELOADED(ssize_t, getxattr, const char* path, const char* name, void* value, size_t size) {
-    return WithPath(path, Follow::YES, [=](const Path& led) { return nextGetXattr(led.Text(), name, value, size); });
+    return WithPath(path, Follow::YES, [=](const Path& led) {
+        return IsProtected(led) ? Fail(EOPNOTSUPP) : nextGetXattr(led.Text(), name, value, size);
+    });
 }
 VELRIX_PRELOADED(ssize_t, lgetxattr, const char* path, const char* name, void* value, size_t size) {
-    return WithPath(path, Follow::NO, [=](const Path& led) { return nextLgetXattr(led.Text(), name, value, size); });
+    return WithPath(path, Follow::NO, [=](const Path& led) {
+        return IsProtected(led) ? Fail(EOPNOTSUPP) : nextLgetXattr(led.Text(), name, value, size);
+    });
 }
 VELRIX_PRELOADED(int, setxattr, const char* path, const char* name, const void* value, size_t size, int flags) {
     return WithPath(path, Follow::YES, [=](const Path& led) {
@@ -146,10 +150,14 @@ VELRIX_PRELOADED(int, lsetxattr, const char* path, const char* name, const void*
     });
 }
 VELRIX_PRELOADED(ssize_t, listxattr, const char* path, char* list, size_t size) {
-    return WithPath(path, Follow::YES, [=](const Path& led) { return nextListXattr(led.Text(), list, size); });
+    return WithPath(path, Follow::YES, [=](const Path& led) {
+        return IsProtected(led) ? Fail(EOPNOTSUPP) : nextListXattr(led.Text(), list, size);
+    });
 }
 VELRIX_PRELOADED(ssize_t, llistxattr, const char* path, char* list, size_t size) {
-    return WithPath(path, Follow::NO, [=](const Path& led) { return nextLlistXattr(led.Text(), list, size); });
+    return WithPath(path, Follow::NO, [=](const Path& led) {
+        return IsProtected(led) ? Fail(EOPNOTSUPP) : nextLlistXattr(led.Text(), list, size);
+    });
 }
 VELRIX_PRELOADED(int, removexattr, const char* path, const char* name) {
     return WithPath(path, Follow::YES, [=](const Path& led) {

@@ -105,6 +105,9 @@ void Send(const char* record, std::size_t size) {
         // Whatever the program did to the descriptor, nothing but a socket takes this.
         if (log.socket < 0 || ::send(log.socket, record, size, MSG_NOSIGNAL) >= 0)
             return;
+        // The number may be another file's, or none.
+        if (errno == EBADF || errno == ENOTSOCK)
+            log.socket = -1;
         Disconnect();
     }
 }

@@ -45,9 +45,8 @@ int OpenInTree(const Path& path, int flags) {
     if (text[std::strlen(text) - 1] == '/')
         return Fail(EISDIR);
     const int error = path.ErrorOfMaking(EACCES);
-    if (error == EEXIST && (flags & O_EXCL) == 0)
-        return nextOpenAt(AT_FDCWD, text, flags & ~O_CREAT, 0) >= 0 ? Fail(EISDIR) : -1;
-    return Fail(error);
+    // What is there and no value file is a directory.
+    return Fail(error == EEXIST && (flags & O_EXCL) == 0 ? EISDIR : error);
 }
 
 int OpenAt(int directory, const char* path, int flags, mode_t mode) {

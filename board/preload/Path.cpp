@@ -90,6 +90,9 @@ Path::Path(int directory, const char* path, Follow follow)
 // Makes the path inside, in text; isReplaced if it starts from a directory of the board.
 bool Path::Compose() {
     std::size_t base = 0;
+    const std::size_t givenLength = ::strnlen(given, PATH_MAX);
+    if (givenLength == PATH_MAX)
+        return false; // which the kernel refuses
     if (given[0] != '/') {
         base = ReadBase(givenDirectory, text);
         if (base == 0)
@@ -104,7 +107,6 @@ bool Path::Compose() {
         return false;
     }
     length = path.Finish();
-    const std::size_t givenLength = std::strlen(given);
     isDirectory = given[givenLength - 1] == '/' || (givenLength > 1 && std::strcmp(given + givenLength - 2, "/.") == 0);
     return true;
 }
