@@ -483,7 +483,7 @@ private:
                   : "kills all that runs on the board (SIGTERM, and not the first one)");
         if (programProcess)
             SendInitOrder(initSocket.Get(), InitOrder::KILL_ALL);
-        else
+        else if (init > 0)
             ::kill(init, SIGKILL);
     }
 

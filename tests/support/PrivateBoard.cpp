@@ -94,6 +94,9 @@ void PrivateBoard::Start(const std::vector<std::string>& command) {
 }
 
 void PrivateBoard::Signal(int number) {
+    // None is everybody to the kernel.
+    if (process <= 0)
+        throw std::runtime_error("nothing runs on the board");
     kill(process, number);
 }
 
