@@ -32,14 +32,14 @@ target_compile_features(velrix-warnings INTERFACE cxx_std_20)
 target_compile_options(velrix-warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Wzero-as-null-pointer-constant
   $<$<BOOL:${VELRIX_WARNINGS_AS_ERRORS}>:-Werror>)
-# Tests put functions in front of the C library's, which have names of its own.
-if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-  target_compile_options(velrix-warnings INTERFACE
-    $<$<NOT:$<BOOL:$<TARGET_PROPERTY:VELRIX_IS_TEST>>>:-Wreserved-identifier>)
-endif()
 
 add_library(velrix-build-options INTERFACE)
 target_link_libraries(velrix-build-options INTERFACE velrix-warnings)
+# Tests put functions in front of the C library's, which have names of its own.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  target_compile_options(velrix-build-options INTERFACE
+    $<$<NOT:$<BOOL:$<TARGET_PROPERTY:VELRIX_IS_TEST>>>:-Wreserved-identifier>)
+endif()
 
 # A 32-bit machine counts file offsets and seconds in 32 bits unless told otherwise: files end at 2 GB and time in 2038.
 # Private to this build, since no public header mentions off_t or time_t.

@@ -45,6 +45,13 @@ std::string Closed(FILE* stream) {
     return result;
 }
 
+// The text, which the call allocated.
+std::string Freed(char* text) {
+    const std::string result = Of(static_cast<const char*>(text));
+    std::free(text);
+    return result;
+}
+
 std::string ReadFile(const char* path) {
     std::array<char, 64> text{};
     const int file = ::open(path, O_RDONLY | O_CLOEXEC);
@@ -219,6 +226,9 @@ void ReadDirectories(const std::string&) {
     dirent** entries = nullptr;
     const int count = ::scandir("/mnt/share", &entries, nullptr, ::alphasort);
     Print({Of(count), count > 2 ? entries[2]->d_name : ""});
+    for (int i = 0; i < count; ++i)
+        std::free(entries[i]);
+    std::free(entries);
     Print({Globbed("/var/dev/*/*/value", 0), Globbed("/mnt/*/nothing", 0), Globbed("/mnt/share/*", GLOB_MARK)});
     (void)::ftw(
         "/sys/class/leds",
@@ -252,12 +262,9 @@ void GoElsewhere(const std::string&) {
     Print({Of(::chdir("/mnt")), ReadFile("share/file"), Of(::chdir("share")), ReadFile("file"),
            ReadFile("../share/file")});
     std::array<char, PATH_MAX> path{};
-    char* const allocated = ::getcwd(nullptr, 0);
-    Print({Of(static_cast<const char*>(::getcwd(path.data(), path.size()))), allocated,
-           Of(static_cast<const char*>(::get_current_dir_name())),
-           Of(static_cast<const void*>(::getcwd(path.data(), 5))),
-           Of(static_cast<const char*>(::realpath("file", nullptr)))});
-    std::free(allocated);
+    Print({Of(static_cast<const char*>(::getcwd(path.data(), path.size()))), Freed(::getcwd(nullptr, 0)),
+           Freed(::get_current_dir_name()), Of(static_cast<const void*>(::getcwd(path.data(), 5))),
+           Freed(::realpath("file", nullptr))});
     Print({Of(::chdir("..")), Of(static_cast<const char*>(::getcwd(path.data(), path.size())))});
     Print({Of(::chdir("/var/dev/gpio-outputs/oxboResetN")), ReadFile("value")});
     const int folder = ::open("/var/dev/gpio-outputs", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -284,9 +291,9 @@ void FollowLinks(const std::string& folder) {
            ReadFile("/mnt/share/outer"), ReadFile((folder + "/loop").c_str()),
            Closed(::open((folder + "/led").c_str(), O_WRONLY | O_CREAT, 0600)),
            Link(folder + "/led") == OUTPUT ? "kept" : "changed"});
-    Print({Of(static_cast<const char*>(::realpath((folder + "/led").c_str(), nullptr))),
-           Of(static_cast<const char*>(::canonicalize_file_name("/mnt/share/../share/outer"))),
-           Of(static_cast<const char*>(::realpath("/mnt/share/none", nullptr)))});
+    Print({Freed(::realpath((folder + "/led").c_str(), nullptr)),
+           Freed(::canonicalize_file_name("/mnt/share/../share/outer")),
+           Freed(::realpath("/mnt/share/none", nullptr))});
     const int value = ::open(OUTPUT, O_RDONLY | O_CLOEXEC);
     const int file = ::open("/mnt/share/inner", O_RDONLY | O_CLOEXEC);
     (void)::chdir("/mnt/share");
