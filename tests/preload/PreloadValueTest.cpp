@@ -71,7 +71,7 @@ TEST_F(PreloadValueTest, ServesStreams) {
                                "1 1\n 0 1 0\n"
                                "1 0 EACCES EEXIST EINVAL\n"
                                "1 1 0\n");
-    EXPECT_EQ(board.LogOf(10), "open.0 write.0=1\\n open.0 write.0=junk write.0=0 write.0=1 open.0 write.0=0 open.1 "
+    EXPECT_EQ(board.LogOf(12), "open.0 write.0=1\\n open.0 write.0=junk write.0=0 write.0=1 open.0 write.0=0 open.1 "
                                "write.1=1 open.1 past.1=0");
     EXPECT_EQ(Step("standard output"), "10EINVAL1\n");
     EXPECT_EQ(Step("iostreams"), "1 0 1 0\n");

@@ -102,6 +102,7 @@ void Duplicate(const std::string&) {
     const int null = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     Print({Of(::dup2(null, copy) == copy), Of(::write(copy, "x", 1)), Of(::close_range(50, 51, 0)),
            Of(::write(second, "1", 1)), Of(::write(fourth, "1", 1))});
+    std::fflush(stdout);
     const int process = ::fork();
     if (process == 0)
         ::_exit(::write(fourth, "0", 1) == 1 && ::close(fourth) == 0 && ::write(fifth, "x", 1) < 0 ? 7 : 1);
@@ -140,6 +141,7 @@ void KeepConnections(const std::string&) {
     ::closefrom(file + 1);
     Print({Of(::write(file, "1", 1)), Of(::dup2(STDIN_FILENO, own) == own), Of(::write(file, "0", 1)), Of(::close(own)),
            Of(::write(file, "1", 1))});
+    std::fflush(stdout);
     const int process = ::fork();
     if (process == 0)
         ::_exit(static_cast<int>(OpenDescriptors().size()));
