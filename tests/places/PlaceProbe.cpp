@@ -12,6 +12,7 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/personality.h>
 #include <sys/ptrace.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -78,6 +79,7 @@ constexpr struct {
     {"/dev/ptmx", [] { return Open("/dev/ptmx", O_RDWR); }},
     {"writing /proc/sys/kernel/hostname", [] { return Open("/proc/sys/kernel/hostname", O_WRONLY); }},
     {"a folder in /sys", [] { return static_cast<long>(::mkdir("/sys/class/velrix", 0755)); }},
+    {"fixed addresses", [] { return static_cast<long>(::personality(ADDR_NO_RANDOMIZE)); }},
     // last, since what is allowed lasts
     {"unshare", [] { return static_cast<long>(::unshare(CLONE_NEWUSER)); }},
 };

@@ -80,7 +80,7 @@ TEST(RestrictedPlace, RefusesInAContainerWhatContainersRefuse) {
                                          "/dev/ptmx: allowed\n"))
             << who;
         EXPECT_THAT(refusals, AllOf(Not(HasSubstr("hostname: allowed")), Not(HasSubstr("/sys: allowed")),
-                                    HasSubstr("unshare: EPERM\n")))
+                                    HasSubstr("fixed addresses: EPERM\nunshare: EPERM\n")))
             << who;
     }
 }
@@ -90,9 +90,9 @@ TEST(RestrictedPlace, RefusesElsewhereOnlyWhatThePlaceIsNamedAfter) {
                       masked = In("masked", "root", REFUSALS);
 
     for (const std::string& refusals : {machine, fuse, masked})
-        EXPECT_THAT(refusals,
-                    AllOf(HasSubstr("clone with a user namespace: allowed\n"), HasSubstr("unshare: allowed\n"),
-                          Not(HasSubstr("setns: EPERM")), Not(HasSubstr("clone3: ENOSYS"))));
+        EXPECT_THAT(refusals, AllOf(HasSubstr("clone with a user namespace: allowed\n"),
+                                    HasSubstr("fixed addresses: allowed\nunshare: allowed\n"),
+                                    Not(HasSubstr("setns: EPERM")), Not(HasSubstr("clone3: ENOSYS"))));
     EXPECT_THAT(machine, Not(HasSubstr("/dev/fuse: ENOENT")));
     EXPECT_THAT(machine, Not(HasSubstr("/sys: EROFS")));
     EXPECT_THAT(fuse, HasSubstr("/dev/fuse: ENOENT\n"));

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <vector>
 
 #include <fcntl.h>
@@ -78,6 +79,30 @@ sock_filter Is(long value) {
     return Unless(BPF_JEQ, static_cast<std::uint32_t>(value));
 }
 
+constexpr std::uint32_t REFUSE = SECCOMP_RET_ERRNO | EPERM, UNKNOWN = SECCOMP_RET_ERRNO | ENOSYS;
+
+// What the kernel is to do otherwise for a program, such as not to randomise its addresses. Asking is allowed.
+void RefusePersonalities(std::vector<sock_filter>& filter) {
+    constexpr std::uint32_t ALLOWED[] = {0, 8, 0x20000, 0x20008, 0xFFFFFFFF};
+    constexpr std::uint8_t COUNT = std::size(ALLOWED);
+    filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_personality, 0, COUNT + 2));
+    filter.push_back(Load(offsetof(seccomp_data, args)));
+    for (std::uint8_t i = 0; i < COUNT; ++i)
+        filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, ALLOWED[i], static_cast<std::uint8_t>(COUNT - i), 0));
+    filter.push_back(Return(REFUSE));
+    filter.push_back(Load(offsetof(seccomp_data, nr)));
+}
+
+// The flags of clone are the lower half of its first argument.
+void RefuseNamespaces(std::vector<sock_filter>& filter) {
+    constexpr std::uint32_t NAMESPACES =
+        CLONE_NEWNS | CLONE_NEWUTS | CLONE_NEWIPC | CLONE_NEWUSER | CLONE_NEWPID | CLONE_NEWNET | CLONE_NEWCGROUP;
+    filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clone, 0, 3));
+    filter.push_back(Load(offsetof(seccomp_data, args)));
+    filter.push_back(Unless(BPF_JSET, NAMESPACES));
+    filter.push_back(Return(REFUSE));
+}
+
 } // namespace
 
 void Check(bool done, const std::string& what) {
@@ -124,9 +149,6 @@ void CoverKernelFiles() {
 }
 
 void FilterSystemCalls() {
-    constexpr std::uint32_t REFUSE = SECCOMP_RET_ERRNO | EPERM, UNKNOWN = SECCOMP_RET_ERRNO | ENOSYS;
-    constexpr std::uint32_t NAMESPACES =
-        CLONE_NEWNS | CLONE_NEWUTS | CLONE_NEWIPC | CLONE_NEWUSER | CLONE_NEWPID | CLONE_NEWNET | CLONE_NEWCGROUP;
     std::vector<sock_filter> filter = {Load(offsetof(seccomp_data, arch)), Is(static_cast<long>(ARCHITECTURE)),
                                        // goes on behind the refusal of programs for another processor
                                        BPF_STMT(BPF_JMP | BPF_JA, 1), Return(UNKNOWN),
@@ -137,11 +159,8 @@ void FilterSystemCalls() {
     }
     filter.push_back(Is(SYS_clone3));
     filter.push_back(Return(UNKNOWN));
-    // The flags of clone are the lower half of its first argument.
-    filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clone, 0, 3));
-    filter.push_back(Load(offsetof(seccomp_data, args)));
-    filter.push_back(Unless(BPF_JSET, NAMESPACES));
-    filter.push_back(Return(REFUSE));
+    RefusePersonalities(filter);
+    RefuseNamespaces(filter);
     filter.push_back(Return(SECCOMP_RET_ALLOW));
     const sock_fprog program = {static_cast<unsigned short>(filter.size()), filter.data()};
     Check(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0, "installing the filter of system calls");
