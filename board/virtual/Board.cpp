@@ -59,6 +59,7 @@ namespace fs = std::filesystem;
 namespace {
 
 const fs::path SETTINGS_FILE = "/etc/velrix.conf";
+const fs::path DEVICES = "/dev";
 const fs::path LOG_SOCKET = "/dev/log";
 
 // More kinds than a board passes on.
@@ -129,6 +130,16 @@ void MakeFile(const fs::path& path) {
     const FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
     if (!file)
         ThrowSystemError("cannot make " + path.string());
+}
+
+// The machine's: whoever opens one and ends restarts the machine.
+std::vector<fs::path> Watchdogs() {
+    std::vector<fs::path> found;
+    std::error_code error;
+    for (fs::directory_iterator entry(DEVICES, error), end; !error && entry != end; entry.increment(error))
+        if (entry->path().filename().native().starts_with("watchdog"))
+            found.push_back(entry->path());
+    return found;
 }
 
 fs::path OwnProgram() {
@@ -337,6 +348,9 @@ private:
                 layout.SyslogSocket(), [this](std::string_view record) { Tell(&IBoardObserver::OnSyslog, record); });
         result.push_back(
             {options.syslog ? Placement::Kind::BIND : Placement::Kind::ABSENT, LOG_SOCKET, layout.SyslogSocket()});
+
+        for (const fs::path& watchdog : Watchdogs())
+            result.push_back({Placement::Kind::ABSENT, watchdog, {}});
 
         const fs::path stub = options.rebootStub.empty() ? OwnProgram() : options.rebootStub;
         for (const Placement& place : RebootStub::Placements(stub, layout.Reboots()))

@@ -2,6 +2,7 @@
 #include "board/virtual/NamespaceEntry.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -14,6 +15,7 @@
 #include <poll.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
+#include <sys/statvfs.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -40,6 +42,41 @@ bool MountProc() {
     return ::mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) == 0;
 }
 
+// What a program may only read, since a write would reach the machine that the board is on: its power states, its
+// devices, the settings of its kernel.
+constexpr const char* MACHINE_DEVICES = "/sys";
+constexpr std::array MACHINE_SETTINGS = {"/proc/acpi", "/proc/bus",  "/proc/fs",  "/proc/irq",
+                                         "/proc/mtrr", "/proc/scsi", "/proc/sys", "/proc/sysrq-trigger"};
+
+// Without giving up what else the machine restricts there, which the kernel would refuse.
+bool RemountReadOnly(const char* path) {
+    struct statvfs status {};
+    if (::statvfs(path, &status) != 0)
+        return false;
+    unsigned long flags = MS_BIND | MS_REMOUNT | MS_RDONLY;
+    flags |= (status.f_flag & ST_NOSUID) != 0 ? MS_NOSUID : 0;
+    flags |= (status.f_flag & ST_NODEV) != 0 ? MS_NODEV : 0;
+    flags |= (status.f_flag & ST_NOEXEC) != 0 ? MS_NOEXEC : 0;
+    return ::mount(nullptr, path, nullptr, flags, nullptr) == 0;
+}
+
+// This keeps a program from what it does by mistake. One that is root on its board and means it can mount and unmount.
+void MakeReadOnly(const char* path) {
+    if (::access(path, F_OK) != 0 || RemountReadOnly(path))
+        return;
+    // It is no mount point yet.
+    if (errno != EINVAL || ::mount(path, path, nullptr, MS_BIND | MS_REC, nullptr) != 0 || !RemountReadOnly(path))
+        ThrowSystemError(std::string("cannot keep the program from writing to ") + path);
+}
+
+// Of an ordinary user the kernel takes no settings, and where a part of /proc is covered, a board on the board could
+// not have its own.
+void ProtectSettings(uid_t user) {
+    for (const char* path : MACHINE_SETTINGS)
+        if (user == 0)
+            MakeReadOnly(path);
+}
+
 // In process 1. The ids are the user's on the machine; they are not known in the namespace yet.
 struct Maker {
     NamespaceEntry::Place place;
@@ -54,6 +91,8 @@ struct Maker {
         const fs::path workingDirectory = fs::current_path(error);
         MapIds(user, group, asRoot);
         DetachMounts();
+        // Before the skeletons, which show it in parts.
+        MakeReadOnly(MACHINE_DEVICES);
         {
             // Opened here, because the kernel mounts only what was opened in the same user namespace; and closed here,
             // because a program that held it would keep the file system alive after the board.
@@ -66,6 +105,7 @@ struct Maker {
         MakePseudoTerminals();
         if (ownNumbers && !MountProc())
             ThrowSystemError("cannot mount the board's own /proc");
+        ProtectSettings(user);
         // A working directory inside a covered one would still be that of the machine.
         if (::chdir(workingDirectory.c_str()) != 0 && ::chdir("/") != 0)
             std::abort();
@@ -86,9 +126,11 @@ Finding TryHere(const NamespaceEntry::Place& place, uid_t user, gid_t group) {
     try {
         MapIds(user, group, false);
         DetachMounts();
+        MakeReadOnly(MACHINE_DEVICES);
         (void)MountFuse(place.device, {user, group});
         Skeleton(place.stage).Mount({});
         finding.canHaveOwnNumbers = MountProc();
+        ProtectSettings(user);
         finding.isAllowed = true;
     } catch (const std::exception& error) {
         finding.Refuse(error.what());

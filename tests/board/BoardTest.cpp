@@ -132,6 +132,36 @@ TEST(BoardTest, LeavesTheMachineAsItIs) {
     EXPECT_EQ(Mounts(), mounts);
 }
 
+// Opens for writing, and writes nothing: what is there is the machine's.
+TEST(BoardTest, LetsNoProgramWriteToTheMachinesKernel) {
+    const std::string script =
+        "for f in /sys/power/state /sys/kernel/mm/transparent_hugepage/enabled "
+        "/proc/sys/kernel/hostname /proc/sys/kernel/sysrq /proc/sysrq-trigger; do test ! -e $f || "
+        "sh -c ': >> $0' $f 2>/dev/null && test -e $f && echo $f; done; "
+        "cat /proc/sys/kernel/hostname > /dev/null && ls /sys/power > /dev/null && echo read; "
+        "echo 5 > /proc/self/oom_score_adj && cat /proc/self/oom_score_adj";
+    const TemporaryFolder folder;
+    // A value file among the devices has the board cover all of these, entry by entry.
+    folder.Write("settings", "[led]\nmodule_status_red=/sys/board-x/red\n");
+    const std::vector<std::string> rows[] = {
+        {}, {"--as-root"}, {"--settings", folder.Path("settings")}, {"--without", "/mnt/share"}};
+    for (const std::vector<std::string>& options : rows) {
+        const CommandEnd end = CommandRun{OnBoard(script, options)}.Run();
+
+        EXPECT_EQ(end.output, "read\n5\n") << end.errors;
+    }
+}
+
+TEST(BoardTest, HidesTheMachinesWatchdogs) {
+    // A board is a machine to the board on it.
+    const CommandEnd end =
+        CommandRun{OnBoard("touch /dev/watchdog /dev/watchdog0 /dev/dogs; " VELRIX_BOARD_COMMAND
+                           " run -- sh -c 'echo x > /dev/watchdog; ls -d /dev/*dog*'; cat /dev/watchdog")}
+            .Run();
+
+    EXPECT_EQ(end.output, "/dev/dogs\n/dev/watchdog\n") << end.errors;
+}
+
 TEST(BoardTest, RemovesItsOwnDirectoryAtTheEnd) {
     const TemporaryFolder folder;
 
