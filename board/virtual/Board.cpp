@@ -162,8 +162,9 @@ public:
           TerminationGuard& terminationGuard)
         : options(boardOptions), saved(savedSignals), guard(terminationGuard), directory(std::move(runDirectory)),
           layout(directory.Path()), model(MakeModel(options, layout)), state(model),
-          recorder(layout, state, options.directory.has_value()), files(
-                                                                      state, [this] { return Now(); }, options.without),
+          recorder(layout, state, options.directory.has_value(), [this](const std::string& text) { Say(text); }),
+          files(
+              state, [this] { return Now(); }, options.without),
           oxbo(state, options.oxboReadyAfter,
                [this](std::size_t signal, bool level) { DriveForModule(signal, level); }),
           reboots(layout.Reboots(), [this](std::string_view call) { Reboot(call); }),

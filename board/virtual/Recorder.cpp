@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/virtual/Recorder.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <string>
+#include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -19,9 +22,11 @@ FileDescriptor OpenRecord(const std::filesystem::path& path) {
 
 } // namespace
 
-Recorder::Recorder(const BoardLayout& layout, const BoardState& boardState, bool withWrites)
-    : state(boardState), recordsWrites(withWrites), changes{OpenRecord(layout.Changes())},
-      writes{withWrites ? OpenRecord(layout.Writes()) : FileDescriptor()}, syslog{OpenRecord(layout.Syslog())} {
+Recorder::Recorder(const BoardLayout& layout, const BoardState& boardState, bool withWrites, TellUser tellUser)
+    : state(boardState), recordsWrites(withWrites),
+      tell(std::move(tellUser)), changes{layout.Changes(), OpenRecord(layout.Changes())},
+      writes{layout.Writes(), withWrites ? OpenRecord(layout.Writes()) : FileDescriptor()},
+      syslog{layout.Syslog(), OpenRecord(layout.Syslog())} {
     if (!changes.file || !syslog.file || (withWrites && !writes.file))
         ThrowSystemError("cannot make the records in " + layout.Root().string());
 }
@@ -43,14 +48,22 @@ void Recorder::OnSyslog(std::string_view record, BoardTime) {
 
 void Recorder::OnSettled(BoardTime) {
     for (Record* record : {&changes, &writes, &syslog})
-        record->Flush();
+        Flush(*record);
 }
 
-// A record that a full disk cuts short is no reason to stop the program.
-void Recorder::Record::Flush() {
-    if (!waiting.empty())
-        (void)!::write(file.Get(), waiting.data(), waiting.size());
-    waiting.clear();
+// What would come behind a gap could not be told from what comes behind nothing, so the record ends.
+void Recorder::Flush(Record& record) const {
+    while (record.file && !record.waiting.empty()) {
+        const ssize_t written = ::write(record.file.Get(), record.waiting.data(), record.waiting.size());
+        if (written > 0) {
+            record.waiting.erase(0, static_cast<std::size_t>(written));
+        } else if (errno != EINTR) {
+            tell("cannot write " + record.path.string() + ": " + std::strerror(errno) +
+                 "; the record ends here, the program runs on");
+            record.file.Close();
+        }
+    }
+    record.waiting.clear();
 }
 
 std::string Recorder::Line(std::size_t signal, bool level, BoardTime time) const {
