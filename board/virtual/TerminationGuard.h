@@ -17,7 +17,8 @@ namespace VelrixBoard {
 // error takes it. One object a process; the loop's thread uses it.
 class TerminationGuard final {
 public:
-    static constexpr std::chrono::seconds ANSWER_LIMIT{10};
+    // Both end a command within ten seconds of the first one, and within little more than one of the second.
+    static constexpr std::chrono::seconds ANSWER_LIMIT{8};
     static constexpr std::chrono::seconds KILL_LIMIT{1};
 
     // What timeout(1) sends at once, to the process and to its group, is one request.
