@@ -50,7 +50,7 @@ finish() {
 
 struct Daemon {
     const char* name; // of the program as well
-    const char* run; // the body of run_daemon
+    const char* run;  // the body of run_daemon
     const char* configuration;
     const char* warning; // the daemon's word for this severity
 };
@@ -77,8 +77,9 @@ protected:
     std::string EventsOf(const std::string& script) {
         const TemporaryFolder folder;
         folder.Write("configuration", GetParam().configuration);
-        folder.Write("script", TestSupport::NeedTool(GetParam().name) + "configuration=" + folder.Path("configuration") + "\nfolder=" + folder.Path() + "\n" +
-                                   FUNCTIONS + "run_daemon() {\n" + GetParam().run + "\n}\n" + script);
+        folder.Write("script", TestSupport::NeedTool(GetParam().name) +
+                                   "configuration=" + folder.Path("configuration") + "\nfolder=" + folder.Path() +
+                                   "\n" + FUNCTIONS + "run_daemon() {\n" + GetParam().run + "\n}\n" + script);
 
         const BoardResult result = board.Run({"sh", "-eu", folder.Path("script")});
 
