@@ -197,7 +197,7 @@ public:
             parts.push_back(&*player);
         }
         MakeFile(layout.Reboots());
-        watcher.WatchFile(layout.Reboots(), [this] { reboots.Read(); });
+        watcher.WatchFile(layout.Reboots(), [this] { ReadOn(reboots); });
         placements = MakePlacements();
         RequireInSight(layout.Root(), placements);
     }
@@ -239,7 +239,8 @@ public:
         if (!plan.hasOwnNumbers && !ended)
             Residents(false).End();
         TellRecords();
-        webLog.Finish();
+        if (!webLog.Finish())
+            Say("the end of the web log is too long to be read; what is missing is in the file");
         Settle();
         RemoveOwnFiles();
         user.Finish([this] { return Now(); }, {signalFile.Get(), guard.Descriptor()},
@@ -320,6 +321,12 @@ private:
             files.DriveInput(signal, level);
     }
 
+    // In several turns where there is much.
+    void ReadOn(LogTail& log) {
+        if (log.Read())
+            watcher.CallAgain();
+    }
+
     void Tell(void (IBoardObserver::*event)(std::string_view, BoardTime), std::string_view text) {
         for (IBoardObserver* observer : state.Observers())
             (observer->*event)(text, Now());
@@ -369,7 +376,7 @@ private:
             return;
         const fs::path outside = layout.Outside(inside);
         fs::create_directories(outside.parent_path());
-        watcher.WatchName(outside, [this] { webLog.Read(); });
+        watcher.WatchName(outside, [this] { ReadOn(webLog); });
         if (BoardLayout::IsInDirectories(inside))
             return;
         const bool asDirectory = !fs::is_directory(inside.parent_path(), error);

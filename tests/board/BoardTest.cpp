@@ -805,6 +805,17 @@ TEST(BoardTest, PrintsWhatChangesIntoAPipe) {
                                   HasSubstr(" s  reboot called: /usr/sbin/reboot now\n"), Not(HasSubstr("\033"))));
 }
 
+TEST(BoardTest, TellsALongWebLogToItsEndWhileTheProgramWaits) {
+    const TemporaryFolder folder;
+    const pid_t board = CommandRun{OnBoard("seq 5000 > /mnt/share/logger; exec sleep 1000", {"--terminal"})}.Start(
+        "/dev/null", folder.Path("errors"));
+
+    EXPECT_TRUE(PrivateBoard::WaitFor(
+        [&] { return folder.Read("errors").find(" s  web log 5000\n") != std::string::npos; }));
+    ::kill(board, SIGTERM);
+    ::waitpid(board, nullptr, 0);
+}
+
 TEST(BoardTest, TellsTheRecordsOfEachWebLogThatAProgramMakes) {
     // The board reads the log before it takes a write to a value file.
     const std::string read = "; printf 0 > " + std::string(MS_RED);
