@@ -9,7 +9,6 @@
 #include <vector>
 
 #include <CLI/CLI.hpp>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include "board/emulated/ArmProgram.h"
@@ -17,14 +16,11 @@
 #include "board/emulated/MachineControl.h"
 #include "board/emulated/MachineScenario.h"
 #include "board/emulated/ReadFile.h"
+#include "board/emulated/StopSignals.h"
 #include "board/virtual/BoardError.h"
 #include "board/virtual/CommandArguments.h"
-#include "board/virtual/FileDescriptor.h"
-#include "board/virtual/SavedSignals.h"
 #include "board/virtual/ScenarioPlayer.h"
 #include "board/virtual/SettingsReader.h"
-#include "board/virtual/SignalBlock.h"
-#include "board/virtual/TerminationGuard.h"
 #include "board/virtual/TimelineRecorder.h"
 
 namespace VelrixBoard {
@@ -33,9 +29,9 @@ namespace {
 
 constexpr const char* FOOTER = "The program's exit code becomes that of this command, 128 and the signal's number "
                                "after a signal, 0 when the program\n"
-                               "restarted the machine; 125 says that the board could not be made, 126 that PROGRAM "
-                               "cannot be run, 127 that it was not\n"
-                               "found.";
+                               "restarted or halted the machine; 125 says that the board could not be made or that "
+                               "its kernel gave up, 126 that\n"
+                               "PROGRAM cannot be run, 127 that it was not found.";
 
 struct EmulatorOptions {
     std::filesystem::path image = DEFAULT_IMAGE;
@@ -74,27 +70,20 @@ void Print(int descriptor, std::string_view text) {
     }
 }
 
-// SIGTERM ends the program, and a second one the machine.
-class Termination final : public ILoopPart {
-public:
-    Termination(TerminationGuard& terminationGuard, Machine& emulatedMachine)
-        : guard(terminationGuard), machine(emulatedMachine) {}
-
-    int Descriptor() const override { return guard.Descriptor(); }
-    std::optional<BoardTime> Due() const override { return std::nullopt; }
-
-    void Run(BoardTime) override {
-        const TerminationGuard::Request request = guard.Take();
-        if (request == TerminationGuard::Request::END)
-            machine.Signal("TERM");
-        else if (request == TerminationGuard::Request::KILL)
-            throw BoardError("killed the machine (SIGTERM, and not the first one)");
+// What the exit code does not say; null where it says all.
+const char* RemarkOn(MachineResult::Why why) {
+    switch (why) {
+    case MachineResult::Why::RESTARTED:
+        return "the machine restarted";
+    case MachineResult::Why::HALTED:
+        return "the machine halted";
+    case MachineResult::Why::STOPPED:
+        return "ended by a second signal, or by one that the machine did not answer";
+    case MachineResult::Why::EXITED:
+        break;
     }
-
-private:
-    TerminationGuard& guard;
-    Machine& machine;
-};
+    return nullptr;
+}
 
 int RunOnEmulator(const EmulatorOptions& options) {
     const BoardModel model = MakeModel(options);
@@ -143,21 +132,15 @@ int RunOnEmulator(const EmulatorOptions& options) {
     program.errors = [](std::string_view text) { Print(STDERR_FILENO, text); };
 
     machine.AwaitReady();
-    const SignalBlock block;
-    const FileDescriptor signals(::signalfd(-1, &block.Blocked(), SFD_CLOEXEC));
-    program.signals = signals.Get();
-    const SavedSignals saved;
-    TerminationGuard guard("velrix-emulator");
-    Termination termination(guard, machine);
-    program.parts.push_back(&termination);
+    const StopSignals signals;
+    program.signals = signals.Descriptor();
     const MachineResult result = machine.Run(program, state, lines);
     if (recorder)
         recorder->Finish(result.end);
-    if (result.restarted)
-        std::fprintf(stderr, "velrix-emulator: the machine restarted\n");
-    if (player)
-        return player->Finish(result.end);
-    return result.exitCode;
+    if (const char* remark = RemarkOn(result.why))
+        std::fprintf(stderr, "velrix-emulator: %s\n", remark);
+    const int verdict = player ? player->Finish(result.end) : result.exitCode;
+    return result.why == MachineResult::Why::STOPPED ? result.exitCode : verdict;
 }
 
 } // namespace

@@ -12,16 +12,19 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
-#include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "board/emulated/AgentPort.h"
 #include "board/emulated/GdbClient.h"
 #include "board/emulated/GpioTrace.h"
 #include "board/emulated/MachineClock.h"
+#include "board/emulated/MachineConsole.h"
 #include "board/emulated/QmpClient.h"
 #include "board/emulated/ReadFile.h"
+#include "board/emulated/StopSignals.h"
+#include "board/scenario/Printable.h"
 #include "board/virtual/BoardError.h"
 #include "board/virtual/FileDescriptor.h"
 #include "board/virtual/RunDirectory.h"
@@ -42,6 +45,19 @@ constexpr std::chrono::milliseconds OBSERVER_INTERVAL{100};
 
 // A shell's exit code for a signal, less its number.
 constexpr int SIGNALLED = 128;
+
+// The machine's own answers take milliseconds. Not those of its programs.
+constexpr std::chrono::seconds ANSWER_LIMIT = StopSignals::LIMIT;
+
+// The emulator's answers take microseconds, and no host is so busy that they take longer than this.
+constexpr std::chrono::seconds EMULATOR_LIMIT{60};
+
+// A program that was killed ends as soon as it comes to its turn.
+constexpr std::chrono::seconds KILL_LIMIT{20};
+
+// More than a connection holds, so that one turn takes all that came before it; but a program that prints as fast as we
+// read does not hold us in a loop.
+constexpr int READS_PER_TURN = 64;
 
 // A line that the agent's shell reads in one go, and the terminal driver holds.
 constexpr std::size_t MAX_COMMAND = 3500;
@@ -64,6 +80,19 @@ std::string Tail(const std::filesystem::path& file) {
     constexpr std::size_t LENGTH = 800;
     const std::string text = std::filesystem::exists(file) ? ReadFile(file) : "";
     return text.size() <= LENGTH ? text : text.substr(text.size() - LENGTH);
+}
+
+// What has come on a descriptor that does not block. False at the end of the connection.
+template <class Take>
+bool ReadWaiting(int descriptor, const Take& take) {
+    char buffer[16384];
+    for (int reads = 0; reads < READS_PER_TURN; ++reads) {
+        const ssize_t count = ::read(descriptor, buffer, sizeof buffer);
+        if (count <= 0)
+            return count != 0;
+        take(std::string_view(buffer, static_cast<std::size_t>(count)));
+    }
+    return true;
 }
 
 // A word as the shell reads it back unchanged.
@@ -107,7 +136,7 @@ public:
 
     void AwaitReady();
     MachineResult Run(const MachineProgram& program, BoardState& state, const GpioLines& lines);
-    void Command(const std::string& line);
+    void Signal(const std::string& name);
     void DriveInput(std::size_t signal, bool level);
     BoardTime Now() const { return running ? running->Now() : BoardTime(0); }
 
@@ -120,9 +149,14 @@ private:
         const MachineClock& clock;
         std::chrono::microseconds start; // by the machine's clock
         std::optional<MachineResult> result{};
+        int answersDue = 0;                                     // to signals
+        std::optional<std::chrono::microseconds> answerLimit{}; // for them
+        std::optional<std::chrono::microseconds> killLimit{};   // for the end of a program that was killed
+        int stopSignal = 0;                                     // the user's
 
         BoardTime At(std::chrono::microseconds hostTime) const { return clock.At(hostTime) - start; }
         BoardTime Now() const { return At(HostTime()); }
+        void End(MachineResult::Why why, int code) { result = {why, code, Now()}; }
     };
 
     void Start(const std::vector<std::string>& arguments, const std::vector<int>& kept);
@@ -133,12 +167,16 @@ private:
     void Turn(std::chrono::microseconds until);
     void ReadTrace();
     void ReadTraceLine(std::string_view line);
-    void WatchWrites(const std::string& addresses);
+    void WatchWrites(const std::string& text);
     void GoOn();
     void ReadAgent();
+    void Obey(const AgentPort::Message& message);
+    void ReadConsole();
     void ReadOutput();
     void ReadSignals();
     void ReadEvents();
+    void Command(const std::string& line);
+    void CheckLimits();
     [[noreturn]] void Fail(const std::string& what);
 
     RunDirectory directory = RunDirectory::Private();
@@ -146,13 +184,16 @@ private:
     FileDescriptor output;
     FileDescriptor errors;
     FileDescriptor agent;
+    FileDescriptor consoleOutput;
     FileDescriptor trace;
     std::optional<QmpClient> qmp;
     std::optional<GdbClient> debugger;
     MachineClock clock;
-    std::string agentText;
+    AgentPort agentPort;
+    MachineConsole console;
     std::string traceText;
-    bool ready = false;
+    std::string addresses; // of the GPIO controller's data register in this life of the machine; empty: it is not up
+    bool halted = false;
     bool prepared = false; // in this life of the machine
     Running* running = nullptr;
 };
@@ -177,6 +218,7 @@ Machine::Process::Process(const std::filesystem::path& image, const CpioArchive&
     auto outputs = SocketPair();
     auto errorOutputs = SocketPair();
     auto agents = SocketPair();
+    auto consoles = SocketPair();
     auto controls = SocketPair();
     auto debuggers = SocketPair();
     int pipe[2];
@@ -193,12 +235,11 @@ Machine::Process::Process(const std::filesystem::path& image, const CpioArchive&
         "-initrd", rootFile.native(),
         // A kernel that panics restarts instead of standing there, which is noticed;
         // and testing its ciphers would take it half of its time to boot.
-        "-append", "console=ttyS4,115200n8 quiet panic=-1 cryptomgr.notests", "-serial",
-        "file:" + (directory.Path() / "console").native(), "-trace", "runstate_set", "-trace",
+        "-append", "console=ttyS4,115200n8 quiet panic=-1 cryptomgr.notests", "-trace", "runstate_set", "-trace",
         "aspeed_gpio_write,file=/proc/self/fd/" + std::to_string(traceEnd.Get())};
-    // The controller's other serial ports follow the console in their order.
+    // The console is the first of the controller's serial ports; the others follow in their order.
     int number = 0;
-    for (const int descriptor : {outputs[1].Get(), errorOutputs[1].Get(), agents[1].Get()}) {
+    for (const int descriptor : {consoles[1].Get(), outputs[1].Get(), errorOutputs[1].Get(), agents[1].Get()}) {
         const std::string name = "port" + std::to_string(number++);
         arguments.insert(arguments.end(), {"-chardev", "socket,id=" + name + ",fd=" + std::to_string(descriptor),
                                            "-serial", "chardev:" + name});
@@ -207,12 +248,13 @@ Machine::Process::Process(const std::filesystem::path& image, const CpioArchive&
                      {"-chardev", "socket,id=qmp,fd=" + std::to_string(controls[1].Get()), "-mon",
                       "chardev=qmp,mode=control", "-chardev", "socket,id=gdb,fd=" + std::to_string(debuggers[1].Get()),
                       "-gdb", "chardev:gdb"});
-    Start(arguments, {outputs[1].Get(), errorOutputs[1].Get(), agents[1].Get(), controls[1].Get(), debuggers[1].Get(),
-                      traceEnd.Get()});
+    Start(arguments, {consoles[1].Get(), outputs[1].Get(), errorOutputs[1].Get(), agents[1].Get(), controls[1].Get(),
+                      debuggers[1].Get(), traceEnd.Get()});
 
     output = std::move(outputs[0]);
     errors = std::move(errorOutputs[0]);
     agent = std::move(agents[0]);
+    consoleOutput = std::move(consoles[0]);
     qmp.emplace(std::move(controls[0]));
     debugger.emplace(std::move(debuggers[0]));
 }
@@ -268,9 +310,9 @@ void Machine::Process::Start(const std::vector<std::string>& arguments, const st
 void Machine::Process::Fail(const std::string& what) {
     // What still runs in there would meddle with whatever came next.
     ::kill(pid, SIGKILL);
-    const std::string console = Tail(directory.Path() / "console");
+    ReadWaiting(consoleOutput.Get(), [this](std::string_view text) { console.Add(text); });
     throw BoardError(what + "\n--- the emulator:\n" + Tail(directory.Path() / "emulator") + "\n--- the console:\n" +
-                     console);
+                     console.Tail());
 }
 
 void Machine::Process::Command(const std::string& line) {
@@ -283,6 +325,15 @@ void Machine::Process::Command(const std::string& line) {
         Fail("the emulated board takes no commands");
 }
 
+void Machine::Process::Signal(const std::string& name) {
+    Command("signal " + name);
+    ++running->answersDue;
+    running->answerLimit = std::min(running->answerLimit.value_or(std::chrono::microseconds::max()),
+                                    HostTime() + std::chrono::microseconds(ANSWER_LIMIT));
+    if (name == "KILL")
+        running->killLimit = HostTime() + KILL_LIMIT;
+}
+
 void Machine::Process::DriveInput(std::size_t signal, bool level) {
     const auto line = running->lines->Line(signal);
     if (!line)
@@ -292,10 +343,7 @@ void Machine::Process::DriveInput(std::size_t signal, bool level) {
 }
 
 void Machine::Process::ReadTrace() {
-    char buffer[16384];
-    ssize_t count = 0;
-    while ((count = ::read(trace.Get(), buffer, sizeof buffer)) > 0)
-        traceText.append(buffer, static_cast<std::size_t>(count));
+    ReadWaiting(trace.Get(), [this](std::string_view text) { traceText += text; });
     std::size_t begin = 0;
     for (std::size_t end = 0; (end = traceText.find('\n', begin)) != std::string::npos; begin = end + 1)
         ReadTraceLine(std::string_view(traceText).substr(begin, end - begin));
@@ -321,21 +369,24 @@ void Machine::Process::ReadTraceLine(std::string_view line) {
 
 // Whatever is connected to the lines answers a write before the program goes on, as if it did so by electricity: the
 // machine stands still from the write until GoOn. Addresses are those at which the kernel has the data register.
-void Machine::Process::WatchWrites(const std::string& addresses) {
-    std::istringstream words(addresses);
+void Machine::Process::WatchWrites(const std::string& text) {
+    std::istringstream words(text);
     std::vector<std::uint32_t> numbers;
     for (std::uint32_t address = 0; words >> std::hex >> address;)
         numbers.push_back(address);
     if (numbers.empty() || !words.eof())
-        Fail("the emulated board does not say where its GPIO lines are: " + addresses);
+        Fail("the emulated board does not say where its GPIO lines are: " + Printable(text));
     debugger->Watch(numbers);
 }
 
 void Machine::Process::GoOn() {
+    const auto limit = HostTime() + EMULATOR_LIMIT;
     while (qmp->Pending() > 0) {
         pollfd descriptor = {qmp->Descriptor(), POLLIN, 0};
-        if (::poll(&descriptor, 1, -1) < 0 && errno != EINTR)
+        if (::poll(&descriptor, 1, 1000) < 0 && errno != EINTR)
             ThrowSystemError("poll");
+        if (HostTime() >= limit)
+            Fail("the emulator does not answer");
         ReadEvents();
         if (qmp->Pending() > 0 && (descriptor.revents & POLLHUP) != 0)
             Fail("the emulator ended");
@@ -344,64 +395,117 @@ void Machine::Process::GoOn() {
 }
 
 void Machine::Process::ReadOutput() {
-    char buffer[16384];
-    ssize_t count = 0;
-    while ((count = ::read(output.Get(), buffer, sizeof buffer)) > 0)
+    ReadWaiting(output.Get(), [this](std::string_view text) {
         if (running)
-            running->program.output({buffer, static_cast<std::size_t>(count)});
-    while ((count = ::read(errors.Get(), buffer, sizeof buffer)) > 0)
+            running->program.output(text);
+    });
+    ReadWaiting(errors.Get(), [this](std::string_view text) {
         if (running)
-            running->program.errors({buffer, static_cast<std::size_t>(count)});
+            running->program.errors(text);
+    });
 }
 
 void Machine::Process::ReadAgent() {
-    char buffer[256];
-    ssize_t count = 0;
-    while ((count = ::read(agent.Get(), buffer, sizeof buffer)) > 0)
-        agentText.append(buffer, static_cast<std::size_t>(count));
-    const bool ended = count == 0;
-    for (std::size_t end = 0; (end = agentText.find('\n')) != std::string::npos; agentText.erase(0, end + 1)) {
-        const std::string line = agentText.substr(0, end);
-        const std::string exitWord = "exit ";
-        const std::string readyWord = "ready ";
-        if (line.starts_with(readyWord)) {
-            WatchWrites(line.substr(readyWord.size()));
-            ready = true;
-        } else if (line == "failed") {
-            Fail("the emulated board could not be prepared");
-        } else if (line.starts_with(exitWord) && running) {
-            // Everything that the program did came before; what of it waits in the other connections belongs to it.
-            const BoardTime now = running->Now();
-            ReadTrace();
-            ReadOutput();
-            running->result = {false, std::stoi(line.substr(exitWord.size())), now};
+    const bool goesOn = ReadWaiting(agent.Get(), [this](std::string_view text) {
+        std::vector<AgentPort::Message> messages;
+        try {
+            messages = agentPort.Take(text);
+        } catch (const BoardError& error) {
+            Fail(error.what());
         }
-    }
-    if (ended)
+        for (const AgentPort::Message& message : messages)
+            Obey(message);
+    });
+    if (!goesOn)
         Fail("the emulator ended");
+}
+
+void Machine::Process::Obey(const AgentPort::Message& message) {
+    using Kind = AgentPort::Message::Kind;
+    switch (message.kind) {
+    case Kind::FAILED:
+        Fail("the emulated board could not be prepared");
+    case Kind::READY:
+        // A second time in a life: of an agent that somebody killed.
+        if (addresses.empty())
+            WatchWrites(message.addresses);
+        else if (message.addresses != addresses)
+            Fail("the emulated board says anew where its GPIO lines are: " + Printable(message.addresses));
+        addresses = message.addresses;
+        break;
+    case Kind::SIGNALLED:
+        if (!running || running->answersDue == 0 || --running->answersDue > 0)
+            break;
+        running->answerLimit.reset();
+        StopSignals::Answered();
+        break;
+    case Kind::EXIT:
+        if (!running || running->result)
+            break;
+        // Everything that the program did came before; what of it waits in the other connections belongs to it.
+        running->End(MachineResult::Why::EXITED, message.code);
+        ReadTrace();
+        ReadOutput();
+        break;
+    }
+}
+
+void Machine::Process::ReadConsole() {
+    ReadWaiting(consoleOutput.Get(), [this](std::string_view text) { console.Add(text); });
+    const MachineConsole::End end = console.HowItEnded();
+    if (end == MachineConsole::End::PANIC)
+        Fail("the emulated board's kernel gave up: " + Printable(console.PanicLine()));
+    if (end == MachineConsole::End::NONE || halted)
+        return;
+    halted = true;
+    ReadTrace();
+    ReadOutput();
+    if (running && !running->result)
+        running->End(MachineResult::Why::HALTED, 0);
 }
 
 void Machine::Process::ReadEvents() {
     for (const std::string& event : qmp->Dispatch()) {
         if (event != "RESET")
             continue;
-        if (Tail(directory.Path() / "console").find("Kernel panic") != std::string::npos)
-            Fail("the emulated board's kernel gave up");
+        ReadConsole();
         ReadTrace();
         ReadOutput();
         debugger->Watch({}); // the addresses mean something else in the next life
-        ready = false;
+        addresses.clear();
         prepared = false;
-        agentText.clear();
-        if (running)
-            running->result = {true, 0, running->Now()};
+        agentPort.Restart();
+        console.Restart();
+        if (running && !running->result)
+            running->End(MachineResult::Why::RESTARTED, 0);
     }
 }
 
 void Machine::Process::ReadSignals() {
-    signalfd_siginfo info;
-    if (::read(running->program.signals, &info, sizeof info) == sizeof info)
-        Command("signal " + SignalWord(static_cast<int>(info.ssi_signo)));
+    const int signal = StopSignals::Take(running->program.signals);
+    if (signal == 0)
+        return;
+    const bool isSecond = StopSignals::IsToStop(signal) && running->stopSignal != 0;
+    if (StopSignals::IsToStop(signal))
+        running->stopSignal = signal;
+    if (isSecond)
+        running->End(MachineResult::Why::STOPPED, SIGNALLED + signal);
+    else
+        Signal(SignalWord(signal));
+}
+
+// Of what must have come by now while a program runs.
+void Machine::Process::CheckLimits() {
+    const auto now = HostTime();
+    if (running->result)
+        return;
+    if (now >= running->answerLimit.value_or(now + EMULATOR_LIMIT)) {
+        if (running->stopSignal == 0)
+            Fail("the emulated board does not answer a signal for its program");
+        running->End(MachineResult::Why::STOPPED, SIGNALLED + running->stopSignal);
+    } else if (now >= running->killLimit.value_or(now + EMULATOR_LIMIT)) {
+        Fail(running->program.words[0] + " did not end when it was killed");
+    }
 }
 
 void Machine::Process::Turn(std::chrono::microseconds until) {
@@ -416,10 +520,14 @@ void Machine::Process::Turn(std::chrono::microseconds until) {
                            static_cast<long>(left.count() % 1'000'000 * 1000)};
 
     // The trace before the agent: what the program did comes before its end.
-    pollfd descriptors[] = {{trace.Get(), POLLIN, 0},           {output.Get(), POLLIN, 0},
-                            {errors.Get(), POLLIN, 0},          {qmp->Descriptor(), POLLIN, 0},
-                            {agent.Get(), POLLIN, 0},           {running ? running->program.signals : -1, POLLIN, 0},
-                            {debugger->Descriptor(), POLLIN, 0}};
+    pollfd descriptors[] = {{trace.Get(), POLLIN, 0},
+                            {output.Get(), POLLIN, 0},
+                            {errors.Get(), POLLIN, 0},
+                            {qmp->Descriptor(), POLLIN, 0},
+                            {agent.Get(), POLLIN, 0},
+                            {running ? running->program.signals : -1, POLLIN, 0},
+                            {debugger->Descriptor(), POLLIN, 0},
+                            {consoleOutput.Get(), POLLIN, 0}};
     if (::ppoll(descriptors, std::size(descriptors), &wait, nullptr) < 0 && errno != EINTR)
         ThrowSystemError("ppoll");
     // That the emulator is gone is for the agent's connection to notice, which tells more.
@@ -428,6 +536,8 @@ void Machine::Process::Turn(std::chrono::microseconds until) {
     ReadTrace();
     if (descriptors[1].revents || descriptors[2].revents)
         ReadOutput();
+    if (descriptors[7].revents)
+        ReadConsole();
     if (descriptors[3].revents)
         ReadEvents();
     if (descriptors[4].revents)
@@ -447,7 +557,9 @@ void Machine::Process::Turn(std::chrono::microseconds until) {
 
 void Machine::Process::AwaitReady() {
     const auto limit = HostTime() + BOOT_LIMIT;
-    while (!ready) {
+    while (addresses.empty() || halted) {
+        if (halted)
+            Fail("the emulated board has halted; it runs nothing more");
         if (HostTime() >= limit)
             Fail("the emulated board did not come up within " + std::to_string(BOOT_LIMIT.count()) + " s");
         Turn(limit);
@@ -455,7 +567,7 @@ void Machine::Process::AwaitReady() {
 }
 
 void Machine::Process::Play(Running& program) {
-    std::string line = "run";
+    std::string line = "run " + agentPort.NewWord();
     for (const std::string& word : program.program.words)
         line += " " + Quote(word);
     const auto limit =
@@ -467,6 +579,7 @@ void Machine::Process::Play(Running& program) {
             if (HostTime() >= limit)
                 Fail(program.program.words[0] + " did not end within its time");
             Turn(limit);
+            CheckLimits();
         }
     } catch (...) {
         running = nullptr;
@@ -489,8 +602,12 @@ MachineResult Machine::Process::Run(const MachineProgram& program, BoardState& s
     for (std::size_t i = 0; i < state.Count(); ++i)
         if (const auto line = lines.Line(i); line && state.IsInput(i))
             qmp->SetLine(*line, state.Level(i));
-    while (qmp->Pending() > 0)
-        Turn(HostTime() + std::chrono::seconds(1));
+    const auto limit = HostTime() + EMULATOR_LIMIT;
+    while (qmp->Pending() > 0) {
+        if (HostTime() >= limit)
+            Fail("the emulator does not answer");
+        Turn(limit);
+    }
     if (!prepared) {
         // The machine has no clock of its own that would know the time.
         const auto now = std::chrono::duration_cast<std::chrono::seconds>(HostTime()).count();
@@ -506,9 +623,10 @@ MachineResult Machine::Process::Run(const MachineProgram& program, BoardState& s
         observer->OnProgramStarted(BoardTime(0));
     Play(observed);
     const int code = observed.result->exitCode;
+    const bool restarted = observed.result->why == MachineResult::Why::RESTARTED;
     for (IBoardObserver* observer : state.Observers())
-        if (observed.result->restarted)
-            observer->OnReboot("the machine restarted", observed.result->end);
+        if (restarted || observed.result->why == MachineResult::Why::HALTED)
+            observer->OnReboot(restarted ? "the machine restarted" : "the machine halted", observed.result->end);
         else
             observer->OnProgramEnded(code > SIGNALLED ? code - SIGNALLED : W_EXITCODE(code, 0), observed.result->end);
     return *observed.result;
@@ -528,7 +646,7 @@ MachineResult Machine::Run(const MachineProgram& program, BoardState& state, con
 }
 
 void Machine::Signal(const std::string& name) {
-    process->Command("signal " + name);
+    process->Signal(name);
 }
 
 void Machine::DriveInput(std::size_t signal, bool level) {

@@ -30,7 +30,7 @@ struct MachineProgram {
     // What wants attention while the program runs, such as the simulated module. Their descriptors are not looked at.
     std::vector<ILoopPart*> parts{};
 
-    // A signalfd whose signals the program gets; -1 for none.
+    // That of StopSignals, whose signals the program gets; -1 for none.
     int signals = -1;
 
     // The program is taken to hang after this long, which is a BoardError.
@@ -38,8 +38,17 @@ struct MachineProgram {
 };
 
 struct MachineResult {
-    // The machine restarted before the program ended. It has no exit code then.
-    bool restarted = false;
+    enum class Why {
+        EXITED,
+        // The machine restarted, or came to its end as it was told to, before the program ended. It has no exit code
+        // then, and a machine that is halted runs nothing more.
+        RESTARTED,
+        HALTED,
+        // A second signal to stop came, or one that the machine did not answer. The machine is of no more use.
+        STOPPED
+    };
+
+    Why why = Why::EXITED;
     // 128 and the signal's number after a signal, as in a shell.
     int exitCode = 0;
     BoardTime end{};
@@ -66,8 +75,9 @@ public:
 
     // Runs a program and feeds the state with what the GPIO controller sees; times count from the program's start
     // and are the machine's. Its observers hear of the start and of the end, where a code above 128 counts as a signal,
-    // and of a restart of the machine as a call of reboot. What the program logs they do not hear.
-    // Throws BoardError when the machine does not come up, ends, or the program's limit passed.
+    // and of a restart or halt of the machine as a call of reboot. They do not receive what the program logs.
+    // Throws BoardError when the machine does not come up, panics, ends, does not answer, or the program's limit
+    // passed.
     MachineResult Run(const MachineProgram& program, BoardState& state, const GpioLines& lines);
 
     // While a program runs: sends it a signal, "TERM".

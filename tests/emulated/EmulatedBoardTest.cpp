@@ -319,7 +319,7 @@ TEST_F(EmulatedBoard, RestartsTheMachine) {
 
     const auto run = Play({scenes, "reboot"});
 
-    EXPECT_TRUE(run->result.restarted);
+    EXPECT_EQ(run->result.why, MachineResult::Why::RESTARTED);
     EXPECT_TRUE(run->Order().starts_with("MS.green 1, NS.green 1")) << run->Order();
     const auto next = Play({"cat", "/proc/sys/kernel/random/boot_id"});
     EXPECT_EQ(next->result.exitCode, 0);

@@ -125,6 +125,55 @@ TEST_F(EmulatorCommand, EndsWithAProgramThatKillsEveryProcess) {
     EXPECT_EQ(output, "started\n");
 }
 
+TEST_F(EmulatorCommand, SaysThatTheKernelGaveUp) {
+    EXPECT_EQ(Run({"run", "--image", image, "--", "sh", "-c", "echo c > /proc/sysrq-trigger; sleep 100000"}), 125);
+    EXPECT_TRUE(errors.starts_with("velrix-emulator: the emulated board's kernel gave up: "
+                                   "Kernel panic - not syncing: sysrq triggered crash\n"))
+        << errors;
+}
+
+TEST_F(EmulatorCommand, EndsWithAMachineThatIsSwitchedOff) {
+    EXPECT_EQ(Run({"run", "--image", image, "--", "sh", "-c", "echo started; poweroff; sleep 100000"}), 0);
+    EXPECT_EQ(output, "started\n");
+    EXPECT_EQ(errors, "velrix-emulator: the machine halted\n");
+}
+
+TEST_F(EmulatorCommand, KeepsThePortOfItsOwnFromPrograms) {
+    const std::string script = "for port in /dev/ttyS[1-3]; do echo 'exit 0' > $port; done 2> /dev/null; echo on >&2;"
+                               "mknod /tmp/port c 4 66; echo 'exit 0' > /tmp/port; sleep 100000";
+
+    EXPECT_EQ(Run({"run", "--image", image, "--", "sh", "-c", script}), 125);
+
+    EXPECT_TRUE(errors.starts_with("exit 0\non\nvelrix-emulator: something in the machine writes to the port"))
+        << errors;
+    EXPECT_NE(errors.find("\"exit 0\""), std::string::npos) << errors;
+}
+
+TEST_F(EmulatorCommand, EndsByASignalThatTheMachineDoesNotAnswer) {
+    folder.Write("output", ""); // to be looked into before the command has made it
+    Start({"run", "--image", image, "--", "sh", "-c", "killall -STOP agent runner; echo started; sleep 100000"});
+    EXPECT_TRUE(TestSupport::PrivateBoard::WaitFor([&] { return folder.Read("output") == "started\n"; },
+                                                   std::chrono::seconds(120)));
+    ::kill(process, SIGTERM);
+
+    EXPECT_EQ(Wait(), 143) << errors;
+    EXPECT_EQ(errors, "velrix-emulator: ended by a second signal, or by one that the machine did not answer\n");
+}
+
+TEST_F(EmulatorCommand, EndsByASecondSignalOfAProgramThatDoesNot) {
+    folder.Write("output", ""); // to be looked into before the command has made it
+    Start({"run", "--image", image, "--", "sh", "-c",
+           "trap 'echo again' TERM; echo started; while :; do usleep 10000; done"});
+    for (const std::string told : {"started\n", "started\nagain\n"}) {
+        EXPECT_TRUE(TestSupport::PrivateBoard::WaitFor([&] { return folder.Read("output") == told; },
+                                                       std::chrono::seconds(120)));
+        ::kill(process, SIGTERM);
+    }
+
+    EXPECT_EQ(Wait(), 143) << errors;
+    EXPECT_EQ(errors, "velrix-emulator: ended by a second signal, or by one that the machine did not answer\n");
+}
+
 TEST_F(EmulatorCommand, SaysWhatIsMissingAndWhatToDo) {
     EXPECT_EQ(Run({"run", "--image", folder.Path("none"), "--", "true"}), 125);
     EXPECT_EQ(errors, "velrix-emulator: cannot read " + folder.Path("none") +
