@@ -10,7 +10,7 @@ declare -rA remedies=(
     [readable]="put the sources and the build where other users can read them"
     [sanitizers]="\"sysctl vm.mmap_rnd_bits=28\" on the machine, outside of containers"
     [sysctl]="test where /proc/sys can be written, on a machine or in a privileged container"
-    [unshare]="test on a machine, in a privileged container, or with --security-opt seccomp=unconfined --cap-add SYS_ADMIN"
+    [unshare]="test on a machine, in a privileged container, or with --security-opt seccomp=unconfined"
     [users]="test as an ordinary user, or as root who can become one"
 )
 
@@ -41,7 +41,7 @@ find_out_place() {
     try mounts unshare "${asRoot[@]}" --mount --pid --fork --mount-proc true
     try ptrace "$1/tests/places/place-probe" trace
     try sysctl unshare --user --map-root-user sh -c ': >>/proc/sys/user/max_user_namespaces'
-    try unshare unshare --user --map-root-user --mount mount -t tmpfs none /mnt
+    try unshare unshare --user --map-root-user --mount mount -t tmpfs none /tmp
     ((EUID != 0)) || try users setpriv --reuid 65534 --regid 65534 --clear-groups true
 }
 
