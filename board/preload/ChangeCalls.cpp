@@ -34,11 +34,6 @@ mode_t TypeOf(const Path& path) {
     return Kernel::Status(path.Text(), false, status) == 0 ? status.st_mode & S_IFMT : 0;
 }
 
-// On the device these are mounted; a regular file outside is the program's own copy.
-bool IsMountPoint(const Path& path, mode_t type) {
-    return path.IsName() && path.Value() == nullptr && type != S_IFREG;
-}
-
 int MkdirAt(int directory, const char* path, mode_t mode) {
     return WithPath(directory, path, Follow::NO, [=](const Path& led) {
         return led.IsInTree() ? Fail(led.ErrorOfMaking(EPERM)) : nextMkdirAt(led.Directory(), led.Text(), mode);
@@ -62,7 +57,7 @@ int UnlinkAt(int directory, const char* path, int flags) {
         const bool wantsDirectory = (flags & AT_REMOVEDIR) != 0;
         if (wantsDirectory != (type == S_IFDIR))
             return Fail(wantsDirectory ? ENOTDIR : EISDIR);
-        if (IsMountPoint(led, type))
+        if (led.IsMountPoint())
             return Fail(EBUSY);
         return IsProtected(led) ? Fail(EPERM) : nextUnlinkAt(led.Directory(), led.Text(), flags);
     });
@@ -87,8 +82,7 @@ int RenameAt(int fromDirectory, const char* from, int toDirectory, const char* t
                 return -1;
             if (ledFrom.IsOnList() && ledTo.IsOnList() && IsSameFile(ledFrom, ledTo) && flags == 0)
                 return 0;
-            if ((ledFrom.IsOnList() && IsMountPoint(ledFrom, fromType)) ||
-                (ledTo.IsName() && TypeOf(ledTo) != 0 && IsMountPoint(ledTo, TypeOf(ledTo))))
+            if (ledFrom.IsMountPoint() || (ledTo.IsMountPoint() && TypeOf(ledTo) != 0))
                 return Fail(EBUSY);
             const int error = ErrorAcross(ledFrom, ledTo);
             if (error != 0)

@@ -137,7 +137,9 @@ bool Names::TakeLine(char* line) {
     Name& name = *Add(first);
     if (std::strcmp(word, List::TREE) == 0) {
         name.isTree = true;
-    } else if (std::strcmp(word, List::NAME) == 0 || std::strcmp(word, List::COVER) == 0) {
+    } else if (std::strcmp(word, List::NAME) == 0 || std::strcmp(word, List::MOUNT) == 0 ||
+               std::strcmp(word, List::COVER) == 0) {
+        name.isMount = std::strcmp(word, List::MOUNT) == 0;
         name.isCover = std::strcmp(word, List::COVER) == 0;
         name.outside = TakeField(line);
         if (name.outside == nullptr || name.outside[0] != '/')

@@ -9,11 +9,12 @@ namespace VelrixBoard::Preload {
 // A line, or several, of the board's list about one path of the device.
 struct Name {
     const char* inside = nullptr;
-    const char* outside = nullptr; // null without a "name" or "cover" line
+    const char* outside = nullptr; // null without a "name", "mount" or "cover" line
     std::uint32_t insideLength = 0;
     std::uint32_t outsideLength = 0;
     std::uint32_t file = 0; // of a value file
     std::uint32_t mode = 0;
+    bool isMount = false;
     bool isCover = false;
     bool isTree = false;
     bool isValue = false;

@@ -33,6 +33,7 @@ public:
     bool IsOnList() const { return place.name != nullptr; }
     bool IsName() const { return isName; }                  // the whole path is a name of the list
     bool IsInTree() const { return place.tree != nullptr; } // or the tree itself
+    bool IsMountPoint() const { return isName && place.name->isMount; }
     const Name* Tree() const { return place.tree; }
     const Name* Value() const { return place.value; } // null for other files
 

@@ -24,6 +24,7 @@ inline constexpr const char* BEGIN_FUNCTION = "velrix_board_preload_begin";
 //     socket  NAME                 the board's abstract socket, without the leading zero byte
 //     name    INSIDE  OUTSIDE      what the program knows as INSIDE, and all below it, is at OUTSIDE. OUTSIDE need not
 //                                  exist; then the program finds nothing there, and may make it
+//     mount   INSIDE  OUTSIDE      the same for what can be neither removed nor renamed, as a mount point
 //     cover   INSIDE  OUTSIDE      a directory of the machine that names of the board lie in. A name right in it that
 //     the
 //                                  machine does not have is the board's, and is at OUTSIDE, or may be made there
@@ -34,6 +35,7 @@ inline constexpr const char* BEGIN_FUNCTION = "velrix_board_preload_begin";
 namespace List {
 inline constexpr const char* SOCKET = "socket";
 inline constexpr const char* NAME = "name";
+inline constexpr const char* MOUNT = "mount";
 inline constexpr const char* COVER = "cover";
 inline constexpr const char* TREE = "tree";
 inline constexpr const char* VALUE = "value";

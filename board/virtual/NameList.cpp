@@ -46,12 +46,14 @@ public:
     std::string Make() {
         for (const Placement& placement : source.placements)
             if (!IsInOwnDirectory(placement))
-                AddName(placement.inside.lexically_normal(), PutOutside(placement));
+                AddName(placement.inside.lexically_normal(), PutOutside(placement),
+                        placement.kind == Placement::Kind::BIND);
         std::string text = Line({Preload::List::SOCKET, source.socket});
         if (source.asRoot)
             text += Line({Preload::List::ROOT});
         for (const auto& [inside, outside] : names)
-            text += Line({Preload::List::NAME, inside.string(), outside.string()});
+            text += Line({mounts.count(inside) != 0 ? Preload::List::MOUNT : Preload::List::NAME, inside.string(),
+                          outside.string()});
         for (const auto& [inside, outside] : covers)
             text += Line({Preload::List::COVER, inside.string(), outside.string()});
         return text + Trees() + Values();
@@ -106,12 +108,14 @@ private:
 
     // Also by the name that the path has when the links of the machine in it are resolved; and the directories on the
     // way that the machine does not have.
-    void AddName(const fs::path& inside, const fs::path& outside) {
+    void AddName(const fs::path& inside, const fs::path& outside, bool isMount) {
         names.emplace(inside, outside);
         std::error_code error;
         const fs::path resolved = fs::weakly_canonical(inside.parent_path(), error) / inside.filename();
         if (!error)
             names.emplace(resolved, outside);
+        if (isMount)
+            mounts.insert({inside, resolved});
         const fs::path missing = FirstMissing(inside);
         AddCover((missing.empty() ? inside : missing).parent_path());
         if (missing.empty())
@@ -167,6 +171,7 @@ private:
     const ValueFiles& values;
     std::map<fs::path, fs::path> names;
     std::map<fs::path, fs::path> covers;
+    std::set<fs::path> mounts;
 };
 
 } // namespace

@@ -555,7 +555,8 @@ TEST(BoardTest, ShowsTheProgramAsRootOnRequest) {
 
 TEST(BoardTest, SaysWhatForbidsIt) {
     CommandRun run{{"unshare", "--user", "--map-root-user", "sh", "-c",
-                    "echo 0 > /proc/sys/user/max_user_namespaces && exec " VELRIX_BOARD_COMMAND " run -- echo ran"},
+                    "echo 0 > /proc/sys/user/max_user_namespaces && exec " VELRIX_BOARD_COMMAND
+                    " run --isolation namespaces -- echo ran"},
                    {{"TMPDIR", "/tmp"}}};
 
     const CommandEnd end = run.Run();
@@ -768,20 +769,54 @@ TEST(BoardTest, BreaksAFileAsAScenarioSays) {
 }
 
 TEST(BoardTest, SaysWhatToDoWithoutFuse) {
-    const CommandEnd end =
-        CommandRun{OnBoard("umount /dev/fuse && rm /dev/fuse; " VELRIX_BOARD_COMMAND " run -- echo ran", {"--as-root"})}
-            .Run();
+    const CommandEnd end = CommandRun{OnBoard("umount /dev/fuse && rm /dev/fuse; " VELRIX_BOARD_COMMAND
+                                              " run --isolation namespaces -- echo ran",
+                                              {"--as-root"})}
+                               .Run();
 
     EXPECT_EQ(end.ExitCode(), 125);
     EXPECT_EQ(end.output, "");
     EXPECT_THAT(end.errors, AllOf(StartsWith("velrix-board: cannot open /dev/fuse"), HasSubstr("\"modprobe fuse\"")));
 }
 
+TEST(BoardTest, RunsByAPreloadedLibraryWhereNamespacesAreRefusedAndSaysSo) {
+    const CommandEnd end =
+        CommandRun{OnBoard("umount /dev/fuse && rm /dev/fuse; " VELRIX_BOARD_COMMAND " run -- sh -c 'cat " +
+                               std::string(IRQ) + "; exit 4'",
+                           {"--as-root"})}
+            .Run();
+
+    EXPECT_EQ(end.ExitCode(), 4);
+    EXPECT_EQ(end.output, "1\n");
+    EXPECT_THAT(end.errors, AllOf(StartsWith("velrix-board: runs the program by a preloaded library (--isolation "
+                                             "preload), since the machine refuses the stronger way: cannot open "
+                                             "/dev/fuse"),
+                                  HasSubstr("\"modprobe fuse\"")));
+    EXPECT_EQ(std::count(end.errors.begin(), end.errors.end(), '\n'), 1) << end.errors;
+}
+
+TEST(BoardTest, NamesTheIsolationThatItChoseOnRequest) {
+    const CommandEnd end = CommandRun{OnBoard("true", {"--isolation", "auto"})}.Run();
+
+    EXPECT_EQ(end.errors,
+              "velrix-board: runs the program in namespaces (--isolation namespaces), the strongest way that "
+              "there is\n");
+}
+
+// The program that Debian links statically.
+TEST(BoardTest, RefusesAProgramThatTheLibraryCannotServeByItsName) {
+    const CommandEnd end =
+        CommandRun{{VELRIX_BOARD_COMMAND, "run", "--isolation", "preload", "--", "/usr/sbin/ldconfig"}}.Run();
+
+    EXPECT_EQ(end.ExitCode(), 126);
+    EXPECT_THAT(end.errors, StartsWith("velrix-board: /usr/sbin/ldconfig is statically linked"));
+}
+
 TEST(BoardTest, SaysWhatToDoWhereFuseIsRootsAlone) {
     // A file that is root's alone stands in for the device; the root of a namespace of one's own is not that root.
     CommandRun run{{"unshare", "--user", "--map-root-user", "--mount", "sh", "-c",
-                    "mount --bind /etc/shadow /dev/fuse && exec \"$@\"", "sh", VELRIX_BOARD_COMMAND, "run", "--",
-                    "echo", "ran"},
+                    "mount --bind /etc/shadow /dev/fuse && exec \"$@\"", "sh", VELRIX_BOARD_COMMAND, "run",
+                    "--isolation", "namespaces", "--", "echo", "ran"},
                    {{"TMPDIR", "/tmp"}}};
     run.asNobody = true;
 
@@ -810,8 +845,11 @@ TEST(BoardTest, TellsALongWebLogToItsEndWhileTheProgramWaits) {
     const pid_t board = CommandRun{OnBoard("seq 5000 > /mnt/share/logger; exec sleep 1000", {"--terminal"})}.Start(
         "/dev/null", folder.Path("errors"));
 
-    EXPECT_TRUE(PrivateBoard::WaitFor(
-        [&] { return folder.Read("errors").find(" s  web log 5000\n") != std::string::npos; }));
+    const auto isShown = [&] {
+        std::ifstream errors(folder.Path("errors"));
+        return std::string(std::istreambuf_iterator<char>(errors), {}).find(" s  web log 5000\n") != std::string::npos;
+    };
+    EXPECT_TRUE(PrivateBoard::WaitFor(isShown));
     ::kill(board, SIGTERM);
     ::waitpid(board, nullptr, 0);
 }

@@ -28,8 +28,11 @@ protected:
 
     fs::path Files() const { return folder.Path("files"); }
 
-    std::string Name(const std::string& inside, const fs::path& outside) const {
+    static std::string Name(const std::string& inside, const fs::path& outside) {
         return "name\t" + inside + "\t" + outside.string() + "\n";
+    }
+    static std::string Mount(const std::string& inside, const fs::path& outside) {
+        return "mount\t" + inside + "\t" + outside.string() + "\n";
     }
 
     const TestSupport::TemporaryFolder folder;
@@ -61,7 +64,7 @@ TEST_F(NameListTest, LeadsABoundNameToItsPlace) {
     fs::create_directory(folder.Path("share"));
 
     EXPECT_THAT(Make({{Placement::Kind::BIND, "/etc/../etc/share", folder.Path("share")}}),
-                HasSubstr(Name("/etc/share", folder.Path("share"))));
+                HasSubstr(Mount("/etc/share", folder.Path("share"))));
 }
 
 TEST_F(NameListTest, CopiesWhatTheProgramMayReplace) {
@@ -90,7 +93,7 @@ TEST_F(NameListTest, LinksAProgramThatGoesByItsName) {
     folder.Write("program", "");
 
     EXPECT_THAT(Make({{Placement::Kind::BIND, "/usr/sbin/reboot", folder.Path("program")}}),
-                HasSubstr(Name("/usr/sbin/reboot", Files() / "usr/sbin/reboot")));
+                HasSubstr(Mount("/usr/sbin/reboot", Files() / "usr/sbin/reboot")));
 
     EXPECT_EQ(fs::read_symlink(Files() / "usr/sbin/reboot"), folder.Path("program"));
 }
@@ -133,7 +136,7 @@ TEST_F(NameListTest, LeavesAValueFileAmongTheBoardsOwnFilesToTheirDirectory) {
     model.Apply("led", "module_status_red", "/mnt/share/red");
 
     EXPECT_THAT(Make({{Placement::Kind::BIND, "/mnt/share/red", folder.Path("device/mnt/share/red")}}),
-                AllOf(Not(HasSubstr("name\t/mnt/share/red")), HasSubstr("value\t/mnt/share/red\t")));
+                AllOf(Not(HasSubstr("mount\t/mnt/share/red")), HasSubstr("value\t/mnt/share/red\t")));
 }
 
 TEST_F(NameListTest, RefusesAPathThatTheListCannotHold) {
