@@ -174,19 +174,25 @@ auto WithBoardEnvironment(Call call) {
     return result;
 }
 
-// The words of execl and its kin: from the first on, with the null behind the last.
-#define VELRIX_COLLECT_WORDS(words, first, arguments)                                                                  \
-    std::size_t count = 1;                                                                                             \
-    va_list counting;                                                                                                  \
-    va_start(arguments, first);                                                                                        \
-    va_copy(counting, arguments);                                                                                      \
-    while ((first) != nullptr && count < MOST_WORDS && va_arg(counting, const char*) != nullptr)                       \
-        ++count;                                                                                                       \
-    va_end(counting);                                                                                                  \
-    auto** const words = static_cast<char**>(alloca((count + 1) * sizeof(char*)));                                     \
-    words[0] = const_cast<char*>(first);                                                                               \
-    for (std::size_t i = 1; i <= count; ++i)                                                                           \
-    words[i] = (first) != nullptr ? va_arg(arguments, char*) : nullptr
+// How many words execl and its kin were given, without the null behind the last.
+std::size_t CountWords(const char* first, va_list arguments) {
+    va_list rest;
+    va_copy(rest, arguments);
+    std::size_t count = 0;
+    for (const char* word = first; word != nullptr && count < MOST_WORDS; word = va_arg(rest, const char*))
+        ++count;
+    va_end(rest);
+    return count;
+}
+
+// Takes them, and the null; words has room for all.
+Words TakeWords(const char* first, va_list arguments, char** words, std::size_t count) {
+    words[0] = const_cast<char*>(first);
+    for (std::size_t i = 1; i <= count; ++i)
+        words[i] = va_arg(arguments, char*);
+    words[count] = nullptr;
+    return words;
+}
 
 } // namespace
 
@@ -209,19 +215,25 @@ VELRIX_PRELOADED(int, execvpe, const char* name, char* const* arguments, char* c
 
 VELRIX_PRELOADED(int, execl, const char* path, const char* first, ...) {
     va_list arguments;
-    VELRIX_COLLECT_WORDS(words, first, arguments);
+    va_start(arguments, first);
+    const std::size_t count = CountWords(first, arguments);
+    const Words words = TakeWords(first, arguments, static_cast<char**>(alloca((count + 1) * sizeof(char*))), count);
     va_end(arguments);
     return Execute(path, words, environ);
 }
 VELRIX_PRELOADED(int, execlp, const char* name, const char* first, ...) {
     va_list arguments;
-    VELRIX_COLLECT_WORDS(words, first, arguments);
+    va_start(arguments, first);
+    const std::size_t count = CountWords(first, arguments);
+    const Words words = TakeWords(first, arguments, static_cast<char**>(alloca((count + 1) * sizeof(char*))), count);
     va_end(arguments);
     return ExecuteFound(name, words, environ);
 }
 VELRIX_PRELOADED(int, execle, const char* path, const char* first, ...) {
     va_list arguments;
-    VELRIX_COLLECT_WORDS(words, first, arguments);
+    va_start(arguments, first);
+    const std::size_t count = CountWords(first, arguments);
+    const Words words = TakeWords(first, arguments, static_cast<char**>(alloca((count + 1) * sizeof(char*))), count);
     char* const* const environment = va_arg(arguments, char* const*);
     va_end(arguments);
     return Execute(path, words, environment);

@@ -5,14 +5,12 @@
 
 #include "board/preload/Descriptors.h"
 #include "board/preload/Kernel.h"
+#include "board/preload/Links.h"
 #include "board/preload/NormalPath.h"
 
 namespace VelrixBoard::Preload {
 
 namespace {
-
-// As many as the kernel follows.
-constexpr int MOST_LINKS = 40;
 
 // Where /proc shows the descriptors of this process, and what Debian's /dev has that leads there.
 constexpr const char* DESCRIPTOR_FOLDERS[] = {"/proc/self/fd/", "/dev/fd/", "/proc/thread-self/fd/"};
@@ -165,67 +163,11 @@ bool Path::Resolve(Follow follow) {
     if (names == nullptr || given == nullptr || given[0] == '\0')
         return false;
     const Kernel::KeptErrno kept;
-    struct Scratch {
-        char rest[2 * PATH_MAX]; // what is still to be gone along
-        char link[PATH_MAX];
-        char joined[2 * PATH_MAX];
-        char here[PATH_MAX];
-        char outside[PATH_MAX];
-    };
-    const Kernel::Memory memory(sizeof(Scratch));
-    if (!memory.IsThere())
-        return false;
-    auto& scratch = *memory.As<Scratch>();
     // The path inside again.
     if (!Compose())
         return false;
-    std::strcpy(scratch.rest, text);
-    NormalPath here(scratch.here);
-    int links = 0;
-    for (char* next = scratch.rest; *next != '\0';) {
-        while (*next == '/')
-            ++next;
-        char* end = next;
-        while (*end != '\0' && *end != '/')
-            ++end;
-        const bool isLast = *end == '\0';
-        const std::size_t before = here.Length();
-        const char ended = *end;
-        *end = '\0';
-        const bool isGone = std::strcmp(next, "..") == 0;
-        if (!here.Append(next))
-            return false;
-        *end = ended;
-        next = end;
-        if (isGone || here.Length() == before || (isLast && follow == Follow::NO))
-            continue;
-        std::memcpy(scratch.outside, here.Text(), here.Length() + 1);
-        const Place at = names->Find(scratch.outside, here.Length());
-        if (at.name != nullptr && names->ToOutside(at, scratch.outside, here.Length(), PATH_MAX) == 0)
-            return false;
-        const ssize_t size = Kernel::ReadLink(AT_FDCWD, scratch.outside, scratch.link, PATH_MAX - 1);
-        if (size <= 0)
-            continue;
-        if (++links > MOST_LINKS || static_cast<std::size_t>(size) + std::strlen(next) + 2 > sizeof scratch.joined)
-            return false;
-        scratch.link[size] = '\0';
-        if (scratch.link[0] == '/') {
-            here.Clear();
-            (void)names->ToInside(scratch.link, static_cast<std::size_t>(size), PATH_MAX);
-        } else {
-            scratch.here[before] = '\0';
-            here = NormalPath(scratch.here, before);
-        }
-        std::strcpy(scratch.joined, scratch.link);
-        std::strcat(scratch.joined, next);
-        std::strcpy(scratch.rest, scratch.joined);
-        next = scratch.rest;
-    }
-    if (links == 0)
-        return false;
-    length = here.Finish();
-    std::memcpy(text, here.Text(), length + 1);
-    isReplaced = Lead();
+    length = ResolveLinks(*names, text, follow);
+    isReplaced = length != 0 && Lead();
     return isReplaced;
 }
 
