@@ -4,12 +4,18 @@
 #include <cerrno>
 #include <cstring>
 
+#include <pthread.h>
+
 #include "board/preload/Connections.h"
 #include "board/preload/Kernel.h"
+#include "board/preload/Next.h"
 
 namespace VelrixBoard::Preload {
 
 namespace {
+
+// The C library's, which is a cancellation point.
+constinit Next<ssize_t(int, msghdr*, int)> nextReceive{"recvmsg"};
 
 // Signals that may come in during one request; as many as nobody sends.
 constexpr int MOST_SIGNALS = 1'000'000;
@@ -49,8 +55,24 @@ void TakeDescriptor(msghdr& message, int& descriptor) {
             std::memcpy(&descriptor, CMSG_DATA(part), sizeof descriptor);
 }
 
+// In a thread that is cancelled: the answer would be taken for that of the next request.
+void GiveUp(void* connection) {
+    static_cast<Connection*>(connection)->Discard();
+}
+
+ssize_t ReceiveOnce(Connection& connection, msghdr& message, const Transfer& transfer) {
+    const int flags = transfer.closesOnExec ? MSG_CMSG_CLOEXEC : 0;
+    if (!transfer.isCancellable)
+        return Kernel::Receive(connection.Socket(), message, flags);
+    ssize_t size = -1;
+    pthread_cleanup_push(GiveUp, &connection);
+    size = nextReceive(connection.Socket(), &message, flags);
+    pthread_cleanup_pop(0);
+    return size;
+}
+
 // The size of the answer, or -1 and errno.
-ssize_t Receive(int socket, Answer& answer, Transfer& transfer) {
+ssize_t Receive(Connection& connection, Answer& answer, Transfer& transfer) {
     iovec parts[] = {{&answer, sizeof answer}, {transfer.buffer, transfer.bufferSize}};
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))];
     bool isCancelled = false;
@@ -60,7 +82,7 @@ ssize_t Receive(int socket, Answer& answer, Transfer& transfer) {
         message.msg_iovlen = transfer.bufferSize == 0 ? 1 : 2;
         message.msg_control = control;
         message.msg_controllen = sizeof control;
-        const ssize_t size = Kernel::Receive(socket, message, transfer.closesOnExec ? MSG_CMSG_CLOEXEC : 0);
+        const ssize_t size = ReceiveOnce(connection, message, transfer);
         if (size >= 0) {
             TakeDescriptor(message, transfer.descriptor);
             return size;
@@ -68,7 +90,7 @@ ssize_t Receive(int socket, Answer& answer, Transfer& transfer) {
         if (errno != EINTR)
             return -1;
         if (!isCancelled)
-            Cancel(socket);
+            Cancel(connection.Socket());
         isCancelled = true;
     }
     return -1;
@@ -78,6 +100,8 @@ ssize_t Receive(int socket, Answer& answer, Transfer& transfer) {
 
 std::int64_t Ask(const Names& names, const Request& request, Transfer& transfer) {
     const int before = errno;
+    if (transfer.isCancellable)
+        ::pthread_testcancel();
     for (int attempt = 0; attempt < 2; ++attempt) {
         Connection connection(names);
         if (connection.Socket() < 0)
@@ -93,7 +117,7 @@ std::int64_t Ask(const Names& names, const Request& request, Transfer& transfer)
             break;
         }
         Answer answer{};
-        const ssize_t size = Receive(connection.Socket(), answer, transfer);
+        const ssize_t size = Receive(connection, answer, transfer);
         if (size < 0 && errno == EFAULT)
             return -1;
         if (size < static_cast<ssize_t>(sizeof answer)) {

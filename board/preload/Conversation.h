@@ -16,9 +16,10 @@ struct Transfer {
     std::size_t textSize = 0;
     void* buffer = nullptr; // of a read
     std::size_t bufferSize = 0;
-    std::uint64_t event = 0;  // afterwards, of a read
-    int descriptor = -1;      // afterwards, of an open
-    bool closesOnExec = true; // for that descriptor
+    std::uint64_t event = 0;    // afterwards, of a read
+    int descriptor = -1;        // afterwards, of an open
+    bool closesOnExec = true;   // for that descriptor
+    bool isCancellable = false; // whether a thread can be cancelled here, before the request or while it waits
 };
 
 // Sends the request to the board and waits for the answer: at least 0, or -1 and errno. ENODEV when there is no board

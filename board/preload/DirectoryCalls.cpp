@@ -8,6 +8,7 @@
 #include <glob.h>
 #include <sys/stat.h>
 
+#include "board/preload/Kernel.h"
 #include "board/preload/Next.h"
 #include "board/preload/Path.h"
 #include "board/preload/Preloaded.h"
@@ -137,11 +138,13 @@ VELRIX_PRELOADED(FTS*, fts_open, char* const* paths, int options, OrderEntries* 
         ++count;
     if (count > MOST || Names::Current() == nullptr)
         return nextFtsOpen(paths, options, order);
+    const Kernel::Memory memory(MOST * PATH_MAX);
     char* led[MOST + 1] = {};
-    char texts[MOST][PATH_MAX];
     for (int i = 0; i < count; ++i) {
         const Path path(AT_FDCWD, paths[i], Follow::YES);
-        led[i] = std::strlen(path.Text()) < PATH_MAX ? std::strcpy(texts[i], path.Text()) : paths[i];
+        char* const text = memory.As<char>() + i * PATH_MAX;
+        const bool isLed = memory.IsThere() && path.IsOnList();
+        led[i] = isLed ? std::strcpy(text, path.Text()) : paths[i];
     }
     return nextFtsOpen(led, options, order);
 }

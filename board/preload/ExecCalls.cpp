@@ -47,7 +47,7 @@ bool IsRefused(const char* name, const char* path) {
     if (Names::Current() == nullptr)
         return false;
     const Kernel::KeptErrno kept;
-    char what[PATH_MAX];
+    char what[512]; // the name of a script's interpreter is in it
     if (CheckProgram(path, what, sizeof what) == Refusal::NONE)
         return false;
     Kernel::Say({"velrix-board: ", name, " ", what, "\n"});

@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 namespace VelrixBoard::Preload::Kernel {
@@ -74,13 +75,14 @@ std::uint64_t Limit(int resource) {
 }
 
 void Say(std::initializer_list<const char*> texts) {
-    char line[8192];
-    std::size_t length = 0;
+    constexpr std::size_t MOST_TEXTS = 16;
+    iovec parts[MOST_TEXTS];
+    std::size_t count = 0;
     for (const char* text : texts)
-        for (; *text != '\0' && length < sizeof line; ++text)
-            line[length++] = *text;
-    // One write, so that the messages of several processes do not mix.
-    (void)::syscall(SYS_write, STDERR_FILENO, line, length);
+        if (count < MOST_TEXTS)
+            parts[count++] = {const_cast<char*>(text), std::strlen(text)};
+    // One call, so that the messages of several processes do not mix.
+    (void)::syscall(SYS_writev, STDERR_FILENO, parts, count);
 }
 
 } // namespace VelrixBoard::Preload::Kernel

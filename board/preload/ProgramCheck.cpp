@@ -2,7 +2,6 @@
 #include "board/preload/ProgramCheck.h"
 
 #include <algorithm>
-#include <climits>
 #include <cstdint>
 #include <cstring>
 
@@ -28,6 +27,9 @@ constexpr int MOST_SCRIPTS = 4;
 constexpr std::size_t SCRIPT_LINE = 256;
 
 constexpr int MOST_HEADERS = 256;
+
+// Of the loader's path, its end is compared; longer ones are no C library's.
+constexpr std::size_t LONGEST_LOADER = 256;
 
 constexpr const char* STATIC_TEXT =
     "is statically linked; a board that runs without namespaces can only run dynamically linked programs";
@@ -145,7 +147,7 @@ Refusal CheckLoader(const File& file, const ElfW(Ehdr) & header, const char* pat
             return Refusal::NONE;
         if (part.p_type != PT_INTERP)
             continue;
-        char loader[PATH_MAX] = {};
+        char loader[LONGEST_LOADER] = {};
         (void)file.Read(loader, std::min<std::size_t>(part.p_filesz, sizeof loader - 1), part.p_offset);
         return own == nullptr || std::strcmp(BaseName(loader), own) == 0 ? Refusal::NONE : Refusal::OTHER_LOADER;
     }

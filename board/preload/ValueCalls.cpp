@@ -5,7 +5,6 @@
 #include <cstdlib>
 
 #include <fcntl.h>
-#include <pthread.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/uio.h>
@@ -46,25 +45,17 @@ constinit Next<int(int, off_t, off_t)> nextPosixFallocate{"posix_fallocate"};
 constinit Next<ssize_t(int, off_t*, int, off_t*, size_t, unsigned)> nextCopyFileRange{"copy_file_range"};
 constinit Next<int(int, const char*, va_list)> nextVdprintf{"vdprintf"};
 
-// These are cancellation points. A thread that is cancelled while it waits for the board is woken by the C library's
-// signal.
-ssize_t Cancellable(ssize_t result) {
-    if (result < 0 && errno == EINTR)
-        ::pthread_testcancel();
-    return result;
-}
-
 ssize_t ReadAt(const Opened& opened, void* buffer, std::size_t size, std::int64_t offset) {
-    return offset < 0 ? Fail(EINVAL) : Cancellable(ValueFiles::Read(opened, buffer, size, offset));
+    return offset < 0 ? Fail(EINVAL) : ValueFiles::Read(opened, buffer, size, offset);
 }
 ssize_t ReadAt(const Opened& opened, const iovec* parts, int count, std::int64_t offset) {
-    return offset < 0 ? Fail(EINVAL) : Cancellable(ValueFiles::Read(opened, parts, count, offset));
+    return offset < 0 ? Fail(EINVAL) : ValueFiles::Read(opened, parts, count, offset);
 }
 ssize_t WriteAt(const Opened& opened, const void* text, std::size_t size, std::int64_t offset) {
-    return offset < 0 ? Fail(EINVAL) : Cancellable(ValueFiles::Write(opened, text, size, offset));
+    return offset < 0 ? Fail(EINVAL) : ValueFiles::Write(opened, text, size, offset);
 }
 ssize_t WriteAt(const Opened& opened, const iovec* parts, int count, std::int64_t offset) {
-    return offset < 0 ? Fail(EINVAL) : Cancellable(ValueFiles::Write(opened, parts, count, offset));
+    return offset < 0 ? Fail(EINVAL) : ValueFiles::Write(opened, parts, count, offset);
 }
 
 // The kernel cuts longer texts at a page, and each part would be a value.
@@ -90,8 +81,7 @@ using namespace VelrixBoard::Preload;
 
 VELRIX_PRELOADED(ssize_t, read, int descriptor, void* buffer, size_t size) {
     const Opened opened(descriptor);
-    return opened ? Cancellable(ValueFiles::Read(opened, buffer, size, AT_POSITION))
-                  : nextRead(descriptor, buffer, size);
+    return opened ? ValueFiles::Read(opened, buffer, size, AT_POSITION) : nextRead(descriptor, buffer, size);
 }
 VELRIX_PRELOADED(ssize_t, pread, int descriptor, void* buffer, size_t size, off_t offset) {
     const Opened opened(descriptor);
@@ -114,8 +104,7 @@ VELRIX_PRELOADED_ALIAS(__pread_chk, __pread64_chk);
 
 VELRIX_PRELOADED(ssize_t, readv, int descriptor, const iovec* parts, int count) {
     const Opened opened(descriptor);
-    return opened ? Cancellable(ValueFiles::Read(opened, parts, count, AT_POSITION))
-                  : nextReadv(descriptor, parts, count);
+    return opened ? ValueFiles::Read(opened, parts, count, AT_POSITION) : nextReadv(descriptor, parts, count);
 }
 VELRIX_PRELOADED(ssize_t, preadv, int descriptor, const iovec* parts, int count, off_t offset) {
     const Opened opened(descriptor);
@@ -126,14 +115,14 @@ VELRIX_PRELOADED(ssize_t, preadv2, int descriptor, const iovec* parts, int count
     const Opened opened(descriptor);
     if (!opened)
         return nextPreadv2(descriptor, parts, count, offset, flags);
-    return offset == AT_POSITION ? Cancellable(ValueFiles::Read(opened, parts, count, AT_POSITION))
+    return offset == AT_POSITION ? ValueFiles::Read(opened, parts, count, AT_POSITION)
                                  : ReadAt(opened, parts, count, offset);
 }
 VELRIX_PRELOADED_ALIAS(preadv2, preadv64v2);
 
 VELRIX_PRELOADED(ssize_t, write, int descriptor, const void* text, size_t size) {
     const Opened opened(descriptor);
-    return opened ? Cancellable(ValueFiles::Write(opened, text, size, AT_POSITION)) : nextWrite(descriptor, text, size);
+    return opened ? ValueFiles::Write(opened, text, size, AT_POSITION) : nextWrite(descriptor, text, size);
 }
 VELRIX_PRELOADED(ssize_t, pwrite, int descriptor, const void* text, size_t size, off_t offset) {
     const Opened opened(descriptor);
@@ -142,8 +131,7 @@ VELRIX_PRELOADED(ssize_t, pwrite, int descriptor, const void* text, size_t size,
 VELRIX_PRELOADED_ALIAS(pwrite, pwrite64);
 VELRIX_PRELOADED(ssize_t, writev, int descriptor, const iovec* parts, int count) {
     const Opened opened(descriptor);
-    return opened ? Cancellable(ValueFiles::Write(opened, parts, count, AT_POSITION))
-                  : nextWritev(descriptor, parts, count);
+    return opened ? ValueFiles::Write(opened, parts, count, AT_POSITION) : nextWritev(descriptor, parts, count);
 }
 VELRIX_PRELOADED(ssize_t, pwritev, int descriptor, const iovec* parts, int count, off_t offset) {
     const Opened opened(descriptor);
@@ -154,7 +142,7 @@ VELRIX_PRELOADED(ssize_t, pwritev2, int descriptor, const iovec* parts, int coun
     const Opened opened(descriptor);
     if (!opened)
         return nextPwritev2(descriptor, parts, count, offset, flags);
-    return offset == AT_POSITION ? Cancellable(ValueFiles::Write(opened, parts, count, AT_POSITION))
+    return offset == AT_POSITION ? ValueFiles::Write(opened, parts, count, AT_POSITION)
                                  : WriteAt(opened, parts, count, offset);
 }
 VELRIX_PRELOADED_ALIAS(pwritev2, pwritev64v2);

@@ -82,6 +82,7 @@ int Open(const Names& names, const Name& value, int flags) {
     request.flags = static_cast<std::uint32_t>(flags);
     Transfer transfer;
     transfer.closesOnExec = (flags & O_CLOEXEC) != 0;
+    transfer.isCancellable = true;
     const std::int64_t result = Preload::Ask(names, request, transfer);
     if (result < 0)
         return -1;
@@ -103,6 +104,7 @@ ssize_t Read(const Opened& opened, void* buffer, std::size_t size, std::int64_t 
     Transfer transfer;
     transfer.buffer = buffer;
     transfer.bufferSize = request.size;
+    transfer.isCancellable = true;
     const std::int64_t result = Preload::Ask(opened.List(), request, transfer);
     if (result < 0 || TakeEvent(opened.Descriptor()) <= transfer.event)
         return static_cast<ssize_t>(result);
@@ -137,6 +139,7 @@ ssize_t Write(const Opened& opened, const void* text, std::size_t size, std::int
     Transfer transfer;
     transfer.text = text;
     transfer.textSize = std::min(size, PAGE);
+    transfer.isCancellable = true;
     request.size = static_cast<std::uint32_t>(transfer.textSize);
     return static_cast<ssize_t>(Preload::Ask(opened.List(), request, transfer));
 }

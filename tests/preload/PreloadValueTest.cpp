@@ -151,6 +151,15 @@ TEST_F(PreloadValueTest, StopsWaitingWhenASignalComes) {
     EXPECT_THAT(log, testing::Not(HasSubstr("write.0")));
 }
 
+TEST_F(PreloadValueTest, LetsAThreadBeCancelledThatWaits) {
+    board.Hold(StandInBoard::OUTPUT);
+    EXPECT_EQ(Step("cancel"), "cancelled 1 1\n\n");
+}
+
+TEST_F(PreloadValueTest, NeedsLittleStack) {
+    EXPECT_EQ(Step("small stack"), "1 -1 -1 -1 -1 0\n");
+}
+
 TEST_F(PreloadValueTest, TakesANewConnectionForOneThatIsLost) {
     EXPECT_EQ(Step("lose connections"), "1 1 1\n1 0\n");
     board.Behave(StandInBoard::Manner::CLOSE_AFTER_ANSWER);

@@ -131,16 +131,6 @@ void StandInBoard::Hold(File file) {
     states[file].isHeld = true;
 }
 
-void StandInBoard::Release() {
-    const std::lock_guard lock(mutex);
-    for (State& state : states)
-        state.isHeld = false;
-    const std::vector<Held> waiting = std::move(held);
-    held.clear();
-    for (const Held& request : waiting)
-        Take(request.conversation, request.request, request.text);
-}
-
 void StandInBoard::ChangeAfterRead(File file, int number) {
     const std::lock_guard lock(mutex);
     states[file].readsToChange = number;
@@ -283,6 +273,7 @@ void StandInBoard::Take(int conversation, const Request& request, const std::str
     if (isTransfer && state.isHeld) {
         Note("held." + std::to_string(open->second.file));
         held.push_back({conversation, request, text});
+        Drive(INPUT, true);
         return;
     }
     std::string answer;

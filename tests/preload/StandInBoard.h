@@ -38,9 +38,8 @@ public:
 
     // Every request for the file is answered by the error, an opening only by ENOENT and EACCES; 0 for none.
     void Break(File file, int error);
-    // Requests to read and write it are not answered before Release, or before they are cancelled.
+    // Requests to read and write it are not answered before they are cancelled. The input gets high when one waits.
     void Hold(File file);
-    void Release();
     // Another level between the answer of the file's read of that number, from 1, and the reader's look at its events.
     void ChangeAfterRead(File file, int number);
     // Closes each conversation after an answer, or in place of the answer to a write.

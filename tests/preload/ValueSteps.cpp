@@ -14,6 +14,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <pthread.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -34,6 +35,15 @@ namespace {
 constexpr const char* OUTPUT = StandInBoard::OUTPUT_PATH;
 constexpr const char* LED = StandInBoard::LED_PATH;
 constexpr const char* INPUT = StandInBoard::INPUT_PATH;
+
+// What a sanitizer's own functions need besides.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr std::size_t SANITIZER_STACK = 65536;
+#elif defined(__has_feature)
+constexpr std::size_t SANITIZER_STACK = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) ? 65536 : 0;
+#else
+constexpr std::size_t SANITIZER_STACK = 0;
+#endif
 
 int Open(const char* path, int flags = O_RDWR) {
     return ::open(path, flags | O_CLOEXEC, 0600);
@@ -272,6 +282,56 @@ void LoseConnections(const std::string&) {
     Print({Of(::write(file, "0", 1)), Of(::fcntl(own, F_GETFD))});
 }
 
+// A thread that waits for a slow file can be cancelled; the next to ask gets its own answer.
+void BeCancelled(const std::string&) {
+    const int input = Open(INPUT, O_RDONLY);
+    (void)ReadAt(input, 0);
+    pthread_t thread{};
+    (void)::pthread_create(
+        &thread, nullptr,
+        [](void*) -> void* {
+            const int file = Open(OUTPUT);
+            (void)!::write(file, "1", 1);
+            return nullptr;
+        },
+        nullptr);
+    pollfd wait{input, POLLPRI, 0};
+    (void)::poll(&wait, 1, 60000); // until the board has its request
+    ::pthread_cancel(thread);
+    void* result = nullptr;
+    ::pthread_join(thread, &result);
+    const int led = Open(LED);
+    Print({result == PTHREAD_CANCELED ? "cancelled" : "ended", Of(::write(led, "1", 1)), ReadAt(led, 0)});
+}
+
+// The least stack that a thread can have is enough.
+void UseSmallStack(const std::string&) {
+    pthread_attr_t attributes;
+    ::pthread_attr_init(&attributes);
+    ::pthread_attr_setstacksize(&attributes,
+                                static_cast<std::size_t>(::sysconf(_SC_THREAD_STACK_MIN)) + SANITIZER_STACK);
+    pthread_t thread{};
+    const auto use = [](void*) -> void* {
+        struct stat status {};
+        static std::array<int, 6> results;
+        const int file = ::open(OUTPUT, O_RDWR | O_CLOEXEC);
+        results[0] = static_cast<int>(::write(file, "1", 1));
+        results[1] = ::stat("/mnt/share/none", &status);
+        results[2] = ::rename("/mnt/share/none", "/mnt/share/other");
+        results[3] = ::mkdir("/var/dev/none", 0700);
+        results[4] = ::access("/etc/velrix-none/none", F_OK);
+        results[5] = ::chdir("/mnt/share");
+        return &results;
+    };
+    (void)::pthread_create(&thread, &attributes, use, nullptr);
+    void* result = nullptr;
+    ::pthread_join(thread, &result);
+    std::vector<std::string> texts;
+    for (const int number : *static_cast<std::array<int, 6>*>(result))
+        texts.push_back(std::to_string(number));
+    Print(texts);
+}
+
 void TryAll(const std::string&) {
     const int file = Open(OUTPUT);
     Print({Of(file), Of(::write(file, "1", 1)), Read(file)});
@@ -292,6 +352,8 @@ std::vector<Step> ValueSteps() {
             {"threads", WriteInThreads},
             {"interrupt", BeInterrupted},
             {"lose connections", LoseConnections},
+            {"cancel", BeCancelled},
+            {"small stack", UseSmallStack},
             {"try all", TryAll}};
 }
 
