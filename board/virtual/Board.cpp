@@ -239,12 +239,8 @@ public:
         if (!plan.hasOwnNumbers && !ended)
             Residents(false).End();
         TellRecords();
-        if (!webLog.Finish())
-            Say("the end of the web log is too long to be read; what is missing is in the file");
-        Settle();
+        FinishOutput(signalFile.Get());
         RemoveOwnFiles();
-        user.Finish([this] { return Now(); }, {signalFile.Get(), guard.Descriptor()},
-                    [&] { return guard.Take() != TerminationGuard::Request::NONE || IsToldToEnd(signalFile.Get()); });
         if (!failure.empty())
             throw BoardError(failure);
         if (timeline)
@@ -395,6 +391,26 @@ private:
 
     void Say(const std::string& what) { user.Say(what); }
 
+    // The rest of the web log and of the output, at the pace of who reads it, and until the user does not want more.
+    void FinishOutput(int signalFile) {
+        bool isStopped = isKilled;
+        const UserOutput::Patience patience{{signalFile, guard.Descriptor()}, [&] {
+                                                isStopped = isStopped || IsToldToEnd(signalFile) ||
+                                                            guard.Take() != TerminationGuard::Request::NONE;
+                                                return isStopped;
+                                            }};
+        const auto goesOn = [&] {
+            Settle();
+            return user.AwaitReader(patience) && !patience.isStopped();
+        };
+        if (!webLog.Finish(goesOn))
+            Say(isStopped
+                    ? "the end of the web log is not read any more, as the board was told to end; it is in the file"
+                    : "the end of the web log is too long to be read; what is missing is in the file");
+        Settle();
+        user.Finish([this] { return Now(); }, patience);
+    }
+
     // The guard's handlers are for this process alone.
     pid_t ForkInit() {
         sigset_t termination, before;
@@ -523,8 +539,6 @@ private:
             ended = false;
             if (killDue)
                 SignalProgram(SIGTERM);
-            else
-                guard.Restart();
             killDue.reset();
             for (IBoardObserver* observer : state.Observers())
                 observer->OnProgramStarted(Now());
@@ -541,6 +555,8 @@ private:
             if (reboot == RebootStub::Effect::RESTART && !isRebootedBySystemCall && !isKilled &&
                 options.onReboot == BoardOptions::OnReboot::RESTART) {
                 PowerUp();
+                // Before the program can say that it runs.
+                guard.Restart();
                 reboot = RebootStub::Effect::NONE;
                 SendInitOrder(socket, InitOrder::RUN_ANEW);
             } else {

@@ -40,10 +40,13 @@ bool LogTail::Read() {
     return file && ReadOn();
 }
 
-bool LogTail::Finish() {
+bool LogTail::Finish(const std::function<bool()>& goesOn) {
     bool more = true;
-    for (int turn = 0; more && turn < TURNS_AT_END; ++turn)
+    for (int turn = 0; more && turn < TURNS_AT_END; ++turn) {
         more = Read();
+        if (more && !goesOn())
+            break;
+    }
     EndLine();
     return !more;
 }

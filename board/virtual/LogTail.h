@@ -44,8 +44,8 @@ public:
     bool Read();
 
     // The same when nobody writes any more: an unfinished line counts as complete. False when more than
-    // TURNS_AT_END was left; what is behind that is not read.
-    bool Finish();
+    // TURNS_AT_END was left, or goesOn, which is asked after each turn, had enough; what is behind that is not read.
+    bool Finish(const std::function<bool()>& goesOn = [] { return true; });
 
 private:
     void Open();

@@ -7,8 +7,7 @@
 
 namespace VelrixBoard {
 
-// What this process did on signals before the board changed it: the program on the board gets that back, and so does
-// the process at the board's end.
+// What this process did on signals before the board changed it: the program on the board gets that back.
 class SavedSignals final {
 public:
     // Those that a board ignores or handles; the mask is kept as well.
@@ -21,7 +20,6 @@ public:
     }
     SavedSignals(const SavedSignals&) = delete;
     SavedSignals& operator=(const SavedSignals&) = delete;
-    ~SavedSignals() { Restore(); }
 
     void Restore() const {
         for (std::size_t i = 0; i < NUMBERS.size(); ++i)

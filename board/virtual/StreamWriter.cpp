@@ -48,10 +48,8 @@ StreamWriter::StreamWriter(int openStream) : stream(openStream) {
 }
 
 void StreamWriter::Write(std::string_view text) {
-    const bool first = waiting.IsEmpty();
     waiting.Add(text);
-    if (first)
-        Run(BoardTime::zero());
+    Run(BoardTime::zero());
 }
 
 int StreamWriter::Descriptor() const {

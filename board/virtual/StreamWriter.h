@@ -13,8 +13,9 @@ namespace VelrixBoard {
 // and the shell share it. What a stream refuses for good, as a pipe without a reader does, is dropped.
 class StreamWriter final : public ITextOutput, public ILoopPart {
 public:
-    // What is kept for a reader that does not read: some thousand lines, far more than one turn of the loop writes.
-    static constexpr std::size_t MOST_WAITING = 256 * 1024;
+    // What is kept for a reader that does not read: some ten thousand lines, for one that only is slower now and then
+    // than a program that changes lines and writes logs without end.
+    static constexpr std::size_t MOST_WAITING = 4 * 1024 * 1024;
 
     explicit StreamWriter(int openStream);
 

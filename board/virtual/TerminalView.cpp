@@ -15,6 +15,8 @@ constexpr int MOST_NOTES = 6;
 constexpr int BOARD_ROWS = 4;
 // The row below the block, in which the cursor waits.
 constexpr int CURSOR_ROWS = 1;
+// Of lines: one system call for many.
+constexpr std::size_t WRITTEN_AT_ONCE = 16 * 1024;
 constexpr int BAR_COLUMNS = 20;
 constexpr const char* NORMAL = "\033[0m";
 
@@ -169,8 +171,14 @@ std::optional<BoardTime> TerminalView::Due() const {
 void TerminalView::WriteLines() {
     const std::optional<BoardTime> due = Due();
     const auto end = due ? lines.lower_bound(*due - SHORTEST_COLOR) : lines.end();
-    for (auto line = lines.begin(); line != end; line = lines.erase(line))
-        output.Write(Seconds(line->first) + line->second + "\n");
+    std::string text;
+    for (auto line = lines.begin(); line != end; line = lines.erase(line)) {
+        text += Seconds(line->first) + line->second + "\n";
+        if (text.size() >= WRITTEN_AT_ONCE)
+            output.Write(std::exchange(text, ""));
+    }
+    if (!text.empty())
+        output.Write(text);
 }
 
 void TerminalView::OnWebLog(std::string_view record, BoardTime time) {

@@ -25,6 +25,7 @@ using Request = TerminationGuard::Request;
 std::atomic<const char*> name{""};
 std::atomic<int> wakeDescriptor{-1};
 std::atomic<long long> firstMs{0}; // when the first request came; 0: none came
+std::atomic<bool> isSecond{false};
 std::atomic<Request> wanted{Request::NONE};
 
 static_assert(std::atomic<long long>::is_always_lock_free && std::atomic<Request>::is_always_lock_free);
@@ -42,7 +43,8 @@ void OnTerminate(int) {
     if (firstMs.compare_exchange_strong(first, now)) {
         wanted = Request::END;
         ::alarm(TerminationGuard::ANSWER_LIMIT.count());
-    } else if (now - first >= std::chrono::milliseconds(TerminationGuard::SAME_REQUEST).count()) {
+    } else if (now - first >= std::chrono::milliseconds(TerminationGuard::SAME_REQUEST).count() &&
+               !isSecond.exchange(true)) {
         wanted = Request::KILL;
         ::alarm(TerminationGuard::KILL_LIMIT.count());
     }
@@ -81,6 +83,7 @@ TerminationGuard::TerminationGuard(const char* commandName) : wake(::eventfd(0, 
     name = commandName;
     wakeDescriptor = wake.Get();
     firstMs = 0;
+    isSecond = false;
     wanted = Request::NONE;
     Handle(SIGTERM, OnTerminate);
     Handle(SIGALRM, OnLimit);
@@ -92,8 +95,6 @@ TerminationGuard::TerminationGuard(const char* commandName) : wake(::eventfd(0, 
 }
 
 TerminationGuard::~TerminationGuard() {
-    ::alarm(0);
-    ::signal(SIGTERM, SIG_DFL);
     wakeDescriptor = -1;
 }
 
@@ -110,8 +111,10 @@ TerminationGuard::Request TerminationGuard::Take() {
 
 void TerminationGuard::Restart() {
     // What is not taken yet counts for the program that runs now.
-    if (wanted == Request::NONE)
-        firstMs = 0;
+    if (wanted != Request::NONE)
+        return;
+    firstMs = 0;
+    isSecond = false;
 }
 
 } // namespace VelrixBoard

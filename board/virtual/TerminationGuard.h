@@ -14,7 +14,8 @@ namespace VelrixBoard {
 //
 // If the loop does not ask for ANSWER_LIMIT after the first one, or KILL_LIMIT after the second one, the process ends
 // by the signal, and everything on the board with it, as after any signal that kills a board; it says so where standard
-// error takes it. One object a process; the loop's thread uses it.
+// error takes it. One object a process; the loop's thread uses it. What it handles stays so when it goes: a process
+// that is about to end anyway ends in its own way if it does so in time.
 class TerminationGuard final {
 public:
     // Both end a command within ten seconds of the first one, and within little more than one of the second.
@@ -26,8 +27,7 @@ public:
 
     enum class Request { NONE, END, KILL };
 
-    // Handles SIGTERM and SIGALRM from now on; who made the object restores what was before. The name is the command's,
-    // and outlives the object. Throws BoardError.
+    // Handles SIGTERM and SIGALRM from now on. The name is the command's, a constant. Throws BoardError.
     explicit TerminationGuard(const char* commandName);
     TerminationGuard(const TerminationGuard&) = delete;
     TerminationGuard& operator=(const TerminationGuard&) = delete;
@@ -39,7 +39,7 @@ public:
     // What has been wanted since the last call. Who gets KILL has ANSWER_LIMIT until the process must have ended.
     Request Take();
 
-    // Another program runs: the next SIGTERM is the first one for it.
+    // Another program is about to run: the next SIGTERM is the first one for it.
     void Restart();
 
 private:

@@ -69,29 +69,27 @@ void UserOutput::OnResize(BoardTime now) {
         view->OnResize(now);
 }
 
-void UserOutput::Finish(const Clock& clock, const std::vector<int>& descriptors,
-                        const std::function<bool()>& isStopped) {
+void UserOutput::Finish(const Clock& clock, const Patience& patience) {
     do
-        if (!AwaitWritten(descriptors, isStopped))
+        if (!AwaitReader(patience))
             return;
     while (program && program->ReadSome());
     if (!view)
         return;
     view->Finish(clock());
-    (void)AwaitWritten(descriptors, isStopped);
+    (void)AwaitReader(patience);
 }
 
-// False when the reader had its time, or the user has no more.
-bool UserOutput::AwaitWritten(const std::vector<int>& descriptors, const std::function<bool()>& isStopped) {
+bool UserOutput::AwaitReader(const Patience& patience) {
     constexpr int LIMIT_MS = std::chrono::milliseconds(READER_LIMIT).count();
     while (!errors.IsWritten()) {
         std::vector<pollfd> waits = {{errors.Descriptor(), POLLOUT, 0}};
-        for (const int descriptor : descriptors)
+        for (const int descriptor : patience.descriptors)
             waits.push_back({descriptor, POLLIN, 0});
         const int ready = ::poll(waits.data(), waits.size(), LIMIT_MS);
         if (ready == 0 || (ready < 0 && errno != EINTR))
             return false;
-        if ((ready < 0 || waits[0].revents == 0) && isStopped())
+        if ((ready < 0 || waits[0].revents == 0) && patience.isStopped())
             return false;
         errors.Run(BoardTime::zero());
     }

@@ -39,13 +39,19 @@ public:
     std::vector<ILoopPart*> Parts();
     void OnResize(BoardTime now);
 
-    // Waits until the rest of the program's output and the last picture are written, for as long as READER_LIMIT and
-    // the user allow: isStopped is asked when one of the descriptors is readable.
-    void Finish(const Clock& clock, const std::vector<int>& descriptors, const std::function<bool()>& isStopped);
+    // Whoever may end the waiting for a reader: isStopped is asked when one of the descriptors is readable.
+    struct Patience {
+        std::vector<int> descriptors;
+        std::function<bool()> isStopped;
+    };
+
+    // Waits until what was written so far is read. False when the reader had READER_LIMIT, or the user has no patience.
+    bool AwaitReader(const Patience& patience);
+
+    // The same for the rest of the program's output and the last picture.
+    void Finish(const Clock& clock, const Patience& patience);
 
 private:
-    bool AwaitWritten(const std::vector<int>& descriptors, const std::function<bool()>& isStopped);
-
     StreamWriter errors{STDERR_FILENO};
     std::unique_ptr<TerminalView> view;
     std::unique_ptr<ProgramOutput> program;

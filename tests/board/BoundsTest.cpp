@@ -35,7 +35,8 @@ namespace {
 using testing::HasSubstr;
 using TestSupport::PrivateBoard;
 
-constexpr const char* LED = "/sys/class/leds/ledGwStsRed/brightness";
+// Every level of a line is shown, while a colour of an LED has to last.
+constexpr const char* LINE = "/var/dev/gpio-outputs/oxboResetN/value";
 
 // Where WriteProbe.cpp expects it.
 constexpr int SCHEDSTAT = 9;
@@ -199,17 +200,21 @@ struct Behaviour {
     bool isRead;
     std::vector<std::string> options;
     std::string program; // does this at the same time as it writes to value files
-    Nuisance nuisance = [](Bench&) {};
+    Nuisance nuisance = {};
+    int writes = 500;
 };
 
+// More than a pipe or a terminal takes of lines or pictures that nobody reads.
+constexpr int MANY = 5000;
+
 const Behaviour BEHAVIOURS[] = {
-    {"TerminalThatIsNotRead", Stream::TERMINAL, false, {"--terminal"}, ""},
+    {"TerminalThatIsNotRead", Stream::TERMINAL, false, {"--terminal"}, "", {}, MANY},
     {"OutputToATerminalThatIsNotRead", Stream::TERMINAL, false, {"--terminal"}, "yes &"},
     {"OutputWithoutEnd", Stream::TERMINAL, true, {"--terminal"}, "yes &"},
     {"OutputWithoutALineEnd", Stream::TERMINAL, true, {"--terminal"}, "tr '\\0' x < /dev/zero &"},
     {"OutputOfCarriageReturns", Stream::TERMINAL, true, {"--terminal"}, "tr '\\0' '\\r' < /dev/zero &"},
     {"OutputOfACodeWithoutEnd", Stream::TERMINAL, true, {"--terminal"}, "printf '\\033['; tr '\\0' 1 < /dev/zero &"},
-    {"PipeThatIsNotRead", Stream::PIPE, false, {"--terminal"}, ""},
+    {"PipeThatIsNotRead", Stream::PIPE, false, {"--terminal"}, "", {}, MANY},
     {"CommandsThatAreNone", Stream::PIPE, false, {}, "", SpoilControl},
     {"CommandsThatAreNoneAndATerminalThatIsNotRead", Stream::TERMINAL, false, {"--terminal"}, "", SpoilControl},
     {"BrowsersThatDoNotRead",
@@ -260,17 +265,17 @@ INSTANTIATE_TEST_SUITE_P(Board, BoundsTest, testing::ValuesIn(Cases()), [](const
 });
 
 TEST_P(BoundsTest, ServesWritesAndCanBeEnded) {
-    constexpr int WRITES = 500;
     constexpr long long MOST_US = 100'000; // of the board's processor time, however busy the machine is
     const Behaviour& behaviour = GetParam().behaviour;
     std::vector<std::string> options = behaviour.options;
     options.insert(options.end(), {"--isolation", GetParam().isolation});
     Bench bench(behaviour.errors, behaviour.isRead, options,
-                "trap '' USR1; touch /mnt/share/ready; " + behaviour.program + " " WRITE_PROBE_PROGRAM " " + LED + " " +
-                    std::to_string(WRITES) + " /mnt/share/result; touch /mnt/share/done; exec sleep 1000");
+                "trap '' USR1; touch /mnt/share/ready; " + behaviour.program + " " WRITE_PROBE_PROGRAM " " + LINE +
+                    " " + std::to_string(behaviour.writes) +
+                    " /mnt/share/result; touch /mnt/share/done; exec sleep 1000");
 
     const bool isDone = bench.WaitFor([&] {
-        if (std::filesystem::exists(bench.Path("share/ready")))
+        if (behaviour.nuisance && std::filesystem::exists(bench.Path("share/ready")))
             behaviour.nuisance(bench);
         return std::filesystem::exists(bench.Path("share/done")) || bench.HasEnded();
     });
@@ -370,12 +375,15 @@ TEST_P(BoundsOfTheEndTest, JudgesARunThatWasKilled) {
 
 // The rest of the output waits for its reader; who tells the board to end has waited long enough.
 TEST_P(BoundsOfTheEndTest, EndsWithoutAReader) {
+    // More than the terminal takes, and no more than finds room in the pipe to the board, and in the board.
     Bench unread(Stream::TERMINAL, false, {"--terminal", "--isolation", GetParam()},
-                 "yes | head -c 200000; touch /mnt/share/ready; exit 4");
-    // The program waits in its prints for as long as the terminal does not take them.
-    EXPECT_TRUE(unread.WaitFor([&] { return std::filesystem::exists(unread.Path("control")); }));
+                 "trap '' TERM; yes | head -c 70000; touch /mnt/share/ready; exit 4");
+    ASSERT_TRUE(unread.WaitFor([&] { return std::filesystem::exists(unread.Path("share/ready")); }));
 
-    EXPECT_TRUE(unread.End());
+    const std::optional<int> status = unread.End();
+
+    ASSERT_TRUE(status);
+    EXPECT_EQ(WEXITSTATUS(*status), 4);
 }
 
 TEST_P(BoundsOfTheEndTest, PrintsAllThatTheProgramPrinted) {
@@ -398,10 +406,16 @@ TEST_P(BoundsOfTheEndTest, OutlivesTheLimitForFiles) {
     const CommandEnd end =
         CommandRun{{"sh", "-c", "ulimit -f 4; exec \"$@\"", "sh", VELRIX_BOARD_COMMAND, "run", "--isolation",
                     GetParam(), "--directory", board, "--", "sh", "-c",
-                    std::string("i=0; while [ $i -lt 300 ]; do i=$((i + 1)); printf $((i % 2)) > ") + LED +
+                    std::string("i=0; while [ $i -lt 300 ]; do i=$((i + 1)); printf $((i % 2)) > ") + LINE +
                         "; done; sh -c 'head -c 1M /dev/zero > /mnt/share/big' 2>/dev/null; echo $?; exit 3"}}
             .Run();
 
+    if (GetParam() == "preload") {
+        // What the program is preloaded with is larger.
+        EXPECT_EQ(end.ExitCode(), 125);
+        EXPECT_EQ(end.errors, "velrix-board: cannot write " + board + "/names: File too large\n");
+        return;
+    }
     EXPECT_EQ(end.ExitCode(), 3);
     // The program gets the signal that the board ignores: 128 + SIGXFSZ.
     EXPECT_EQ(end.output, "153\n");

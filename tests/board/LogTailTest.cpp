@@ -201,6 +201,19 @@ TEST_F(LogTailTest, EndsBeforeTheEndOfAnEndlessLog) {
     EXPECT_EQ(log, "<first><" + std::string(LogTail::LONGEST_LINE, '\0') + std::string(LogTail::CUT) + ">");
 }
 
+TEST_F(LogTailTest, EndsWhenNobodyWantsMore) {
+    std::string lines;
+    for (std::size_t i = 0; i < 5 * LogTail::LINES_PER_TURN; ++i)
+        lines += "x\n";
+    folder.Write("log", lines);
+
+    int turns = 0;
+    EXPECT_FALSE(tail.Finish([&turns] { return ++turns < 3; }));
+
+    EXPECT_EQ(turns, 3);
+    EXPECT_EQ(log.size(), 3 * LogTail::LINES_PER_TURN * std::string_view("<x>").size());
+}
+
 TEST_F(LogTailTest, LeavesAPipeAlone) {
     ASSERT_EQ(::mkfifo(folder.Path("log").c_str(), 0600), 0);
 

@@ -112,7 +112,7 @@ TEST(StreamWriterTest, KeepsWhatFindsNoRoomInItsOrder) {
 TEST(StreamWriterTest, LeavesOutAndCountsWhatNobodyReads) {
     const Ends ends = MakePipe();
     StreamWriter writer(ends.writing.Get());
-    constexpr int LINES = 20'000;
+    constexpr int LINES = 60'000;
     for (int number = 0; number < LINES; ++number)
         writer.Write(Line(number));
 
@@ -128,7 +128,7 @@ TEST(StreamWriterTest, LeavesOutAndCountsWhatNobodyReads) {
     EXPECT_GT(read.size(), StreamWriter::MOST_WAITING);
     EXPECT_THAT(read,
                 testing::EndsWith(Line(static_cast<int>(lines) - 1) + "velrix-board: " + std::to_string(LINES - lines) +
-                                  " messages are left out here, which nobody read in time\n"));
+                                  " lines are left out here, which nobody read in time\n"));
     writer.Write("later\n");
     EXPECT_EQ(ends.Read(), "later\n");
 }

@@ -480,7 +480,7 @@ TEST_F(TerminalViewTest, BoundsWhatTheBoardSaysToATerminalThatIsNotRead) {
     EXPECT_EQ(std::count(drawing.begin(), drawing.end(), 'x') / 99, TerminalView::MOST_SAID / line.size());
     view->OnSettled(9ms);
 
-    EXPECT_THAT(written, HasSubstr("velrix-board: 5 messages are left out here, which nobody read in time\n"));
+    EXPECT_THAT(written, HasSubstr("velrix-board: 5 lines are left out here, which nobody read in time\n"));
 }
 
 } // namespace

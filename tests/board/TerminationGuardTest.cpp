@@ -35,8 +35,8 @@ End InProcess(const std::function<int()>& main) {
     return {status, folder.Read("errors")};
 }
 
-// Sends SIGTERM until it counts as the second request.
-Request TakeKill(TerminationGuard& guard) {
+// Sends SIGTERM until it counts as a request.
+Request TakeNext(TerminationGuard& guard) {
     Request request = Request::NONE;
     pollfd wake{guard.Descriptor(), POLLIN, 0};
     while (request == Request::NONE && ::poll(&wake, 1, 2) >= 0) {
@@ -60,7 +60,7 @@ TEST(TerminationGuardTest, TellsTheFirstRequestFromTheSecond) {
         // The loop works, so nothing ends the process by itself.
         if (::alarm(0) != 0)
             return 3;
-        if (TakeKill(guard) != Request::KILL)
+        if (TakeNext(guard) != Request::KILL)
             return 4;
         return ::alarm(0) > TerminationGuard::KILL_LIMIT.count() ? 0 : 5;
     });
@@ -119,21 +119,47 @@ TEST(TerminationGuardTest, DoesNotWaitForAReaderWhenItEndsTheProcess) {
     EXPECT_EQ(WTERMSIG(end.status), SIGTERM);
 }
 
-TEST(TerminationGuardTest, LeavesSignalsAsTheyWereFound) {
+// However often it is told: each of them would set the limit anew.
+TEST(TerminationGuardTest, CountsTheSecondRequestOnce) {
+    const End end = InProcess([] {
+        TerminationGuard guard("command");
+        if (TakeNext(guard) != Request::END || TakeNext(guard) != Request::KILL)
+            return 1;
+        const unsigned left = ::alarm(0);
+        ::raise(SIGTERM);
+        return left > 0 && ::alarm(0) == 0 && guard.Take() == Request::NONE ? 0 : 2;
+    });
+
+    EXPECT_EQ(WEXITSTATUS(end.status), 0);
+    EXPECT_TRUE(WIFEXITED(end.status));
+}
+
+// A board that has just ended by itself is not cut off.
+TEST(TerminationGuardTest, LetsAProcessEndThatIsAboutTo) {
+    const End end = InProcess([] {
+        { const TerminationGuard guard("command"); }
+        ::raise(SIGTERM);
+        return ::alarm(0) > 0 ? 7 : 8;
+    });
+
+    EXPECT_EQ(WEXITSTATUS(end.status), 7);
+    EXPECT_TRUE(WIFEXITED(end.status));
+}
+
+TEST(TerminationGuardTest, GivesTheProgramTheSignalsAsTheyWereFound) {
     const End end = InProcess([] {
         sigset_t blocked, now;
         sigemptyset(&blocked);
         sigaddset(&blocked, SIGTERM);
         ::sigprocmask(SIG_SETMASK, &blocked, nullptr);
         ::signal(SIGALRM, SIG_IGN);
-        {
-            const SavedSignals saved;
-            ::signal(SIGXFSZ, SIG_IGN);
-            const TerminationGuard guard("command");
-            ::sigprocmask(SIG_BLOCK, nullptr, &now);
-            if (sigismember(&now, SIGTERM) != 0)
-                return 1;
-        }
+        const SavedSignals saved;
+        ::signal(SIGXFSZ, SIG_IGN);
+        const TerminationGuard guard("command");
+        ::sigprocmask(SIG_BLOCK, nullptr, &now);
+        if (sigismember(&now, SIGTERM) != 0)
+            return 1;
+        saved.Restore();
         ::sigprocmask(SIG_BLOCK, nullptr, &now);
         if (sigismember(&now, SIGTERM) != 1)
             return 2;
