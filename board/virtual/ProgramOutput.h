@@ -15,7 +15,7 @@ namespace VelrixBoard {
 class ProgramOutput final : public ILoopPart {
 public:
     // Enough to print fast; little enough for what else the loop has to do.
-    static constexpr std::size_t BYTES_PER_TURN = 16 * 1024;
+    static constexpr std::size_t BYTES_PER_TURN = std::size_t{16} * 1024;
 
     // Throws BoardError when there can be no pipe.
     explicit ProgramOutput(TerminalView& terminalView);

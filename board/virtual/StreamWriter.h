@@ -15,7 +15,7 @@ class StreamWriter final : public ITextOutput, public ILoopPart {
 public:
     // What is kept for a reader that does not read: some ten thousand lines, for one that only is slower now and then
     // than a program that changes lines and writes logs without end.
-    static constexpr std::size_t MOST_WAITING = 4 * 1024 * 1024;
+    static constexpr std::size_t MOST_WAITING = std::size_t{4} * 1024 * 1024;
 
     explicit StreamWriter(int openStream);
 

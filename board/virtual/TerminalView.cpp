@@ -16,7 +16,7 @@ constexpr int BOARD_ROWS = 4;
 // The row below the block, in which the cursor waits.
 constexpr int CURSOR_ROWS = 1;
 // Of lines: one system call for many.
-constexpr std::size_t WRITTEN_AT_ONCE = 16 * 1024;
+constexpr std::size_t WRITTEN_AT_ONCE = std::size_t{16} * 1024;
 constexpr int BAR_COLUMNS = 20;
 constexpr const char* NORMAL = "\033[0m";
 

@@ -32,7 +32,7 @@ public:
     static constexpr BoardTime SHORTEST_COLOR = std::chrono::milliseconds(5);
 
     // What the board says to a terminal that is not read; more than it ever has to say to one that is.
-    static constexpr std::size_t MOST_SAID = 64 * 1024;
+    static constexpr std::size_t MOST_SAID = std::size_t{64} * 1024;
 
     enum class Style { BLOCK, LINES };
 
