@@ -18,7 +18,7 @@ namespace {
 constexpr std::string_view HEAD_END = "\r\n\r\n";
 
 // What a client may still send that has been answered.
-constexpr std::size_t LONGEST_REMAINDER = 1024 * 1024;
+constexpr std::size_t LONGEST_REMAINDER = std::size_t{1024} * 1024;
 
 void TakeAddress(const sockaddr_in& name, std::string& address, int& port) {
     std::array<char, INET_ADDRSTRLEN> text{};
