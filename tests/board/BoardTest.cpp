@@ -707,6 +707,20 @@ TEST(BoardTest, SeesInputsThatAreDrivenFromOutside) {
     EXPECT_EQ(board.Changes(), "OXBO_MOD_1 1\n");
 }
 
+// Nothing but the board itself knows that the rest of it waits.
+TEST(BoardTest, ShowsAllOfAWebLogThatCameAtOnceWhileTheProgramRuns) {
+    const TestSupport::TemporaryFolder folder;
+    folder.Write("a.scenario", "within 60s web log has last\nset OXBO_MOD_1 high\nwithin 60s program exits with 7");
+
+    const CommandEnd end = CommandRun{OnBoard("{ yes | head -n 100000; echo last; } > /mnt/share/all; "
+                                              "mv /mnt/share/all /mnt/share/logger; "
+                                              "while grep -q 0 /var/dev/gpio-inputs/oxboMod1/value; do :; done; exit 7",
+                                              {"--scenario", folder.Path("a.scenario")})}
+                               .Run();
+
+    EXPECT_EQ(end.ExitCode(), 0) << end.errors;
+}
+
 TEST(BoardTest, SaysWhatIsWrongWithACommand) {
     const struct {
         const char* command;
