@@ -90,7 +90,7 @@ void StandInBoard::WriteList(const std::string& folder) {
     std::ofstream lines(list);
     lines << "socket\t" << name << "\n";
     for (const char* tree : {"/var/dev", "/sys/class/leds"})
-        lines << "name\t" << tree << "\t" << device << tree << "\ntree\t" << tree << "\n";
+        lines << "mount\t" << tree << "\t" << device << tree << "\ntree\t" << tree << "\n";
     for (std::size_t i = 0; i < FILES; ++i) {
         const fs::path file = device + PATHS[i];
         fs::create_directories(file.parent_path());
@@ -100,9 +100,9 @@ void StandInBoard::WriteList(const std::string& folder) {
     }
     fs::create_directories(folder + "/share");
     for (const char* inside : {"/mnt/share", "/media/share"})
-        lines << "name\t" << inside << "\t" << folder << "/share\n";
+        lines << "mount\t" << inside << "\t" << folder << "/share\n";
     lines << "name\t/etc/velrix.conf\t" << folder << "/conf\n";
-    lines << "name\t/dev/log\t" << folder << "/log\n";
+    lines << "mount\t/dev/log\t" << folder << "/log\n";
 }
 
 void StandInBoard::AddToList(const std::string& line) {
