@@ -33,14 +33,14 @@ function(velrix_compile_as_test target)
 endfunction()
 
 # velrix_add_test(NAME name SOURCES file... LIBRARIES target... [ON_A_BOARD pattern...] [NAMESPACES_ONLY pattern...]
-#   [NOT_EMULATED pattern...] [NEEDS_MOUNTS pattern...] [NEEDS_PTRACE pattern...] [NEEDS_SYSCTL pattern...]
+#   [PRELOAD_ONLY pattern...] [NOT_EMULATED pattern...] [NEEDS_MOUNTS pattern...] [NEEDS_PTRACE pattern...] [NEEDS_SYSCTL pattern...]
 #   [NEEDS_UNSHARE pattern...] [NEEDS_USERS pattern...])
 # A GoogleTest executable whose cases are each a test of ctest, named after the folder: "settings.LedSection.KeepsUnknown...".
 # GTest::gtest is linked; name GTest::gtest_main or GTest::gmock among the libraries where the test wants them.
 # Every case runs in a process of its own, so cases must not lean on one another. Patterns are GoogleTest's.
 # ON_A_BOARD: the cases that run programs on a private board. Each is two tests of ctest: labelled "namespaces" under its usual
 # name, and "preload" with "preload." before the name; VELRIX_TEST_ISOLATION tells the case which one it is.
-# NAMESPACES_ONLY: those that only make sense on a board in namespaces.
+# NAMESPACES_ONLY, PRELOAD_ONLY: those that only make sense in one of them, or name it themselves.
 # NOT_EMULATED: the cases that start programs of the build or enter namespaces by themselves. The emulator that runs a foreign
 # processor's programs can do neither, nor run boards; there all of these are no tests of ctest, and the emulated board runs them.
 # NEEDS_...: labels that say of a case which other right it needs: to mount /proc in a namespace, to trace a process, to write the
@@ -49,7 +49,7 @@ endfunction()
 function(velrix_add_test)
   set(needs MOUNTS PTRACE SYSCTL UNSHARE USERS)
   list(TRANSFORM needs PREPEND NEEDS_ OUTPUT_VARIABLE needsOptions)
-  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;LIBRARIES;ON_A_BOARD;NAMESPACES_ONLY;NOT_EMULATED;${needsOptions}")
+  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;LIBRARIES;ON_A_BOARD;NAMESPACES_ONLY;PRELOAD_ONLY;NOT_EMULATED;${needsOptions}")
   if(arg_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "velrix_add_test does not know ${arg_UNPARSED_ARGUMENTS}")
   endif()
@@ -57,7 +57,9 @@ function(velrix_add_test)
   target_link_libraries(${arg_NAME} PRIVATE ${arg_LIBRARIES})
   velrix_compile_as_test(${arg_NAME})
 
-  set(onBoards ${arg_ON_A_BOARD} ${arg_NAMESPACES_ONLY})
+  set(inNamespaces ${arg_ON_A_BOARD} ${arg_NAMESPACES_ONLY})
+  set(preloaded ${arg_ON_A_BOARD} ${arg_PRELOAD_ONLY})
+  set(onBoards ${inNamespaces} ${preloaded})
   if(CMAKE_CROSSCOMPILING_EMULATOR)
     # For tests that start programs of this build: tests/support/Emulator.h.
     list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
@@ -65,12 +67,12 @@ function(velrix_add_test)
       PROPERTIES ENVIRONMENT "VELRIX_TEST_EMULATOR=${emulator}")
   else()
     velrix_discover_tests(${arg_NAME} SUITE plain EXCEPT ${onBoards})
-    if(onBoards)
-      velrix_discover_tests(${arg_NAME} SUITE namespaces ONLY ${onBoards}
+    if(inNamespaces)
+      velrix_discover_tests(${arg_NAME} SUITE namespaces ONLY ${inNamespaces} EXCEPT ${arg_PRELOAD_ONLY}
         PROPERTIES LABELS namespaces ENVIRONMENT VELRIX_TEST_ISOLATION=namespaces)
     endif()
-    if(arg_ON_A_BOARD)
-      velrix_discover_tests(${arg_NAME} SUITE preload PREFIX preload. ONLY ${arg_ON_A_BOARD} EXCEPT ${arg_NAMESPACES_ONLY}
+    if(preloaded)
+      velrix_discover_tests(${arg_NAME} SUITE preload PREFIX preload. ONLY ${preloaded} EXCEPT ${arg_NAMESPACES_ONLY}
         PROPERTIES LABELS preload ENVIRONMENT VELRIX_TEST_ISOLATION=preload)
     endif()
   endif()
