@@ -12,6 +12,7 @@
 #include "board/preload/Next.h"
 #include "board/preload/Path.h"
 #include "board/preload/Preloaded.h"
+#include "board/preload/Streams.h"
 #include "board/preload/ValueFiles.h"
 
 namespace VelrixBoard::Preload {
@@ -32,13 +33,16 @@ bool HasBoard() {
 
 // Before descriptor to becomes another.
 void MakeWay(int to) {
+    LeaveStandardStream(to);
     Connections::Forget(to);
     Descriptors::Clear(to);
 }
 
 int Duplicated(int from, int to) {
-    if (to >= 0)
+    if (to >= 0) {
         Descriptors::Copy(from, to);
+        FollowStandardStream(to);
+    }
     return to;
 }
 
@@ -64,6 +68,7 @@ VELRIX_PRELOADED(int, close, int descriptor) {
     if (HasBoard()) {
         if (Connections::IsOwn(descriptor))
             return Fail(EBADF);
+        LeaveStandardStream(descriptor);
         // Before, since another thread may get the number at once.
         Descriptors::Clear(descriptor);
     }

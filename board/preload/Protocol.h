@@ -26,8 +26,7 @@ inline constexpr const char* BEGIN_FUNCTION = "velrix_board_preload_begin";
 //                                  exist; then the program finds nothing there, and may make it
 //     mount   INSIDE  OUTSIDE      the same for what can be neither removed nor renamed, as a mount point
 //     cover   INSIDE  OUTSIDE      a directory of the machine that names of the board lie in. A name right in it that
-//     the
-//                                  machine does not have is the board's, and is at OUTSIDE, or may be made there
+//                                  the machine does not have is the board's: it is at OUTSIDE, or may be made there
 //     tree    INSIDE               below INSIDE are value files alone: nothing can be made, removed or changed
 //     value   INSIDE  FILE  MODE   a value file and its number; a "name" line says where an empty file lies for what
 //                                  asks for its status. MODE is 0644 or 0444, for inputs

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "board/preload/Kernel.h"
+#include "board/preload/Life.h"
 #include "board/preload/Next.h"
 #include "board/preload/OpenCalls.h"
 #include "board/preload/Preloaded.h"
@@ -88,12 +89,12 @@ int CloseStream(void* cookie) {
 }
 
 // A stream of the value file; null and errno without memory for it.
-FILE* MakeStream(int descriptor, const char* mode) {
-    constexpr cookie_io_functions_t FUNCTIONS = {ReadStream, WriteStream, SeekStream, CloseStream};
+FILE* MakeStream(int descriptor, const char* mode, cookie_close_function_t* close = CloseStream) {
+    const cookie_io_functions_t functions = {ReadStream, WriteStream, SeekStream, close};
     // Of the mode it takes what matters here alone.
     const char plain[] = {mode[0], std::strchr(mode, '+') != nullptr ? '+' : '\0', '\0'};
     FILE* const stream =
-        ::fopencookie(reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)), plain, FUNCTIONS);
+        ::fopencookie(reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)), plain, functions);
     // fileno gives it; the stream's functions are called before anything is done to the descriptor.
     if (stream != nullptr)
         stream->_fileno = descriptor;
@@ -125,66 +126,99 @@ FILE* Open(const char* path, const char* mode) {
                     [=](const Path& led) { return IsMade(led) ? OpenStream(led, mode) : nextFopen(led.Text(), mode); });
 }
 
-FILE** StandardStream(const FILE* stream) {
-    for (FILE** standard : {&stdin, &stdout, &stderr})
-        if (*standard == stream)
-            return standard;
+// The stream that stands in for a standard one, and the program's own. The descriptor's number is the index.
+struct Standard {
+    FILE** current;
+    FILE* made;
+    FILE* own;
+};
+constexpr int STANDARD_STREAMS = 3;
+Standard standards[STANDARD_STREAMS] = {
+    {&stdin, nullptr, nullptr}, {&stdout, nullptr, nullptr}, {&stderr, nullptr, nullptr}};
+
+bool IsExchanged(const Standard& standard) {
+    return standard.made != nullptr && *standard.current == standard.made;
+}
+
+// The program has closed it, so its own is what there is.
+int CloseStandardStream(void* cookie) {
+    Standard& standard = standards[DescriptorOf(cookie)];
+    if (IsExchanged(standard))
+        *standard.current = standard.own;
+    standard.made = nullptr;
+    return CloseStream(cookie);
+}
+
+void Exchange(Standard& standard, int descriptor) {
+    if (standard.made == nullptr) {
+        standard.made = MakeStream(descriptor, descriptor == STDIN_FILENO ? "r" : "w", CloseStandardStream);
+        if (standard.made != nullptr && descriptor == STDERR_FILENO)
+            std::setvbuf(standard.made, nullptr, _IONBF, 0);
+    }
+    if (standard.made == nullptr || IsExchanged(standard))
+        return;
+    standard.own = *standard.current;
+    *standard.current = standard.made;
+}
+
+FILE* Failed(FILE* stream, int error) {
+    nextFclose(stream);
+    errno = error;
     return nullptr;
 }
 
-// A standard stream is exchanged for another with the same descriptor. Any other cannot be, since the program keeps its
-// address: the value file gets the stream's descriptor, and what is written there are values that nobody answers.
+// The value file gets the stream's descriptor. A standard stream is exchanged by that. Any other cannot be, since the
+// program keeps its address: what is written there are values that nobody answers, and it cannot be read.
 FILE* Reopen(const Path& led, const char* mode, FILE* stream) {
     const int flags = FlagsOf(mode);
-    FILE** const standard = StandardStream(stream);
     const int old = ::fileno(stream);
-    if (flags < 0 || old < 0 || (standard == nullptr && (flags & O_ACCMODE) != O_WRONLY)) {
-        errno = flags < 0 ? EINVAL : ENOTSUP;
-        nextFclose(stream);
-        return nullptr;
-    }
+    const bool isStandard = old >= 0 && old < STANDARD_STREAMS && *standards[old].current == stream;
+    if (flags < 0 || old < 0 || (!isStandard && (flags & O_ACCMODE) != O_WRONLY))
+        return Failed(stream, flags < 0 ? EINVAL : ENOTSUP);
     std::fflush(stream);
     const int descriptor = OpenLed(led, flags, 0666);
-    if (descriptor < 0 || ::dup3(descriptor, old, flags & O_CLOEXEC) < 0) {
-        const Kernel::KeptErrno kept;
-        nextFclose(stream);
-        if (descriptor >= 0)
-            ::close(descriptor);
-        return nullptr;
-    }
+    if (descriptor < 0)
+        return Failed(stream, errno);
+    const int moved = ::dup3(descriptor, old, flags & O_CLOEXEC);
+    const int error = errno;
     ::close(descriptor);
-    if (standard == nullptr)
-        return stream;
-    FILE* const made = MakeStream(old, mode);
-    return made == nullptr ? nullptr : *standard = made;
+    if (moved < 0)
+        return Failed(stream, error);
+    return isStandard ? *standards[old].current : stream;
 }
 
 FILE* Reopened(const char* path, const char* mode, FILE* stream) {
+    // What stands in becomes an ordinary stream, and the program's.
+    for (Standard& standard : standards)
+        if (IsExchanged(standard) && standard.made == stream)
+            standard.made = nullptr;
     if (path == nullptr)
         return nextFreopen(path, mode, stream);
     const Path led(AT_FDCWD, path, Follow::YES);
     return led.Value() != nullptr ? Reopen(led, mode, stream) : nextFreopen(led.Text(), mode, stream);
 }
 
-void Exchange(FILE*& standard, int descriptor) {
-    const Opened opened(descriptor);
-    if (!opened)
-        return;
-    FILE* const stream = MakeStream(descriptor, descriptor == STDIN_FILENO ? "r" : "w");
-    if (stream == nullptr)
-        return;
-    if (descriptor == STDERR_FILENO)
-        std::setvbuf(stream, nullptr, _IONBF, 0);
-    standard = stream;
-}
-
 } // namespace
 
 void ExchangeStandardStreams() {
+    for (int descriptor = 0; descriptor < STANDARD_STREAMS; ++descriptor)
+        FollowStandardStream(descriptor);
+}
+
+// The child of a vfork has its parent's streams.
+void LeaveStandardStream(int descriptor) {
+    if (descriptor < 0 || descriptor >= STANDARD_STREAMS || !IsExchanged(standards[descriptor]) || !IsOwnMemory())
+        return;
     const Kernel::KeptErrno kept;
-    Exchange(stdin, STDIN_FILENO);
-    Exchange(stdout, STDOUT_FILENO);
-    Exchange(stderr, STDERR_FILENO);
+    std::fflush(standards[descriptor].made);
+    *standards[descriptor].current = standards[descriptor].own;
+}
+
+void FollowStandardStream(int descriptor) {
+    if (descriptor < 0 || descriptor >= STANDARD_STREAMS || !Opened(descriptor) || !IsOwnMemory())
+        return;
+    const Kernel::KeptErrno kept;
+    Exchange(standards[descriptor], descriptor);
 }
 
 } // namespace VelrixBoard::Preload

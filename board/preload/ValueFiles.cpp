@@ -13,6 +13,7 @@
 
 #include "board/preload/Conversation.h"
 #include "board/preload/Kernel.h"
+#include "board/preload/Streams.h"
 
 namespace VelrixBoard::Preload::ValueFiles {
 
@@ -90,6 +91,7 @@ int Open(const Names& names, const Name& value, int flags) {
     if (transfer.descriptor < 0)
         return Fail(EMFILE);
     Descriptors::Take(names, transfer.descriptor);
+    FollowStandardStream(transfer.descriptor);
     return transfer.descriptor;
 }
 

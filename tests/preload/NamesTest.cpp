@@ -19,7 +19,8 @@ constexpr const char* LIST = "socket\tthe-board\n"
                              "tree\t/var/dev\n"
                              "value\t/var/dev/in/value\t7\t0444\n"
                              "name\t/etc/a.conf\t/run/conf\n"
-                             "name\t/sbin\t/run/bin\n"
+                             "cover\t/etc\t/run/etc\n"
+                             "mount\t/sbin\t/run/bin\n"
                              "name\t/usr/sbin\t/run/bin\n"
                              "name\t/sbin/deep/down\t/elsewhere\n";
 
@@ -38,10 +39,10 @@ std::string Outside(const Names& names, const std::string& inside) {
     inside.copy(path.data(), path.size() - 1);
     const Place place = names.Find(path.data(), inside.size());
     if (place.name == nullptr)
-        return "";
+        return place.cover == nullptr ? "" : std::string("covered by ") + place.cover->inside;
     const std::size_t length = names.ToOutside(place, path.data(), inside.size(), path.size());
     EXPECT_EQ(length, std::strlen(path.data()));
-    return std::string(path.data()) + (place.tree != nullptr ? " tree" : "") +
+    return std::string(path.data()) + (place.name->isMount ? " mount" : "") + (place.tree != nullptr ? " tree" : "") +
            (place.value != nullptr ? " value" + std::to_string(place.value->file) : "");
 }
 
@@ -59,10 +60,12 @@ TEST_F(NamesTest, LeadsByTheLongestName) {
                 {"/var", ""},
                 {"/", ""},
                 {"/etc/a.conf", "/run/conf"},
-                {"/etc/a.conf2", ""},
-                {"/sbin/x", "/run/bin/x"},
+                {"/etc/a.conf2", "covered by /etc"},
+                {"/etc", ""},
+                {"/sbin", "/run/bin mount"},
+                {"/sbin/x", "/run/bin/x mount"},
                 {"/usr/sbin/x", "/run/bin/x"},
-                {"/sbin/deep/x", "/run/bin/deep/x"},
+                {"/sbin/deep/x", "/run/bin/deep/x mount"},
                 {"/sbin/deep/down/x", "/elsewhere/x"}};
     for (const auto& row : rows)
         EXPECT_EQ(Outside(*names, row.inside), row.outside) << row.inside;

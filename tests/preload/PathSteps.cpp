@@ -163,7 +163,7 @@ void Change(const std::string&) {
 }
 
 // What the device's kernel refuses on value files and in their directories.
-void ChangeValueFiles(const std::string&) {
+void ChangeValueFiles(const std::string& folder) {
     const char* none = "/var/dev/none";
     Print({Of(::open(OUTPUT, O_WRONLY | O_CREAT | O_EXCL, 0600)), Of(::open(OUTPUT, O_RDONLY | O_DIRECTORY)),
            Of(::open((std::string(OUTPUT) + "/").c_str(), O_RDONLY)),
@@ -179,13 +179,13 @@ void ChangeValueFiles(const std::string&) {
     WriteFile("/mnt/share/y", "y");
     Print({Of(::rename(OUTPUT, INPUT)), Of(::rename(OUTPUT, "/mnt/share/x")), Of(::rename("/mnt/share/y", none)),
            Of(::rename("/mnt/share/y", OUTPUT)), Of(::rename(none, OUTPUT)), Of(::rename(OUTPUT, OUTPUT)),
-           Of(::rename("/var/dev", "/mnt/share/v")), Of(::rename("/mnt/share", "/mnt/x"))});
+           Of(::rename("/var/dev", "/mnt/share/v")), Of(::rename("/mnt/share", (folder + "/moved").c_str()))});
     Print({Of(::chmod(OUTPUT, 0600)), Of(::chmod(FOLDER, 0700)), Of(::chmod(none, 0600)), Of(::chown(OUTPUT, 0, 0)),
            Of(::chown(OUTPUT, static_cast<uid_t>(-1), static_cast<gid_t>(-1))), Of(::truncate(OUTPUT, 0)),
            Of(::truncate(OUTPUT, -1)), Of(::utime(OUTPUT, nullptr))});
     char pattern[] = "/var/dev/fileXXXXXX";
-    char folder[] = "/var/dev/folderXXXXXX";
-    Print({Of(::mkstemp(pattern)), Of(static_cast<const void*>(::mkdtemp(folder)))});
+    char directory[] = "/var/dev/folderXXXXXX";
+    Print({Of(::mkstemp(pattern)), Of(static_cast<const void*>(::mkdtemp(directory)))});
 }
 
 // The names that temporary files and directories get are names inside.

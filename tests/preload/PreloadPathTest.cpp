@@ -72,7 +72,7 @@ TEST_F(PreloadPathTest, ChangesFilesOfTheBoard) {
 }
 
 TEST_F(PreloadPathTest, RefusesToChangeValueFilesAsTheKernelDoes) {
-    EXPECT_EQ(Step("change value files"),
+    EXPECT_EQ(Step("change value files", folder.Path()),
               "EEXIST ENOTDIR ENOTDIR ENOTDIR EACCES ENOENT EISDIR EOPNOTSUPP ENOENT EACCES\n"
               "EPERM EEXIST ENOENT EACCES EEXIST EPERM EPERM EXDEV\n"
               "EPERM EISDIR ENOTDIR EPERM EBUSY EPERM ENOENT\n"
@@ -124,6 +124,22 @@ TEST_F(PreloadPathTest, LeavesThePathsOfTheMachineAlone) {
               "/mnt/share\n/usr/bin\n");
     folder.Write("own", "own");
     EXPECT_EQ(Shell("cat " + folder.Path("own") + "; cd " + folder.Path() + " && cat own ./share/../own"), "ownownown");
+}
+
+TEST_F(PreloadPathTest, KeepsNewNamesInACoveredDirectoryToTheBoard) {
+    fs::create_directory(folder.Path("machine"));
+    fs::create_directory(folder.Path("covered"));
+    folder.Write("machine/own", "own");
+    const std::string machine = folder.Path("machine");
+    board.AddToList("cover\t" + machine + "\t" + folder.Path("covered"));
+    EXPECT_EQ(Shell("cd " + machine +
+                    " && echo new > new && mkdir d && echo x > d/x && echo more >> own && cat new d/x " + machine +
+                    "/new && mv new newer && cat newer && ls new 2>&1 || true"),
+              "new\nx\nnew\nnew\nls: cannot access 'new': No such file or directory\n");
+    EXPECT_EQ(folder.Read("machine/own"), "ownmore\n");
+    EXPECT_EQ(folder.Read("covered/newer"), "new\n");
+    EXPECT_FALSE(fs::exists(machine + "/new"));
+    EXPECT_FALSE(fs::exists(machine + "/d"));
 }
 
 // The tools that people look at a board with.

@@ -97,6 +97,21 @@ TEST_F(PreloadValueTest, ServesStandardStreamsOfProgramsTheyAreGivenTo) {
     EXPECT_EQ(Shell("echo 0 > " + output + "; (echo 1 > /dev/stdout) > " + output + "; cat " + output).output, "1\n");
 }
 
+// By a shell whose own commands print to the C library's stream.
+TEST_F(PreloadValueTest, ServesStandardStreamsThatBecomeValueFiles) {
+    const PreloadedRun run =
+        RunOnBoard(board, {"/bin/bash", "-c",
+                           "echo 1 > $0; echo junk > $0; echo $?; exec 5> $0; echo 0 >&5; echo shown; exec > $0; "
+                           "echo 1; printf junk; echo $? >&2",
+                           output});
+    EXPECT_EQ(run.output, "1\nshown\n");
+    EXPECT_THAT(run.errors, HasSubstr("echo: write error: Invalid argument\n"));
+    EXPECT_THAT(run.errors, testing::EndsWith("\n1\n"));
+    EXPECT_EQ(board.Log(),
+              "open.0 write.0=1\\n open.0 write.0=junk\\n open.0 write.0=0\\n open.0 write.0=1\\n write.0=junk");
+    EXPECT_EQ(Step("streams that come and go"), "1 EINVAL 0 0\nback again\n");
+}
+
 TEST_F(PreloadValueTest, FailsAsTheBoardSays) {
     board.Break(StandInBoard::OUTPUT, EIO);
     PreloadedRun run = Shell("/bin/echo 1 > " + output + "; cat " + output);

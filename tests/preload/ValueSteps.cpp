@@ -206,6 +206,26 @@ void UseStandardOutput(const std::string&) {
     std::fclose(errors);
 }
 
+// Standard output is a value file for a while, by closing and opening; then what it was.
+void ExchangeStandardOutput(const std::string&) {
+    FILE* const before = stdout;
+    const int kept = ::dup(STDOUT_FILENO);
+    ::close(STDOUT_FILENO);
+    std::vector<std::string> results = {Of(::open(OUTPUT, O_WRONLY))};
+    std::fputs("junk", stdout);
+    results.push_back(Of(std::fflush(stdout)));
+    std::clearerr(stdout);
+    std::fputs("1", stdout);
+    ::dup2(kept, STDOUT_FILENO);
+    results.push_back(std::to_string(stdout != before));
+    ::dup2(::open(OUTPUT, O_WRONLY | O_CLOEXEC), STDOUT_FILENO);
+    results.push_back(std::to_string(stdout == before));
+    std::fclose(stdout);
+    ::dup2(kept, STDOUT_FILENO);
+    Print(results);
+    std::puts("back again");
+}
+
 void UseIostreams(const std::string&) {
     std::ofstream output(OUTPUT);
     output << 1 << std::endl;
@@ -347,6 +367,7 @@ std::vector<Step> ValueSteps() {
             {"high numbers", UseHighNumbers},
             {"streams", UseStreams},
             {"standard output", UseStandardOutput},
+            {"streams that come and go", ExchangeStandardOutput},
             {"iostreams", UseIostreams},
             {"read late", ReadLate},
             {"threads", WriteInThreads},
