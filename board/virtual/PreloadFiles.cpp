@@ -168,9 +168,12 @@ bool PreloadFiles::RunOnce() {
     if (count <= 0)
         return false;
     const auto end = events.begin() + count;
-    // What was written past the library came before a request that a later program made.
-    std::stable_partition(events.begin(), end,
-                          [this](const epoll_event& event) { return openFiles.count(event.data.u64) != 0; });
+    // What was written past the library came before a request that a later program made. The number is copied, since
+    // the kernel's struct is packed.
+    std::stable_partition(events.begin(), end, [this](const epoll_event& event) {
+        const std::uint64_t source = event.data.u64;
+        return openFiles.count(source) != 0;
+    });
     std::for_each(events.begin(), end, [this](const epoll_event& event) { Dispatch(event.data.u64, event.events); });
     return true;
 }
