@@ -19,9 +19,9 @@ namespace {
 // More than any command; what is longer is none, and is not collected for ever.
 constexpr std::size_t LONGEST_LINE = 4096;
 
-// What a pipe holds, so that one turn takes all that was written before it; but a script that writes as fast as the
-// board reads does not hold the board in this loop.
-constexpr int READS_PER_TURN = 65536 / LONGEST_LINE;
+// Some 1600 commands, a few milliseconds even when each of them is refused. A script that writes as fast as the board
+// reads does not hold the board in this loop.
+constexpr int READS_PER_TURN = 4;
 
 // "NAME=VALUE"
 std::pair<std::string_view, std::string_view> Split(std::string_view text) {
