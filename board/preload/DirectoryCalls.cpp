@@ -132,15 +132,15 @@ VELRIX_PRELOADED_ALIAS(nftw, nftw64);
 
 // The paths in the entries are those outside.
 VELRIX_PRELOADED(FTS*, fts_open, char* const* paths, int options, OrderEntries* order) {
-    constexpr int MOST = 16;
-    int count = 0;
+    constexpr std::size_t MOST = 16;
+    std::size_t count = 0;
     while (count <= MOST && paths[count] != nullptr)
         ++count;
     if (count > MOST || Names::Current() == nullptr)
         return nextFtsOpen(paths, options, order);
     const Kernel::Memory memory(MOST * PATH_MAX);
     char* led[MOST + 1] = {};
-    for (int i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
         const Path path(AT_FDCWD, paths[i], Follow::YES);
         char* const text = memory.As<char>() + i * PATH_MAX;
         const bool isLed = memory.IsThere() && path.IsOnList();

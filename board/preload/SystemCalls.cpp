@@ -42,7 +42,8 @@ int RebootBoard(const Names& names, int command) {
     return Ask(names, request, nothing) < 0 ? -1 : 0;
 }
 
-bool IsOfBoard(const char* file) {
+// Not inlined, as nothing may be left on the stack of dlopen that could be in use still.
+__attribute__((noinline)) bool IsOfBoard(const char* file) {
     const char* c = file;
     while (c != nullptr && *c != '\0' && *c != '/')
         ++c;

@@ -205,6 +205,8 @@ void Reboot(const std::string&) {
 void Load(const std::string& library) {
     const auto isLoaded = [](const char* file) { return ::dlopen(file, RTLD_NOW) != nullptr ? "loaded" : "none"; };
     Print({isLoaded(library.c_str()), isLoaded("/mnt/share/none.so"), isLoaded("libm.so.6"), isLoaded(nullptr)});
+    // Found by the run path of this program alone.
+    Print({isLoaded("preloaded-plugin.so")});
 }
 
 // A program that was preloaded without a board becomes a board's.
