@@ -33,8 +33,8 @@ function(velrix_compile_as_test target)
 endfunction()
 
 # velrix_add_test(NAME name SOURCES file... LIBRARIES target... [ON_A_BOARD pattern...] [NAMESPACES_ONLY pattern...]
-#   [PRELOAD_ONLY pattern...] [NOT_EMULATED pattern...] [NEEDS_MOUNTS pattern...] [NEEDS_PTRACE pattern...] [NEEDS_SYSCTL pattern...]
-#   [NEEDS_UNSHARE pattern...] [NEEDS_USERS pattern...])
+#   [PRELOAD_ONLY pattern...] [NOT_EMULATED pattern...] [NEEDS_MOUNTS pattern...] [NEEDS_NUMBERS pattern...]
+#   [NEEDS_PTRACE pattern...] [NEEDS_SYSCTL pattern...] [NEEDS_UNSHARE pattern...] [NEEDS_USERS pattern...])
 # A GoogleTest executable whose cases are each a test of ctest, named after the folder: "settings.LedSection.KeepsUnknown...".
 # GTest::gtest is linked; name GTest::gtest_main or GTest::gmock among the libraries where the test wants them.
 # Every case runs in a process of its own, so cases must not lean on one another. Patterns are GoogleTest's.
@@ -43,11 +43,11 @@ endfunction()
 # NAMESPACES_ONLY, PRELOAD_ONLY: those that only make sense in one of them, or name it themselves.
 # NOT_EMULATED: the cases that start programs of the build or enter namespaces by themselves. The emulator that runs a foreign
 # processor's programs can do neither, nor run boards; there all of these are no tests of ctest, and the emulated board runs them.
-# NEEDS_...: labels that say of a case which other right it needs: to mount /proc in a namespace, to trace a process, to write the
-# kernel's settings, to make user namespaces with mounts, to become another user. scripts/test leaves out by name what a place
+# NEEDS_...: labels that say of a case which other right it needs: to mount /proc in a namespace, a board with process numbers of its
+# own, to trace a process, to write the kernel's settings, to make user namespaces with mounts, to become another user. scripts/test leaves out by name what a place
 # cannot do.
 function(velrix_add_test)
-  set(needs MOUNTS PTRACE SYSCTL UNSHARE USERS)
+  set(needs MOUNTS NUMBERS PTRACE SYSCTL UNSHARE USERS)
   list(TRANSFORM needs PREPEND NEEDS_ OUTPUT_VARIABLE needsOptions)
   cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;LIBRARIES;ON_A_BOARD;NAMESPACES_ONLY;PRELOAD_ONLY;NOT_EMULATED;${needsOptions}")
   if(arg_UNPARSED_ARGUMENTS)
@@ -115,11 +115,17 @@ function(velrix_label_tests target label)
   string(REPLACE "*" ".*" patterns "${patterns}")
   get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
   set(fits "${CMAKE_CROSSCOMPILING_EMULATOR}")
+  set(suites @target@_plain @target@_namespaces)
+  # A preloaded board has no process numbers of its own anyway.
+  if(NOT label STREQUAL numbers)
+    list(APPEND suites @target@_preload)
+  endif()
+  string(REPLACE "@target@" "${target}" suites "${suites}")
   set(file ${CMAKE_CURRENT_BINARY_DIR}/${target}-${label}.cmake)
   file(CONFIGURE OUTPUT ${file} @ONLY CONTENT [[
 foreach(pattern IN ITEMS @patterns@)
   set(fits "@fits@")
-  foreach(test IN LISTS @target@_plain @target@_namespaces @target@_preload)
+  foreach(test IN LISTS @suites@)
     if(test MATCHES "^(preload[.])?@folder@[.]${pattern}$")
       set_tests_properties("${test}" PROPERTIES LABELS @label@)
       set(fits YES)

@@ -6,6 +6,7 @@
 # What to do about a label that the place forbids. The board says that itself of namespaces.
 declare -rA remedies=(
     [mounts]="test on a machine or in a privileged container"
+    [numbers]="test where no part of /proc is covered: on a machine, in a privileged container, or with --security-opt systempaths=unconfined"
     [ptrace]="let processes be traced, for instance with --cap-add SYS_PTRACE"
     [readable]="put the sources and the build where other users can read them"
     [sanitizers]="\"sysctl vm.mmap_rnd_bits=28\" on the machine, outside of containers"
@@ -26,7 +27,7 @@ try_board() {
     local code=0 said
     said=$("$1" run --isolation namespaces -- true 2>&1) || code=$?
     ((code == 125)) || return 0
-    { unshare --user --map-root-user --mount true && : <>/dev/fuse; } 2>/dev/null && return
+    { unshare --user --map-root-user --mount true && [[ -c /dev/fuse ]] && : <>/dev/fuse; } 2>/dev/null && return
     said=${said#velrix-board: }
     refuse namespaces "${said%%. *}" "${said#*. }"
 }
@@ -39,6 +40,7 @@ find_out_place() {
     ((EUID == 0)) || asRoot=(--user --map-root-user)
     try_board "$1/board/virtual/velrix-board"
     try mounts unshare "${asRoot[@]}" --mount --pid --fork --mount-proc true
+    try numbers unshare --user --map-root-user --pid --fork --mount-proc true
     try ptrace "$1/tests/places/place-probe" trace
     try sysctl unshare --user --map-root-user sh -c ': >>/proc/sys/user/max_user_namespaces'
     try unshare unshare --user --map-root-user --mount mount -t tmpfs none /tmp
