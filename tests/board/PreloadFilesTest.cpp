@@ -70,7 +70,10 @@ public:
         const ssize_t length = ::recvmsg(socket.Get(), &header, MSG_CMSG_CLOEXEC);
         if (length < static_cast<ssize_t>(sizeof packet.answer))
             return {length < 0 ? -1 : -2, "", 0, {}};
-        Received received{packet.answer.result, {packet.text, length - sizeof packet.answer}, packet.answer.event, {}};
+        Received received{packet.answer.result,
+                          {packet.text, static_cast<std::size_t>(length) - sizeof packet.answer},
+                          packet.answer.event,
+                          {}};
         if (const cmsghdr* rights = CMSG_FIRSTHDR(&header)) {
             int descriptor = -1;
             std::memcpy(&descriptor, CMSG_DATA(rights), sizeof descriptor);
