@@ -478,7 +478,8 @@ private:
     // be.
     void PassOnSignals(int signalFile) {
         std::array<signalfd_siginfo, SIGNALS_PER_TURN> signals;
-        for (std::size_t i = 0; i < ReadSignals(signalFile, signals); ++i) {
+        const std::size_t count = ReadSignals(signalFile, signals);
+        for (std::size_t i = 0; i < count; ++i) {
             const auto number = static_cast<int>(signals[i].ssi_signo);
             if (number == SIGWINCH)
                 user.OnResize(Now());
