@@ -106,8 +106,12 @@ void Directories() {
          << (found.gl_pathc > 0 ? found.gl_pathv[0] : "") << "\n";
     ::globfree(&found);
     ::dirent** names = nullptr;
-    cout << "scandir " << ::scandir("/var/dev", &names, nullptr, ::alphasort) << " " << fs::exists("/var/dev/none")
-         << " " << fs::is_directory("/mnt/share") << fs::is_directory("/var/log/apps") << "\n";
+    const int count = ::scandir("/var/dev", &names, nullptr, ::alphasort);
+    cout << "scandir " << count << " " << fs::exists("/var/dev/none") << " " << fs::is_directory("/mnt/share")
+         << fs::is_directory("/var/log/apps") << "\n";
+    for (int i = 0; i < count; ++i)
+        std::free(names[i]);
+    std::free(names);
     const fs::path before = fs::current_path();
     fs::current_path("/var/dev/gpio-outputs");
     std::ofstream("qorResetN/value") << 0;
