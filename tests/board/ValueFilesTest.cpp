@@ -57,8 +57,14 @@ TEST_F(ValueFilesTest, ReadsAndWritesLevels) {
 }
 
 TEST_F(ValueFilesTest, TakesOnePageOfAWrite) {
-    Write(LED, "1" + std::string(ValueFiles::PAGE - 1, '\0') + "x");
-    Write(LED, std::string(ValueFiles::PAGE, '0') + "junk");
+    std::string text(ValueFiles::PAGE, '\0');
+    text[0] = '1';
+    text.append("x");
+    Write(LED, text);
+    // What is behind the page would make it no number.
+    text.assign(ValueFiles::PAGE, '0');
+    text.append("junk");
+    Write(LED, text);
 
     EXPECT_EQ(answers, "1 0 ");
 }
