@@ -7,9 +7,11 @@
 
 #include <csignal>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <pty.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 // A terminal of the test's own with a command in it.
@@ -17,8 +19,10 @@ class Terminal final {
 public:
     explicit Terminal(std::vector<std::string> command) {
         process = ::forkpty(&descriptor, nullptr, nullptr, nullptr);
-        if (process != 0)
+        if (process != 0) {
+            KeepOutputAtInterrupts();
             return;
+        }
         ::setenv("TERM", "xterm", 1);
         std::vector<char*> arguments;
         for (std::string& word : command)
@@ -39,11 +43,12 @@ public:
 
     void Signal(int number) const { EXPECT_EQ(::kill(process, number), 0); }
 
-    // Everything up to the text; all there is when it does not come.
+    // Everything up to the text; all there is when it does not come, or nothing does for a minute.
     std::string ReadUntil(const std::string& text) {
         std::string all;
+        pollfd wait{descriptor, POLLIN, 0};
         char c = 0;
-        while (all.find(text) == std::string::npos && ::read(descriptor, &c, 1) == 1)
+        while (all.find(text) == std::string::npos && ::poll(&wait, 1, 60'000) == 1 && ::read(descriptor, &c, 1) == 1)
             all += c;
         return all;
     }
@@ -57,6 +62,15 @@ public:
     }
 
 private:
+    // Otherwise the kernel drops what is still to be read when somebody types an interrupt, and it does so after it has
+    // sent the signal: a fast program's answer would go as well.
+    void KeepOutputAtInterrupts() const {
+        termios settings{};
+        EXPECT_EQ(::tcgetattr(descriptor, &settings), 0);
+        settings.c_lflag |= NOFLSH;
+        EXPECT_EQ(::tcsetattr(descriptor, TCSANOW, &settings), 0);
+    }
+
     int descriptor = -1;
     pid_t process = -1;
 };
