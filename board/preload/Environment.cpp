@@ -41,6 +41,8 @@ bool IsList(const char* entry) {
 
 void RememberEnvironment(const char* listPath) {
     Dl_info library{};
+    // Nothing of a board before may be put back.
+    preloadEntry[0] = listEntry[0] = '\0';
     const char* const own =
         ::dladdr(static_cast<const void*>(preloadEntry), &library) != 0 ? library.dli_fname : nullptr;
     if (own == nullptr || std::strlen(own) >= PATH_MAX || std::strlen(listPath) >= PATH_MAX)
