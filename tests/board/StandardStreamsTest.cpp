@@ -20,6 +20,10 @@ std::string AfterClosing(const std::vector<int>& streams) {
     const TemporaryFolder folder;
     const pid_t process = ::fork();
     if (process == 0) {
+        // Whoever starts the tests may have given them /dev/null.
+        const FileDescriptor other(::open(folder.Path("other").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+            ::dup2(other.Get(), stream);
         for (const int stream : streams)
             ::close(stream);
         OpenMissingStandardStreams();
