@@ -61,7 +61,9 @@ TEST(MachineConsole, KeepsNoMoreThanItsBounds) {
     MachineConsole console;
     for (int i = 0; i < 100; ++i)
         console.Add(std::string(1000, 'x'));
-    console.Add(std::string(2 * MachineConsole::KEPT, 'y') + "\n[ 1.0] reboot: Power down\n");
+    std::string text(2 * MachineConsole::KEPT, 'y');
+    text.append("\n[ 1.0] reboot: Power down\n");
+    console.Add(text);
 
     EXPECT_EQ(console.HowItEnded(), End::POWER_DOWN);
     EXPECT_EQ(console.Tail().size(), MachineConsole::KEPT);
