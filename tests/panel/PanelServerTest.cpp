@@ -175,10 +175,13 @@ TEST_F(PanelServerTest, GivesUpOnARequestThatDoesNotEnd) {
     EXPECT_THAT(Ask("GET /state HTTP/1.1\r\n" + Host()),
                 testing::AllOf(StartsWith("HTTP/1.1 408"), HasSubstr("did not come to its end in time")));
     EXPECT_EQ(Ask(""), "");
+    server.reset(); // before the feed goes
 }
 
 // Each of them would hold a thread for a minute.
 TEST_F(PanelServerTest, AnswersHoweverManyClientsStall) {
+    // The library makes its constants before several threads use them, under a lock that the sanitizer does not see.
+    Ask("GET /state HTTP/1.1\r\n" + Host() + "\r\n");
     server.reset();
     PanelFeed pages{"{}", {false}, [] { return 1ms; }};
     server = std::make_unique<PanelServer>(pages, nullptr, 0, 60s);
