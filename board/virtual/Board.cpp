@@ -292,6 +292,9 @@ private:
             if (trial.isAllowed)
                 return std::make_unique<NamespaceEntry>(files, place, trial.canHaveOwnNumbers, options.asRoot, before);
         }
+        if (PreloadLibrary().empty())
+            throw BoardError("this velrix-board has no library to preload, as it was built for a 32-bit machine; use "
+                             "--isolation namespaces");
         return std::make_unique<PreloadEntry>(state, files, layout, options.asRoot, before,
                                               [this](bool restart) { RebootBySystemCall(restart); });
     }

@@ -795,6 +795,15 @@ TEST(BoardTest, SaysWhatToDoWithoutFuse) {
     EXPECT_THAT(end.errors, AllOf(StartsWith("velrix-board: cannot open /dev/fuse"), HasSubstr("\"modprobe fuse\"")));
 }
 
+TEST(BoardTest, NamesTheIsolationThatItChoseOnRequest) {
+    const CommandEnd end = CommandRun{OnBoard("true", {"--isolation", "auto"})}.Run();
+
+    EXPECT_EQ(end.errors,
+              "velrix-board: runs the program in namespaces (--isolation namespaces), the strongest way that "
+              "there is\n");
+}
+
+#if __SIZEOF_POINTER__ == 8
 TEST(BoardTest, RunsByAPreloadedLibraryWhereNamespacesAreRefusedAndSaysSo) {
     const CommandEnd end =
         CommandRun{OnBoard("umount /dev/fuse && rm /dev/fuse; " VELRIX_BOARD_COMMAND " run -- sh -c 'cat " +
@@ -811,14 +820,6 @@ TEST(BoardTest, RunsByAPreloadedLibraryWhereNamespacesAreRefusedAndSaysSo) {
     EXPECT_EQ(std::count(end.errors.begin(), end.errors.end(), '\n'), 1) << end.errors;
 }
 
-TEST(BoardTest, NamesTheIsolationThatItChoseOnRequest) {
-    const CommandEnd end = CommandRun{OnBoard("true", {"--isolation", "auto"})}.Run();
-
-    EXPECT_EQ(end.errors,
-              "velrix-board: runs the program in namespaces (--isolation namespaces), the strongest way that "
-              "there is\n");
-}
-
 // The program that Debian links statically.
 TEST(BoardTest, RefusesAProgramThatTheLibraryCannotServeByItsName) {
     const CommandEnd end =
@@ -827,6 +828,14 @@ TEST(BoardTest, RefusesAProgramThatTheLibraryCannotServeByItsName) {
     EXPECT_EQ(end.ExitCode(), 126);
     EXPECT_THAT(end.errors, StartsWith("velrix-board: /usr/sbin/ldconfig is statically linked"));
 }
+#else
+TEST(BoardTest, SaysThatItHasNoLibraryToPreload) {
+    const CommandEnd end = CommandRun{{VELRIX_BOARD_COMMAND, "run", "--isolation", "preload", "--", "true"}}.Run();
+
+    EXPECT_EQ(end.ExitCode(), 125);
+    EXPECT_THAT(end.errors, HasSubstr("has no library to preload"));
+}
+#endif
 
 TEST(BoardTest, SaysWhatToDoWhereFuseIsRootsAlone) {
     // A file that is root's alone stands in for the device; the root of a namespace of one's own is not that root.

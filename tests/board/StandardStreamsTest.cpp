@@ -59,7 +59,7 @@ TEST(StandardStreamsTest, StayOutOfTheRecordsOfABoardThatWasStartedWithoutThem) 
     const CommandEnd end = CommandRun{{"sh", "-c", "exec 0<&- 1>&- 2>&-; exec \"$@\"", "sh", VELRIX_BOARD_COMMAND,
                                        "run", "--directory", board, "--panel=0", "--terminal", "--", "sh", "-c",
                                        "printf 1 > /sys/class/leds/ledGwStsRed/brightness; echo printed; "
-                                       "readlink /proc/self/fd/[012] > /mnt/share/streams"}}
+                                       "for f in 0 1 2; do readlink /proc/self/fd/$f; done > /mnt/share/streams"}}
                                .Run();
 
     EXPECT_EQ(end.ExitCode(), 0);
