@@ -60,7 +60,19 @@ int OpenAt(int directory, const char* path, int flags, mode_t mode) {
 
 } // namespace
 
+bool IsOfTheMachinesKernel(const Path& path, int flags) {
+    constexpr const char* FOLDERS[] = {"/sys/", "/proc/sys/", "/proc/sysrq-trigger"};
+    if ((flags & O_PATH) != 0 || ((flags & O_ACCMODE) == O_RDONLY && (flags & O_TRUNC) == 0))
+        return false;
+    for (const char* folder : FOLDERS)
+        if (std::strncmp(path.Whole(), folder, std::strlen(folder)) == 0)
+            return true;
+    return false;
+}
+
 int OpenLed(const Path& path, int flags, mode_t mode) {
+    if (IsOfTheMachinesKernel(path, flags))
+        return Fail(EROFS);
     if (path.Value() != nullptr && (flags & O_PATH) == 0)
         return OpenValue(*path.Value(), flags);
     if (path.IsInTree() && (flags & O_PATH) == 0 && ((flags & O_CREAT) != 0 || IsTemporary(flags)))

@@ -122,8 +122,14 @@ bool IsMade(const Path& led) {
 }
 
 FILE* Open(const char* path, const char* mode) {
-    return WithPath(path, Follow::YES,
-                    [=](const Path& led) { return IsMade(led) ? OpenStream(led, mode) : nextFopen(led.Text(), mode); });
+    return WithPath(path, Follow::YES, [=](const Path& led) -> FILE* {
+        const int flags = FlagsOf(mode);
+        if (flags >= 0 && IsOfTheMachinesKernel(led, flags)) {
+            errno = EROFS;
+            return nullptr;
+        }
+        return IsMade(led) ? OpenStream(led, mode) : nextFopen(led.Text(), mode);
+    });
 }
 
 // The stream that stands in for a standard one, and the program's own. The descriptor's number is the index.
