@@ -14,6 +14,15 @@ std::string Quoted(std::string_view text) {
     return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
+// The versions only rise within a run, so the news are at its end.
+template <class Run>
+typename Run::const_iterator FirstSince(const Run& run, std::uint64_t seen) {
+    auto first = run.end();
+    while (first != run.begin() && (first - 1)->version > seen)
+        --first;
+    return first;
+}
+
 } // namespace
 
 PanelFeed::PanelFeed(std::string boardDescription, const std::vector<bool>& signalLevels, Clock boardClock)
@@ -91,12 +100,13 @@ std::optional<std::string> PanelFeed::Next(Reader& reader, std::chrono::millisec
     wake.wait_for(lock, longest, [&] { return closed || !reader.begun || reader.seen < published; });
     if (reader.begun && reader.seen == published)
         return closed ? std::nullopt : std::optional<std::string>("");
-    std::string message = Message(reader);
-    // What happened meanwhile is in the message already, published or not.
+    const News news = Since(reader);
+    // What happened meanwhile is in the news already, published or not.
     published = std::max(published, version);
     reader.seen = version;
     reader.begun = true;
-    return message;
+    lock.unlock();
+    return Message(news);
 }
 
 void PanelFeed::Pause(std::chrono::milliseconds length) {
@@ -104,51 +114,49 @@ void PanelFeed::Pause(std::chrono::milliseconds length) {
     wake.wait_for(lock, length, [&] { return closed; });
 }
 
-std::string PanelFeed::Message(const Reader& reader) const {
+PanelFeed::News PanelFeed::Since(const Reader& reader) const {
     const std::uint64_t seen = reader.begun ? reader.seen : 0;
-    std::string message = "{\"now\":" + std::to_string(clock().count());
-    if (!reader.begun)
-        message += ",\"board\":" + description;
-
-    message += ",\"levels\":\"";
-    for (const Signal& signal : signals)
-        message += signal.level ? '1' : '0';
-    message += "\",\"changes\":[";
-    bool first = true;
+    News news{!reader.begun, {}};
     for (std::size_t number = 0; number < signals.size(); ++number) {
-        const std::deque<Entry>& entries = signals[number].entries;
-        // Versions only rise within a signal, so the news are at its end.
-        auto entry = entries.end();
-        while (entry != entries.begin() && (entry - 1)->version > seen)
-            --entry;
-        for (; entry != entries.end(); ++entry) {
-            message += first ? "[" : ",[";
-            first = false;
-            message += std::to_string(number) + "," + std::to_string(entry->id) + "," +
-                       std::to_string(entry->begin.count()) + "," + std::to_string(entry->end.count()) + "," +
-                       std::to_string(entry->count) + (entry->level ? ",1]" : ",0]");
-        }
+        const Signal& signal = signals[number];
+        news.levels += signal.level ? '1' : '0';
+        for (auto entry = FirstSince(signal.entries, seen); entry != signal.entries.end(); ++entry)
+            news.changes.emplace_back(number, *entry);
     }
-    message += "]";
-    AppendRecords(message, "webLog", logs[static_cast<std::size_t>(Log::WEB)], seen);
-    AppendRecords(message, "systemLog", logs[static_cast<std::size_t>(Log::SYSTEM)], seen);
+    for (std::size_t log = 0; log < logs.size(); ++log)
+        news.records[log].assign(FirstSince(logs[log], seen), logs[log].end());
     for (const auto& [name, part] : status)
         if (part.version > seen)
-            message += "," + Quoted(name) + ":" + part.json;
+            news.status.emplace_back(name, part.json);
+    return news;
+}
+
+std::string PanelFeed::Message(const News& news) const {
+    std::string message = "{\"now\":" + std::to_string(clock().count());
+    if (news.isFirst)
+        message += ",\"board\":" + description;
+    message += ",\"levels\":\"" + news.levels + "\",\"changes\":[";
+    for (const auto& [number, entry] : news.changes) {
+        message += message.back() == '[' ? "[" : ",[";
+        message += std::to_string(number) + "," + std::to_string(entry.id) + "," + std::to_string(entry.begin.count()) +
+                   "," + std::to_string(entry.end.count()) + "," + std::to_string(entry.count) +
+                   (entry.level ? ",1]" : ",0]");
+    }
+    message += "]";
+    AppendRecords(message, "webLog", news.records[static_cast<std::size_t>(Log::WEB)]);
+    AppendRecords(message, "systemLog", news.records[static_cast<std::size_t>(Log::SYSTEM)]);
+    for (const auto& [name, json] : news.status)
+        message += "," + Quoted(name) + ":" + json;
     return message + "}";
 }
 
-void PanelFeed::AppendRecords(std::string& message, const char* name, const std::deque<LogRecord>& records,
-                              std::uint64_t seen) const {
-    auto record = records.end();
-    while (record != records.begin() && (record - 1)->version > seen)
-        --record;
-    if (record == records.end())
+void PanelFeed::AppendRecords(std::string& message, const char* name, const std::vector<LogRecord>& records) {
+    if (records.empty())
         return;
     message += std::string(",\"") + name + "\":[";
-    for (bool first = true; record != records.end(); ++record, first = false)
-        message += std::string(first ? "[" : ",[") + std::to_string(record->number) + "," +
-                   std::to_string(record->time.count()) + "," + Quoted(record->text) + "]";
+    for (const LogRecord& record : records)
+        message += std::string(message.back() == '[' ? "[" : ",[") + std::to_string(record.number) + "," +
+                   std::to_string(record.time.count()) + "," + Quoted(record.text) + "]";
     message += "]";
 }
 

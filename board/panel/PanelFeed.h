@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace VelrixBoard {
@@ -95,9 +96,19 @@ private:
         std::string json;
     };
 
-    std::string Message(const Reader& reader) const;
-    void AppendRecords(std::string& message, const char* name, const std::deque<LogRecord>& records,
-                       std::uint64_t seen) const;
+    // What one message is made of. It is copied while the board's loop may have to wait, and made into text, which
+    // takes many times longer, when it need not.
+    struct News {
+        bool isFirst;
+        std::string levels; // a digit for each signal
+        std::vector<std::pair<std::size_t, Entry>> changes{};
+        std::array<std::vector<LogRecord>, 2> records{};
+        std::vector<std::pair<std::string, std::string>> status{};
+    };
+
+    News Since(const Reader& reader) const;
+    std::string Message(const News& news) const;
+    static void AppendRecords(std::string& message, const char* name, const std::vector<LogRecord>& records);
 
     const std::string description;
     const Clock clock;
