@@ -9,6 +9,7 @@
 
 #include "board/preload/Kernel.h"
 #include "board/preload/Next.h"
+#include "board/preload/OpenCalls.h"
 #include "board/preload/Path.h"
 #include "board/preload/Preloaded.h"
 #include "board/preload/ValueFiles.h"
@@ -119,6 +120,8 @@ VELRIX_PRELOADED(int, utimensat, int directory, const char* path, const timespec
 
 VELRIX_PRELOADED(int, truncate, const char* path, off_t size) {
     return WithPath(path, Follow::YES, [=](const Path& led) {
+        if (IsOfTheMachinesKernel(led, O_WRONLY))
+            return Fail(EROFS);
         return led.Value() != nullptr ? TruncateValue(led, *led.Value(), size) : nextTruncate(led.Text(), size);
     });
 }

@@ -201,6 +201,9 @@ FILE* Reopened(const char* path, const char* mode, FILE* stream) {
     if (path == nullptr)
         return nextFreopen(path, mode, stream);
     const Path led(AT_FDCWD, path, Follow::YES);
+    const int flags = FlagsOf(mode);
+    if (flags >= 0 && IsOfTheMachinesKernel(led, flags))
+        return Failed(stream, EROFS);
     return led.Value() != nullptr ? Reopen(led, mode, stream) : nextFreopen(led.Text(), mode, stream);
 }
 

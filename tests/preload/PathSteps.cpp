@@ -316,6 +316,15 @@ void UseOddPaths(const std::string&) {
            Of(::open("/mnt/share/file/", O_WRONLY | O_CREAT, 0600)), Of(::stat("/mnt/share/", &status))});
 }
 
+void UseTheMachinesKernel(const std::string&) {
+    constexpr const char* PARAMETER = "/proc/sys/kernel/hostname";
+    Print({Closed(::open(PARAMETER, O_WRONLY)), Closed(::open(PARAMETER, O_RDONLY | O_TRUNC)),
+           Closed(std::fopen(PARAMETER, "r+")), Closed(std::freopen(PARAMETER, "a", std::fopen("/dev/null", "r"))),
+           Of(::truncate(PARAMETER, 0))});
+    Print({Closed(::open(PARAMETER, O_RDONLY)), Closed(std::fopen(PARAMETER, "r")),
+           Closed(std::freopen(PARAMETER, "r", std::fopen("/dev/null", "r")))});
+}
+
 } // namespace
 
 std::vector<Step> PathSteps() {
@@ -328,7 +337,8 @@ std::vector<Step> PathSteps() {
             {"directories", ReadDirectories},
             {"elsewhere", GoElsewhere},
             {"links", FollowLinks},
-            {"odd paths", UseOddPaths}};
+            {"odd paths", UseOddPaths},
+            {"the machine's kernel", UseTheMachinesKernel}};
 }
 
 } // namespace VelrixBoard::Preload

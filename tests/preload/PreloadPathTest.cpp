@@ -119,6 +119,10 @@ TEST_F(PreloadPathTest, LeavesOddPathsToTheKernel) {
     EXPECT_EQ(Step("odd paths"), "ENOENT ENAMETOOLONG ENAMETOOLONG ENOTDIR EBADF EISDIR 0\n");
 }
 
+TEST_F(PreloadPathTest, OnlyReadsWhatBelongsToTheMachinesKernel) {
+    EXPECT_EQ(Step("the machine's kernel"), "EROFS EROFS EROFS EROFS EROFS\nopen there there\n");
+}
+
 TEST_F(PreloadPathTest, LeavesThePathsOfTheMachineAlone) {
     EXPECT_EQ(Shell("cd " + folder.Path() + "/share && /bin/pwd && cd / && ls -d /usr/bin && test ! -e /mnt/none"),
               "/mnt/share\n/usr/bin\n");
