@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/emulated/Command.h"
 
+#include <csignal>
 #include <cstdio>
 #include <map>
 #include <optional>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include <CLI/CLI.hpp>
+#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include "board/emulated/ArmProgram.h"
@@ -16,11 +18,13 @@
 #include "board/emulated/MachineControl.h"
 #include "board/emulated/MachineScenario.h"
 #include "board/emulated/ReadFile.h"
-#include "board/emulated/StopSignals.h"
 #include "board/virtual/BoardError.h"
 #include "board/virtual/CommandArguments.h"
 #include "board/virtual/ScenarioPlayer.h"
 #include "board/virtual/SettingsReader.h"
+#include "board/virtual/SignalBlock.h"
+#include "board/virtual/StopSignals.h"
+#include "board/virtual/StreamWriter.h"
 #include "board/virtual/TimelineRecorder.h"
 
 namespace VelrixBoard {
@@ -61,29 +65,47 @@ BoardModel MakeModel(const EmulatorOptions& options) {
     return model;
 }
 
-void Print(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t count = ::write(descriptor, text.data(), text.size());
-        if (count <= 0)
-            return; // nobody reads any more, which is the reader's business
-        text.remove_prefix(static_cast<std::size_t>(count));
-    }
-}
-
-// What the exit code does not say; null where it says all.
-const char* RemarkOn(MachineResult::Why why) {
+// What the exit code does not say; empty where it says all.
+std::string RemarkOn(MachineResult::Why why, const StopSignals& stop) {
     switch (why) {
     case MachineResult::Why::RESTARTED:
         return "the machine restarted";
     case MachineResult::Why::HALTED:
         return "the machine halted";
     case MachineResult::Why::STOPPED:
-        return "ended by a second signal, or by one that the machine did not answer";
+        return "kills the machine (" + stop.Reason() + ")";
     case MachineResult::Why::EXITED:
         break;
     }
-    return nullptr;
+    return {};
 }
+
+// Where the program prints to, at the pace of who reads it.
+class ProgramStreams final {
+public:
+    void AddTo(MachineProgram& program) {
+        program.output = [this](std::string_view text) { output.Write(text); };
+        program.errors = [this](std::string_view text) { errors.Write(text); };
+        program.takesOutput = [this] { return output.IsWritten() && errors.IsWritten(); };
+        program.parts.push_back(&output);
+        program.parts.push_back(&errors);
+    }
+
+    // The rest, until the user wants to wait no longer.
+    void Finish(StopSignals& stop, int signalFile) {
+        const StreamWriter::Patience patience{{stop.Descriptor(), signalFile}, [] { return true; }};
+        (void)(output.Finish(patience) && errors.Finish(patience));
+    }
+
+    void Say(const std::string& what) { errors.Write("velrix-emulator: " + what + "\n"); }
+
+private:
+    // Both take in more than a program prints at its very end.
+    static_assert(MachineProgram::MOST_AT_END * 2 < StreamWriter::MOST_WAITING);
+
+    StreamWriter output{STDOUT_FILENO};
+    StreamWriter errors{STDERR_FILENO};
+};
 
 int RunOnEmulator(const EmulatorOptions& options) {
     const BoardModel model = MakeModel(options);
@@ -128,17 +150,24 @@ int RunOnEmulator(const EmulatorOptions& options) {
         state.Add(*player);
         program.parts.push_back(&*player);
     }
-    program.output = [](std::string_view text) { Print(STDOUT_FILENO, text); };
-    program.errors = [](std::string_view text) { Print(STDERR_FILENO, text); };
+    ProgramStreams streams;
+    streams.AddTo(program);
 
     machine.AwaitReady();
-    const StopSignals signals;
-    program.signals = signals.Descriptor();
+    // A reader that is gone ends none of this.
+    ::signal(SIGPIPE, SIG_IGN);
+    StopSignals stop("velrix-emulator", {SIGINT, SIGQUIT, SIGTERM});
+    const SignalBlock signals{SIGHUP, SIGUSR1, SIGUSR2};
+    const FileDescriptor signalFile(::signalfd(-1, &signals.Blocked(), SFD_CLOEXEC | SFD_NONBLOCK));
+    program.stop = &stop;
+    program.signals = signalFile.Get();
     const MachineResult result = machine.Run(program, state, lines);
     if (recorder)
         recorder->Finish(result.end);
-    if (const char* remark = RemarkOn(result.why))
-        std::fprintf(stderr, "velrix-emulator: %s\n", remark);
+    if (result.why != MachineResult::Why::STOPPED)
+        streams.Finish(stop, signalFile.Get());
+    if (const std::string remark = RemarkOn(result.why, stop); !remark.empty())
+        streams.Say(remark);
     const int verdict = player ? player->Finish(result.end) : result.exitCode;
     return result.why == MachineResult::Why::STOPPED ? result.exitCode : verdict;
 }

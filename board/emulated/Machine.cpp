@@ -12,6 +12,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
+#include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,7 +24,6 @@
 #include "board/emulated/MachineConsole.h"
 #include "board/emulated/QmpClient.h"
 #include "board/emulated/ReadFile.h"
-#include "board/emulated/StopSignals.h"
 #include "board/scenario/Printable.h"
 #include "board/virtual/BoardError.h"
 #include "board/virtual/FileDescriptor.h"
@@ -47,7 +47,7 @@ constexpr std::chrono::milliseconds OBSERVER_INTERVAL{100};
 constexpr int SIGNALLED = 128;
 
 // The machine's own answers take milliseconds. Not those of its programs.
-constexpr std::chrono::seconds ANSWER_LIMIT = StopSignals::LIMIT;
+constexpr std::chrono::seconds ANSWER_LIMIT{5};
 
 // The emulator's answers take microseconds, and no host is so busy that they take longer than this.
 constexpr std::chrono::seconds EMULATOR_LIMIT{60};
@@ -57,7 +57,8 @@ constexpr std::chrono::seconds KILL_LIMIT{20};
 
 // More than a connection holds, so that one turn takes all that came before it; but a program that prints as fast as we
 // read does not hold us in a loop.
-constexpr int READS_PER_TURN = 64;
+constexpr std::size_t READ_SIZE = 16384;
+constexpr std::size_t READS_PER_TURN = MachineProgram::MOST_AT_END / READ_SIZE;
 
 // A line that the agent's shell reads in one go, and the terminal driver holds.
 constexpr std::size_t MAX_COMMAND = 3500;
@@ -85,8 +86,8 @@ std::string Tail(const std::filesystem::path& file) {
 // What has come on a descriptor that does not block. False at the end of the connection.
 template <class Take>
 bool ReadWaiting(int descriptor, const Take& take) {
-    char buffer[16384];
-    for (int reads = 0; reads < READS_PER_TURN; ++reads) {
+    char buffer[READ_SIZE];
+    for (std::size_t reads = 0; reads < READS_PER_TURN; ++reads) {
         const ssize_t count = ::read(descriptor, buffer, sizeof buffer);
         if (count <= 0)
             return count != 0;
@@ -152,7 +153,6 @@ private:
         int answersDue = 0;                                     // to signals
         std::optional<std::chrono::microseconds> answerLimit{}; // for them
         std::optional<std::chrono::microseconds> killLimit{};   // for the end of a program that was killed
-        int stopSignal = 0;                                     // the user's
 
         BoardTime At(std::chrono::microseconds hostTime) const { return clock.At(hostTime) - start; }
         BoardTime Now() const { return At(HostTime()); }
@@ -173,7 +173,8 @@ private:
     void Obey(const AgentPort::Message& message);
     void ReadConsole();
     void ReadOutput();
-    void ReadSignals();
+    void EndOnRequest();
+    void PassOnSignals();
     void ReadEvents();
     void Command(const std::string& line);
     void CheckLimits();
@@ -437,7 +438,8 @@ void Machine::Process::Obey(const AgentPort::Message& message) {
         if (!running || running->answersDue == 0 || --running->answersDue > 0)
             break;
         running->answerLimit.reset();
-        StopSignals::Answered();
+        if (running->program.stop)
+            running->program.stop->Answered();
         break;
     case Kind::EXIT:
         if (!running || running->result)
@@ -481,17 +483,24 @@ void Machine::Process::ReadEvents() {
     }
 }
 
-void Machine::Process::ReadSignals() {
-    const int signal = StopSignals::Take(running->program.signals);
-    if (signal == 0)
-        return;
-    const bool isSecond = StopSignals::IsToStop(signal) && running->stopSignal != 0;
-    if (StopSignals::IsToStop(signal))
-        running->stopSignal = signal;
-    if (isSecond)
-        running->End(MachineResult::Why::STOPPED, SIGNALLED + signal);
-    else
-        Signal(SignalWord(signal));
+void Machine::Process::EndOnRequest() {
+    StopSignals& stop = *running->program.stop;
+    switch (stop.Take()) {
+    case StopSignals::Request::END:
+        Signal(SignalWord(stop.Signal()));
+        break;
+    case StopSignals::Request::KILL:
+        running->End(MachineResult::Why::STOPPED, SIGNALLED + stop.Signal());
+        break;
+    case StopSignals::Request::NONE:
+        break;
+    }
+}
+
+void Machine::Process::PassOnSignals() {
+    signalfd_siginfo signal;
+    if (::read(running->program.signals, &signal, sizeof signal) == sizeof signal)
+        Signal(SignalWord(static_cast<int>(signal.ssi_signo)));
 }
 
 // Of what must have come by now while a program runs.
@@ -499,10 +508,10 @@ void Machine::Process::CheckLimits() {
     const auto now = HostTime();
     if (running->result)
         return;
-    if (now >= running->answerLimit.value_or(now + EMULATOR_LIMIT)) {
-        if (running->stopSignal == 0)
-            Fail("the emulated board does not answer a signal for its program");
-        running->End(MachineResult::Why::STOPPED, SIGNALLED + running->stopSignal);
+    // Those to stop have their own limit.
+    const bool isToStop = running->program.stop && running->program.stop->Signal() != 0;
+    if (!isToStop && now >= running->answerLimit.value_or(now + EMULATOR_LIMIT)) {
+        Fail("the emulated board does not answer a signal for its program");
     } else if (now >= running->killLimit.value_or(now + EMULATOR_LIMIT)) {
         Fail(running->program.words[0] + " did not end when it was killed");
     }
@@ -519,16 +528,21 @@ void Machine::Process::Turn(std::chrono::microseconds until) {
     const timespec wait = {static_cast<time_t>(left.count() / 1'000'000),
                            static_cast<long>(left.count() % 1'000'000 * 1000)};
 
+    const bool takesOutput = !running || running->program.takesOutput();
+    StopSignals* const stop = running ? running->program.stop : nullptr;
     // The trace before the agent: what the program did comes before its end.
-    pollfd descriptors[] = {{trace.Get(), POLLIN, 0},
-                            {output.Get(), POLLIN, 0},
-                            {errors.Get(), POLLIN, 0},
-                            {qmp->Descriptor(), POLLIN, 0},
-                            {agent.Get(), POLLIN, 0},
-                            {running ? running->program.signals : -1, POLLIN, 0},
-                            {debugger->Descriptor(), POLLIN, 0},
-                            {consoleOutput.Get(), POLLIN, 0}};
-    if (::ppoll(descriptors, std::size(descriptors), &wait, nullptr) < 0 && errno != EINTR)
+    std::vector<pollfd> descriptors = {{trace.Get(), POLLIN, 0},
+                                       {takesOutput ? output.Get() : -1, POLLIN, 0},
+                                       {takesOutput ? errors.Get() : -1, POLLIN, 0},
+                                       {qmp->Descriptor(), POLLIN, 0},
+                                       {agent.Get(), POLLIN, 0},
+                                       {stop ? stop->Descriptor() : -1, POLLIN, 0},
+                                       {debugger->Descriptor(), POLLIN, 0},
+                                       {consoleOutput.Get(), POLLIN, 0},
+                                       {running ? running->program.signals : -1, POLLIN, 0}};
+    for (const ILoopPart* part : parts)
+        descriptors.push_back({part->Descriptor(), static_cast<short>(part->AwaitsRoom() ? POLLOUT : POLLIN), 0});
+    if (::ppoll(descriptors.data(), descriptors.size(), &wait, nullptr) < 0 && errno != EINTR)
         ThrowSystemError("ppoll");
     // That the emulator is gone is for the agent's connection to notice, which tells more.
     if ((descriptors[6].revents & (POLLIN | POLLHUP)) == POLLIN)
@@ -542,8 +556,10 @@ void Machine::Process::Turn(std::chrono::microseconds until) {
         ReadEvents();
     if (descriptors[4].revents)
         ReadAgent();
-    if (descriptors[5].revents && running && !running->result)
-        ReadSignals();
+    if (descriptors[8].revents && !running->result)
+        PassOnSignals();
+    if (stop && !running->result)
+        EndOnRequest();
     if (running && running->state) {
         for (ILoopPart* part : parts)
             if (!running->result)

@@ -15,6 +15,7 @@
 #include "board/emulated/GpioLines.h"
 #include "board/virtual/BoardState.h"
 #include "board/virtual/ILoopPart.h"
+#include "board/virtual/StopSignals.h"
 
 namespace VelrixBoard {
 
@@ -23,14 +24,21 @@ struct MachineProgram {
     // Found in the machine, by its PATH or by a whole path.
     std::vector<std::string> words;
 
-    // Takes what the program prints and its errors, as they come.
+    // Takes what the program prints and its errors, as they come. Where takesOutput says no, the program waits with
+    // what it prints, and with nothing else; only what it printed at its very end comes all the same, at most
+    // MOST_AT_END of each.
     std::function<void(std::string_view)> output = [](std::string_view) {};
     std::function<void(std::string_view)> errors = [](std::string_view) {};
+    std::function<bool()> takesOutput = [] { return true; };
+    static constexpr std::size_t MOST_AT_END = std::size_t{1} * 1024 * 1024;
 
-    // What wants attention while the program runs, such as the simulated module. Their descriptors are not looked at.
+    // What wants attention while the program runs, such as the simulated module.
     std::vector<ILoopPart*> parts{};
 
-    // That of StopSignals, whose signals the program gets; -1 for none.
+    // Whose signals end the program, and at last the run; null for nobody's.
+    StopSignals* stop = nullptr;
+
+    // A signalfd of further signals for the program; -1 for none.
     int signals = -1;
 
     // The program is taken to hang after this long, which is a BoardError.
@@ -44,7 +52,7 @@ struct MachineResult {
         // then, and a machine that is halted runs nothing more.
         RESTARTED,
         HALTED,
-        // A second signal to stop came, or one that the machine did not answer. The machine is of no more use.
+        // The signals to stop want it, who know the reason. The machine is of no more use.
         STOPPED
     };
 

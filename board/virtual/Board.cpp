@@ -46,8 +46,8 @@
 #include "board/virtual/SavedSignals.h"
 #include "board/virtual/SettingsReader.h"
 #include "board/virtual/SignalBlock.h"
+#include "board/virtual/StopSignals.h"
 #include "board/virtual/SyslogSocket.h"
-#include "board/virtual/TerminationGuard.h"
 #include "board/virtual/TimelineRecorder.h"
 #include "board/virtual/UserOutput.h"
 #include "board/virtual/ValueFiles.h"
@@ -159,8 +159,8 @@ void Append(const fs::path& path, std::string_view text) {
 class Board final : public IBoardControl {
 public:
     Board(const BoardOptions& boardOptions, RunDirectory runDirectory, const SavedSignals& savedSignals,
-          TerminationGuard& terminationGuard)
-        : options(boardOptions), saved(savedSignals), guard(terminationGuard), directory(std::move(runDirectory)),
+          StopSignals& stopSignals)
+        : options(boardOptions), saved(savedSignals), stop(stopSignals), directory(std::move(runDirectory)),
           layout(directory.Path()), model(MakeModel(options, layout)), state(model),
           recorder(layout, state, options.directory.has_value(), [this](const std::string& text) { Say(text); }),
           files(
@@ -208,7 +208,7 @@ public:
             user.Show(state, *this, program, Now());
         for (ILoopPart* part : user.Parts())
             parts.push_back(part);
-        const SignalBlock signals{SIGWINCH};
+        const SignalBlock signals{SIGHUP, SIGINT, SIGQUIT, SIGUSR1, SIGUSR2, SIGWINCH};
         std::array<int, 2> pair{};
         if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair.data()) != 0)
             ThrowSystemError("cannot make a socket pair");
@@ -397,11 +397,11 @@ private:
     // The rest of the web log and of the output, at the pace of who reads it, and until the user does not want more.
     void FinishOutput(int signalFile) {
         bool isStopped = isKilled;
-        const UserOutput::Patience patience{{signalFile, guard.Descriptor()}, [&] {
-                                                isStopped = isStopped || IsToldToEnd(signalFile) ||
-                                                            guard.Take() != TerminationGuard::Request::NONE;
-                                                return isStopped;
-                                            }};
+        const StreamWriter::Patience patience{{signalFile, stop.Descriptor()}, [&] {
+                                                  isStopped = isStopped || IsToldToEnd(signalFile) ||
+                                                              stop.Take() != StopSignals::Request::NONE;
+                                                  return isStopped;
+                                              }};
         const auto goesOn = [&] {
             Settle();
             return user.AwaitReader(patience) && !patience.isStopped();
@@ -414,7 +414,7 @@ private:
         user.Finish([this] { return Now(); }, patience);
     }
 
-    // The guard's handlers are for this process alone.
+    // The handlers of StopSignals are for this process alone.
     pid_t ForkInit() {
         sigset_t termination, before;
         sigemptyset(&termination);
@@ -433,7 +433,7 @@ private:
             // Signals that come before the program runs wait for it.
             waits.push_back({programProcess ? signalFile : -1, POLLIN, 0});
             waits.push_back({syslog ? syslog->Descriptor() : -1, POLLIN, 0});
-            waits.push_back({guard.Descriptor(), POLLIN, 0});
+            waits.push_back({stop.Descriptor(), POLLIN, 0});
             for (const ILoopPart* part : parts)
                 waits.push_back({part->Descriptor(), static_cast<short>(part->AwaitsRoom() ? POLLOUT : POLLIN), 0});
             if (::poll(waits.data(), waits.size(), Timeout()) < 0 && errno != EINTR)
@@ -454,7 +454,7 @@ private:
     }
 
     int Timeout() const {
-        std::optional<BoardTime> due = killDue;
+        std::optional<BoardTime> due;
         for (const ILoopPart* part : parts)
             if (const auto own = part->Due())
                 due = due ? std::min(*due, *own) : own;
@@ -504,25 +504,24 @@ private:
                            [](const signalfd_siginfo& signal) { return signal.ssi_signo != SIGWINCH; });
     }
 
-    // By SIGTERM. A program that is not there yet gets it when it is, which must not last for ever; after the program
-    // there is nobody to wait for.
+    // By SIGTERM. A program that is not there yet gets it when it is; after the program there is nobody to wait for.
     void EndOnRequest() {
-        const TerminationGuard::Request request = guard.Take();
-        const bool runs = programProcess && !ended;
-        if (request == TerminationGuard::Request::END && runs)
-            SignalProgram(SIGTERM);
-        else if (request == TerminationGuard::Request::END && !programProcess)
-            killDue = Now() + TerminationGuard::ANSWER_LIMIT;
-        else if (request != TerminationGuard::Request::NONE || (killDue && *killDue <= Now()))
+        const StopSignals::Request request = stop.Take();
+        if (request == StopSignals::Request::NONE)
+            return;
+        isToldToEnd = true;
+        stop.Answered();
+        if (request == StopSignals::Request::KILL || ended)
             Kill();
+        else
+            SignalProgram(SIGTERM);
     }
 
     void Kill() {
-        killDue.reset();
         if (std::exchange(isKilled, true))
             return;
         Say(ended ? "kills what the program left running (SIGTERM)"
-                  : "kills all that runs on the board (SIGTERM, and not the first one)");
+                  : "kills all that runs on the board (" + stop.Reason() + ")");
         if (programProcess)
             SendInitOrder(initSocket.Get(), InitOrder::KILL_ALL);
         else if (init > 0)
@@ -540,10 +539,8 @@ private:
             break;
         case InitMessage::Kind::STARTED:
             programProcess = std::move(attached);
-            ended = false;
-            if (killDue)
+            if (isToldToEnd)
                 SignalProgram(SIGTERM);
-            killDue.reset();
             for (IBoardObserver* observer : state.Observers())
                 observer->OnProgramStarted(Now());
             break;
@@ -556,11 +553,10 @@ private:
                 OnEnd(W_EXITCODE(0, SIGKILL));
             // Signals that come now wait for the next program.
             programProcess.Close();
-            if (reboot == RebootStub::Effect::RESTART && !isRebootedBySystemCall && !isKilled &&
+            if (reboot == RebootStub::Effect::RESTART && !isRebootedBySystemCall && !isToldToEnd &&
                 options.onReboot == BoardOptions::OnReboot::RESTART) {
                 PowerUp();
-                // Before the program can say that it runs.
-                guard.Restart();
+                ended = false;
                 reboot = RebootStub::Effect::NONE;
                 SendInitOrder(socket, InitOrder::RUN_ANEW);
             } else {
@@ -638,7 +634,7 @@ private:
 
     const BoardOptions& options;
     const SavedSignals& saved;
-    TerminationGuard& guard;
+    StopSignals& stop;
     RunDirectory directory;
     BoardLayout layout;
     BoardModel model;
@@ -665,7 +661,7 @@ private:
     FileDescriptor programProcess;
     RebootStub::Effect reboot = RebootStub::Effect::NONE; // that was called for since the program was started
     bool isRebootedBySystemCall = false;
-    std::optional<BoardTime> killDue; // since the program was to end before it ran
+    bool isToldToEnd = false; // by a signal to this process
     bool isKilled = false;
     bool ended = false;
     int endStatus = 0;
@@ -683,9 +679,9 @@ int RunBoard(const BoardOptions& options, const Program& program) {
         // A file that may not grow, and a reader that is gone, fail a write; the board has to see that, not to die.
         ::signal(SIGXFSZ, SIG_IGN);
         ::signal(SIGPIPE, SIG_IGN);
-        TerminationGuard guard("velrix-board");
+        StopSignals stop("velrix-board", {SIGTERM});
         Board board(options, options.directory ? RunDirectory::At(*options.directory) : RunDirectory::Private(), saved,
-                    guard);
+                    stop);
         return board.Run(program);
     } catch (const fs::filesystem_error& error) {
         throw BoardError(error.what());

@@ -6,15 +6,13 @@
 
 namespace VelrixBoard {
 
-// Holds back the signals that a board passes on, for as long as it lives. SIGTERM is not among them: it has a
-// TerminationGuard.
+// Holds back signals for as long as it lives, so that a loop can read them. Those that StopSignals handles are not for
+// this.
 class SignalBlock final {
 public:
-    explicit SignalBlock(std::initializer_list<int> further = {}) {
+    SignalBlock(std::initializer_list<int> signals) {
         sigemptyset(&blocked);
-        for (const int signal : further)
-            sigaddset(&blocked, signal);
-        for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGUSR1, SIGUSR2})
+        for (const int signal : signals)
             sigaddset(&blocked, signal);
         ::sigprocmask(SIG_BLOCK, &blocked, &before);
     }

@@ -68,6 +68,22 @@ void StreamWriter::Run(BoardTime) {
         waiting.Clear();
 }
 
+bool StreamWriter::Finish(const Patience& patience) {
+    constexpr int LIMIT_MS = std::chrono::milliseconds(READER_LIMIT).count();
+    while (!IsWritten()) {
+        std::vector<pollfd> waits = {{Descriptor(), POLLOUT, 0}};
+        for (const int descriptor : patience.descriptors)
+            waits.push_back({descriptor, POLLIN, 0});
+        const int ready = ::poll(waits.data(), waits.size(), LIMIT_MS);
+        if (ready == 0 || (ready < 0 && errno != EINTR))
+            return false;
+        if ((ready < 0 || waits[0].revents == 0) && patience.isStopped())
+            return false;
+        Run(BoardTime::zero());
+    }
+    return true;
+}
+
 ssize_t StreamWriter::WriteSome() const {
     const std::string& text = waiting.Text();
     if (isSocket)

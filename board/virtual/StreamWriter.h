@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
+#include <functional>
+#include <vector>
+
 #include "board/virtual/Backlog.h"
 #include "board/virtual/FileDescriptor.h"
 #include "board/virtual/ILoopPart.h"
@@ -17,6 +21,10 @@ public:
     // than a program that changes lines and writes logs without end.
     static constexpr std::size_t MOST_WAITING = std::size_t{4} * 1024 * 1024;
 
+    // How long Finish waits for a reader that takes nothing at all: time to read a page and to come back to a terminal
+    // that was stopped, but not for ever.
+    static constexpr std::chrono::minutes READER_LIMIT{10};
+
     explicit StreamWriter(int openStream);
 
     void Write(std::string_view text) override;
@@ -28,6 +36,15 @@ public:
 
     // Writes once.
     void Run(BoardTime now) override;
+
+    // Whoever may end the waiting for a reader: isStopped is asked when one of the descriptors is readable.
+    struct Patience {
+        std::vector<int> descriptors;
+        std::function<bool()> isStopped;
+    };
+
+    // Waits until all is written. False when the reader had READER_LIMIT, or the user has no patience.
+    bool Finish(const Patience& patience);
 
 private:
     ssize_t WriteSome() const;

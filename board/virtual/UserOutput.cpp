@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/virtual/UserOutput.h"
 
-#include <cerrno>
 #include <cstdlib>
 #include <string_view>
 
-#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -69,7 +67,7 @@ void UserOutput::OnResize(BoardTime now) {
         view->OnResize(now);
 }
 
-void UserOutput::Finish(const Clock& clock, const Patience& patience) {
+void UserOutput::Finish(const Clock& clock, const StreamWriter::Patience& patience) {
     do
         if (!AwaitReader(patience))
             return;
@@ -78,22 +76,6 @@ void UserOutput::Finish(const Clock& clock, const Patience& patience) {
         return;
     view->Finish(clock());
     (void)AwaitReader(patience);
-}
-
-bool UserOutput::AwaitReader(const Patience& patience) {
-    constexpr int LIMIT_MS = std::chrono::milliseconds(READER_LIMIT).count();
-    while (!errors.IsWritten()) {
-        std::vector<pollfd> waits = {{errors.Descriptor(), POLLOUT, 0}};
-        for (const int descriptor : patience.descriptors)
-            waits.push_back({descriptor, POLLIN, 0});
-        const int ready = ::poll(waits.data(), waits.size(), LIMIT_MS);
-        if (ready == 0 || (ready < 0 && errno != EINTR))
-            return false;
-        if ((ready < 0 || waits[0].revents == 0) && patience.isStopped())
-            return false;
-        errors.Run(BoardTime::zero());
-    }
-    return true;
 }
 
 } // namespace VelrixBoard

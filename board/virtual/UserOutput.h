@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <chrono>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,10 +19,6 @@ namespace VelrixBoard {
 // All that a running board shows and says on standard error. Nothing here waits for whoever reads it until the end.
 class UserOutput final {
 public:
-    // How long the end of a board waits for a reader that takes nothing at all: time to read a page and to come back
-    // to a terminal that was stopped, but not for ever.
-    static constexpr std::chrono::minutes READER_LIMIT{10};
-
     // A line.
     void Say(const std::string& what);
 
@@ -39,17 +33,11 @@ public:
     std::vector<ILoopPart*> Parts();
     void OnResize(BoardTime now);
 
-    // Whoever may end the waiting for a reader: isStopped is asked when one of the descriptors is readable.
-    struct Patience {
-        std::vector<int> descriptors;
-        std::function<bool()> isStopped;
-    };
-
-    // Waits until what was written so far is read. False when the reader had READER_LIMIT, or the user has no patience.
-    bool AwaitReader(const Patience& patience);
+    // Waits until what was written so far is read, as StreamWriter::Finish does.
+    bool AwaitReader(const StreamWriter::Patience& patience) { return errors.Finish(patience); }
 
     // The same for the rest of the program's output and the last picture.
-    void Finish(const Clock& clock, const Patience& patience);
+    void Finish(const Clock& clock, const StreamWriter::Patience& patience);
 
 private:
     StreamWriter errors{STDERR_FILENO};

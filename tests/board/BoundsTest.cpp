@@ -331,22 +331,60 @@ TEST_P(BoundsOfTheEndTest, KillsWhatDoesNotEndByTheSecondRequest) {
     ASSERT_TRUE(status);
     EXPECT_TRUE(WIFSIGNALED(*status));
     EXPECT_EQ(WTERMSIG(*status), SIGKILL);
-    EXPECT_EQ(bench->Errors(), "velrix-board: kills all that runs on the board (SIGTERM, and not the first one)\n");
+    EXPECT_EQ(bench->Errors(), "velrix-board: kills all that runs on the board (a second SIGTERM)\n");
     EXPECT_FALSE(std::filesystem::exists(bench->Path("control")));
 }
 
-TEST_P(BoundsOfTheEndTest, CountsRequestsForEachProgram) {
-    Start("if test -e /mnt/share/ready; then trap 'exit 9' TERM; touch /mnt/share/again; "
-          "else trap '/sbin/reboot; exit 0' TERM; touch /mnt/share/ready; fi; while :; do sleep 0.01; done",
-          {"--on-reboot", "restart"});
-    bench->Signal(SIGTERM);
-    ASSERT_TRUE(bench->WaitFor([&] { return std::filesystem::exists(bench->Path("share/again")); }));
-
+TEST_P(BoundsOfTheEndTest, KillsWhatDoesNotEndByTheFirstRequest) {
+    Start("trap '' TERM; touch /mnt/share/ready; while :; do sleep 1000; done");
     bench->Signal(SIGTERM);
 
     const std::optional<int> status = bench->Wait();
+
     ASSERT_TRUE(status);
-    EXPECT_EQ(WEXITSTATUS(*status), 9);
+    EXPECT_TRUE(WIFSIGNALED(*status));
+    EXPECT_EQ(WTERMSIG(*status), SIGKILL);
+    EXPECT_EQ(bench->Errors(), "velrix-board: kills all that runs on the board (7 s after SIGTERM)\n");
+    EXPECT_FALSE(std::filesystem::exists(bench->Path("control")));
+}
+
+TEST_P(BoundsOfTheEndTest, KillsWhatAProgramLeavesRunningThatEndedOnRequest) {
+    Start("trap 'exit 5' TERM; nice sh -c \"trap '' TERM; while :; do :; done\" & touch /mnt/share/ready; "
+          "while :; do sleep 0.01; done");
+    bench->Signal(SIGTERM);
+
+    const std::optional<int> status = bench->Wait();
+
+    ASSERT_TRUE(status);
+    EXPECT_EQ(WEXITSTATUS(*status), 5);
+    EXPECT_EQ(bench->Errors(), "velrix-board: kills what the program left running (SIGTERM)\n");
+}
+
+TEST_P(BoundsOfTheEndTest, EndsByOneRequestWithoutAReader) {
+    Bench unread(Stream::TERMINAL, false, {"--terminal", "--isolation", GetParam()},
+                 "yes & touch /mnt/share/ready; while :; do sleep 0.01; done");
+    ASSERT_TRUE(unread.WaitFor([&] { return std::filesystem::exists(unread.Path("share/ready")); }));
+    unread.Signal(SIGTERM);
+
+    const std::optional<int> status = unread.Wait();
+
+    ASSERT_TRUE(status);
+    EXPECT_TRUE(WIFSIGNALED(*status));
+    EXPECT_EQ(WTERMSIG(*status), SIGTERM);
+}
+
+// Who tells the board to end does not mean the program alone.
+TEST_P(BoundsOfTheEndTest, DoesNotRunAProgramAnewThatWasToldToEnd) {
+    Start("test -e /mnt/share/ready && touch /mnt/share/again; trap '/sbin/reboot; exit 0' TERM; "
+          "touch /mnt/share/ready; while :; do sleep 0.01; done",
+          {"--on-reboot", "restart"});
+    bench->Signal(SIGTERM);
+
+    const std::optional<int> status = bench->Wait();
+
+    ASSERT_TRUE(status);
+    EXPECT_EQ(*status, 0);
+    EXPECT_FALSE(std::filesystem::exists(bench->Path("share/again")));
 }
 
 TEST_P(BoundsOfTheEndTest, KillsAtOnceWhatOutlivesTheProgram) {

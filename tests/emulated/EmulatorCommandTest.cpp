@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The command velrix-emulator as people use it. Whatever needs a machine boots one; the rest fails before.
+#include <array>
 #include <chrono>
+#include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -11,6 +13,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -38,7 +41,8 @@ protected:
         process = ::fork();
         ASSERT_GE(process, 0);
         if (process == 0) {
-            ::dup2(::open(folder.Path("output").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
+            const int file = ::open(folder.Path("output").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+            ::dup2(standardOutput >= 0 ? standardOutput : file, STDOUT_FILENO);
             ::dup2(::open(folder.Path("errors").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
             ::execv(pointers[0], pointers.data());
             ::_exit(99);
@@ -62,6 +66,7 @@ protected:
     const std::string scenes = ArmTestPrograms::Path("tests/emulated/board-scenes");
     TestSupport::TemporaryFolder folder;
     pid_t process = -1;
+    int standardOutput = -1; // in place of the file
     std::string output;
     std::string errors;
 };
@@ -157,21 +162,48 @@ TEST_F(EmulatorCommand, EndsByASignalThatTheMachineDoesNotAnswer) {
     ::kill(process, SIGTERM);
 
     EXPECT_EQ(Wait(), 143) << errors;
-    EXPECT_EQ(errors, "velrix-emulator: ended by a second signal, or by one that the machine did not answer\n");
+    EXPECT_EQ(errors, "velrix-emulator: kills the machine (5 s after SIGTERM, which the program did not get)\n");
 }
 
 TEST_F(EmulatorCommand, EndsByASecondSignalOfAProgramThatDoesNot) {
     folder.Write("output", ""); // to be looked into before the command has made it
     Start({"run", "--image", image, "--", "sh", "-c",
            "trap 'echo again' TERM; echo started; while :; do usleep 10000; done"});
-    for (const std::string told : {"started\n", "started\nagain\n"}) {
-        EXPECT_TRUE(TestSupport::PrivateBoard::WaitFor([&] { return folder.Read("output") == told; },
+    std::string expected = "started\n";
+    for (const int signal : {SIGTERM, SIGINT}) {
+        EXPECT_TRUE(TestSupport::PrivateBoard::WaitFor([&] { return folder.Read("output") == expected; },
                                                        std::chrono::seconds(120)));
-        ::kill(process, SIGTERM);
+        ::kill(process, signal);
+        expected += "again\n";
     }
 
+    EXPECT_EQ(Wait(), 130) << errors;
+    EXPECT_EQ(errors, "velrix-emulator: kills the machine (a second SIGINT)\n");
+}
+
+TEST_F(EmulatorCommand, ServesLinesWithoutAReaderAndEndsByOneSigterm) {
+    std::array<int, 2> pipe{};
+    ASSERT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);
+    standardOutput = pipe[1];
+    folder.Write("run.vcd", ""); // to be looked into before the command has made it
+    Start({"run", "--image", image, "--timeline", folder.Path("run.vcd"), "--", "sh", "-c",
+           "trap '' TERM; yes & while :; do for level in 1 0; do echo $level > /var/dev/gpio-outputs/oxboRlN/value; "
+           "done; done"});
+    EXPECT_TRUE(TestSupport::PrivateBoard::WaitFor(
+        [&] {
+            int waiting = 0;
+            ::ioctl(pipe[0], FIONREAD, &waiting);
+            return waiting >= ::fcntl(pipe[0], F_GETPIPE_SZ) - PIPE_BUF;
+        },
+        std::chrono::seconds(120)));
+    const std::size_t before = folder.Read("run.vcd").size();
+    EXPECT_TRUE(TestSupport::PrivateBoard::WaitFor([&] { return folder.Read("run.vcd").size() > before + 10'000; }));
+    ::kill(process, SIGTERM);
+
     EXPECT_EQ(Wait(), 143) << errors;
-    EXPECT_EQ(errors, "velrix-emulator: ended by a second signal, or by one that the machine did not answer\n");
+    EXPECT_EQ(errors, "velrix-emulator: kills the machine (7 s after SIGTERM)\n");
+    for (const int end : pipe)
+        ::close(end);
 }
 
 TEST_F(EmulatorCommand, SaysWhatIsMissingAndWhatToDo) {
