@@ -10,8 +10,6 @@ namespace VelrixBoard {
 
 namespace {
 
-constexpr const char* JSON = "application/json";
-
 // In words, for who wrote the request. The library answers some requests by itself, with the status alone.
 constexpr struct {
     int status;

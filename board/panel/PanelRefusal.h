@@ -9,6 +9,9 @@
 
 namespace VelrixBoard {
 
+// The type of what the panel answers with.
+inline constexpr const char* JSON = "application/json";
+
 // Answers with {"error": TEXT}.
 void AnswerError(httplib::Response& response, int status, const std::string& text);
 

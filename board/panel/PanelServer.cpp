@@ -26,7 +26,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr const char* ADDRESS = "127.0.0.1";
-constexpr const char* JSON = "application/json";
 
 // Pages hear of a single change at once, and of many in parts of this length.
 constexpr auto MESSAGE_DISTANCE = 25ms;

@@ -46,13 +46,9 @@ int Refuse(const Path& path) {
     return Kernel::Status(path.Text(), true, status) == 0 ? Fail(EPERM) : -1;
 }
 
-bool IsProtected(const Path& path) {
-    return path.IsInTree() || path.Value() != nullptr;
-}
-
 int ChmodAt(int directory, const char* path, mode_t mode, int flags) {
     return WithPath(directory, path, FollowOf(flags), [=](const Path& led) {
-        return IsProtected(led) ? Refuse(led) : nextChmodAt(led.Directory(), led.Text(), mode, flags);
+        return led.IsMadeUp() ? Refuse(led) : nextChmodAt(led.Directory(), led.Text(), mode, flags);
     });
 }
 
@@ -60,8 +56,7 @@ int ChownAt(int directory, const char* path, uid_t user, gid_t group, int flags)
     // Nothing is changed.
     const bool isEmpty = user == static_cast<uid_t>(-1) && group == static_cast<gid_t>(-1);
     return WithPath(directory, path, FollowOf(flags), [=](const Path& led) {
-        return IsProtected(led) && !isEmpty ? Refuse(led)
-                                            : nextChownAt(led.Directory(), led.Text(), user, group, flags);
+        return led.IsMadeUp() && !isEmpty ? Refuse(led) : nextChownAt(led.Directory(), led.Text(), user, group, flags);
     });
 }
 
@@ -134,41 +129,41 @@ VELRIX_PRELOADED(int, inotify_add_watch, int queue, const char* path, std::uint3
 
 VELRIX_PRELOADED(ssize_t, getxattr, const char* path, const char* name, void* value, size_t size) {
     return WithPath(path, Follow::YES, [=](const Path& led) {
-        return IsProtected(led) ? Fail(EOPNOTSUPP) : nextGetXattr(led.Text(), name, value, size);
+        return led.IsMadeUp() ? Fail(EOPNOTSUPP) : nextGetXattr(led.Text(), name, value, size);
     });
 }
 VELRIX_PRELOADED(ssize_t, lgetxattr, const char* path, const char* name, void* value, size_t size) {
     return WithPath(path, Follow::NO, [=](const Path& led) {
-        return IsProtected(led) ? Fail(EOPNOTSUPP) : nextLgetXattr(led.Text(), name, value, size);
+        return led.IsMadeUp() ? Fail(EOPNOTSUPP) : nextLgetXattr(led.Text(), name, value, size);
     });
 }
 VELRIX_PRELOADED(int, setxattr, const char* path, const char* name, const void* value, size_t size, int flags) {
     return WithPath(path, Follow::YES, [=](const Path& led) {
-        return IsProtected(led) ? Fail(EOPNOTSUPP) : nextSetXattr(led.Text(), name, value, size, flags);
+        return led.IsMadeUp() ? Fail(EOPNOTSUPP) : nextSetXattr(led.Text(), name, value, size, flags);
     });
 }
 VELRIX_PRELOADED(int, lsetxattr, const char* path, const char* name, const void* value, size_t size, int flags) {
     return WithPath(path, Follow::NO, [=](const Path& led) {
-        return IsProtected(led) ? Fail(EOPNOTSUPP) : nextLsetXattr(led.Text(), name, value, size, flags);
+        return led.IsMadeUp() ? Fail(EOPNOTSUPP) : nextLsetXattr(led.Text(), name, value, size, flags);
     });
 }
 VELRIX_PRELOADED(ssize_t, listxattr, const char* path, char* list, size_t size) {
     return WithPath(path, Follow::YES, [=](const Path& led) {
-        return IsProtected(led) ? Fail(EOPNOTSUPP) : nextListXattr(led.Text(), list, size);
+        return led.IsMadeUp() ? Fail(EOPNOTSUPP) : nextListXattr(led.Text(), list, size);
     });
 }
 VELRIX_PRELOADED(ssize_t, llistxattr, const char* path, char* list, size_t size) {
     return WithPath(path, Follow::NO, [=](const Path& led) {
-        return IsProtected(led) ? Fail(EOPNOTSUPP) : nextLlistXattr(led.Text(), list, size);
+        return led.IsMadeUp() ? Fail(EOPNOTSUPP) : nextLlistXattr(led.Text(), list, size);
     });
 }
 VELRIX_PRELOADED(int, removexattr, const char* path, const char* name) {
     return WithPath(path, Follow::YES, [=](const Path& led) {
-        return IsProtected(led) ? Fail(EOPNOTSUPP) : nextRemoveXattr(led.Text(), name);
+        return led.IsMadeUp() ? Fail(EOPNOTSUPP) : nextRemoveXattr(led.Text(), name);
     });
 }
 VELRIX_PRELOADED(int, lremovexattr, const char* path, const char* name) {
     return WithPath(path, Follow::NO, [=](const Path& led) {
-        return IsProtected(led) ? Fail(EOPNOTSUPP) : nextLremoveXattr(led.Text(), name);
+        return led.IsMadeUp() ? Fail(EOPNOTSUPP) : nextLremoveXattr(led.Text(), name);
     });
 }

@@ -24,10 +24,6 @@ constinit Next<int(int, const char*, int, const char*)> nextPlainRenameAt{"renam
 constinit Next<int(int, const char*, int, const char*, int)> nextLinkAt{"linkat"};
 constinit Next<int(const char*, int, const char*)> nextSymlinkAt{"symlinkat"};
 
-bool IsProtected(const Path& path) {
-    return path.IsInTree() || path.Value() != nullptr;
-}
-
 // What is there; 0, and errno, for nothing.
 mode_t TypeOf(const Path& path) {
     struct stat status {};
@@ -49,7 +45,7 @@ int MknodAt(int directory, const char* path, mode_t mode, dev_t device) {
 
 int UnlinkAt(int directory, const char* path, int flags) {
     return WithPath(directory, path, Follow::NO, [=](const Path& led) {
-        if (!led.IsOnList() || (!IsProtected(led) && !led.IsName()))
+        if (!led.IsOnList() || (!led.IsMadeUp() && !led.IsName()))
             return nextUnlinkAt(led.Directory(), led.Text(), flags);
         const mode_t type = TypeOf(led);
         if (type == 0)
@@ -59,15 +55,15 @@ int UnlinkAt(int directory, const char* path, int flags) {
             return Fail(wantsDirectory ? ENOTDIR : EISDIR);
         if (led.IsMountPoint())
             return Fail(EBUSY);
-        return IsProtected(led) ? Fail(EPERM) : nextUnlinkAt(led.Directory(), led.Text(), flags);
+        return led.IsMadeUp() ? Fail(EPERM) : nextUnlinkAt(led.Directory(), led.Text(), flags);
     });
 }
 
 // The file systems of value files are their own. 0 where neither of the paths is in one.
 int ErrorAcross(const Path& from, const Path& to) {
-    if (!IsProtected(from) && !IsProtected(to))
+    if (!from.IsMadeUp() && !to.IsMadeUp())
         return 0;
-    return IsProtected(from) != IsProtected(to) || from.Tree() != to.Tree() ? EXDEV : EPERM;
+    return from.IsMadeUp() != to.IsMadeUp() || from.Tree() != to.Tree() ? EXDEV : EPERM;
 }
 
 bool IsSameFile(const Path& a, const Path& b) {

@@ -18,7 +18,7 @@ namespace {
 constinit Next<ssize_t(int, msghdr*, int)> nextReceive{"recvmsg"};
 
 // Signals that may come in during one request; as many as nobody sends.
-constexpr int MOST_SIGNALS = 1'000'000;
+constexpr int MOST_INTERRUPTIONS = 1'000'000;
 
 bool Send(int socket, const Request& request, const void* text, std::size_t size) {
     Request copy = request;
@@ -26,7 +26,7 @@ bool Send(int socket, const Request& request, const void* text, std::size_t size
     msghdr message{};
     message.msg_iov = parts;
     message.msg_iovlen = size == 0 ? 1 : 2;
-    for (int i = 0; i < MOST_SIGNALS; ++i) {
+    for (int i = 0; i < MOST_INTERRUPTIONS; ++i) {
         if (Kernel::Send(socket, message) >= 0)
             return true;
         if (errno != EINTR)
@@ -76,7 +76,7 @@ ssize_t Receive(Connection& connection, Answer& answer, Transfer& transfer) {
     iovec parts[] = {{&answer, sizeof answer}, {transfer.buffer, transfer.bufferSize}};
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))];
     bool isCancelled = false;
-    for (int i = 0; i < MOST_SIGNALS; ++i) {
+    for (int i = 0; i < MOST_INTERRUPTIONS; ++i) {
         msghdr message{};
         message.msg_iov = parts;
         message.msg_iovlen = transfer.bufferSize == 0 ? 1 : 2;

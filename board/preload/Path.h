@@ -30,6 +30,9 @@ public:
     int Directory() const { return isReplaced ? AT_FDCWD : givenDirectory; }
     const char* Text() const { return isReplaced ? text : given; }
 
+    // A value file or one of their directories, which no file system has.
+    bool IsMadeUp() const { return IsInTree() || Value() != nullptr; }
+
     bool IsOnList() const { return place.name != nullptr; }
     bool IsName() const { return isName; }                  // the whole path is a name of the list
     bool IsInTree() const { return place.tree != nullptr; } // or the tree itself

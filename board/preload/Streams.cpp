@@ -117,10 +117,6 @@ FILE* OpenStream(const Path& led, const char* mode) {
     return stream;
 }
 
-bool IsMade(const Path& led) {
-    return led.Value() != nullptr || led.IsInTree();
-}
-
 FILE* Open(const char* path, const char* mode) {
     return WithPath(path, Follow::YES, [=](const Path& led) -> FILE* {
         const int flags = FlagsOf(mode);
@@ -128,7 +124,7 @@ FILE* Open(const char* path, const char* mode) {
             errno = EROFS;
             return nullptr;
         }
-        return IsMade(led) ? OpenStream(led, mode) : nextFopen(led.Text(), mode);
+        return led.IsMadeUp() ? OpenStream(led, mode) : nextFopen(led.Text(), mode);
     });
 }
 

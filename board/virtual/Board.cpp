@@ -38,6 +38,7 @@
 #include "board/virtual/LogTail.h"
 #include "board/virtual/NamespaceEntry.h"
 #include "board/virtual/OxboModule.h"
+#include "board/virtual/Paths.h"
 #include "board/virtual/PreloadEntry.h"
 #include "board/virtual/RebootStub.h"
 #include "board/virtual/Recorder.h"
@@ -120,16 +121,10 @@ void RequireInSight(const fs::path& runDirectory, const std::vector<Placement>& 
     const fs::path directory = fs::canonical(runDirectory);
     for (const Placement& place : placements) {
         const fs::path inside = fs::weakly_canonical(place.inside);
-        if (std::mismatch(directory.begin(), directory.end(), inside.begin(), inside.end()).second == inside.end())
+        if (IsIn(directory, inside))
             throw BoardError("the run directory " + runDirectory.string() + " lies in " + place.inside.string() +
                              ", which is the board's own there; name another one with --directory or TMPDIR");
     }
-}
-
-void MakeFile(const fs::path& path) {
-    const FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
-    if (!file)
-        ThrowSystemError("cannot make " + path.string());
 }
 
 // The machine's: whoever opens one and ends restarts the machine.

@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* DIRECTORIES[] = {"/var/dev", "/sys/class/leds"};
+constexpr const char* ROOTS[] = {"/var/dev", "/sys/class/leds"};
 
 bool CanHaveFile(const fs::path& path) {
     std::error_code error;
@@ -24,14 +24,14 @@ bool IsBelow(const fs::path& path, const fs::path& directory) {
 }
 
 bool IsInDirectories(const fs::path& path) {
-    return std::any_of(std::begin(DIRECTORIES), std::end(DIRECTORIES),
+    return std::any_of(std::begin(ROOTS), std::end(ROOTS),
                        [&](const char* directory) { return IsBelow(path, directory); });
 }
 
 } // namespace
 
 DeviceTree::DeviceTree(const BoardState& state) : nodes{{ROOT, false, false, {}}} {
-    for (const char* directory : DIRECTORIES)
+    for (const char* directory : ROOTS)
         Add(directory);
     for (std::size_t signal = 0; signal < state.Count(); ++signal) {
         const fs::path path = fs::path(state.Path(signal)).lexically_normal();
@@ -64,12 +64,12 @@ std::optional<DeviceTree::Number> DeviceTree::FileOf(std::size_t signal) const {
 }
 
 std::vector<fs::path> DeviceTree::Directories() {
-    return {std::begin(DIRECTORIES), std::end(DIRECTORIES)};
+    return {std::begin(ROOTS), std::end(ROOTS)};
 }
 
 std::vector<Placement> DeviceTree::Placements(const fs::path& mountPoint) const {
     std::vector<Placement> placements;
-    for (const char* directory : DIRECTORIES)
+    for (const char* directory : ROOTS)
         placements.push_back({Placement::Kind::BIND, directory, mountPoint / fs::path(directory).relative_path()});
     for (const fs::path& file : placedAlone)
         placements.push_back({Placement::Kind::BIND, file, mountPoint / file.relative_path()});

@@ -20,7 +20,7 @@ namespace {
 // More than the kernel keeps (fs.inotify.max_queued_events, 16384 events of 16 bytes and a name), so that one turn
 // takes all that came before it; but a program that writes as fast as events are read does not hold the board in this
 // loop.
-constexpr int READS_PER_TURN = 64;
+constexpr int EVENT_READS_PER_TURN = 64;
 
 } // namespace
 
@@ -55,7 +55,7 @@ void FileWatcher::Add(const std::filesystem::path& path, unsigned mask, Watch wa
 void FileWatcher::Dispatch() {
     Watches written = std::exchange(again, {});
     alignas(inotify_event) std::array<char, 16384> buffer;
-    for (int reads = 0; reads < READS_PER_TURN; ++reads) {
+    for (int reads = 0; reads < EVENT_READS_PER_TURN; ++reads) {
         const ssize_t length = ::read(inotify.Get(), buffer.data(), buffer.size());
         if (length <= 0)
             break;

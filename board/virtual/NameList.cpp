@@ -9,16 +9,13 @@
 #include "board/preload/Protocol.h"
 #include "board/virtual/BoardError.h"
 #include "board/virtual/BoardLayout.h"
+#include "board/virtual/Paths.h"
 
 namespace VelrixBoard {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-bool IsIn(const fs::path& path, const fs::path& directory) {
-    return std::mismatch(path.begin(), path.end(), directory.begin(), directory.end()).second == directory.end();
-}
 
 // The part of path that comes last and is the same as rest is taken away; nothing where it is not the same.
 fs::path WithoutEnd(fs::path path, fs::path rest) {

@@ -78,7 +78,7 @@ void ProtectSettings(uid_t user) {
 }
 
 // In process 1. The ids are the user's on the machine; they are not known in the namespace yet.
-struct Maker {
+struct BoardMaker {
     NamespaceEntry::Place place;
     std::vector<Placement> placements;
     bool asRoot;
@@ -148,7 +148,7 @@ NamespaceEntry::NamespaceEntry(ValueFiles& files, Place directories, bool ownNum
 InitPlan NamespaceEntry::Plan(const std::vector<Placement>& placements) {
     InitPlan plan;
     plan.hasOwnNumbers = hasOwnNumbers;
-    plan.makeBoard = Maker{place, placements, isRoot, hasOwnNumbers};
+    plan.makeBoard = BoardMaker{place, placements, isRoot, hasOwnNumbers};
     return plan;
 }
 

@@ -33,7 +33,7 @@ constexpr std::uint64_t LISTENER = 1;
 
 // Rounds at a stretch before the others in the board's loop have their turn, sources in a round, and values that one
 // program wrote past the library in one.
-constexpr int BURST = 64;
+constexpr int ROUNDS_PER_TURN = 64;
 constexpr int SOURCES = 64;
 constexpr int WRITES = 16;
 
@@ -131,7 +131,7 @@ void PreloadFiles::OnFault(std::size_t signal, BoardTime) {
 }
 
 void PreloadFiles::Run(BoardTime) {
-    for (int i = 0; i < BURST && RunOnce(); ++i) {
+    for (int i = 0; i < ROUNDS_PER_TURN && RunOnce(); ++i) {
     }
 }
 

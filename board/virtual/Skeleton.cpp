@@ -15,6 +15,7 @@
 #include "board/virtual/BoardError.h"
 #include "board/virtual/FileDescriptor.h"
 #include "board/virtual/Namespaces.h"
+#include "board/virtual/Paths.h"
 
 namespace VelrixBoard {
 
@@ -25,12 +26,6 @@ namespace {
 // Bound with everything mounted below it: the kernel refuses to bind a tree without the mounts it got from outside.
 bool Bind(const fs::path& source, const fs::path& target) {
     return ::mount(source.c_str(), target.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0;
-}
-
-void MakeFile(const fs::path& path) {
-    const FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
-    if (!file)
-        ThrowSystemError("cannot make " + path.string());
 }
 
 // An entry of the machine in the skeleton. One that cannot be bound, such as the mount point of a dead server or a file
@@ -94,10 +89,6 @@ Place FindPlace(const fs::path& name) {
         directory = directory.parent_path();
     }
     return {fs::canonical(directory), rest};
-}
-
-bool IsIn(const fs::path& path, const fs::path& directory) {
-    return std::mismatch(path.begin(), path.end(), directory.begin(), directory.end()).second == directory.end();
 }
 
 // The place of each name. What lies inside of another name goes into what is put there: the machine's directory of that

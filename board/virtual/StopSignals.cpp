@@ -29,7 +29,7 @@ enum class Cause { SECOND, UNANSWERED, GRACE };
 
 // What the handlers use. They may interrupt any thread anywhere, and each other on another thread, so nothing here
 // takes a lock.
-std::atomic<const char*> name{""};
+std::atomic<const char*> command{""};
 std::atomic<int> wakeDescriptor{-1};
 std::atomic<Stage> stage{Stage::QUIET};
 std::atomic<Cause> cause{Cause::SECOND};
@@ -110,7 +110,7 @@ void SayWithoutWaiting(const char* text) {
 
 void EndAtOnce() {
     std::array<char, 128> text{};
-    std::strncat(text.data(), name, 32);
+    std::strncat(text.data(), command, 32);
     std::strcat(text.data(), ": did not end in time after a signal; ends with all that runs on the board\n");
     SayWithoutWaiting(text.data());
     // Of SIGQUIT, which there is nothing to learn from.
@@ -154,7 +154,7 @@ StopSignals::StopSignals(const char* commandName, std::initializer_list<int> sig
     : wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     if (!wake)
         ThrowSystemError("cannot make a descriptor for signals");
-    name = commandName;
+    command = commandName;
     wakeDescriptor = wake.Get();
     stage = Stage::QUIET;
     wanted = Request::NONE;

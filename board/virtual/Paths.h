@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <filesystem>
+
+namespace VelrixBoard {
+
+// Whether the path is the directory or lies in it. Both are absolute or both relative, and normal.
+bool IsIn(const std::filesystem::path& path, const std::filesystem::path& directory);
+
+// Makes an empty file that everybody may read; one that is there stays as it is. Throws BoardError.
+void MakeFile(const std::filesystem::path& path);
+
+} // namespace VelrixBoard
