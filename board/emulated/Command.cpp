@@ -154,8 +154,6 @@ int RunOnEmulator(const EmulatorOptions& options) {
     streams.AddTo(program);
 
     machine.AwaitReady();
-    // A reader that is gone ends none of this.
-    ::signal(SIGPIPE, SIG_IGN);
     StopSignals stop("velrix-emulator", {SIGINT, SIGQUIT, SIGTERM});
     const SignalBlock signals{SIGHUP, SIGUSR1, SIGUSR2};
     const FileDescriptor signalFile(::signalfd(-1, &signals.Blocked(), SFD_CLOEXEC | SFD_NONBLOCK));
