@@ -23,6 +23,24 @@ function(velrix_precompile_standard_headers target library)
   endif()
 endfunction()
 
+# velrix_add_tool_library(NAME name SOURCES file... [PUBLIC target...] [PRIVATE target...])
+# The objects of one folder of the boards, and the folders that it stands on. What the first of them reads of the standard library's
+# headers serves all, which otherwise spend most of the compiler's time on that.
+function(velrix_add_tool_library)
+  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;PUBLIC;PRIVATE")
+  add_library(${arg_NAME} STATIC ${arg_SOURCES})
+  set_target_properties(${arg_NAME} PROPERTIES CXX_EXTENSIONS OFF)
+  target_include_directories(${arg_NAME} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${arg_NAME} PRIVATE velrix-tool-options ${arg_PRIVATE} PUBLIC ${arg_PUBLIC})
+  if(arg_NAME STREQUAL "velrix-board-base")
+    target_precompile_headers(${arg_NAME} PRIVATE
+      <algorithm> <array> <chrono> <cstdint> <filesystem> <fstream> <functional> <map> <memory> <optional> <sstream> <string>
+      <string_view> <system_error> <utility> <variant> <vector>)
+  else()
+    target_precompile_headers(${arg_NAME} REUSE_FROM velrix-board-base)
+  endif()
+endfunction()
+
 # velrix_add_object_library(NAME name SHARED library [COLD | LEAN] SOURCES file... [LIBRARIES target...])
 # The objects of one folder. SHARED names the library they end up in (env or velrix). LIBRARIES names the object libraries
 # whose headers the folder may use; that passes on their include folders, not their objects.

@@ -38,7 +38,7 @@ find_out_place() {
     [[ ! -e $refusals ]] || return 0
     touch "$refusals"
     ((EUID == 0)) || asRoot=(--user --map-root-user)
-    try_board "$1/board/virtual/velrix-board"
+    try_board "$1/board/commands/velrix-board"
     try mounts unshare "${asRoot[@]}" --mount --pid --fork --mount-proc true
     try numbers unshare --user --map-root-user --pid --fork --mount-proc true
     try ptrace "$1/tests/places/place-probe" trace

@@ -8,8 +8,8 @@
 #include <optional>
 #include <random>
 
+#include "board/base/BoardError.h"
 #include "board/scenario/Printable.h"
-#include "board/virtual/BoardError.h"
 
 namespace VelrixBoard {
 

@@ -8,8 +8,8 @@
 #include <set>
 #include <sstream>
 
+#include "board/base/BoardError.h"
 #include "board/emulated/ReadFile.h"
-#include "board/virtual/BoardError.h"
 
 namespace VelrixBoard {
 

@@ -9,7 +9,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "board/virtual/BoardError.h"
+#include "board/base/BoardError.h"
 
 namespace VelrixBoard {
 

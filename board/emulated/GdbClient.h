@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "board/virtual/FileDescriptor.h"
+#include "board/base/FileDescriptor.h"
 
 namespace VelrixBoard {
 

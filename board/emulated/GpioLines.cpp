@@ -5,7 +5,7 @@
 #include <map>
 #include <sstream>
 
-#include "board/virtual/BoardError.h"
+#include "board/base/BoardError.h"
 
 namespace VelrixBoard {
 

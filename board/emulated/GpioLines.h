@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "board/emulated/CpioArchive.h"
-#include "board/virtual/BoardModel.h"
+#include "board/model/BoardModel.h"
 
 namespace VelrixBoard {
 

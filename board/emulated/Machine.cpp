@@ -17,6 +17,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "board/base/BoardError.h"
+#include "board/base/FileDescriptor.h"
+#include "board/base/RunDirectory.h"
 #include "board/emulated/AgentPort.h"
 #include "board/emulated/GdbClient.h"
 #include "board/emulated/GpioTrace.h"
@@ -25,9 +28,6 @@
 #include "board/emulated/QmpClient.h"
 #include "board/emulated/ReadFile.h"
 #include "board/scenario/Printable.h"
-#include "board/virtual/BoardError.h"
-#include "board/virtual/FileDescriptor.h"
-#include "board/virtual/RunDirectory.h"
 
 namespace VelrixBoard {
 

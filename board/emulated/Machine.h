@@ -13,9 +13,9 @@
 
 #include "board/emulated/CpioArchive.h"
 #include "board/emulated/GpioLines.h"
-#include "board/virtual/BoardState.h"
-#include "board/virtual/ILoopPart.h"
-#include "board/virtual/StopSignals.h"
+#include "board/loop/ILoopPart.h"
+#include "board/loop/StopSignals.h"
+#include "board/model/BoardState.h"
 
 namespace VelrixBoard {
 

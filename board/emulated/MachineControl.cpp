@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "board/virtual/BoardError.h"
+#include "board/base/BoardError.h"
 
 namespace VelrixBoard {
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "board/control/IBoardControl.h"
 #include "board/emulated/Machine.h"
-#include "board/virtual/IBoardControl.h"
-#include "board/virtual/OxboModule.h"
+#include "board/model/OxboModule.h"
 
 namespace VelrixBoard {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "board/virtual/FileDescriptor.h"
+#include "board/base/FileDescriptor.h"
 
 namespace VelrixBoard {
 

@@ -4,7 +4,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "board/virtual/BoardError.h"
+#include "board/base/BoardError.h"
 
 namespace VelrixBoard {
 

@@ -7,8 +7,8 @@
 #include <nlohmann/json.hpp>
 #include <sys/wait.h>
 
+#include "board/model/Fault.h"
 #include "board/panel/PanelCommand.h"
-#include "board/scenario/Fault.h"
 
 namespace VelrixBoard {
 

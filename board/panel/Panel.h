@@ -4,10 +4,10 @@
 #include <optional>
 #include <string>
 
+#include "board/control/IBoardAttachment.h"
 #include "board/panel/PanelFeed.h"
 #include "board/panel/PanelQueue.h"
 #include "board/panel/PanelServer.h"
-#include "board/virtual/IBoardAttachment.h"
 
 namespace VelrixBoard {
 

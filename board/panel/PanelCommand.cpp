@@ -8,7 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "board/scenario/Fault.h"
+#include "board/model/Fault.h"
 
 namespace VelrixBoard {
 

@@ -3,9 +3,9 @@
 
 #include <string>
 
+#include "board/control/IBoardControl.h"
+#include "board/model/BoardState.h"
 #include "board/panel/PanelQueue.h"
-#include "board/virtual/BoardState.h"
-#include "board/virtual/IBoardControl.h"
 
 namespace VelrixBoard {
 

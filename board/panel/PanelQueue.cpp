@@ -6,7 +6,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-#include "board/virtual/BoardError.h"
+#include "board/base/BoardError.h"
 
 namespace VelrixBoard {
 

@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "board/virtual/FileDescriptor.h"
+#include "board/base/FileDescriptor.h"
 
 namespace VelrixBoard {
 

@@ -13,11 +13,11 @@
 #include <nlohmann/json.hpp>
 #include <sys/socket.h>
 
+#include "board/base/BoardError.h"
 #include "board/panel/BoundedServer.h"
 #include "board/panel/PanelPage.h"
 #include "board/panel/PanelQueue.h"
 #include "board/panel/PanelRefusal.h"
-#include "board/virtual/BoardError.h"
 
 namespace VelrixBoard {
 

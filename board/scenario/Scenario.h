@@ -8,7 +8,7 @@
 #include <variant>
 #include <vector>
 
-#include "board/scenario/Fault.h"
+#include "board/model/Fault.h"
 #include "board/timeline/Timeline.h"
 
 namespace VelrixBoard {

@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "board/scenario/Fault.h"
-#include "board/virtual/IBoardAttachment.h"
-#include "board/virtual/Isolation.h"
-#include "board/virtual/Program.h"
-#include "board/virtual/ScenarioPlayer.h"
+#include "board/control/IBoardAttachment.h"
+#include "board/control/ScenarioPlayer.h"
+#include "board/model/Fault.h"
+#include "board/sandbox/Isolation.h"
+#include "board/sandbox/Program.h"
 
 namespace VelrixBoard {
 

@@ -5,14 +5,14 @@
 #include <string>
 #include <vector>
 
-#include "board/virtual/BoardState.h"
-#include "board/virtual/Clock.h"
-#include "board/virtual/IBoardControl.h"
-#include "board/virtual/ILoopPart.h"
-#include "board/virtual/Program.h"
-#include "board/virtual/ProgramOutput.h"
-#include "board/virtual/StreamWriter.h"
-#include "board/virtual/TerminalView.h"
+#include "board/base/Clock.h"
+#include "board/control/IBoardControl.h"
+#include "board/loop/ILoopPart.h"
+#include "board/loop/StreamWriter.h"
+#include "board/model/BoardState.h"
+#include "board/sandbox/Program.h"
+#include "board/views/ProgramOutput.h"
+#include "board/views/TerminalView.h"
 
 namespace VelrixBoard {
 

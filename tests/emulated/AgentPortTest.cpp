@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "board/virtual/BoardError.h"
+#include "board/base/BoardError.h"
 
 namespace VelrixBoard {
 namespace {

@@ -11,7 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include "board/virtual/BoardError.h"
+#include "board/base/BoardError.h"
 #include "tests/support/Emulator.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -76,7 +76,7 @@ void ArmTestPrograms::Add(VelrixBoard::CpioArchive& files, const std::string& pr
 
 void ArmTestPrograms::AddWhatTestsNeed(VelrixBoard::CpioArchive& files) {
     for (const char* program :
-         {"board/virtual/velrix-board", "examples/gateway/gateway", "tests/board/readme-program",
+         {"board/commands/velrix-board", "examples/gateway/gateway", "tests/board/readme-program",
           "tests/board/reboot-call", "tests/board/stream-program", "tests/board/write-probe",
           "tests/emulated/value-file-probe", "tests/identity/identity-scene", "tests/logging/app1",
           "tests/platform/led-life", "tests/platform/platform-scenes", "tests/runtime/trace-life"})

@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "board/virtual/BoardError.h"
+#include "board/base/BoardError.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {

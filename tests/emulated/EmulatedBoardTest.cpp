@@ -20,11 +20,11 @@
 #include <gtest/gtest.h>
 
 #include "board/emulated/Machine.h"
+#include "board/model/BoardState.h"
+#include "board/model/OxboModule.h"
 #include "board/timeline/Difference.h"
 #include "board/timeline/Timeline.h"
 #include "board/timeline/VcdReader.h"
-#include "board/virtual/BoardState.h"
-#include "board/virtual/OxboModule.h"
 #include "tests/emulated/ArmTestPrograms.h"
 #include "tests/support/PrivateBoard.h"
 #include "tests/support/TemporaryFolder.h"

@@ -10,8 +10,8 @@
 #include <gtest/gtest.h>
 
 #include "board/emulated/Machine.h"
-#include "board/virtual/BoardModel.h"
-#include "board/virtual/BoardState.h"
+#include "board/model/BoardModel.h"
+#include "board/model/BoardState.h"
 #include "tests/emulated/ArmTestPrograms.h"
 
 namespace {

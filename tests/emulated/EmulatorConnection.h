@@ -9,7 +9,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "board/virtual/FileDescriptor.h"
+#include "board/base/FileDescriptor.h"
 
 namespace TestSupport {
 

@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include "board/virtual/BoardError.h"
-#include "board/virtual/BoardState.h"
+#include "board/base/BoardError.h"
+#include "board/model/BoardState.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {

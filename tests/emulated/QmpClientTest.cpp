@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "board/virtual/BoardError.h"
+#include "board/base/BoardError.h"
 #include "tests/emulated/EmulatorConnection.h"
 
 namespace {

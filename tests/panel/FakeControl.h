@@ -4,8 +4,8 @@
 #include <map>
 #include <string>
 
-#include "board/virtual/BoardError.h"
-#include "board/virtual/IBoardControl.h"
+#include "board/base/BoardError.h"
+#include "board/control/IBoardControl.h"
 
 namespace VelrixBoard {
 

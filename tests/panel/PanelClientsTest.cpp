@@ -12,7 +12,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 
-#include "board/virtual/FileDescriptor.h"
+#include "board/base/FileDescriptor.h"
 
 namespace VelrixBoard {
 namespace {

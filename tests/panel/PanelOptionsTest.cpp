@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The option --panel, of the real command in a process of its own.
-#include "board/panel/PanelOptions.h"
+#include "board/commands/PanelOptions.h"
 
 #include <fstream>
 
@@ -10,7 +10,7 @@
 #include <netinet/in.h>
 #include <sys/stat.h>
 
-#include "board/virtual/FileDescriptor.h"
+#include "board/base/FileDescriptor.h"
 #include "tests/board/CommandRun.h"
 #include "tests/panel/Connection.h"
 #include "tests/support/PrivateBoard.h"

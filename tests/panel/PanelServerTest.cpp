@@ -7,9 +7,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "board/base/BoardError.h"
 #include "board/panel/PanelPage.h"
 #include "board/panel/PanelQueue.h"
-#include "board/virtual/BoardError.h"
 #include "tests/panel/Connection.h"
 
 namespace VelrixBoard {

@@ -15,7 +15,7 @@
 #include <thread>
 #include <utility>
 
-#include "board/virtual/BoardModel.h"
+#include "board/model/BoardModel.h"
 #include "tests/support/Isolation.h"
 
 namespace TestSupport {

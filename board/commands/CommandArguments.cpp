@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/commands/CommandArguments.h"
+
+#include <algorithm>
+
+#include <CLI/CLI.hpp>
+
+#include "board/base/BoardError.h"
+#include "board/control/ReadyTime.h"
+
+namespace VelrixBoard {
+
+namespace {
+
+// Every command that runs a program has it.
+constexpr const char* SET = "--set";
+
+} // namespace
+
+std::vector<std::string> OwnArguments(int argc, char** argv, std::vector<std::string>& program) {
+    const std::vector<std::string> all(argv + 1, argv + argc);
+    const auto separator = std::find(all.begin(), all.end(), "--");
+    if (separator != all.end())
+        program.assign(separator + 1, all.end());
+    return {std::make_reverse_iterator(separator), all.rend()};
+}
+
+void BeginningOptions::AddTo(CLI::App& command) {
+    command.add_option(SET, levels, "Level of an input from the start, such as OXBO_IRQ_N=0")->type_name("LABEL=0|1");
+    command
+        .add_option("--oxbo-ready-after", readyAfter,
+                    "When the Oxbo module pulls its interrupt line low after its reset; 40ms if not given")
+        ->type_name("TIME|never");
+}
+
+std::map<std::string, bool> BeginningOptions::Levels() const {
+    std::map<std::string, bool> result;
+    for (const std::string& text : levels) {
+        const std::size_t equals = text.find('=');
+        const std::string level = equals == std::string::npos ? "" : text.substr(equals + 1);
+        if (level != "0" && level != "1")
+            throw CLI::ValidationError(SET, "takes LABEL=0 or LABEL=1");
+        result.insert_or_assign(text.substr(0, equals), level == "1");
+    }
+    return result;
+}
+
+std::optional<std::chrono::milliseconds> BeginningOptions::OxboReadyAfter() const {
+    try {
+        return ParseReadyTime(readyAfter);
+    } catch (const BoardError& error) {
+        throw CLI::ValidationError("--oxbo-ready-after", error.what());
+    }
+}
+
+std::string RefusalText(const CLI::App* app, const CLI::Error& error) {
+    const CLI::App* command = nullptr;
+    std::string names;
+    for (const CLI::App* known : app->get_subcommands({})) {
+        command = known->parsed() ? known : command;
+        names += (names.empty() ? "" : ", ") + known->get_name();
+    }
+    const std::string called = app->get_name() + (command != nullptr ? " " + command->get_name() : "");
+    const std::vector<std::string> rest = app->remaining(true);
+    std::string what = error.what();
+    if (command == nullptr)
+        what = (rest.empty() ? "a command is missing" : "there is no command \"" + rest.front() + "\"") +
+               "; there are: " + names;
+    else if (!rest.empty() && rest.front().starts_with('-'))
+        what = "there is no option " + rest.front();
+    else if (!rest.empty() && command->get_option_no_throw(SET) == nullptr)
+        what = "\"" + rest.front() + "\" is one too many";
+    else if (!rest.empty())
+        what = "\"" + rest.front() + "\" is no option; a program stands behind --, as in " + called + " -- " +
+               rest.front();
+    return app->get_name() + ": " + what + "\n\"" + called + " --help\" says what can be given.\n";
+}
+
+void RequireProgram(const CLI::App& app, const std::vector<std::string>& program) {
+    if (program.empty())
+        throw CLI::ParseError(
+            "the program is missing; it stands behind --, as in " + app.get_name() + " run -- PROGRAM", BOARD_FAILED);
+}
+
+void TakeOneValueEach(CLI::App& command) {
+    for (CLI::Option* option : command.get_options())
+        if (option->get_items_expected_max() > 1)
+            option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+} // namespace VelrixBoard

@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/commands/EmulatorCommand.h"
+
+#include <csignal>
+#include <cstdio>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include "board/base/BoardError.h"
+#include "board/commands/CommandArguments.h"
+#include "board/control/ScenarioPlayer.h"
+#include "board/emulated/ArmProgram.h"
+#include "board/emulated/Machine.h"
+#include "board/emulated/MachineControl.h"
+#include "board/emulated/MachineScenario.h"
+#include "board/emulated/ReadFile.h"
+#include "board/loop/SignalBlock.h"
+#include "board/loop/StopSignals.h"
+#include "board/loop/StreamWriter.h"
+#include "board/model/SettingsReader.h"
+#include "board/records/TimelineRecorder.h"
+
+namespace VelrixBoard {
+
+namespace {
+
+constexpr const char* FOOTER = "The program's exit code becomes that of this command, 128 and the signal's number "
+                               "after a signal, 0 when the program\n"
+                               "restarted or halted the machine; 125 says that the board could not be made or that "
+                               "its kernel gave up, 126 that\n"
+                               "PROGRAM cannot be run, 127 that it was not found.";
+
+struct EmulatorOptions {
+    std::filesystem::path image = DEFAULT_IMAGE;
+    std::optional<std::filesystem::path> settings;
+    std::optional<std::string> timeline;
+    std::optional<std::string> scenario;
+    std::optional<std::string> junit;
+    std::vector<std::filesystem::path> libraries;
+    std::vector<std::filesystem::path> copies;
+    std::map<std::string, bool> levels;
+    std::optional<std::chrono::milliseconds> oxboReadyAfter;
+    std::vector<std::string> command;
+};
+
+BoardModel MakeModel(const EmulatorOptions& options) {
+    BoardModel model;
+    if (options.settings) {
+        RequireContent(*options.settings);
+        try {
+            ApplySettings(*options.settings, model);
+        } catch (const BoardError& error) {
+            std::fprintf(stderr, "velrix-emulator: %s; the board has its default wiring\n", error.what());
+        }
+    }
+    for (const auto& [label, level] : options.levels)
+        model.SetInitialLevel(label, level);
+    return model;
+}
+
+// What the exit code does not say; empty where it says all.
+std::string RemarkOn(MachineResult::Why why, const StopSignals& stop) {
+    switch (why) {
+    case MachineResult::Why::RESTARTED:
+        return "the machine restarted";
+    case MachineResult::Why::HALTED:
+        return "the machine halted";
+    case MachineResult::Why::STOPPED:
+        return "kills the machine (" + stop.Reason() + ")";
+    case MachineResult::Why::EXITED:
+        break;
+    }
+    return {};
+}
+
+// Where the program prints to, at the pace of who reads it.
+class ProgramStreams final {
+public:
+    void AddTo(MachineProgram& program) {
+        program.output = [this](std::string_view text) { output.Write(text); };
+        program.errors = [this](std::string_view text) { errors.Write(text); };
+        program.takesOutput = [this] { return output.IsWritten() && errors.IsWritten(); };
+        program.parts.push_back(&output);
+        program.parts.push_back(&errors);
+    }
+
+    // The rest, until the user wants to wait no longer.
+    void Finish(StopSignals& stop, int signalFile) {
+        const StreamWriter::Patience patience{{stop.Descriptor(), signalFile}, [] { return true; }};
+        (void)(output.Finish(patience) && errors.Finish(patience));
+    }
+
+    void Say(const std::string& what) { errors.Write("velrix-emulator: " + what + "\n"); }
+
+private:
+    // Both take in more than a program prints at its very end.
+    static_assert(MachineProgram::MOST_AT_END * 2 < StreamWriter::MOST_WAITING);
+
+    StreamWriter output{STDOUT_FILENO};
+    StreamWriter errors{STDERR_FILENO};
+};
+
+int RunOnEmulator(const EmulatorOptions& options) {
+    const BoardModel model = MakeModel(options);
+    const GpioLines lines(options.image / "lines.txt", model);
+    BoardState state(model);
+
+    CpioArchive files;
+    lines.AddLinks(files);
+    if (options.settings)
+        files.AddFile("/etc/velrix.conf", *options.settings);
+    for (const std::filesystem::path& copy : options.copies)
+        files.AddTree(std::filesystem::absolute(copy).lexically_normal(), copy);
+    MachineProgram program;
+    program.words = options.command;
+    // A name without a folder is a command of the machine.
+    if (program.words[0].find('/') != std::string::npos) {
+        const auto path = std::filesystem::absolute(program.words[0]).lexically_normal();
+        if (std::filesystem::exists(path))
+            AddArmProgram(files, path, options.libraries);
+        program.words[0] = path.native();
+    }
+
+    Machine machine(options.image, files);
+    std::optional<OxboModule> module;
+    // Who sets the module's line by hand plays the module.
+    if (!options.levels.contains(BoardModel::OXBO_IRQ)) {
+        module.emplace(state, options.oxboReadyAfter,
+                       [&machine](std::size_t signal, bool level) { machine.DriveInput(signal, level); });
+        state.Add(*module);
+        program.parts.push_back(&*module);
+    }
+    std::optional<TimelineRecorder> recorder;
+    if (options.timeline) {
+        recorder.emplace(*options.timeline, state);
+        state.Add(*recorder);
+    }
+    MachineControl control(machine, state, module ? &*module : nullptr);
+    std::optional<ScenarioPlayer> player;
+    if (options.scenario) {
+        player.emplace(ScenarioOptions{*options.scenario, options.junit}, state, control);
+        RefuseWhatTheMachineCannot(player->Steps());
+        state.Add(*player);
+        program.parts.push_back(&*player);
+    }
+    ProgramStreams streams;
+    streams.AddTo(program);
+
+    machine.AwaitReady();
+    StopSignals stop("velrix-emulator", {SIGINT, SIGQUIT, SIGTERM});
+    const SignalBlock signals{SIGHUP, SIGUSR1, SIGUSR2};
+    const FileDescriptor signalFile(::signalfd(-1, &signals.Blocked(), SFD_CLOEXEC | SFD_NONBLOCK));
+    program.stop = &stop;
+    program.signals = signalFile.Get();
+    const MachineResult result = machine.Run(program, state, lines);
+    if (recorder)
+        recorder->Finish(result.end);
+    if (result.why != MachineResult::Why::STOPPED)
+        streams.Finish(stop, signalFile.Get());
+    if (const std::string remark = RemarkOn(result.why, stop); !remark.empty())
+        streams.Say(remark);
+    const int verdict = player ? player->Finish(result.end) : result.exitCode;
+    return result.why == MachineResult::Why::STOPPED ? result.exitCode : verdict;
+}
+
+} // namespace
+
+int RunEmulatorCommand(int argc, char** argv) {
+    EmulatorOptions options;
+    BeginningOptions beginning;
+
+    CLI::App app("A 32-bit ARM machine with the board's LEDs and lines, to run device programs on.", "velrix-emulator");
+    app.footer(FOOTER);
+    app.require_subcommand(1);
+    app.failure_message(RefusalText);
+    CLI::App* run =
+        app.add_subcommand("run", "Boot the machine and run a program on it: run [OPTIONS] -- PROGRAM [ARG...]");
+    run->footer(FOOTER);
+    run->add_option("--image", options.image,
+                    std::string("What scripts/emulated-board-image made; ") + DEFAULT_IMAGE + " if not given")
+        ->type_name("DIR");
+    run->add_option("--settings", options.settings, "The board's /etc/velrix.conf; without it there is none")
+        ->type_name("FILE");
+    run->add_option("--timeline", options.timeline, "Record every change of every line and LED")->type_name("FILE.vcd");
+    CLI::Option* scenario =
+        run->add_option("--scenario", options.scenario, "Play these steps and judge the run by them")
+            ->type_name("FILE");
+    run->add_option("--junit", options.junit, "Write the scenario's results as a JUnit report")
+        ->type_name("FILE.xml")
+        ->needs(scenario);
+    beginning.AddTo(*run);
+    run->add_option("--libraries", options.libraries, "Where to look for libraries that the program needs")
+        ->type_name("DIR");
+    run->add_option("--copy", options.copies, "A file or directory that the program finds at its path here")
+        ->type_name("PATH");
+    TakeOneValueEach(*run);
+
+    try {
+        app.parse(OwnArguments(argc, argv, options.command));
+        RequireProgram(app, options.command);
+        options.levels = beginning.Levels();
+        options.oxboReadyAfter = beginning.OxboReadyAfter();
+    } catch (const CLI::ParseError& error) {
+        const int code = app.exit(error);
+        return code == 0 ? 0 : BOARD_FAILED;
+    }
+
+    try {
+        return RunOnEmulator(options);
+    } catch (const std::runtime_error& error) { // BoardError, ScenarioError, TimelineError
+        std::fprintf(stderr, "velrix-emulator: %s\n", error.what());
+    }
+    return BOARD_FAILED;
+}
+
+} // namespace VelrixBoard

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/control/InputRecorder.h"
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "board/base/BoardError.h"
+
+namespace VelrixBoard {
+
+namespace {
+
+std::string Microseconds(BoardTime time) {
+    return std::to_string(std::chrono::duration_cast<std::chrono::microseconds>(time).count()) + "us";
+}
+
+} // namespace
+
+InputRecorder::InputRecorder(std::string ownPath, const BoardState& boardState, IBoardControl& boardControl,
+                             std::function<BoardTime()> now)
+    : path(std::move(ownPath)), state(boardState), control(boardControl), clock(std::move(now)), file(path) {
+    if (!file)
+        throw BoardError("cannot write the recording " + path + ": " + std::strerror(errno));
+}
+
+void InputRecorder::OnProgramStarted(BoardTime time) {
+    if (!began)
+        began = last = time;
+}
+
+void InputRecorder::OnProgramEnded(int, BoardTime time) {
+    ended = time;
+}
+
+void InputRecorder::DriveInput(std::size_t signal, bool level) {
+    control.DriveInput(signal, level);
+    Put("set " + state.Name(signal) + (level ? " high" : " low"));
+}
+
+void InputRecorder::SetFault(std::size_t signal, const std::optional<Fault>& fault) {
+    control.SetFault(signal, fault);
+    Put("fault " + state.Name(signal) + " " + (fault ? ToString(*fault) : "none"));
+}
+
+void InputRecorder::SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) {
+    control.SetOxboReadyAfter(delay);
+    file << "# from here on as with --oxbo-ready-after " << (delay ? std::to_string(delay->count()) : "never")
+         << std::endl;
+}
+
+void InputRecorder::SignalProgram(int signal) {
+    control.SignalProgram(signal);
+    Put(std::string("send ") + ::sigabbrev_np(signal));
+}
+
+void InputRecorder::Finish() {
+    if (began && ended)
+        file << "wait " << Microseconds(*ended - last) << std::endl;
+    if (!file)
+        throw BoardError("cannot write the recording " + path + ": is the disk full?");
+}
+
+void InputRecorder::Put(const std::string& action) {
+    last = clock();
+    file << "at " << Microseconds(last - began.value_or(last)) << " " << action << std::endl;
+}
+
+} // namespace VelrixBoard

@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/control/ScenarioPlayer.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+#include <sys/wait.h>
+
+#include "board/base/BoardError.h"
+#include "board/scenario/JUnit.h"
+#include "board/scenario/ScenarioParser.h"
+
+namespace VelrixBoard {
+
+ScenarioNames NamesOf(const BoardModel& model) {
+    ScenarioNames names;
+    for (const std::string& led : model.Leds())
+        names.leds.push_back({led, {}});
+    for (const LedElement& element : model.LedElements())
+        for (ScenarioNames::Led& led : names.leds)
+            if (led.name == element.led)
+                led.colors.emplace_back(ColorName(element.color));
+    for (const Line& line : model.Lines())
+        (line.direction == Direction::INPUT ? names.inputs : names.outputs).push_back(line.label);
+    return names;
+}
+
+ScenarioPlayer::ScenarioPlayer(const ScenarioOptions& options, const BoardState& boardState,
+                               IBoardControl& boardControl)
+    : state(boardState), control(boardControl), reportFile(options.junit.value_or("")),
+      names(NamesOf(boardState.Model())), scenario(ReadScenario(options.file, names)), runner(scenario, names, *this) {
+    // A report that cannot be written is found out before the program has run.
+    if (options.junit)
+        report.open(reportFile);
+    if (options.junit && !report)
+        throw BoardError("cannot write the report " + reportFile + ": " + std::strerror(errno));
+    for (std::size_t signal = 0; signal < state.Count(); ++signal)
+        OnChange(signal, state.Level(signal), BoardTime(0));
+}
+
+void ScenarioPlayer::OnChange(std::size_t signal, bool level, BoardTime time) {
+    Keep(time, [this, name = state.Name(signal), level](ScenarioTime at) { runner.OnLevel(name, level, at); });
+}
+
+void ScenarioPlayer::OnWebLog(std::string_view record, BoardTime time) {
+    Keep(time, [this, text = std::string(record)](ScenarioTime at) { runner.OnWebLog(text, at); });
+}
+
+void ScenarioPlayer::OnReboot(std::string_view, BoardTime time) {
+    Keep(time, [this](ScenarioTime at) { runner.OnReboot(at); });
+}
+
+void ScenarioPlayer::OnSyslog(std::string_view record, BoardTime time) {
+    Keep(time, [this, text = std::string(record)](ScenarioTime at) { runner.OnSystemLog(text, at); });
+}
+
+void ScenarioPlayer::OnProgramStarted(BoardTime time) {
+    ended.reset();
+    programRuns = true;
+    if (began)
+        return;
+    // The levels at the beginning are the first events.
+    began = events.size() > state.Count() ? std::min(time, events[state.Count()].first) : time;
+}
+
+void ScenarioPlayer::OnProgramEnded(int waitStatus, BoardTime time) {
+    programRuns = false;
+    ended = {waitStatus, time};
+}
+
+std::optional<BoardTime> ScenarioPlayer::Due() const {
+    if (!programRuns)
+        return std::nullopt;
+    if (!events.empty())
+        return events.front().first;
+    if (runner.IsDone())
+        return told ? kill : began;
+    const auto next = runner.NextTime();
+    return next ? std::optional<BoardTime>(*began + *next) : std::nullopt;
+}
+
+void ScenarioPlayer::Run(BoardTime now) {
+    if (!programRuns)
+        return;
+    Tell();
+    runner.OnTime(TimeOf(now));
+    Tell(); // what the steps did
+    if (runner.IsDone())
+        EndProgram(now);
+}
+
+void ScenarioPlayer::EndProgram(BoardTime now) {
+    runner.Finish(TimeOf(now));
+    if (!told) {
+        told = true;
+        kill = now + END_LIMIT;
+        control.SignalProgram(SIGTERM);
+    } else if (kill && now >= *kill) {
+        kill.reset();
+        control.SignalProgram(SIGKILL);
+    }
+}
+
+int ScenarioPlayer::Finish(BoardTime now) {
+    if (!began)
+        throw BoardError("the program was never started");
+    Tell();
+    if (ended && WIFSIGNALED(ended->first))
+        runner.OnKilled(WTERMSIG(ended->first), TimeOf(ended->second));
+    else if (ended)
+        runner.OnExit(WEXITSTATUS(ended->first), TimeOf(ended->second));
+    runner.Finish(TimeOf(now));
+    const std::string plain = PlainReport(scenario, runner.Results());
+    (void)std::fwrite(plain.data(), 1, plain.size(), stderr);
+    if (report.is_open()) {
+        report << JUnitReport(scenario, runner.Results());
+        report.close();
+        if (!report)
+            throw BoardError("cannot write the report " + reportFile + ": " + std::strerror(errno));
+    }
+    return runner.HasPassed() ? 0 : 1;
+}
+
+void ScenarioPlayer::Set(const std::string& line, bool high) {
+    control.DriveInput(SignalOf(line), high);
+}
+
+void ScenarioPlayer::SetFault(const std::string& signal, const std::optional<Fault>& fault) {
+    control.SetFault(SignalOf(signal), fault);
+}
+
+void ScenarioPlayer::Send(int signal) {
+    control.SignalProgram(signal);
+}
+
+void ScenarioPlayer::Tell() {
+    for (; !events.empty(); events.pop_front()) {
+        const auto& [time, event] = events.front();
+        event(TimeOf(time));
+    }
+}
+
+ScenarioTime ScenarioPlayer::TimeOf(BoardTime time) const {
+    return std::chrono::duration_cast<ScenarioTime>(std::max(time - *began, BoardTime(0)));
+}
+
+std::size_t ScenarioPlayer::SignalOf(const std::string& name) const {
+    for (std::size_t signal = 0; signal < state.Count(); ++signal)
+        if (state.Name(signal) == name)
+            return signal;
+    throw BoardError(name + " is no line and no LED element of the board");
+}
+
+} // namespace VelrixBoard

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "board/base/Clock.h"
+#include "board/model/BoardModel.h"
+
+namespace VelrixBoard {
+
+// Whoever wants to know what happens on the board. Called from the board's loop; must neither block nor throw.
+class IBoardObserver {
+public:
+    virtual ~IBoardObserver() = default;
+
+    // The program wrote a level into a value file, be it the one that was there. OnChange follows if it was not.
+    virtual void OnWrite(std::size_t signal, bool level, BoardTime time) = 0;
+
+    // A line or an LED element has another level. The state holds it already.
+    virtual void OnChange(std::size_t signal, bool level, BoardTime time) = 0;
+
+    // All that was waiting has been told, so that a view need not show what lasted for an instant only.
+    virtual void OnSettled(BoardTime time) = 0;
+
+    // The program wrote a line into the web log, called the reboot command, or logged to the system log.
+    virtual void OnWebLog(std::string_view record, BoardTime time) = 0;
+    virtual void OnReboot(std::string_view call, BoardTime time) = 0;
+    virtual void OnSyslog(std::string_view record, BoardTime time) = 0;
+
+    // A value file was broken or is whole again; the simulated module is in another state. The board's control says
+    // how.
+    virtual void OnFault(std::size_t signal, BoardTime time) = 0;
+    virtual void OnModule(BoardTime time) = 0;
+
+    // The program runs; it has ended, with a status as wait gives it. A board may run it anew.
+    virtual void OnProgramStarted(BoardTime time) = 0;
+    virtual void OnProgramEnded(int waitStatus, BoardTime time) = 0;
+};
+
+// An observer that minds nothing, to derive from.
+class BoardObserver : public IBoardObserver {
+public:
+    void OnWrite(std::size_t, bool, BoardTime) override {}
+    void OnChange(std::size_t, bool, BoardTime) override {}
+    void OnSettled(BoardTime) override {}
+    void OnWebLog(std::string_view, BoardTime) override {}
+    void OnReboot(std::string_view, BoardTime) override {}
+    void OnSyslog(std::string_view, BoardTime) override {}
+    void OnFault(std::size_t, BoardTime) override {}
+    void OnModule(BoardTime) override {}
+    void OnProgramStarted(BoardTime) override {}
+    void OnProgramEnded(int, BoardTime) override {}
+};
+
+// The levels of all lines and LED elements of one board, and the stream of their changes.
+//
+// Signals are numbered: first the model's lines, then its LED elements, each in the model's order. The device's files
+// feed Set; views and the simulated module observe. One thread.
+class BoardState final {
+public:
+    explicit BoardState(const BoardModel& boardModel);
+
+    const BoardModel& Model() const { return model; }
+    std::size_t Count() const { return levels.size(); }
+    bool Level(std::size_t signal) const { return levels[signal]; }
+    const std::string& Path(std::size_t signal) const;
+    bool IsInput(std::size_t signal) const;
+
+    // "OXBO_RL", "MS.green".
+    std::string Name(std::size_t signal) const;
+
+    // The signal of that name; nothing for an unknown one.
+    std::optional<std::size_t> Find(std::string_view name) const;
+
+    // "off", "green", "red", "yellow", or several joined by "+".
+    std::string LedColor(std::string_view led) const;
+
+    // Observers are told in the order in which they were added, and must outlive the state.
+    void Add(IBoardObserver& observer) { observers.push_back(&observer); }
+    const std::vector<IBoardObserver*>& Observers() const { return observers; }
+
+    // Stores the level; observers hear of it only if it is another one than before.
+    void Set(std::size_t signal, bool level, BoardTime time);
+
+    // The same for a level that the program wrote; observers hear of that in any case.
+    void Write(std::size_t signal, bool level, BoardTime time);
+
+private:
+    const BoardModel& model;
+    std::vector<bool> levels;
+    std::vector<IBoardObserver*> observers;
+};
+
+// The signal of that name. Throws BoardError that names those there are.
+std::size_t FindSignal(const BoardState& state, std::string_view name);
+
+} // namespace VelrixBoard

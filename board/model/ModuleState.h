@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+
+#include "board/model/BoardState.h"
+
+namespace VelrixBoard {
+
+// What the simulated Oxbo module is doing. A value.
+struct ModuleState {
+    enum class Phase {
+        IN_RESET,
+        STARTING,
+        READY,
+        SILENT // released, and never ready
+    };
+
+    bool inReset = true;
+    bool ready = false; // it has pulled its interrupt line low since reset was released
+    std::optional<bool>
+        ramLoaderAtRelease;       // level of the ram-loader line at the last release; nothing before the first
+    std::optional<BoardTime> due; // when it becomes ready, if it is on the way there
+
+    Phase CurrentPhase() const {
+        if (inReset)
+            return Phase::IN_RESET;
+        if (ready)
+            return Phase::READY;
+        return due ? Phase::STARTING : Phase::SILENT;
+    }
+};
+
+} // namespace VelrixBoard

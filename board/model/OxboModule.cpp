@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/model/OxboModule.h"
+
+namespace VelrixBoard {
+
+OxboModule::OxboModule(const BoardState& boardState, std::optional<std::chrono::milliseconds> readyAfter,
+                       DriveInput driveInput)
+    : state(boardState), delay(readyAfter), drive(std::move(driveInput)),
+      irq(state.Model().FindLine(BoardModel::OXBO_IRQ).value()),
+      reset(state.Model().FindLine(BoardModel::OXBO_RESET).value()),
+      ramLoader(state.Model().FindLine(BoardModel::OXBO_RAM_LOADER).value()) {}
+
+void OxboModule::SetReadyAfter(std::optional<std::chrono::milliseconds> readyAfter, BoardTime now) {
+    delay = readyAfter;
+    module.due.reset();
+    if (!module.inReset && !module.ready && delay)
+        module.due = released + *delay;
+    Tell(now);
+}
+
+void OxboModule::PowerUp(BoardTime now) {
+    module = ModuleState();
+    Tell(now);
+}
+
+void OxboModule::OnChange(std::size_t signal, bool level, BoardTime time) {
+    if (signal != reset)
+        return;
+    module.inReset = !level;
+    module.ready = false;
+    module.due.reset();
+    if (level) {
+        released = time;
+        module.ramLoaderAtRelease = state.Level(ramLoader);
+        if (delay)
+            module.due = time + *delay;
+    } else if (!state.Level(irq)) {
+        drive(irq, true);
+    }
+    Tell(time);
+}
+
+void OxboModule::Run(BoardTime now) {
+    if (!module.due || now < *module.due)
+        return;
+    module.due.reset();
+    module.ready = true;
+    drive(irq, false);
+    Tell(now);
+}
+
+void OxboModule::Tell(BoardTime time) const {
+    for (IBoardObserver* observer : state.Observers())
+        observer->OnModule(time);
+}
+
+} // namespace VelrixBoard

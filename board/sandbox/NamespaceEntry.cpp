@@ -1,0 +1,191 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/sandbox/NamespaceEntry.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/statvfs.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "board/base/BoardError.h"
+#include "board/sandbox/Namespaces.h"
+#include "board/sandbox/PseudoTerminals.h"
+#include "board/sandbox/Skeleton.h"
+
+namespace VelrixBoard {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Mounts do not wait for anything but a busy machine.
+constexpr int TRIAL_LIMIT_MS = 20'000;
+
+// As the program sees it.
+FuseFiles::Owner OwnerOnBoard(bool asRoot) {
+    return asRoot ? FuseFiles::Owner{0, 0} : FuseFiles::Owner{::geteuid(), ::getegid()};
+}
+
+bool MountProc() {
+    return ::mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) == 0;
+}
+
+// What a program may only read, since a write would reach the machine that the board is on: its power states, its
+// devices, the settings of its kernel.
+constexpr const char* MACHINE_DEVICES = "/sys";
+constexpr std::array MACHINE_SETTINGS = {"/proc/acpi", "/proc/bus",  "/proc/fs",  "/proc/irq",
+                                         "/proc/mtrr", "/proc/scsi", "/proc/sys", "/proc/sysrq-trigger"};
+
+// Without giving up what else the machine restricts there, which the kernel would refuse.
+bool RemountReadOnly(const char* path) {
+    struct statvfs status {};
+    if (::statvfs(path, &status) != 0)
+        return false;
+    unsigned long flags = MS_BIND | MS_REMOUNT | MS_RDONLY;
+    flags |= (status.f_flag & ST_NOSUID) != 0 ? MS_NOSUID : 0;
+    flags |= (status.f_flag & ST_NODEV) != 0 ? MS_NODEV : 0;
+    flags |= (status.f_flag & ST_NOEXEC) != 0 ? MS_NOEXEC : 0;
+    return ::mount(nullptr, path, nullptr, flags, nullptr) == 0;
+}
+
+// This keeps a program from what it does by mistake. One that is root on its board and means it can mount and unmount.
+void MakeReadOnly(const char* path) {
+    if (::access(path, F_OK) != 0 || RemountReadOnly(path))
+        return;
+    // It is no mount point yet.
+    if (errno != EINVAL || ::mount(path, path, nullptr, MS_BIND | MS_REC, nullptr) != 0 || !RemountReadOnly(path))
+        ThrowSystemError(std::string("cannot keep the program from writing to ") + path);
+}
+
+// Of an ordinary user the kernel takes no settings, and where a part of /proc is covered, a board on the board could
+// not have its own.
+void ProtectSettings(uid_t user) {
+    for (const char* path : MACHINE_SETTINGS)
+        if (user == 0)
+            MakeReadOnly(path);
+}
+
+// In process 1. The ids are the user's on the machine; they are not known in the namespace yet.
+struct BoardMaker {
+    NamespaceEntry::Place place;
+    std::vector<Placement> placements;
+    bool asRoot;
+    bool ownNumbers;
+    uid_t user = ::geteuid();
+    gid_t group = ::getegid();
+
+    void operator()(int socket) const {
+        std::error_code error;
+        const fs::path workingDirectory = fs::current_path(error);
+        MapIds(user, group, asRoot);
+        DetachMounts();
+        // Before the skeletons, which show it in parts.
+        MakeReadOnly(MACHINE_DEVICES);
+        {
+            // Opened here, because the kernel mounts only what was opened in the same user namespace; and closed here,
+            // because a program that held it would keep the file system alive after the board.
+            const FileDescriptor connection = MountFuse(place.device, {asRoot ? 0 : user, asRoot ? 0 : group});
+            SendMounted(socket, connection.Get());
+        }
+        Skeleton(place.stage).Mount(placements);
+        // What was bound from here stays.
+        ::umount2(place.device.c_str(), MNT_DETACH);
+        MakePseudoTerminals();
+        if (ownNumbers && !MountProc())
+            ThrowSystemError("cannot mount the board's own /proc");
+        ProtectSettings(user);
+        // A working directory inside a covered one would still be that of the machine.
+        if (::chdir(workingDirectory.c_str()) != 0 && ::chdir("/") != 0)
+            std::abort();
+    }
+};
+
+// What the process of a trial says at its end.
+struct Finding {
+    bool isAllowed = false;
+    bool canHaveOwnNumbers = false;
+    char reason[1024] = {};
+
+    void Refuse(const std::string& why) { std::strncpy(reason, why.c_str(), sizeof reason - 1); }
+};
+
+Finding TryHere(const NamespaceEntry::Place& place, uid_t user, gid_t group) {
+    Finding finding;
+    try {
+        MapIds(user, group, false);
+        DetachMounts();
+        MakeReadOnly(MACHINE_DEVICES);
+        (void)MountFuse(place.device, {user, group});
+        Skeleton(place.stage).Mount({});
+        finding.canHaveOwnNumbers = MountProc();
+        ProtectSettings(user);
+        finding.isAllowed = true;
+    } catch (const std::exception& error) {
+        finding.Refuse(error.what());
+    }
+    return finding;
+}
+
+} // namespace
+
+NamespaceEntry::NamespaceEntry(ValueFiles& files, Place directories, bool ownNumbers, bool asRoot,
+                               FuseFiles::BeforeRequest beforeRequest)
+    : place(std::move(directories)), hasOwnNumbers(ownNumbers), isRoot(asRoot),
+      fuse(files, OwnerOnBoard(asRoot), std::move(beforeRequest)) {}
+
+InitPlan NamespaceEntry::Plan(const std::vector<Placement>& placements) {
+    InitPlan plan;
+    plan.hasOwnNumbers = hasOwnNumbers;
+    plan.makeBoard = BoardMaker{place, placements, isRoot, hasOwnNumbers};
+    return plan;
+}
+
+pid_t NamespaceEntry::Fork() {
+    return ForkIntoNamespaces(hasOwnNumbers);
+}
+
+NamespaceEntry::Trial NamespaceEntry::Try(const Place& directories) {
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+        ThrowSystemError("cannot make a pipe");
+    const FileDescriptor reading(ends[0]);
+    FileDescriptor writing(ends[1]);
+    const uid_t user = ::geteuid();
+    const gid_t group = ::getegid();
+    pid_t process = 0;
+    try {
+        process = ForkIntoNamespaces(true);
+    } catch (const BoardError& error) {
+        return {false, false, error.what()};
+    }
+    if (process == 0) {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        const Finding finding = TryHere(directories, user, group);
+        (void)!::write(writing.Get(), &finding, sizeof finding);
+        ::_exit(0);
+    }
+    writing.Close();
+    Finding finding;
+    finding.Refuse("the trial of the board's namespaces did not come to an end");
+    pollfd wait = {reading.Get(), POLLIN, 0};
+    if (::poll(&wait, 1, TRIAL_LIMIT_MS) == 1)
+        (void)!::read(reading.Get(), &finding, sizeof finding);
+    ::kill(process, SIGKILL);
+    while (::waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
+    }
+    return {finding.isAllowed, finding.canHaveOwnNumbers, finding.reason};
+}
+
+} // namespace VelrixBoard

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string_view>
+
+#include <sys/resource.h>
+
+#include "board/base/BoardLayout.h"
+#include "board/sandbox/IBoardEntry.h"
+#include "board/sandbox/PreloadFiles.h"
+
+namespace VelrixBoard {
+
+// A library that is preloaded into the board's programs and leads their calls: for a machine that lets the user have no
+// namespaces or no FUSE. Holds for programs that are dynamically linked to the machine's C library.
+class PreloadEntry final : public IBoardEntry {
+public:
+    // onReboot is called when a program makes the reboot system call. Throws BoardError.
+    PreloadEntry(BoardState& boardState, ValueFiles& valueFiles, BoardLayout boardLayout, bool asRoot,
+                 PreloadFiles::Action beforeRequest, PreloadFiles::RebootAction onReboot);
+    ~PreloadEntry() override;
+
+    // Whether this process runs on a board with a preloaded library. The kernel does not know that board's names, so no
+    // board in namespaces can be put on them.
+    static bool IsOnSuchABoard();
+
+    InitPlan Plan(const std::vector<Placement>& placements) override;
+    pid_t Fork() override;
+    void Serve(FileDescriptor) override {}
+
+    int Descriptor() const override { return files.Descriptor(); }
+    std::optional<BoardTime> Due() const override { return files.Due(); }
+    void Run(BoardTime now) override { files.Run(now); }
+
+private:
+    const BoardState& state;
+    const ValueFiles& values;
+    BoardLayout layout;
+    bool isRoot;
+    rlimit descriptors{}; // as the board found it, for the program
+    PreloadFiles files;
+};
+
+// The library, as it is to be in a file; empty where it was not built, which is so for 32-bit machines.
+std::string_view PreloadLibrary();
+
+} // namespace VelrixBoard

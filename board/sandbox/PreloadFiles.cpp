@@ -1,0 +1,409 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/sandbox/PreloadFiles.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/epoll.h>
+#include <sys/random.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include "board/base/BoardError.h"
+
+namespace VelrixBoard {
+
+namespace fs = std::filesystem;
+using Preload::Answer;
+using Preload::Event;
+using Preload::Operation;
+using Preload::Request;
+
+namespace {
+
+constexpr std::uint64_t LISTENER = 1;
+
+// Rounds at a stretch before the others in the board's loop have their turn, sources in a round, and values that one
+// program wrote past the library in one.
+constexpr int ROUNDS_PER_TURN = 64;
+constexpr int SOURCES = 64;
+constexpr int WRITES = 16;
+
+constexpr int BACKLOG = 256;
+
+// An abstract address: its length says where it ends, and it begins with a zero byte.
+struct Address {
+    sockaddr_un content{};
+    socklen_t length;
+
+    explicit Address(const std::string& name)
+        : length(static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size())) {
+        content.sun_family = AF_UNIX;
+        name.copy(content.sun_path + 1, sizeof content.sun_path - 1);
+    }
+    const sockaddr* Get() const { return reinterpret_cast<const sockaddr*>(&content); }
+};
+
+// Everybody sees the names of abstract sockets. It must not be one that another board has.
+std::string NewName() {
+    std::array<unsigned char, 8> random{};
+    if (::getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size()))
+        ThrowSystemError("cannot make a name for the board's socket");
+    std::string name = "velrix-board-";
+    for (const unsigned char byte : random) {
+        std::array<char, 3> digits{};
+        std::snprintf(digits.data(), digits.size(), "%02x", byte);
+        name += digits.data();
+    }
+    return name;
+}
+
+// A program of another user is none of the board's.
+bool IsOfThisUser(int socket) {
+    ucred peer{};
+    socklen_t length = sizeof peer;
+    return ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0 &&
+           (peer.uid == ::geteuid() || peer.uid == 0);
+}
+
+bool MayRead(std::uint32_t flags) {
+    return (flags & O_ACCMODE) != O_WRONLY;
+}
+
+bool MayWrite(std::uint32_t flags) {
+    return (flags & O_ACCMODE) != O_RDONLY;
+}
+
+void Send(int socket, const Answer& answer, std::string_view text, int descriptor) {
+    Answer copy = answer;
+    std::array<iovec, 2> parts = {iovec{&copy, sizeof copy}, iovec{const_cast<char*>(text.data()), text.size()}};
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof descriptor)> control{};
+    msghdr header{};
+    header.msg_iov = parts.data();
+    header.msg_iovlen = text.empty() ? 1 : 2;
+    if (descriptor >= 0) {
+        header.msg_control = control.data();
+        header.msg_controllen = control.size();
+        cmsghdr* attached = CMSG_FIRSTHDR(&header);
+        attached->cmsg_level = SOL_SOCKET;
+        attached->cmsg_type = SCM_RIGHTS;
+        attached->cmsg_len = CMSG_LEN(sizeof descriptor);
+        std::memcpy(CMSG_DATA(attached), &descriptor, sizeof descriptor);
+    }
+    // One answer finds room always. The program may be gone; then its connection ends next.
+    (void)::sendmsg(socket, &header, MSG_NOSIGNAL | MSG_DONTWAIT);
+}
+
+} // namespace
+
+PreloadFiles::PreloadFiles(const BoardState& boardState, ValueFiles& valueFiles, Places placesOfNames,
+                           Action beforeRequest, RebootAction onReboot)
+    : state(boardState), values(valueFiles), places(std::move(placesOfNames)), before(std::move(beforeRequest)),
+      reboot(std::move(onReboot)), name(NewName()), queue(::epoll_create1(EPOLL_CLOEXEC)), nextSource(LISTENER + 1) {
+    if (!queue)
+        ThrowSystemError("cannot make a queue for the value files");
+    for (const fs::path& directory : DeviceTree::Directories())
+        fs::create_directories(places(directory));
+    for (std::size_t signal = 0; signal < state.Count(); ++signal)
+        if (const auto file = values.Tree().FileOf(signal))
+            MakeName(*file);
+    Listen();
+    values.OnEvent([this](Number file) { Wake(file); });
+}
+
+PreloadFiles::~PreloadFiles() {
+    values.OnEvent([](Number) {});
+    for (const auto& [source, connection] : connections)
+        values.Drop(connection.waiting);
+}
+
+void PreloadFiles::OnFault(std::size_t signal, BoardTime) {
+    if (const auto file = values.Tree().FileOf(signal))
+        MakeName(*file);
+}
+
+void PreloadFiles::Run(BoardTime) {
+    for (int i = 0; i < ROUNDS_PER_TURN && RunOnce(); ++i) {
+    }
+}
+
+void PreloadFiles::Listen() {
+    const Address address(name);
+    listener = FileDescriptor(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!listener || ::bind(listener.Get(), address.Get(), address.length) != 0 ||
+        ::listen(listener.Get(), BACKLOG) != 0 || !Watch(listener.Get(), LISTENER))
+        ThrowSystemError("cannot make the board's socket for the value files");
+}
+
+// Lets the file have its name, or lose it while it is missing.
+void PreloadFiles::MakeName(Number file) const {
+    const std::size_t signal = values.Tree().Find(file)->signals.front();
+    const fs::path path = places(fs::path(state.Path(signal)).lexically_normal());
+    std::error_code error;
+    if (values.IsMissing(file)) {
+        fs::remove(path, error);
+        return;
+    }
+    if (fs::exists(path, error))
+        return;
+    fs::create_directories(path.parent_path(), error);
+    std::ofstream(path).close();
+    fs::permissions(path, fs::perms(values.IsWritable(file) ? 0644 : 0444), error);
+    if (error)
+        throw BoardError("cannot make " + path.string() + ": " + error.message());
+}
+
+// One round. False when nothing is waiting.
+bool PreloadFiles::RunOnce() {
+    std::array<epoll_event, SOURCES> events;
+    const int count = ::epoll_wait(queue.Get(), events.data(), SOURCES, 0);
+    if (count <= 0)
+        return false;
+    const auto end = events.begin() + count;
+    // What was written past the library came before a request that a later program made. The number is copied, since
+    // the kernel's struct is packed.
+    std::stable_partition(events.begin(), end, [this](const epoll_event& event) {
+        const std::uint64_t source = event.data.u64;
+        return openFiles.count(source) != 0;
+    });
+    std::for_each(events.begin(), end, [this](const epoll_event& event) { Dispatch(event.data.u64, event.events); });
+    return true;
+}
+
+void PreloadFiles::Accept() {
+    FileDescriptor socket(::accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (!socket || !IsOfThisUser(socket.Get()))
+        return;
+    const std::uint64_t source = nextSource++;
+    if (!Watch(socket.Get(), source))
+        return;
+    connections.emplace(source, Connection{std::move(socket)});
+}
+
+void PreloadFiles::Dispatch(std::uint64_t source, std::uint32_t happened) {
+    if (source == LISTENER) {
+        Accept();
+        return;
+    }
+    if (openFiles.count(source) != 0)
+        ReceiveWrites(source);
+    else if (connections.count(source) != 0 && (happened & EPOLLIN) != 0)
+        ReceiveRequest(source);
+    else
+        Close(source);
+}
+
+// Values that came past the library. Nobody waits for an answer.
+void PreloadFiles::ReceiveWrites(std::uint64_t source) {
+    std::array<char, ValueFiles::PAGE> text;
+    const OpenFile& openFile = openFiles.at(source);
+    for (int i = 0; i < WRITES; ++i) {
+        const ssize_t length = ::recv(openFile.socket.Get(), text.data(), text.size(), MSG_DONTWAIT);
+        if (length < 0 && (errno == EAGAIN || errno == EINTR))
+            return;
+        // Said once, before what was written, when the file was closed with an event that nobody read.
+        if (length < 0 && errno == ECONNRESET)
+            continue;
+        if (length <= 0) {
+            Close(source);
+            return;
+        }
+        before();
+        if (MayWrite(openFile.flags))
+            values.Write(openFile.file, {text.data(), static_cast<std::size_t>(length)}, [](int, bool) {});
+    }
+}
+
+void PreloadFiles::ReceiveRequest(std::uint64_t source) {
+    struct {
+        Request request;
+        std::array<char, ValueFiles::PAGE> text;
+    } packet;
+    const ssize_t length = ::recv(connections.at(source).socket.Get(), &packet, sizeof packet, MSG_DONTWAIT);
+    if (length < 0 && (errno == EAGAIN || errno == EINTR))
+        return;
+    const auto size = static_cast<std::size_t>(std::max<ssize_t>(length, 0));
+    if (size < sizeof packet.request || packet.request.mark != Request::MARK) {
+        Close(source);
+        return;
+    }
+    before();
+    Carry(source, packet.request, {packet.text.data(), size - sizeof packet.request});
+}
+
+void PreloadFiles::Carry(std::uint64_t source, const Request& request, std::string_view text) {
+    const auto openFile = openFiles.find(request.open);
+    switch (request.operation) {
+    case Operation::OPEN:
+        Open(source, request);
+        return;
+    case Operation::CANCEL:
+        values.Interrupt(connections.at(source).waiting);
+        return;
+    case Operation::REBOOT:
+        reboot(request.flags != 0);
+        return;
+    default:
+        break;
+    }
+    if (openFile == openFiles.end()) {
+        Reply(source, -EBADF);
+        return;
+    }
+    switch (request.operation) {
+    case Operation::READ:
+        Read(source, openFile->second, request);
+        break;
+    case Operation::WRITE:
+        Write(source, openFile->second, request, text);
+        break;
+    case Operation::SEEK:
+        Reply(source, Seek(openFile->second, request));
+        break;
+    case Operation::STATUS:
+        Reply(source, openFile->second.flags);
+        break;
+    case Operation::FLAGS:
+        openFile->second.flags = (openFile->second.flags & ~std::uint32_t{O_APPEND}) | (request.flags & O_APPEND);
+        Reply(source, 0);
+        break;
+    default:
+        Reply(source, -ENOSYS);
+    }
+}
+
+void PreloadFiles::Open(std::uint64_t source, const Request& request) {
+    const DeviceTree::Node* node = values.Tree().Find(request.file);
+    if (node == nullptr || !node->isFile) {
+        Reply(source, -ENOENT);
+        return;
+    }
+    if (const int error = values.OpenError(request.file, MayWrite(request.flags))) {
+        Reply(source, -error);
+        return;
+    }
+    std::array<int, 2> ends{};
+    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+        Reply(source, -ENFILE);
+        return;
+    }
+    const std::uint64_t number = nextSource++;
+    OpenFile openFile{FileDescriptor(ends[0]), request.file, request.flags & (O_ACCMODE | O_APPEND)};
+    const FileDescriptor ofProgram(ends[1]);
+    const Address address(name + "/" + std::to_string(request.file) + "/" + std::to_string(number));
+    if (::bind(ends[0], address.Get(), address.length) != 0 || !Watch(ends[0], number)) {
+        Reply(source, -ENFILE);
+        return;
+    }
+    TellEvent(openFile);
+    openFiles.emplace(number, std::move(openFile));
+    Reply(source, 0, {}, 0, ofProgram.Get());
+}
+
+void PreloadFiles::Read(std::uint64_t source, OpenFile& openFile, const Request& request) {
+    if (!MayRead(openFile.flags)) {
+        Reply(source, -EBADF);
+        return;
+    }
+    const auto answer = [this, source, open = request.open, offset = request.offset, size = request.size](int error,
+                                                                                                          bool level) {
+        const auto found = openFiles.find(open);
+        if (error != 0 || found == openFiles.end()) {
+            Reply(source, error != 0 ? -error : -EBADF);
+            return;
+        }
+        OpenFile& file = found->second;
+        const std::string_view text = level ? "1\n" : "0\n";
+        const std::int64_t at = offset == Preload::AT_POSITION ? file.position : offset;
+        const std::string_view part =
+            text.substr(std::min(static_cast<std::size_t>(std::max<std::int64_t>(at, 0)), text.size()), size);
+        if (offset == Preload::AT_POSITION)
+            file.position += static_cast<std::int64_t>(part.size());
+        file.seen = values.LatestEvent(file.file);
+        file.isEventSent = false;
+        Reply(source, static_cast<std::int64_t>(part.size()), part, file.seen);
+    };
+    connections.at(source).waiting = values.Read(openFile.file, answer);
+}
+
+void PreloadFiles::Write(std::uint64_t source, OpenFile& openFile, const Request& request, std::string_view text) {
+    if (!MayWrite(openFile.flags)) {
+        Reply(source, -EBADF);
+        return;
+    }
+    const auto size = static_cast<std::int64_t>(text.size());
+    const auto answer = [this, source, size, open = request.open, offset = request.offset](int error, bool) {
+        if (const auto found = openFiles.find(open);
+            error == 0 && found != openFiles.end() && offset == Preload::AT_POSITION) {
+            OpenFile& file = found->second;
+            file.position = ((file.flags & O_APPEND) != 0 ? std::int64_t{ValueFiles::PAGE} : file.position) + size;
+        }
+        Reply(source, error != 0 ? -error : size);
+    };
+    connections.at(source).waiting = values.Write(openFile.file, text, answer);
+}
+
+std::int64_t PreloadFiles::Seek(OpenFile& openFile, const Request& request) {
+    std::int64_t base = 0;
+    switch (request.flags) {
+    case SEEK_SET:
+        break;
+    case SEEK_CUR:
+        base = openFile.position;
+        break;
+    case SEEK_END:
+        base = ValueFiles::PAGE;
+        break;
+    default:
+        return -EINVAL;
+    }
+    std::int64_t position = 0;
+    if (__builtin_add_overflow(base, request.offset, &position) || position < 0)
+        return -EINVAL;
+    return openFile.position = position;
+}
+
+void PreloadFiles::Reply(std::uint64_t source, std::int64_t result, std::string_view text, std::uint64_t event,
+                         int descriptor) {
+    const auto found = connections.find(source);
+    if (found == connections.end())
+        return;
+    found->second.waiting = 0;
+    Send(found->second.socket.Get(), {result, event}, text, descriptor);
+}
+
+void PreloadFiles::Close(std::uint64_t source) {
+    if (const auto found = connections.find(source); found != connections.end()) {
+        values.Drop(found->second.waiting);
+        connections.erase(found);
+    }
+    openFiles.erase(source);
+}
+
+void PreloadFiles::TellEvent(OpenFile& openFile) {
+    const Event event{values.LatestEvent(openFile.file)};
+    openFile.isEventSent = true;
+    (void)::send(openFile.socket.Get(), &event, sizeof event, MSG_NOSIGNAL | MSG_DONTWAIT);
+}
+
+void PreloadFiles::Wake(Number file) {
+    for (auto& [number, openFile] : openFiles)
+        if (openFile.file == file && !openFile.isEventSent)
+            TellEvent(openFile);
+}
+
+bool PreloadFiles::Watch(int socket, std::uint64_t source) const {
+    epoll_event event{EPOLLIN, {}};
+    event.data.u64 = source;
+    return ::epoll_ctl(queue.Get(), EPOLL_CTL_ADD, socket, &event) == 0;
+}
+
+} // namespace VelrixBoard

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "board/base/FileDescriptor.h"
+#include "board/files/ValueFiles.h"
+#include "board/loop/ILoopPart.h"
+#include "board/model/BoardState.h"
+#include "board/preload/Protocol.h"
+
+namespace VelrixBoard {
+
+// The value files of a board that has no file system of its own: the board's end of the conversations with the library
+// that is preloaded into its programs (board/preload/Protocol.h).
+//
+// Each file has an empty one on the machine, for all that asks for names and their status; a missing file has none.
+// Each open file is a pair of sockets. A request is carried out when it is received and answered at once, except for a
+// slow file's, so all writes have one order.
+class PreloadFiles final : public BoardObserver, public ILoopPart {
+public:
+    using Action = std::function<void()>;
+    using RebootAction = std::function<void(bool restart)>;
+
+    // Gives the place on the machine for a name of the board.
+    using Places = std::function<std::filesystem::path(const std::filesystem::path& inside)>;
+
+    // Makes the empty files and listens. beforeRequest is called before each request is carried out, so that what
+    // the program did before, by other ways, is told first; onReboot when a program makes the reboot system call.
+    // Throws BoardError.
+    PreloadFiles(const BoardState& boardState, ValueFiles& valueFiles, Places placesOfNames, Action beforeRequest,
+                 RebootAction onReboot);
+    PreloadFiles(const PreloadFiles&) = delete;
+    PreloadFiles& operator=(const PreloadFiles&) = delete;
+    ~PreloadFiles() override;
+
+    // The name of the abstract socket that programs connect to.
+    const std::string& Name() const { return name; }
+
+    void OnFault(std::size_t signal, BoardTime time) override;
+
+    // A queue of all sockets.
+    int Descriptor() const override { return queue.Get(); }
+    std::optional<BoardTime> Due() const override { return std::nullopt; }
+    void Run(BoardTime now) override;
+
+private:
+    using Number = ValueFiles::Number;
+
+    // A program's connection, over which it waits for one answer at a time.
+    struct Connection {
+        FileDescriptor socket;
+        ValueFiles::Ticket waiting = 0;
+    };
+
+    // The board's end of an open value file, with what the kernel would keep of one.
+    struct OpenFile {
+        FileDescriptor socket;
+        Number file;
+        std::uint32_t flags;
+        std::int64_t position = 0;
+        std::uint64_t seen = 0; // the latest event that was read
+        bool isEventSent = false;
+    };
+
+    void Listen();
+    void MakeName(Number file) const;
+    bool RunOnce();
+    void Accept();
+    void Dispatch(std::uint64_t source, std::uint32_t happened);
+    void ReceiveWrites(std::uint64_t source);
+    void ReceiveRequest(std::uint64_t source);
+    void Carry(std::uint64_t source, const Preload::Request& request, std::string_view text);
+    void Open(std::uint64_t source, const Preload::Request& request);
+    void Read(std::uint64_t source, OpenFile& openFile, const Preload::Request& request);
+    void Write(std::uint64_t source, OpenFile& openFile, const Preload::Request& request, std::string_view text);
+    static std::int64_t Seek(OpenFile& openFile, const Preload::Request& request);
+    void Reply(std::uint64_t source, std::int64_t result, std::string_view text = {}, std::uint64_t event = 0,
+               int descriptor = -1);
+    void Close(std::uint64_t source);
+    void TellEvent(OpenFile& openFile);
+    void Wake(Number file);
+    bool Watch(int socket, std::uint64_t source) const;
+
+    const BoardState& state;
+    ValueFiles& values;
+    Places places;
+    Action before;
+    RebootAction reboot;
+    std::string name;
+    FileDescriptor queue;
+    FileDescriptor listener;
+    std::map<std::uint64_t, Connection> connections; // by source, as are the open files: each has a number of its own
+    std::map<std::uint64_t, OpenFile> openFiles;
+    std::uint64_t nextSource;
+};
+
+} // namespace VelrixBoard

@@ -1,0 +1,372 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/views/TerminalView.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+#include "board/scenario/Printable.h"
+
+namespace VelrixBoard {
+
+namespace {
+
+constexpr int MOST_NOTES = 6;
+constexpr int BOARD_ROWS = 4;
+// The row below the block, in which the cursor waits.
+constexpr int CURSOR_ROWS = 1;
+// Of lines: one system call for many.
+constexpr std::size_t WRITTEN_AT_ONCE = std::size_t{16} * 1024;
+constexpr int BAR_COLUMNS = 20;
+constexpr const char* NORMAL = "\033[0m";
+
+} // namespace
+
+// Text for a row of the block, whose colour codes take no column. Put blanks before a part, not behind the last one:
+// whether those take columns when the terminal wraps its rows anew is up to the terminal.
+class TerminalView::Row final {
+public:
+    explicit Row(int mostColumns) : columns(mostColumns), left(mostColumns) {}
+
+    Row& Add(std::string_view part, const char* color = nullptr) {
+        if (left <= 0)
+            return *this;
+        if (color != nullptr)
+            text += color;
+        for (const char c : Printable(part)) {
+            // The later bytes of a character in UTF-8 stand in the column of its first.
+            const bool begins = (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+            if (begins)
+                --left;
+            if (left >= 0)
+                text += c == '\t' ? ' ' : c;
+        }
+        if (color != nullptr)
+            text += NORMAL;
+        return *this;
+    }
+
+    const std::string& Text() const { return text; }
+    // The columns that it takes.
+    int Width() const { return columns - std::max(left, 0); }
+
+private:
+    std::string text;
+    const int columns;
+    int left;
+};
+
+namespace {
+
+constexpr const char* BOLD = "\033[1m";
+constexpr const char* FAINT = "\033[2m";
+constexpr const char* RED = "\033[1;31m";
+constexpr const char* GREEN = "\033[1;32m";
+constexpr const char* YELLOW = "\033[1;33m";
+
+const char* LedStyle(std::string_view color) {
+    if (color == "green")
+        return GREEN;
+    if (color == "red")
+        return RED;
+    return color == "off" ? FAINT : YELLOW;
+}
+
+const char* LogStyle(LogText::Weight weight) {
+    switch (weight) {
+    case LogText::Weight::LIGHT:
+        return FAINT;
+    case LogText::Weight::WARNING:
+        return YELLOW;
+    case LogText::Weight::ERROR:
+        return RED;
+    case LogText::Weight::NORMAL:
+        break;
+    }
+    return nullptr;
+}
+
+std::string Bar(int percent) {
+    std::string bar;
+    for (int column = 0; column < BAR_COLUMNS; ++column)
+        bar += column * 100 < percent * BAR_COLUMNS ? "\u2588" : "\u2591";
+    return bar + " " + std::to_string(percent) + " %";
+}
+
+const char* ModuleText(ModuleState::Phase phase) {
+    switch (phase) {
+    case ModuleState::Phase::IN_RESET:
+        return "held in reset";
+    case ModuleState::Phase::STARTING:
+        return "starting";
+    case ModuleState::Phase::READY:
+        return "ready";
+    case ModuleState::Phase::SILENT:
+        break;
+    }
+    return "never ready";
+}
+
+std::string Seconds(BoardTime time) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%8.3f s  ", std::chrono::duration<double>(time).count());
+    return text;
+}
+
+} // namespace
+
+TerminalView::TerminalView(const BoardState& boardState, const IBoardControl& boardControl, Style viewStyle,
+                           Measure terminalSize, ITextOutput& textOutput)
+    : state(boardState), control(boardControl), style(viewStyle), measure(std::move(terminalSize)), output(textOutput) {
+    for (const std::string& led : state.Model().Leds()) {
+        leds.push_back({state.LedColor(led)});
+        shownLeds.push_back(leds.back().color);
+    }
+    for (std::size_t line = 0; line < state.Model().Lines().size(); ++line)
+        shownLines.push_back(state.Level(line));
+}
+
+void TerminalView::OnChange(std::size_t, bool, BoardTime time) {
+    const std::vector<std::string> names = state.Model().Leds();
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const std::string color = state.LedColor(names[i]);
+        if (color != leds[i].color)
+            leds[i] = {color, time};
+    }
+}
+
+void TerminalView::OnSettled(BoardTime time) {
+    SettleLeds(time, SHORTEST_COLOR);
+    for (std::size_t i = 0; i < shownLines.size(); ++i) {
+        if (state.Level(i) == shownLines[i])
+            continue;
+        shownLines[i] = state.Level(i);
+        PrintLine(time, state.Name(i) + (shownLines[i] ? " high" : " low"));
+    }
+    WriteLines();
+    if (style == Style::BLOCK && output.IsWritten())
+        DrawWhatIsNew(time);
+}
+
+void TerminalView::SettleLeds(BoardTime time, BoardTime shortest) {
+    const std::vector<std::string> names = state.Model().Leds();
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const auto& [color, since] = leds[i];
+        if (color == shownLeds[i] || time - since < shortest)
+            continue;
+        shownLeds[i] = color;
+        PrintLine(since, names[i] + " " + color);
+    }
+}
+
+std::optional<BoardTime> TerminalView::Due() const {
+    std::optional<BoardTime> due;
+    for (std::size_t i = 0; i < leds.size(); ++i)
+        if (leds[i].color != shownLeds[i])
+            due = std::min(due.value_or(BoardTime::max()), leds[i].since + SHORTEST_COLOR);
+    return due;
+}
+
+// Those behind a change of an LED wait until that is one.
+void TerminalView::WriteLines() {
+    const std::optional<BoardTime> due = Due();
+    const auto end = due ? lines.lower_bound(*due - SHORTEST_COLOR) : lines.end();
+    std::string text;
+    for (auto line = lines.begin(); line != end; line = lines.erase(line)) {
+        text += Seconds(line->first) + line->second + "\n";
+        if (text.size() >= WRITTEN_AT_ONCE)
+            output.Write(std::exchange(text, ""));
+    }
+    if (!text.empty())
+        output.Write(text);
+}
+
+void TerminalView::OnWebLog(std::string_view record, BoardTime time) {
+    Add("web log", ReadWebLogRecord(record));
+    PrintLine(time, "web log " + std::string(record));
+}
+
+void TerminalView::OnReboot(std::string_view call, BoardTime time) {
+    Add("reboot", {"called: " + std::string(call), LogText::Weight::WARNING});
+    PrintLine(time, "reboot called: " + std::string(call));
+}
+
+void TerminalView::OnSyslog(std::string_view record, BoardTime time) {
+    const LogText text = ReadSystemLogRecord(record);
+    Add("trace", text);
+    PrintLine(time, "trace " + text.text);
+}
+
+void TerminalView::OnFault(std::size_t signal, BoardTime time) {
+    const std::optional<Fault> fault = control.FaultOf(signal);
+    PrintLine(time, "fault " + state.Name(signal) + " " + (fault ? ToString(*fault) : "none"));
+}
+
+// The lines that it drives say the same where changes are listed.
+void TerminalView::OnModule(BoardTime) {
+    changed = true;
+}
+
+void TerminalView::OnProgramStarted(BoardTime time) {
+    if (++runs == 1)
+        return;
+    const std::string text = "came up again: run " + std::to_string(runs);
+    Add("board", {text, LogText::Weight::NORMAL});
+    PrintLine(time, "board " + text);
+}
+
+// A progress bar moves where it is, and begins anew when its row is gone or of another run.
+void TerminalView::Add(const char* source, LogText record) {
+    if (record.percent && !record.beginsBar) {
+        const auto bar = std::find_if(notes.rbegin(), notes.rend(),
+                                      [this](const Note& n) { return n.record.percent && n.run == runs; });
+        if (bar != notes.rend()) {
+            bar->record.percent = record.percent;
+            return;
+        }
+    }
+    if (record.text.empty() && !record.percent)
+        return;
+    notes.push_back({source, std::move(record), runs});
+    if (notes.size() > MOST_NOTES)
+        notes.pop_front();
+}
+
+void TerminalView::PrintLine(BoardTime time, const std::string& text) {
+    changed = true;
+    if (style == Style::LINES)
+        lines.emplace(time, Printable(text));
+}
+
+void TerminalView::OnResize(BoardTime time) {
+    changed = true;
+    OnSettled(time);
+}
+
+void TerminalView::Print(std::string_view text) {
+    std::string all = std::exchange(held, "") + std::string(text);
+    const std::size_t whole = OpenLine::WholeLength(all);
+    held = all.substr(whole);
+    all.resize(whole);
+    if (!all.empty())
+        PrintWhole(all);
+}
+
+// Goes on where the program's output ended, which is in the row that the block began in if that was the end of a row.
+void TerminalView::PrintWhole(const std::string& text) {
+    std::string drawing = Erase();
+    const int columns = measure().columns;
+    if (openLine.IsOpen() && !openLine.IsRowFull(columns))
+        drawing += "\033[A";
+    if (openLine.IsOpen() && openLine.Column(columns) > 0)
+        drawing += "\033[" + std::to_string(openLine.Column(columns)) + "C";
+    openLine.Take(text, columns);
+    DrawBelow(drawing + text + (openLine.IsOpen() ? "\n" : ""), drawnTime);
+}
+
+void TerminalView::Say(std::string_view text) {
+    if (style == Style::LINES) {
+        output.Write(text);
+        return;
+    }
+    said.Add(text);
+    if (output.IsWritten())
+        DrawWhatIsNew(drawnTime);
+}
+
+void TerminalView::DrawWhatIsNew(BoardTime time) {
+    if (!said.IsEmpty()) {
+        const std::string text = said.Text();
+        said.Remove(text.size());
+        openLine.End();
+        DrawBelow(Erase() + text, time);
+    } else if (changed) {
+        Draw(time);
+    }
+}
+
+void TerminalView::Finish(BoardTime time) {
+    if (!held.empty())
+        PrintWhole(std::exchange(held, ""));
+    SettleLeds(time, BoardTime::zero());
+    changed = true;
+    OnSettled(time);
+}
+
+// From the row below the block, in which the cursor is. Most terminals wrap what they show anew when they get narrower.
+// On one that cuts it off instead, this takes some of the program's output away; what was left of the block otherwise
+// would stay for ever.
+std::string TerminalView::Erase() const {
+    if (drawnWidths.empty())
+        return "";
+    const int columns = measure().columns;
+    int rows = 0;
+    for (const int width : drawnWidths)
+        rows += std::max(1, (width + columns - 1) / columns);
+    return "\033[" + std::to_string(rows) + "A\r\033[J";
+}
+
+TerminalView::Row TerminalView::LedRow(int columns, BoardTime time) const {
+    Row row(columns);
+    row.Add(Seconds(time));
+    const std::vector<std::string> names = state.Model().Leds();
+    for (std::size_t i = 0; i < names.size(); ++i)
+        row.Add((i == 0 ? "" : "   ") + names[i] + " ").Add("\u25CF " + shownLeds[i], LedStyle(shownLeds[i]));
+    return row;
+}
+
+TerminalView::Row TerminalView::LineRow(int columns, Direction direction) const {
+    const std::vector<Line>& all = state.Model().Lines();
+    Row row(columns);
+    row.Add(direction == Direction::OUTPUT ? "  outputs " : "  inputs  ");
+    for (std::size_t i = 0; i < all.size(); ++i)
+        if (all[i].direction == direction)
+            row.Add("  " + all[i].label + " ").Add(shownLines[i] ? "1" : "0", BOLD);
+    return row;
+}
+
+TerminalView::Row TerminalView::ModuleRow(int columns) const {
+    Row row(columns);
+    row.Add("  module    ").Add(ModuleText(control.OxboState().CurrentPhase()), BOLD);
+    bool any = false;
+    for (std::size_t signal = 0; signal < state.Count(); ++signal) {
+        const std::optional<Fault> fault = control.FaultOf(signal);
+        if (fault)
+            row.Add(any ? "  " : "   faults  ").Add(state.Name(signal) + " " + ToString(*fault), RED);
+        any = any || fault;
+    }
+    return row;
+}
+
+std::vector<TerminalView::Row> TerminalView::Rows(const Size& size, BoardTime time) const {
+    std::vector<Row> rows = {LedRow(size.columns, time), LineRow(size.columns, Direction::OUTPUT),
+                             LineRow(size.columns, Direction::INPUT), ModuleRow(size.columns)};
+    const int room = std::max(0, size.rows - BOARD_ROWS - CURSOR_ROWS - (openLine.IsOpen() ? 1 : 0));
+    const auto hidden = std::max<std::ptrdiff_t>(0, static_cast<std::ptrdiff_t>(notes.size()) - room);
+    for (auto note = notes.begin() + hidden; note != notes.end(); ++note) {
+        Row row(size.columns);
+        row.Add("  " + note->source + std::string(10 - note->source.size(), ' '));
+        const LogText& record = note->record;
+        row.Add(record.text, LogStyle(record.weight));
+        if (record.percent)
+            row.Add((record.text.empty() ? "" : " ") + Bar(*record.percent));
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+// The text ends in the row that the block begins in. All goes out at once, so that nothing of the old block is seen
+// beside the new one.
+void TerminalView::DrawBelow(const std::string& text, BoardTime time) {
+    std::string drawing = text;
+    drawnWidths.clear();
+    for (const Row& row : Rows(measure(), time)) {
+        drawing += row.Text() + "\n";
+        drawnWidths.push_back(row.Width());
+    }
+    output.Write(drawing);
+    drawnTime = time;
+    changed = false;
+}
+
+} // namespace VelrixBoard

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: Apache-2.0
+// The command by its arguments; the real one in a process of its own.
+#include "board/commands/BoardCommand.h"
+
+#include <filesystem>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/board/CommandRun.h"
+
+namespace VelrixBoard {
+namespace {
+
+using testing::HasSubstr;
+
+TEST(CommandTest, RefusesWhatItDoesNotUnderstandBeforeAnythingRuns) {
+    const TestSupport::TemporaryFolder folder;
+    folder.Write("file", "");
+    const struct {
+        std::vector<std::string> arguments;
+        std::string reason;
+    } rows[] = {
+        {{}, "a command is missing; there are: run, record, diff\n\"velrix-board --help\""},
+        {{"walk"}, "there is no command \"walk\"; there are: run, record, diff\n"},
+        {{"run"}, "the program is missing; it stands behind --, as in velrix-board run -- PROGRAM\n"},
+        {{"run", "--"}, "the program is missing"},
+        {{"run", "echo", "ran"}, "\"echo\" is no option; a program stands behind --, as in velrix-board run -- echo\n"},
+        {{"run", "--unknown", "--", "echo"},
+         "there is no option --unknown\n\"velrix-board run --help\" says what can be given.\n"},
+        {{"run", "--set", "OXBO_IRQ_N", "--", "echo"}, "LABEL=0 or LABEL=1"},
+        {{"run", "--set", "OXBO_IRQ_N=2", "--", "echo"}, "LABEL=0 or LABEL=1"},
+        {{"run", "--set", "OXBO_IRQ_N=", "--", "echo"}, "LABEL=0 or LABEL=1"},
+        {{"run", "--set", "OXBO_RL=1", "--", "echo"}, "OXBO_RL is an output"},
+        {{"run", "--set", "X=1", "--", "echo"}, "X is no line of the board"},
+        {{"run", "--fault", "MS.red", "--", "echo"}, "takes NAME=FAULT"},
+        {{"run", "--fault", "MS.red=2", "--", "echo"}, "\"2\" is no fault"},
+        {{"run", "--fault", "MS.blue=EIO", "--", "echo"}, "MS.blue is no line or LED element"},
+        {{"run", "--fault", "OXBO_IRQ_N=ENOSPC", "--", "echo"}, "OXBO_IRQ_N is an input"},
+        {{"run", "--on-reboot", "ignore", "--", "echo"}, "--on-reboot"},
+        {{"run", "--oxbo-ready-after", "soon", "--", "echo"}, "\"soon\" is no time for the module"},
+        {{"run", "--oxbo-ready-after", "250us", "--", "echo"}, "give whole milliseconds"},
+        {{"run", "--oxbo-ready-after", "-5", "--", "echo"}, "--oxbo-ready-after"},
+        {{"run", "--without", "/etc/passwd", "--", "echo"}, "--without /etc/passwd names neither"},
+        {{"run", "--settings", folder.Path("none"), "--", "echo"},
+         "cannot read the settings file " + folder.Path("none")},
+        {{"run", "--directory", folder.Path(), "--", "echo"}, folder.Path() + " is not empty"},
+        {{"run", "--directory", folder.Path("file/x"), "--", "echo"}, "cannot make the run directory"},
+    };
+    for (const auto& row : rows) {
+        CommandRun run{{VELRIX_BOARD_COMMAND}};
+        run.command.insert(run.command.end(), row.arguments.begin(), row.arguments.end());
+
+        const CommandEnd end = run.Run();
+
+        EXPECT_EQ(end.ExitCode(), 125) << row.reason;
+        EXPECT_EQ(end.output, "") << row.reason;
+        EXPECT_THAT(end.errors, HasSubstr(row.reason));
+    }
+}
+
+TEST(CommandTest, ExplainsItself) {
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--help"}, {"run", "--help"}}) {
+        CommandRun run{{VELRIX_BOARD_COMMAND}};
+        run.command.insert(run.command.end(), arguments.begin(), arguments.end());
+
+        const CommandEnd end = run.Run();
+
+        EXPECT_EQ(end.ExitCode(), 0);
+        EXPECT_THAT(end.output, HasSubstr("velrix-board run [OPTIONS] -- PROGRAM [ARG...]"));
+    }
+}
+
+TEST(CommandTest, LeavesTheProgramsArgumentsAlone) {
+    const CommandEnd end = CommandRun{
+        {VELRIX_BOARD_COMMAND, "run", "--", "printf", "<%s>", "--help", "--", "a b", "", "--set",
+         "x"}}.Run();
+
+    EXPECT_EQ(end.output, "<--help><--><a b><><--set><x>");
+    EXPECT_EQ(end.ExitCode(), 0);
+}
+
+TEST(CommandTest, TakesOptionsMoreThanOnceWhereThatMakesSense) {
+    const CommandEnd end =
+        CommandRun{
+            OnBoard("cat /var/dev/gpio-inputs/oxboIrqN/value /var/dev/gpio-inputs/oxboMod1/value; ls -d /mnt/share "
+                    "/var/log/apps",
+                    {"--set", "OXBO_IRQ_N=0", "--set", "OXBO_MOD_1=1", "--without", "/mnt/share", "--without",
+                     "/var/log/apps/", "--oxbo-ready-after", "never"})}
+            .Run();
+
+    EXPECT_EQ(end.output, "0\n1\n");
+}
+
+TEST(CommandTest, KeepsADirectoryThatWasNamed) {
+    const TestSupport::TemporaryFolder folder;
+
+    CommandRun{OnBoard("printf 1 > /var/dev/gpio-outputs/oxboRamLoaderEnable/value; logger x; echo +x > "
+                       "/mnt/share/logger; echo > /var/log/apps/a.log; /sbin/reboot",
+                       {"--directory", folder.Path("b")})}
+        .Run();
+
+    EXPECT_EQ(folder.Read("b/reboot"), "/sbin/reboot\n");
+    EXPECT_EQ(folder.Read("b/share/logger"), "+x\n");
+    EXPECT_THAT(folder.Read("b/syslog"), HasSubstr("x\n"));
+    EXPECT_THAT(folder.Read("b/changes"), HasSubstr(" OXBO_RL 1\n"));
+    EXPECT_THAT(folder.Read("b/writes"), HasSubstr(" OXBO_RL 1\n"));
+    EXPECT_TRUE(std::filesystem::exists(folder.Path("b/logs/a.log")));
+    EXPECT_FALSE(std::filesystem::exists(folder.Path("b/stage")));
+    EXPECT_FALSE(std::filesystem::exists(folder.Path("b/device")));
+    EXPECT_FALSE(std::filesystem::exists(folder.Path("b/control")));
+}
+
+} // namespace
+} // namespace VelrixBoard
