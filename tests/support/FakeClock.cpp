@@ -15,8 +15,8 @@ constexpr long long NANOSECONDS_PER_SECOND = 1'000'000'000;
 
 // Seconds apart from nanoseconds, so that a test can set times that do not fit into 64 bits of nanoseconds.
 std::atomic<bool> active{false};
-std::atomic<long long> base{0};   // seconds
-std::atomic<long long> offset{0}; // nanoseconds behind base
+std::atomic<long long> base{0};  // seconds
+std::atomic<long long> shift{0}; // nanoseconds behind base
 std::atomic<long long> step{0};
 std::atomic<int> calls{0};
 
@@ -35,11 +35,11 @@ FakeClock::~FakeClock() {
 
 void FakeClock::Set(long long seconds, long nanoseconds) noexcept {
     base = seconds;
-    offset = nanoseconds;
+    shift = nanoseconds;
 }
 
 void FakeClock::AdvanceNanoseconds(long long span) noexcept {
-    offset += span;
+    shift += span;
 }
 
 void FakeClock::AdvanceAtEachReading(long long nanoseconds) noexcept {
@@ -65,7 +65,7 @@ extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept {
 #endif
     }
     ++calls;
-    const long long since = offset.fetch_add(step);
+    const long long since = shift.fetch_add(step);
     long long seconds = since / NANOSECONDS_PER_SECOND;
     long long nanoseconds = since % NANOSECONDS_PER_SECOND;
     if (nanoseconds < 0) {
