@@ -2,8 +2,6 @@
 # How the two shared libraries are put together: every folder is one object library, and a shared library is made of
 # object libraries. The unit tests link the object libraries, so that they reach internals that are not exported.
 
-include(GenerateExportHeader)
-
 # velrix_precompile_standard_headers(target library)
 # Reading the standard library's headers is half of the time that the compiler takes for the folders, so the first folder of
 # a shared library reads them for all of it. A source still includes what it uses: the release builds have no precompiled headers.
@@ -56,25 +54,22 @@ function(velrix_add_object_library)
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)
-  target_compile_definitions(${arg_NAME} PRIVATE ${arg_SHARED}_EXPORTS)
   if(arg_COLD)
     target_compile_options(${arg_NAME} PRIVATE $<$<CONFIG:Release>:-Os>)
   elseif(arg_LEAN AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(${arg_NAME} PRIVATE
       $<$<CONFIG:Release>:--param=max-inline-insns-single=30 --param=max-inline-insns-auto=8>)
   endif()
-  target_include_directories(${arg_NAME} PUBLIC
-    ${PROJECT_SOURCE_DIR}/include ${PROJECT_BINARY_DIR}/include ${PROJECT_SOURCE_DIR})
+  target_include_directories(${arg_NAME} PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
   target_link_libraries(${arg_NAME} PRIVATE velrix-build-options PUBLIC ${arg_LIBRARIES})
   velrix_precompile_standard_headers(${arg_NAME} ${arg_SHARED})
 endfunction()
 
-# velrix_add_shared_library(NAME name EXPORT_HEADER file EXPORT_MACRO macro VERSION_SCRIPT file OBJECTS target...
-#                           [LIBRARIES target...])
-# The shared library, its export header in the build folder's include/, and its alias velrix::name. The linker's version
-# script keeps everything but the library's own namespace from being exported.
+# velrix_add_shared_library(NAME name VERSION_SCRIPT file OBJECTS target... [LIBRARIES target...])
+# The shared library and its alias velrix::name. The linker's version script keeps everything but the library's own namespace
+# from being exported.
 function(velrix_add_shared_library)
-  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME;EXPORT_HEADER;EXPORT_MACRO;VERSION_SCRIPT" "OBJECTS;LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME;VERSION_SCRIPT" "OBJECTS;LIBRARIES")
   add_library(${arg_NAME} SHARED)
   add_library(velrix::${arg_NAME} ALIAS ${arg_NAME})
   set_target_properties(${arg_NAME} PROPERTIES
@@ -93,7 +88,4 @@ function(velrix_add_shared_library)
   if(NOT VELRIX_SANITIZE)
     target_link_options(${arg_NAME} PRIVATE -Wl,--no-undefined)
   endif()
-  generate_export_header(${arg_NAME}
-    EXPORT_FILE_NAME ${PROJECT_BINARY_DIR}/include/${arg_EXPORT_HEADER}
-    EXPORT_MACRO_NAME ${arg_EXPORT_MACRO})
 endfunction()
