@@ -77,7 +77,8 @@ function(velrix_add_shared_library)
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
     LINK_DEPENDS ${arg_VERSION_SCRIPT})
-  target_compile_features(${arg_NAME} INTERFACE cxx_std_20)
+  # What the public headers need; the sources need more.
+  target_compile_features(${arg_NAME} INTERFACE cxx_std_17)
   target_link_libraries(${arg_NAME} PRIVATE velrix-build-options ${arg_OBJECTS} PUBLIC ${arg_LIBRARIES})
   # A library's calls of its own functions, and its virtual tables, are bound when it is linked: half of what the dynamic linker
   # would otherwise look up at every start of a program. Data stays open, because programs may hold a copy of it.

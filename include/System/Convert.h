@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <concepts>
+#include <type_traits>
 
 #include <System/Export.h>
 #include <System/String.h>
@@ -27,9 +27,10 @@ public:
 
     // Lower case, no prefix, no padding. A byte is a number like any other; a negative number in base 16 is its bit
     // pattern of 64 bits.
-    template <std::integral Number>
+    template <class Number>
     static string_ptr ToString(Number value, int base = 10) {
-        if constexpr (std::signed_integral<Number>)
+        static_assert(std::is_integral_v<Number>, "Convert::ToString takes integers");
+        if constexpr (std::is_signed_v<Number>)
             return FromSigned(value, base);
         else
             return FromUnsigned(value, base);

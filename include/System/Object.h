@@ -2,6 +2,8 @@
 #pragma once
 
 #include <memory>
+#include <type_traits>
+#include <utility>
 
 #include <System/Export.h>
 
@@ -46,13 +48,19 @@ protected:
     // object that no shared pointer owns, which includes one whose constructor or destructor is running.
     template <class T>
     std::shared_ptr<T> Self() {
-        if constexpr (requires(Object * object) { static_cast<T*>(object); })
+        if constexpr (decltype(IsPlainBaseOf<T>(0))::value)
             return std::static_pointer_cast<T>(shared_from_this());
         else // from a virtual base only a dynamic cast leads down
             return std::dynamic_pointer_cast<T>(shared_from_this());
     }
 
 private:
+    // Never defined: only which of the two fits is asked. The first one does unless this class is a virtual base of T.
+    template <class T, class = decltype(static_cast<T*>(std::declval<Object*>()))>
+    static std::true_type IsPlainBaseOf(int);
+    template <class T>
+    static std::false_type IsPlainBaseOf(long);
+
     static std::shared_ptr<Object> OwnObject(Object* object);
 };
 

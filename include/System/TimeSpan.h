@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <System/Export.h>
+
 namespace System {
 
 // A length of time, negative ones included; a value, copied freely.

@@ -51,8 +51,8 @@ public:
     StringBuilder& Append(unsigned int number) { return Append(static_cast<unsigned long long>(number)); }
     StringBuilder& Append(long long number) { return Insert(Length(), number); }
     StringBuilder& Append(unsigned long long number) { return Insert(Length(), number); }
-    template <class T>
-    requires std::is_base_of_v<Object, T> StringBuilder& Append(const std::shared_ptr<T>& object) {
+    template <class T, class = std::enable_if_t<std::is_base_of_v<Object, T>>>
+    StringBuilder& Append(const std::shared_ptr<T>& object) {
         return Insert(Length(), object);
     }
     // A char could mean a character or a number: write a text or a number.
@@ -72,8 +72,8 @@ public:
     }
     StringBuilder& Insert(int index, long long number);
     StringBuilder& Insert(int index, unsigned long long number);
-    template <class T>
-    requires std::is_base_of_v<Object, T> StringBuilder& Insert(int index, const std::shared_ptr<T>& object) {
+    template <class T, class = std::enable_if_t<std::is_base_of_v<Object, T>>>
+    StringBuilder& Insert(int index, const std::shared_ptr<T>& object) {
         return Insert(index, object ? static_cast<Object&>(*object).ToString() : string_ptr());
     }
     StringBuilder& Insert(int index, char) = delete;

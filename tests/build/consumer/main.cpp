@@ -1,24 +1,39 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cstdio>
 
+#include <System/Collections/Generic/Dictionary.h>
 #include <System/Exceptions.h>
 #include <System/String.h>
 
 #include <velrix/gpio/LedColorProperty.h>
 
-// Prints one step of an LED. Text comes from libenv, the step from libvelrix; the exception crosses from the one into
-// the program, which fails when the library and the program do not agree on its type.
+// Prints one step of an LED. Text comes from libenv, the step from libvelrix; the exceptions cross from the one into
+// the program, which fails when the library and the program do not agree on their types. One dictionary is the library's
+// own, the other one the program's.
 int main() {
+    using System::Collections::Generic::Dictionary;
+    using System::string_ptr;
     using Velrix::Gpio::LedColorProperty;
 
     try {
-        System::string_ptr none;
+        string_ptr none;
         (void)none->ToString();
         return 1;
     } catch (const System::NullReferenceException&) {
     }
+    auto texts = Dictionary<string_ptr, string_ptr>::Create();
+    auto numbers = Dictionary<int, string_ptr>::Create();
+    texts->Add("key", "value");
+    numbers->Add(1, "one");
+    try {
+        (void)((*texts)["key"] != (*numbers)[1] && (*numbers)[2] != nullptr);
+        return 1;
+    } catch (const System::Collections::Generic::KeyNotFoundException& exception) {
+        if (exception.Message() != "2")
+            return 1;
+    }
     auto step = LedColorProperty::Create(LedColorProperty::GREEN, 250);
-    System::string_ptr name = step->Color == LedColorProperty::GREEN ? "green" : "other";
+    string_ptr name = step->Color == LedColorProperty::GREEN ? "green" : "other";
     std::printf("%s, %llu ms\n", (name + ",")->StartsWith(name) ? "green" : "?", step->Duration);
     return 0;
 }

@@ -49,7 +49,8 @@ public:
             return *this;
         }
         Iterator operator--(int) { return Iterator(place--); }
-        bool operator==(const Iterator&) const = default;
+        bool operator==(const Iterator& other) const { return place == other.place; }
+        bool operator!=(const Iterator& other) const { return place != other.place; }
 
     private:
         typename std::list<Element>::const_iterator place;

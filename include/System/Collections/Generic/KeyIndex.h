@@ -37,22 +37,12 @@ public:
     KeyEntry<K>* Remove(const K& key);
 
 private:
-    // Entries are compared by the keys that they have; a bare key can be asked for too.
-    static const K& KeyOf(const K& key) { return key; }
-    static const K& KeyOf(const KeyEntry<K>* entry) { return *entry->key; }
+    // Entries are compared by the keys that they have.
     struct Hash {
-        using is_transparent = void;
-        template <class Item>
-        std::size_t operator()(const Item& item) const {
-            return std::hash<K>()(KeyOf(item));
-        }
+        std::size_t operator()(const KeyEntry<K>* entry) const { return std::hash<K>()(*entry->key); }
     };
     struct Equal {
-        using is_transparent = void;
-        template <class Left, class Right>
-        bool operator()(const Left& left, const Right& right) const {
-            return KeyOf(left) == KeyOf(right);
-        }
+        bool operator()(const KeyEntry<K>* left, const KeyEntry<K>* right) const { return *left->key == *right->key; }
     };
 
     std::unordered_set<KeyEntry<K>*, Hash, Equal, NodeAllocator<KeyEntry<K>*>> entries;
@@ -66,7 +56,8 @@ KeyIndex<K>::KeyIndex(NodeStore* store) : entries(store) {
 
 template <class K>
 KeyEntry<K>* KeyIndex<K>::Find(const K& key) const {
-    const auto found = entries.find(key);
+    KeyEntry<K> wanted{&key};
+    const auto found = entries.find(&wanted);
     return found == entries.end() ? nullptr : *found;
 }
 
@@ -77,7 +68,8 @@ bool KeyIndex<K>::Add(KeyEntry<K>* entry) {
 
 template <class K>
 KeyEntry<K>* KeyIndex<K>::Remove(const K& key) {
-    const auto found = entries.find(key);
+    KeyEntry<K> wanted{&key};
+    const auto found = entries.find(&wanted);
     if (found == entries.end())
         return nullptr;
     KeyEntry<K>* const entry = *found;

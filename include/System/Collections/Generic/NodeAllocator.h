@@ -6,6 +6,8 @@
 #include <memory>
 #include <new>
 
+#include <System/Export.h>
+
 namespace System::Collections::Generic {
 
 // Room for the small nodes of a collection, cut from blocks that grow with it, so that a node costs no trip to the heap
@@ -101,6 +103,10 @@ public:
     template <class Other>
     bool operator==(const NodeAllocator<Other>& other) const noexcept {
         return store == other.store;
+    }
+    template <class Other>
+    bool operator!=(const NodeAllocator<Other>& other) const noexcept {
+        return store != other.store;
     }
 
 private:

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <concepts>
 #include <memory>
 #include <type_traits>
 #include <typeinfo>
@@ -20,7 +19,7 @@ string_ptr TextOf(const T& value) {
         return value ? value : string_ptr("null");
     else if constexpr (std::is_same_v<T, bool>)
         return value ? "true" : "false";
-    else if constexpr (std::integral<T>)
+    else if constexpr (std::is_integral_v<T>)
         return Convert::ToString(value);
     else if constexpr (std::is_convertible_v<T, std::shared_ptr<Object>>) {
         std::shared_ptr<Object> object = value;
