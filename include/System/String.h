@@ -174,3 +174,6 @@ struct std::hash<System::string_ptr> {
         return text ? static_cast<std::size_t>(static_cast<unsigned>(text->ContentHash())) : 0;
     }
 };
+
+// What the operations above, and those of most other classes, throw; it needs string_ptr in turn.
+#include <System/Exceptions.h>

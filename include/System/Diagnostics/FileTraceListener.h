@@ -5,6 +5,7 @@
 
 #include <System/Diagnostics/TraceListener.h>
 #include <System/Export.h>
+#include <System/IO/Exceptions.h>
 #include <System/String.h>
 
 namespace System::Diagnostics {

@@ -3,8 +3,9 @@
 
 #include <memory>
 
-#include <System/Collections/Generic/IArray.h>
+#include <System/Collections/Generic/Array.h>
 #include <System/Export.h>
+#include <System/IO/Exceptions.h>
 #include <System/Object.h>
 #include <System/String.h>
 

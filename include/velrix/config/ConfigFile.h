@@ -4,9 +4,12 @@
 #include <memory>
 
 #include <System/Collections/Generic/Dictionary.h>
+#include <System/IO/Exceptions.h>
 #include <System/String.h>
 
 #include <velrix/Export.h>
+#include <velrix/config/CharacterClasses.h>
+#include <velrix/config/ParseErrors.h>
 
 namespace Velrix {
 

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include <System/Collections/Generic/IList.h>
+#include <System/Collections/Generic/List.h>
 #include <System/Object.h>
 
 #include <velrix/Export.h>

@@ -3,6 +3,8 @@
 
 #include <memory>
 
+#include <System/Collections/Generic/Exceptions.h>
+#include <System/IO/Exceptions.h>
 #include <System/Lazy.h>
 #include <System/Object.h>
 #include <System/String.h>

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include <System/Diagnostics/TraceListener.h>
+#include <System/IO/Exceptions.h>
 
 #include <velrix/Export.h>
 
