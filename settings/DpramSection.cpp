@@ -27,7 +27,7 @@ constexpr HandlerRow<DpramSection, string_ptr> KEY_ROWS[] = {
     {"path", &Assign<DpramSection, &DpramSection::path>},
 };
 
-using KeyHandlers = HandlerTable<DpramSection, string_ptr>;
+using KeyHandlers = HandlerTable<DpramSection>;
 
 std::shared_ptr<KeyHandlers> CreateKeyHandlers() {
     return CreateHandlers(KEY_ROWS);

@@ -5,8 +5,10 @@
 #include <memory>
 
 #include <System/CallbackDualArgFunc.h>
-#include <System/Collections/Generic/Dictionary.h>
+#include <System/Collections/Generic/IDictionary.h>
 #include <System/String.h>
+
+#include <velrix/settings/HandlerTable.h>
 
 // The mechanism that all settings classes share: a table of names and plain functions becomes a dictionary of handlers
 // on first use, and through it each pair of a section finds its way into a field.
@@ -23,10 +25,6 @@ struct HandlerRow {
     const char* name;
     void (*handle)(std::shared_ptr<Owner> owner, Argument argument);
 };
-
-template <class Owner, class Argument>
-using HandlerTable = System::Collections::Generic::Dictionary<
-    System::string_ptr, std::shared_ptr<System::IDualArgFunc<std::shared_ptr<Owner>, Argument, void>>>;
 
 // The dictionary of the rows, in their order.
 template <class Owner, class Argument, std::size_t COUNT>

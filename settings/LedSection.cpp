@@ -24,7 +24,7 @@ constexpr HandlerRow<LedSection, string_ptr> KEY_ROWS[] = {
     {"network_status_red", &Assign<LedSection, &LedSection::network_status_red>},
 };
 
-using KeyHandlers = HandlerTable<LedSection, string_ptr>;
+using KeyHandlers = HandlerTable<LedSection>;
 
 std::shared_ptr<KeyHandlers> CreateKeyHandlers() {
     return CreateHandlers(KEY_ROWS);

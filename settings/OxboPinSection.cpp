@@ -21,7 +21,7 @@ constexpr HandlerRow<OxboPinSection, string_ptr> KEY_ROWS[] = {
     {"reset_n", &Assign<OxboPinSection, &OxboPinSection::reset_n>},
 };
 
-using KeyHandlers = HandlerTable<OxboPinSection, string_ptr>;
+using KeyHandlers = HandlerTable<OxboPinSection>;
 
 std::shared_ptr<KeyHandlers> CreateKeyHandlers() {
     return CreateHandlers(KEY_ROWS);

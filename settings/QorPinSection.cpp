@@ -20,7 +20,7 @@ constexpr HandlerRow<QorPinSection, string_ptr> KEY_ROWS[] = {
     {"reset_n", &Assign<QorPinSection, &QorPinSection::reset_n>},
 };
 
-using KeyHandlers = HandlerTable<QorPinSection, string_ptr>;
+using KeyHandlers = HandlerTable<QorPinSection>;
 
 std::shared_ptr<KeyHandlers> CreateKeyHandlers() {
     return CreateHandlers(KEY_ROWS);

@@ -44,7 +44,7 @@ constexpr HandlerRow<SettingsFile, string_ptr> KEY_ROWS[] = {
 };
 
 using SectionHandlers = HandlerTable<SettingsFile, std::shared_ptr<SettingsFile::Section>>;
-using KeyHandlers = HandlerTable<SettingsFile, string_ptr>;
+using KeyHandlers = HandlerTable<SettingsFile>;
 
 std::shared_ptr<SectionHandlers> CreateSectionHandlers() {
     return CreateHandlers(SECTION_ROWS);

@@ -4,12 +4,12 @@
 #include <memory>
 
 #include <System/Collections/Generic/Dictionary.h>
-#include <System/IDualArgFunc.h>
 #include <System/Lazy.h>
 #include <System/Object.h>
 #include <System/String.h>
 
 #include <velrix/Export.h>
+#include <velrix/settings/HandlerTable.h>
 
 namespace Velrix::Settings {
 
@@ -21,13 +21,8 @@ namespace Velrix::Settings {
 // a key that is left out leaves 0, or no path. Read-only once the settings are made, and then readable from any thread.
 class VELRIX_EXPORT DpramSection final : public System::Object {
 public:
-    // Takes the section object and the value of one key.
-    using KeyHandler = System::IDualArgFunc<std::shared_ptr<DpramSection>, System::string_ptr, void>;
-
     // Each key that the section may hold, with the handler that puts its value into the field of that name.
-    static System::Lazy<
-        std::shared_ptr<System::Collections::Generic::Dictionary<System::string_ptr, std::shared_ptr<KeyHandler>>>>
-        KEY_HANDLERS;
+    static System::Lazy<std::shared_ptr<HandlerTable<DpramSection>>> KEY_HANDLERS;
 
     // A null path: ArgumentNullException "path"; a negative offset or length: ArgumentOutOfRangeException "offset" or
     // "length".

@@ -4,12 +4,12 @@
 #include <memory>
 
 #include <System/Collections/Generic/Dictionary.h>
-#include <System/IDualArgFunc.h>
 #include <System/Lazy.h>
 #include <System/Object.h>
 #include <System/String.h>
 
 #include <velrix/Export.h>
+#include <velrix/settings/HandlerTable.h>
 
 namespace Velrix::Settings {
 
@@ -20,13 +20,8 @@ namespace Velrix::Settings {
 // the settings are made, and then readable from any thread.
 class VELRIX_EXPORT QorPinSection final : public System::Object {
 public:
-    // Takes the section object and the value of one key.
-    using KeyHandler = System::IDualArgFunc<std::shared_ptr<QorPinSection>, System::string_ptr, void>;
-
     // Each key that the section may hold, with the handler that puts its value into the field of that name.
-    static System::Lazy<
-        std::shared_ptr<System::Collections::Generic::Dictionary<System::string_ptr, std::shared_ptr<KeyHandler>>>>
-        KEY_HANDLERS;
+    static System::Lazy<std::shared_ptr<HandlerTable<QorPinSection>>> KEY_HANDLERS;
 
     // A section with the defaults.
     static std::shared_ptr<QorPinSection> Create();

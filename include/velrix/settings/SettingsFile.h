@@ -4,13 +4,13 @@
 #include <memory>
 
 #include <System/Collections/Generic/Dictionary.h>
-#include <System/IDualArgFunc.h>
 #include <System/Lazy.h>
 #include <System/Object.h>
 #include <System/String.h>
 
 #include <velrix/Export.h>
 #include <velrix/settings/DpramSection.h>
+#include <velrix/settings/HandlerTable.h>
 #include <velrix/settings/LedSection.h>
 #include <velrix/settings/OxboPinSection.h>
 #include <velrix/settings/QorPinSection.h>
@@ -28,23 +28,15 @@ namespace Velrix::Settings {
 class VELRIX_EXPORT SettingsFile final : public System::Object {
 public:
     using Section = System::Collections::Generic::IDictionary<System::string_ptr, System::string_ptr>;
-    // Takes the settings and the pairs of one section.
-    using SectionHandler = System::IDualArgFunc<std::shared_ptr<SettingsFile>, std::shared_ptr<Section>, void>;
-    // Takes the settings and the value of one key.
-    using KeyHandler = System::IDualArgFunc<std::shared_ptr<SettingsFile>, System::string_ptr, void>;
 
     static System::Lazy<std::shared_ptr<SettingsFile>> INSTANCE;
 
     // Each section that the file may hold, with its handler; "" are the keys before the first header.
-    static System::Lazy<
-        std::shared_ptr<System::Collections::Generic::Dictionary<System::string_ptr, std::shared_ptr<SectionHandler>>>>
-        SECTION_HANDLERS;
+    static System::Lazy<std::shared_ptr<HandlerTable<SettingsFile, std::shared_ptr<Section>>>> SECTION_HANDLERS;
 
     // Each key that may stand before the first header, with the handler that puts its value into the field of that
     // name.
-    static System::Lazy<
-        std::shared_ptr<System::Collections::Generic::Dictionary<System::string_ptr, std::shared_ptr<KeyHandler>>>>
-        KEY_HANDLERS;
+    static System::Lazy<std::shared_ptr<HandlerTable<SettingsFile>>> KEY_HANDLERS;
 
     // Settings of their own, read from the file now. Most users want INSTANCE.
     static std::shared_ptr<SettingsFile> Create();
