@@ -3,7 +3,7 @@
 
 #include <System/Exceptions.h>
 
-namespace System {
+namespace System::Detail {
 
 LazyMaker::Turn::Turn(LazyMaker& ownMaker) : maker(ownMaker) {
     if (maker.thread.load(std::memory_order_relaxed) == std::this_thread::get_id())
@@ -17,4 +17,4 @@ LazyMaker::Turn::~Turn() {
     maker.mutex.Release();
 }
 
-} // namespace System
+} // namespace System::Detail

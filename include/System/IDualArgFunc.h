@@ -5,7 +5,7 @@
 
 namespace System {
 
-// Something that can be invoked with an A and a B and yields an R, such as the handler of a settings key.
+// Something that can be invoked with an A and a B and yields an R.
 template <class A, class B, class R>
 class IDualArgFunc : public Object {
 public:

@@ -14,6 +14,8 @@
 
 namespace System {
 
+namespace Detail {
+
 // Who may make a lazy value: one thread at a time.
 class SYSTEM_EXPORT LazyMaker final {
 public:
@@ -35,13 +37,15 @@ private:
     std::atomic<std::thread::id> thread{}; // whose turn it is; compared only with the asking thread's own
 };
 
+} // namespace Detail
+
 // A value that is made on first use, once, whichever thread comes first.
 //
 // Not an object: a static or a member, or shared through Create. A factory that throws leaves the holder empty, and the
 // next Value() tries again. Once the value is there, Value() is one load and takes no lock. The value dies with the
 // holder.
 //
-//     static Lazy<std::shared_ptr<Board>> INSTANCE{CallbackFunc<std::shared_ptr<Board>>::Create(&Board::Create)};
+//     static Lazy<std::shared_ptr<Engine>> ENGINE{CallbackFunc<std::shared_ptr<Engine>>::Create(&Engine::Create)};
 template <class T>
 class Lazy final {
 public:
@@ -68,7 +72,7 @@ public:
 
 private:
     [[gnu::noinline]] const T& Make() {
-        const LazyMaker::Turn turn(maker);
+        const Detail::LazyMaker::Turn turn(maker);
         if (!value) {
             value.emplace(factory->Invoke());
             ready.store(&*value, std::memory_order_release);
@@ -78,7 +82,7 @@ private:
 
     const std::shared_ptr<IFunc<T>> factory;
     std::atomic<const T*> ready{nullptr}; // set last, when value is complete
-    LazyMaker maker;
+    Detail::LazyMaker maker;
     std::optional<T> value;
 };
 

@@ -25,7 +25,7 @@ using Collections::Generic::IArray;
 
 namespace {
 
-// What ReadByte reads at once. A settings file fits into one block.
+// What ReadByte reads at once. Most files that are read byte by byte fit into one block.
 constexpr int BLOCK_SIZE = 8192;
 
 int FlagsOf(FileMode mode, FileAccess access) {
@@ -50,7 +50,7 @@ int FlagsOf(FileMode mode, FileAccess access) {
     }
 }
 
-// The exceptions of the operations that a pin calls all the time are made out of line: their objects would have every
+// The exceptions of the operations that are called all the time are made out of line: their objects would have every
 // call set up and check a guarded stack.
 
 [[noreturn, gnu::cold, gnu::noinline]] void RaiseOutOfRange(const char* name) {
@@ -161,8 +161,8 @@ inline int FileStream::ReadSome(void* target, int count) {
 }
 
 long long FileStream::Seek(long long offset, SeekOrigin origin) {
-    // A reader leaves a known place to the next read, which names its place itself. An input pin does so for each
-    // level.
+    // A reader leaves a known place to the next read, which names its place itself: who reads a value file again and
+    // again makes one system call each time.
     if (origin == SeekOrigin::BEGIN && offset >= 0 && access == FileAccess::READ && descriptor >= 0) {
         position = offset;
         nextByte = lastByte;
