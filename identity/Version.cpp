@@ -46,8 +46,8 @@ std::shared_ptr<Version> Version::FromString(string_ptr text, string_ptr prefix,
     return Create(major, minor, build);
 }
 
-bool Version::Equals(std::shared_ptr<Version> other) {
-    const auto self = Self<Version>(); // throws for a version that nobody owns, as every use of the owner does
+bool Version::Equals(std::shared_ptr<Version> other) const {
+    const auto self = shared_from_this(); // throws for a version that nobody owns, as every use of the owner does
     if (other == self)
         return true;
     if (!other)

@@ -158,6 +158,23 @@ TEST(Version, EqualsAnotherOneWithTheSameNumbers) {
     EXPECT_FALSE(version->Equals(std::shared_ptr<Version>()));
 }
 
+TEST(Version, EqualsNoNull) {
+    const auto version = Version::Create(0, 0, 0);
+    const std::shared_ptr<const Version> constant = version;
+
+    EXPECT_FALSE(version->Equals(nullptr));
+    EXPECT_FALSE(version->Equals({}));
+    EXPECT_FALSE(constant->Equals(nullptr));
+    EXPECT_FALSE(constant->Equals({}));
+}
+
+TEST(Version, CanBeComparedWhereItIsConstant) {
+    const std::shared_ptr<const Version> version = Version::Create(1, 2, 3);
+
+    EXPECT_TRUE(version->Equals(Version::Create(1, 2, 3)));
+    EXPECT_FALSE(version->Equals(Version::Create(1, 2, 4)));
+}
+
 TEST(Version, ComparesAsAnObjectByIdentity) {
     const std::shared_ptr<System::Object> version = Version::Create(1, 2, 3);
     const std::shared_ptr<System::Object> same = Version::Create(1, 2, 3);
@@ -168,9 +185,13 @@ TEST(Version, ComparesAsAnObjectByIdentity) {
 }
 
 TEST(Version, AddsNoVirtualOperation) {
-    using EqualsVersion = bool (Version::*)(std::shared_ptr<Version>);
+    using EqualsVersion = bool (Version::*)(std::shared_ptr<Version>) const;
+    using EqualsVersionToo = bool (Version::*)(std::shared_ptr<Version>);
+    using EqualsNull = bool (Version::*)(std::nullptr_t);
 
     EXPECT_EQ(TestSupport::SlotOf(static_cast<EqualsVersion>(&Version::Equals)), -1);
+    EXPECT_EQ(TestSupport::SlotOf(static_cast<EqualsVersionToo>(&Version::Equals)), -1);
+    EXPECT_EQ(TestSupport::SlotOf(static_cast<EqualsNull>(&Version::Equals)), -1);
     EXPECT_EQ(TestSupport::SlotOf(&Version::ToString), TestSupport::SlotOf(&System::Object::ToString));
 }
 

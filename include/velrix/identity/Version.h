@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <memory>
+#include <utility>
 
 #include <System/Object.h>
 #include <System/String.h>
@@ -29,9 +31,12 @@ public:
     ~Version() override;
 
     // Whether other has the same three numbers; null has none.
-    bool Equals(std::shared_ptr<Version> other);
+    bool Equals(std::shared_ptr<Version> other) const;
     // By identity, as for every object.
     using Object::Equals;
+    // Without these two a call would be ambiguous: Object's operation is not const, and null fits it as well.
+    bool Equals(std::shared_ptr<Version> other) { return std::as_const(*this).Equals(std::move(other)); }
+    bool Equals(std::nullptr_t) noexcept { return false; }
 
     // "1.4.12", whatever separator the version was read with.
     System::string_ptr ToString() override;
