@@ -150,13 +150,13 @@ void Led::AdvanceWhenDue() {
         return;
     }
 
-    const auto elapsed = stepStart->Elapsed();
-    if (elapsed.Nanoseconds() / NANOSECONDS_PER_MILLISECOND < static_cast<long long>(current->Duration))
+    auto now = DateTime::Now();
+    const long long elapsed = now->Subtract(stepStart).Nanoseconds() / NANOSECONDS_PER_MILLISECOND;
+    if (elapsed < static_cast<long long>(current->Duration))
         return;
 
     // The list may have changed since the last step. One that shrank below the index is not wrapped around: its
     // operator[] reports it.
-    auto now = stepStart->Add(elapsed); // by the same reading of the clock
     ++index;
     if (index == sequence->Count())
         index = 0;

@@ -203,7 +203,7 @@ void Platform::OxboReset(bool ramLoaderEnable, long long timeout) {
     const std::shared_ptr<DateTime> start = DateTime::Now();
     while (oxboIrqN->Get()) {
         Update();
-        const long long elapsedMs = start->Elapsed().Nanoseconds() / NANOSECONDS_PER_MS;
+        const long long elapsedMs = DateTime::Now()->Subtract(start).Nanoseconds() / NANOSECONDS_PER_MS;
         if (timeout < elapsedMs)
             throw System::TimeoutException();
     }

@@ -25,13 +25,6 @@ constexpr long long Limit(bool negative) noexcept {
     return negative ? std::numeric_limits<long long>::min() : std::numeric_limits<long long>::max();
 }
 
-TimeSpan Difference(long long later, long long earlier) noexcept {
-    long long difference;
-    if (__builtin_sub_overflow(later, earlier, &difference))
-        difference = Limit(later < earlier);
-    return TimeSpan(difference);
-}
-
 char* WriteTwoDigits(char* target, unsigned number) noexcept {
     target[0] = static_cast<char>('0' + number / 10);
     target[1] = static_cast<char>('0' + number % 10);
@@ -75,18 +68,10 @@ DateTime::~DateTime() = default;
 TimeSpan DateTime::Subtract(const std::shared_ptr<DateTime>& other) const {
     if (!other)
         _throw_argument_null_exception("other");
-    return Difference(nanoseconds, other->nanoseconds);
-}
-
-TimeSpan DateTime::Elapsed() const {
-    return Difference(ReadWallClock(), nanoseconds);
-}
-
-std::shared_ptr<DateTime> DateTime::Add(TimeSpan span) const {
-    long long sum;
-    if (__builtin_add_overflow(nanoseconds, span.Nanoseconds(), &sum))
-        sum = Limit(nanoseconds < 0);
-    return std::allocate_shared<DateTime>(SpareAllocator<DateTime>(), Passkey(), sum);
+    long long difference;
+    if (__builtin_sub_overflow(nanoseconds, other->nanoseconds, &difference))
+        difference = Limit(nanoseconds < other->nanoseconds);
+    return TimeSpan(difference);
 }
 
 string_ptr DateTime::ToString() {

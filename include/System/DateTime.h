@@ -25,6 +25,7 @@ class SYSTEM_EXPORT DateTime final : public Object {
     };
 
 public:
+    // This moment, by one reading of the clock. Its memory is that of one dropped before, where there is one.
     static std::shared_ptr<DateTime> Now();
 
     // For this class alone: only it can name the first argument's type.
@@ -33,12 +34,6 @@ public:
 
     // How long after other this moment is; negative when it is before. A null other: ArgumentNullException "other".
     TimeSpan Subtract(const std::shared_ptr<DateTime>& other) const;
-
-    // How long ago this moment was: Now()->Subtract(this moment), without an object for the other moment.
-    TimeSpan Elapsed() const;
-
-    // The moment that is span later.
-    std::shared_ptr<DateTime> Add(TimeSpan span) const;
 
     // Nanoseconds since 1970-01-01T00:00:00Z.
     long long Nanoseconds() const noexcept { return nanoseconds; }

@@ -893,14 +893,16 @@ TEST(Led, ReadsTheClockOnceWhenItIsMade) {
     EXPECT_EQ(clock.CallCount(), 1);
 }
 
-TEST(Led, ReadsTheClockOnceForAStepThatEnds) {
+TEST(Led, ReadsTheClockOnceAndAllocatesNothingForAStepThatEnds) {
     Lamp lamp;
     lamp.led->FlashingGreen(500);
     lamp.clock.AdvanceMilliseconds(500);
     const auto reads = lamp.clock.CallCount();
 
+    const AllocationFailure allocations;
     lamp.led->Update();
 
+    EXPECT_EQ(allocations.Count(), 0);
     EXPECT_EQ(lamp.clock.CallCount() - reads, 1);
 }
 

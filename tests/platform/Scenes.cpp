@@ -250,8 +250,10 @@ void Reset(const Arguments& arguments) {
     });
 
     Step("OxboReset");
+    const int clockReadings = SystemCallLog::Clock().CallCount();
     Try([&] { Board()->OxboReset(ramLoader, timeout); });
     Note("reads " + std::to_string(reads));
+    Note("clock " + std::to_string(SystemCallLog::Clock().CallCount() - clockReadings));
     SystemCallLog::AnswerReads([] { return '1'; });
     Step("exit");
     SystemCallLog::SetEnabled(false);
@@ -412,6 +414,20 @@ void OperationAllocations(const Arguments&) {
     count([&] { board->OxboReset(false, 0); });
     count([&] { Board()->Update(); });
     count([&] { board->ShutDown(); });
+
+    int reads = 0;
+    SystemCallLog::AnswerReads([&] { return ++reads < 1000 ? '1' : '0'; });
+    board->SetNsLedTimeout();
+    long made = 0;
+    {
+        const TestSupport::AllocationFailure allocations;
+        board->OxboReset(false, 1000);
+        made = allocations.Count();
+    }
+    SystemCallLog::SetEnabled(true);
+    Step("a long wait");
+    Note(made <= 1 ? "one at most" : std::to_string(made));
+    SystemCallLog::SetEnabled(false);
 }
 
 // The end of a board of its own, while its shutdown fails and there is no memory to say so.

@@ -8,11 +8,11 @@
 #include <velrix/gpio/LedColorProperty.h>
 
 // Prints one step of an LED. Text comes from libenv, the step from libvelrix; the exceptions cross from the one into
-// the program, which fails when the library and the program do not agree on their types. One dictionary is the library's
-// own, the other one the program's.
+// the program, which fails when the library and the program do not agree on their types. One dictionary is the
+// library's own, the other one the program's.
 int main() {
-    using System::Collections::Generic::Dictionary;
     using System::string_ptr;
+    using System::Collections::Generic::Dictionary;
     using Velrix::Gpio::LedColorProperty;
 
     try {
