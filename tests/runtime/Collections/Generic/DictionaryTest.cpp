@@ -183,7 +183,7 @@ TEST(Dictionary, HoldsKeysAndValuesWithoutADefaultEvenWhereHashesCollide) {
         EXPECT_TRUE(dictionary->Remove(Counted(7)));
         EXPECT_FALSE(dictionary->ContainsKey(Counted(7)));
         EXPECT_EQ(Counted::live, 18);
-        ExpectException<KeyNotFoundException>(typeid(Counted).name(), [&] { (*dictionary)[Counted(7)]; });
+        ExpectException<KeyNotFoundException>("TestSupport::Counted", [&] { (*dictionary)[Counted(7)]; });
         ExpectException<ArgumentException>("Key already exists", [&] { dictionary->Add(Counted(3), Counted(0)); });
         EXPECT_EQ(Counted::live, 18);
     }
