@@ -7,6 +7,7 @@
 #include <syslog.h>
 
 #include <System/Exceptions.h>
+#include <System/Raisers.h>
 
 #include "runtime/Escape.h"
 
@@ -42,8 +43,12 @@ EventLogTraceListener::~EventLogTraceListener() = default;
 // do.
 void EventLogTraceListener::Close() {}
 
-void EventLogTraceListener::TraceEvent(std::shared_ptr<TraceEventArgs>, std::shared_ptr<TraceEventType> eventType,
-                                       std::shared_ptr<Object> data) {
+void EventLogTraceListener::TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs,
+                                       std::shared_ptr<TraceEventType> eventType, std::shared_ptr<Object> data) {
+    if (!eventArgs)
+        _throw_argument_null_exception("eventArgs");
+    if (!eventType)
+        _throw_argument_null_exception("eventType");
     std::string line;
     if (const string_ptr text = data ? data->ToString() : string_ptr())
         AppendEscaped(line, text->View());

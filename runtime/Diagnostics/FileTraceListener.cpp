@@ -307,6 +307,10 @@ void FileTraceListener::Close() {
 
 void FileTraceListener::TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs, std::shared_ptr<TraceEventType> eventType,
                                    std::shared_ptr<Object> data) {
+    if (!eventArgs)
+        _throw_argument_null_exception("eventArgs");
+    if (!eventType)
+        _throw_argument_null_exception("eventType");
     const string_ptr text = data ? data->ToString() : string_ptr();
     const std::u16string_view units = text ? text->View() : std::u16string_view();
     const auto& level = LEVELS[eventType->Severity()];

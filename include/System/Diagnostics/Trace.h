@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -50,6 +51,13 @@ public:
     static void TraceFatal(const string_ptr& text) { TraceText(TraceEventType::FATAL, text); }
     static void TraceFatal(const std::shared_ptr<Object>& data) { TraceObject(TraceEventType::FATAL, data); }
     static void TraceFatal(const Exception& exception) { TraceException(TraceEventType::FATAL, exception); }
+
+    // One event with an empty text.
+    static void TraceDebug(std::nullptr_t) { TraceText(TraceEventType::DEBUG, String::EMPTY); }
+    static void TraceInformation(std::nullptr_t) { TraceText(TraceEventType::INFORMATION, String::EMPTY); }
+    static void TraceWarning(std::nullptr_t) { TraceText(TraceEventType::WARNING, String::EMPTY); }
+    static void TraceError(std::nullptr_t) { TraceText(TraceEventType::ERROR, String::EMPTY); }
+    static void TraceFatal(std::nullptr_t) { TraceText(TraceEventType::FATAL, String::EMPTY); }
 
     // Every listener's Flush.
     static void Flush();

@@ -31,7 +31,7 @@ public:
     ~TraceListener() override;
 
     // One event: when and where, how serious, and what, by its ToString(). data is null where the tracing code passed
-    // null.
+    // null. The listeners of this library answer null eventArgs or eventType with ArgumentNullException.
     virtual void TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs, std::shared_ptr<TraceEventType> eventType,
                             std::shared_ptr<Object> data) = 0;
 

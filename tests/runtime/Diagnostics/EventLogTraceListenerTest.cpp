@@ -103,6 +103,19 @@ TEST(EventLogTraceListener, TakesAnObjectWithoutAText) {
     EXPECT_EQ(TakeSyslogCalls(), "8.7 \n");
 }
 
+TEST(EventLogTraceListener, NeedsAnEventAndItsType) {
+    const auto listener = EventLogTraceListener::Create(LOG_USER);
+    const auto eventArgs = TraceEventArgs::Create();
+    TakeSyslogCalls();
+
+    ExpectException<ArgumentNullException>("The argument \"eventArgs\" must not be null", [&] {
+        listener->TraceEvent(nullptr, TraceEventType::DEBUG, string_ptr("text"));
+    });
+    ExpectException<ArgumentNullException>("The argument \"eventType\" must not be null",
+                                           [&] { listener->TraceEvent(eventArgs, nullptr, string_ptr("text")); });
+    EXPECT_EQ(TakeSyslogCalls(), "");
+}
+
 TEST(EventLogTraceListener, LeavesTheSharedLogOpen) {
     const auto listener = EventLogTraceListener::Create(LOG_USER);
     TakeSyslogCalls();

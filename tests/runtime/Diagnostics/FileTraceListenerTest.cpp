@@ -348,6 +348,18 @@ TEST_F(FileTraceListenerTest, WritesALongRecordAsOne) {
     }
 }
 
+TEST_F(FileTraceListenerTest, NeedsAnEventAndItsType) {
+    const auto listener = Create();
+    const auto eventArgs = TraceEventArgs::Create();
+
+    ExpectException<ArgumentNullException>("The argument \"eventArgs\" must not be null", [&] {
+        listener->TraceEvent(nullptr, TraceEventType::DEBUG, string_ptr("text"));
+    });
+    ExpectException<ArgumentNullException>("The argument \"eventType\" must not be null",
+                                           [&] { listener->TraceEvent(eventArgs, nullptr, string_ptr("text")); });
+    EXPECT_EQ(std::filesystem::file_size(path), 0U);
+}
+
 TEST_F(FileTraceListenerTest, WritesNullAndObjectsWithoutATextAsNothing) {
     class Nothing final : public Object {
         string_ptr ToString() override { return nullptr; }

@@ -192,6 +192,18 @@ TEST_F(TraceTest, PassesNullOn) {
     EXPECT_EQ(log.Take(), "a ERROR null, a ERROR null");
 }
 
+TEST_F(TraceTest, TakesNullptrForAnEmptyTextAtEveryLevel) {
+    AddLogging("a");
+
+    Trace::TraceDebug(nullptr);
+    Trace::TraceInformation(nullptr);
+    Trace::TraceWarning(nullptr);
+    Trace::TraceError(nullptr);
+    Trace::TraceFatal(nullptr);
+
+    EXPECT_EQ(log.Take(), "a DEBUG , a INFORMATION , a WARNING , a ERROR , a FATAL ");
+}
+
 TEST_F(TraceTest, CallsListenersInTheOrderOfAdding) {
     const auto a = AddLogging("a");
     const auto b = AddLogging("b");
