@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <System/Diagnostics/EventLogTraceListener.h>
 
-#include <cerrno>
 #include <string>
 
 #include <syslog.h>
@@ -9,6 +8,7 @@
 #include <System/Exceptions.h>
 #include <System/Raisers.h>
 
+#include "runtime/Diagnostics/ProgramName.h"
 #include "runtime/Escape.h"
 
 namespace System::Diagnostics {
@@ -30,8 +30,8 @@ std::shared_ptr<EventLogTraceListener> EventLogTraceListener::Create(int facilit
     if (!IsFacility(facility))
         throw ArgumentOutOfRangeException("facility");
     // One log a process: what openlog sets is shared by all listeners, so that the facility goes with each event
-    // instead. The name is kept by pointer and must outlive every static; that of the C library does.
-    ::openlog(program_invocation_short_name, LOG_PID, LOG_USER);
+    // instead. The name is kept by pointer and must outlive every static; this one does.
+    ::openlog(ProgramName(), LOG_PID, LOG_USER);
     return Own(new EventLogTraceListener(facility));
 }
 

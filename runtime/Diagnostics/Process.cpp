@@ -2,15 +2,28 @@
 #include <System/Diagnostics/Process.h>
 
 #include <cerrno>
+#include <cstring>
 
+#include <sys/auxv.h>
 #include <unistd.h>
+
+#include "runtime/Diagnostics/ProgramName.h"
 
 namespace System::Diagnostics {
 
+const char* ProgramName() noexcept {
+    // The kernel leaves the path beside the environment (getauxval(3)); where it does not, the C library's guess from
+    // the first argument has to do.
+    const auto* const path = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
+    if (!path)
+        return program_invocation_short_name;
+    const char* const slash = std::strrchr(path, '/');
+    return slash ? slash + 1 : path;
+}
+
 [[gnu::init_priority(200)]] const std::shared_ptr<Process> Process::CURRENT_PROCESS = Own(new Process);
 
-// The C library keeps the name from the arguments of main, so that no file has to be read for it.
-Process::Process() : processName(program_invocation_short_name) {}
+Process::Process() : processName(ProgramName()) {}
 
 Process::~Process() = default;
 

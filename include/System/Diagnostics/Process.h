@@ -16,7 +16,7 @@ public:
 
     ~Process() override;
 
-    // The file name of the program as it was started, without its folder.
+    // The file name of the program that was executed, without its folder, whatever its first argument says.
     const string_ptr& ProcessName() const noexcept { return processName; }
 
     // The process id; in a forked child the child's own.

@@ -2,7 +2,9 @@
 #include <System/Diagnostics/Process.h>
 
 #include <filesystem>
+#include <string>
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,6 +20,27 @@ using System::Diagnostics::Process;
 TEST(Process, NamesTheProgramWithoutItsFolder) {
     EXPECT_EQ(Process::CURRENT_PROCESS->ProcessName(),
               string_ptr(std::filesystem::read_symlink("/proc/self/exe").filename().string()));
+}
+
+// The case above, and the one on the name in the system's log, once more in a program with that first argument.
+TEST(Process, IsNamedByItsFileWhateverTheFirstArgumentSays) {
+    const std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
+    for (const char* first : {"", "/", "another", "/usr/bin/another", "-sh"}) {
+        SCOPED_TRACE(first);
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::dup2(::open("/dev/null", O_WRONLY | O_CLOEXEC), STDOUT_FILENO);
+            ::execl(program.c_str(), first,
+                    "--gtest_filter=Process.NamesTheProgramWithoutItsFolder:"
+                    "EventLogTraceListener.OpensTheLogWithTheProcesssNameAndId",
+                    static_cast<char*>(nullptr));
+            ::_exit(2);
+        }
+
+        int status = -1;
+        ::waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
 }
 
 TEST(Process, TellsTheChildFromItsParent) {
