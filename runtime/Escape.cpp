@@ -7,8 +7,8 @@ namespace System {
 
 namespace {
 
-constexpr bool NeedsEscape(char16_t unit) noexcept {
-    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || unit == u'\\';
+constexpr bool IsControl(char16_t unit) noexcept {
+    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0);
 }
 
 void AppendEscape(std::string& target, char16_t unit) {
@@ -31,12 +31,11 @@ void AppendEscape(std::string& target, char16_t unit) {
     }
 }
 
-} // namespace
-
-void AppendEscaped(std::string& target, std::u16string_view text) {
+template <class NeedsEscape>
+void Append(std::string& target, std::u16string_view text, NeedsEscape needsEscape) {
     while (!text.empty()) {
         std::size_t plain = 0;
-        while (plain < text.size() && !NeedsEscape(text[plain]))
+        while (plain < text.size() && !needsEscape(text[plain]))
             ++plain;
         Utf::Append(target, text.substr(0, plain));
         text.remove_prefix(plain);
@@ -45,6 +44,16 @@ void AppendEscaped(std::string& target, std::u16string_view text) {
             text.remove_prefix(1);
         }
     }
+}
+
+} // namespace
+
+void AppendEscaped(std::string& target, std::u16string_view text) {
+    Append(target, text, [](char16_t unit) { return IsControl(unit) || unit == u'\\'; });
+}
+
+void AppendOnOneLine(std::string& target, std::u16string_view text) {
+    Append(target, text, [](char16_t unit) { return IsControl(unit) && unit != u'\t'; });
 }
 
 } // namespace System

@@ -11,4 +11,8 @@ namespace System {
 // hexadecimal digits, a backslash doubled.
 void AppendEscaped(std::string& target, std::u16string_view text);
 
+// Adds text in UTF-8 to the end of target as it is, but on one line: control characters as above, a tab and a backslash
+// as they are.
+void AppendOnOneLine(std::string& target, std::u16string_view text);
+
 } // namespace System

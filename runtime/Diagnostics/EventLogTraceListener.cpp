@@ -51,7 +51,7 @@ void EventLogTraceListener::TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs
         _throw_argument_null_exception("eventType");
     std::string line;
     if (const string_ptr text = data ? data->ToString() : string_ptr())
-        AppendEscaped(line, text->View());
+        AppendOnOneLine(line, text->View());
     ::syslog(facility | PRIORITIES[eventType->Severity()], "%s", line.c_str());
 }
 

@@ -53,6 +53,7 @@ struct Daemon {
     const char* run;  // the body of run_daemon
     const char* configuration;
     const char* warning; // the daemon's word for this severity
+    const char* tab;     // what the daemon writes for a tab
 };
 
 constexpr Daemon DAEMONS[] = {
@@ -61,8 +62,8 @@ constexpr Daemon DAEMONS[] = {
 template(name="line" type="string" string="%syslogfacility-text%.%syslogseverity-text% %syslogtag%%msg%\n")
 action(type="omfile" file="/var/log/apps/daemon.log" template="line")
 )",
-     "warning"},
-    {"busybox", "exec busybox syslogd -n -O $log", "", "warn"},
+     "warning", "#011"},
+    {"busybox", "exec busybox syslogd -n -O $log", "", "warn", "\t"},
 };
 
 std::ostream& operator<<(std::ostream& stream, const Daemon& daemon) {
@@ -148,10 +149,12 @@ TEST_P(SyslogDaemon, GetsPercentSignsAndControlCharactersAsHarmlessText) {
     const std::string events = EventsOf("start\n$life log:136 texts\nfinish\n");
 
     EXPECT_EQ(events, "local1.info trace-life: 100 % %s %n %%\n"
-                      "local1.info trace-life: a\\nb\\r\\t\\x1b[31m\\\\\n"
-                      "local1.info trace-life: a\\x00b\n"
-                      "local1.info trace-life: Gr\xC3\xBC\xC3\x9F"
-                      "e\n");
+                      "local1.info trace-life: a\\nb\\r" +
+                          std::string(GetParam().tab) +
+                          "\\x1b[31m\\\n"
+                          "local1.info trace-life: a\\x00b\n"
+                          "local1.info trace-life: Gr\xC3\xBC\xC3\x9F"
+                          "e\n");
 }
 
 // First with a record that nobody takes while there is no daemon, then without one, so that the process still has the

@@ -44,6 +44,25 @@ TEST(Escape, WritesControlCharactersAsEscapesAndDoublesTheBackslash) {
         EXPECT_EQ(Escaped(row.text), row.expected);
 }
 
+TEST(Escape, KeepsATextAsItIsButOnOneLine) {
+    const struct {
+        std::u16string_view text;
+        const char* expected;
+    } CASES[] = {
+        {u"", ""},
+        {u"C:\\new\ttable", "C:\\new\ttable"},
+        {u"a\nb\r", "a\\nb\\r"},
+        {u"\\\n\\", "\\\\n\\"},
+        {std::u16string_view(u"\0\x1b\x7f", 3), "\\x00\\x1b\\x7f"},
+        {u"\u0085\u00e9", "\\x85\xc3\xa9"},
+    };
+    for (const auto& row : CASES) {
+        std::string target = ">";
+        System::AppendOnOneLine(target, row.text);
+        EXPECT_EQ(target, ">" + std::string(row.expected));
+    }
+}
+
 TEST(Escape, AddsToTheEndOfTheTarget) {
     std::string target = "before\n";
 

@@ -76,9 +76,10 @@ TEST(EventLogTraceListener, TakesTheTextForATextAndForOneLine) {
         const char* sent;
     } rows[] = {
         {string_ptr("100 % %s %n %%"), "100 % %s %n %%"},
-        {string_ptr("a\nb\r\t\x1B[31m"), "a\\nb\\r\\t\\x1b[31m"},
+        {string_ptr("a\nb\r\x1B[31m"), "a\\nb\\r\\x1b[31m"},
+        {string_ptr("C:\\new\ttable"), "C:\\new\ttable"},
         {string_ptr(std::u16string_view(u"a\0b", 3)), "a\\x00b"},
-        {string_ptr("C:\\"), "C:\\\\"},
+        {string_ptr("C:\\"), "C:\\"},
         {string_ptr(u"Gr\u00FC\u00DFe \U0001F600"), "Gr\xC3\xBC\xC3\x9F"
                                                     "e \xF0\x9F\x98\x80"},
         {string_ptr(""), ""},
