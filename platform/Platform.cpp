@@ -126,9 +126,9 @@ Platform::~Platform() {
         try {
             ShutDown();
         } catch (const System::Exception& exception) {
-            Trace::TraceError(exception);
+            Trace::TraceWarning(exception);
         } catch (const std::exception& exception) {
-            Trace::TraceError(string_ptr(exception.what()));
+            Trace::TraceWarning(string_ptr(exception.what()));
         }
     } catch (...) { // out of memory for the record
     }

@@ -505,7 +505,7 @@ TEST(Platform, TracesWhatItsShutDownThrowsAtTheEndOfTheProcessAndEndsInOrder) {
 
     std::string closed = BoardCalls().end;
     closed.replace(closed.find("OXBO_RESET1_N"), std::string("OXBO_RESET1_N").size(), "full");
-    EXPECT_THAT(Line(result.output, "exit"), StartsWith(BEGIN_SHUT_DOWN + " full=! {ERROR System::IO::IOException: "));
+    EXPECT_THAT(Line(result.output, "exit"), StartsWith(BEGIN_SHUT_DOWN + " full=! {WARNING System::IO::IOException: "));
     EXPECT_THAT(Line(result.output, "exit"), EndsWith("}" + closed));
     EXPECT_EQ(result.exitCode, 0);
 }

@@ -37,7 +37,7 @@ public:
     // already. Most users want INSTANCE.
     static std::shared_ptr<Platform> Create();
 
-    // Shuts the board down; a failure is traced as an error and goes no further.
+    // Shuts the board down; a failure is traced as a warning and goes no further.
     ~Platform() override;
 
     // The time step of all four LEDs; costs a few instructions where nothing flashes. What a pin throws passes out.
