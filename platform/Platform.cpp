@@ -111,9 +111,9 @@ std::shared_ptr<Platform> Platform::Create() {
         (*platform).*row.led = Led::Create(row.label, green, red, yellow);
     }
 
-    platform->webLog = WebLog::Create(settings->web_log_file);
-    platform->ledTraceListener = LedTraceListener::Create(platform->moduleStatusLed, platform->networkStatusLed,
-                                                          platform->linkActivity1Led, platform->linkActivity2Led);
+    platform->ownWebLog = WebLog::Create(settings->web_log_file);
+    platform->ownLedTraceListener = LedTraceListener::Create(platform->moduleStatusLed, platform->networkStatusLed,
+                                                             platform->linkActivity1Led, platform->linkActivity2Led);
     return platform;
 }
 // clang-format on

@@ -3,11 +3,16 @@
 // Platform has no seam: it opens the files of the device. Each case therefore runs the program platform-scenes on a
 // private board of its own and judges what that did, call by call, and what is in the board's files afterwards.
 #include <algorithm>
+#include <memory>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <velrix/platform/Platform.h>
 
 #include "tests/support/PrivateBoard.h"
 
@@ -505,7 +510,8 @@ TEST(Platform, TracesWhatItsShutDownThrowsAtTheEndOfTheProcessAndEndsInOrder) {
 
     std::string closed = BoardCalls().end;
     closed.replace(closed.find("OXBO_RESET1_N"), std::string("OXBO_RESET1_N").size(), "full");
-    EXPECT_THAT(Line(result.output, "exit"), StartsWith(BEGIN_SHUT_DOWN + " full=! {WARNING System::IO::IOException: "));
+    EXPECT_THAT(Line(result.output, "exit"),
+                StartsWith(BEGIN_SHUT_DOWN + " full=! {WARNING System::IO::IOException: "));
     EXPECT_THAT(Line(result.output, "exit"), EndsWith("}" + closed));
     EXPECT_EQ(result.exitCode, 0);
 }
@@ -627,6 +633,17 @@ TEST(Platform, EndsWithoutAWordWhenThereIsNoMemoryForOne) {
 
     EXPECT_EQ(Line(result.output, "ended"), " always");
     EXPECT_EQ(result.exitCode, 0);
+}
+
+TEST(Platform, ShowsItsWebLogAndItsListenerAndLetsNobodyReplaceThem) {
+    using Velrix::Platform;
+    using WebLogMember = decltype((std::declval<Platform&>().webLog));
+    using ListenerMember = decltype((std::declval<Platform&>().ledTraceListener));
+
+    EXPECT_TRUE((std::is_convertible_v<WebLogMember, std::shared_ptr<Velrix::WebLog>>));
+    EXPECT_TRUE((std::is_convertible_v<ListenerMember, std::shared_ptr<System::Diagnostics::TraceListener>>));
+    EXPECT_FALSE((std::is_assignable_v<WebLogMember, std::shared_ptr<Velrix::WebLog>>));
+    EXPECT_FALSE((std::is_assignable_v<ListenerMember, std::shared_ptr<Velrix::LedTraceListener>>));
 }
 
 TEST(Platform, HasTheTextOfItsClass) {

@@ -94,13 +94,15 @@ private:
     std::shared_ptr<Gpio::ILed> linkActivity2Led;
     std::shared_ptr<Gpio::ILed> moduleStatusLed;
     std::shared_ptr<Gpio::ILed> networkStatusLed;
+    std::shared_ptr<WebLog> ownWebLog;
+    std::shared_ptr<LedTraceListener> ownLedTraceListener;
 
 public:
     // For the application's progress messages.
-    std::shared_ptr<WebLog> webLog;
+    const std::shared_ptr<WebLog>& webLog = ownWebLog;
 
     // For the application to add to Trace; it is in no list of listeners by itself.
-    std::shared_ptr<LedTraceListener> ledTraceListener;
+    const std::shared_ptr<LedTraceListener>& ledTraceListener = ownLedTraceListener;
 };
 
 } // namespace Velrix
