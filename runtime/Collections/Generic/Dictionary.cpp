@@ -3,7 +3,6 @@
 
 namespace System::Collections::Generic {
 
-template class KeyIndex<string_ptr>;
 template class Dictionary<string_ptr, string_ptr>;
 
 } // namespace System::Collections::Generic

@@ -1,97 +1,141 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <list>
+#include <cstddef>
+#include <functional>
 #include <memory>
+#include <new>
+#include <type_traits>
 #include <utility>
 
 #include <System/Collections/Generic/Exceptions.h>
 #include <System/Collections/Generic/IDictionary.h>
-#include <System/Collections/Generic/KeyIndex.h>
-#include <System/Collections/Generic/NodeAllocator.h>
 #include <System/Collections/Generic/TextOf.h>
+#include <System/Detail/EntryTable.h>
+#include <System/Exceptions.h>
 
 namespace System::Collections::Generic {
 
 // The dictionary of the runtime: constant time by key, pairs in the order of adding.
 //
-// Keys need std::hash and ==. The pairs stand in a list, which keeps their order and their places; an index of the keys
-// leads to them. Not for use by several threads at once while one of them changes it; reading is free.
+// Keys need std::hash and ==. Keys and values need to be movable. Not for use by several threads at once while one of
+// them changes it; reading is free.
 template <class K, class V>
 class Dictionary final : public IDictionary<K, V> {
 public:
-    using typename IDictionary<K, V>::Iterator;
+    using typename IDictionary<K, V>::Pair;
 
     static std::shared_ptr<Dictionary> Create() { return Object::Own(new Dictionary); }
 
     ~Dictionary() override;
 
-    int Count() override { return static_cast<int>(pairs.size()); }
+    int Count() override { return entries.Count(); }
 
     void Add(K key, V value) override {
-        pairs.emplace_back(std::move(key), std::move(value));
-        Element& element = pairs.back();
-        element.place = std::prev(pairs.end());
-        try {
-            if (!index.Add(&element))
-                _throw_key_exists_exception();
-        } catch (...) {
-            pairs.pop_back();
-            throw;
-        }
+        const std::size_t hash = std::hash<K>()(key);
+        if (entries.Find(hash, std::addressof(key)))
+            _throw_key_exists_exception();
+        AddNew(hash, key, value);
     }
 
     V& operator[](const K& key) override {
-        Element* const element = Find(key);
-        if (!element)
+        Entry* const entry = Find(key);
+        if (!entry)
             _throw_key_not_found_exception(TextOf(key));
-        return element->Value;
+        return PairOf(entry)->Value;
     }
 
+    // A value that cannot be assigned is replaced by another object in its place; if moving it there throws, the pair
+    // is gone.
     void Set(K key, V value) override {
-        Element* const element = Find(key);
-        if (element)
-            element->Value = std::move(value);
+        const std::size_t hash = std::hash<K>()(key);
+        Entry* const entry = entries.Find(hash, std::addressof(key));
+        if (!entry)
+            AddNew(hash, key, value);
+        else if constexpr (std::is_move_assignable_v<V>)
+            PairOf(entry)->Value = std::move(value);
         else
-            Add(std::move(key), std::move(value));
+            Replace(entry, key, value);
     }
 
     bool ContainsKey(const K& key) override { return Find(key); }
 
     bool TryGetValue(const K& key, V& value) override {
-        Element* const element = Find(key);
-        if (element)
-            value = element->Value;
-        return element;
+        Entry* const entry = Find(key);
+        if (!entry)
+            return false;
+        if constexpr (std::is_copy_assignable_v<V>)
+            value = PairOf(entry)->Value;
+        else
+            throw NotSupportedException("Values of this dictionary cannot be copied");
+        return true;
     }
 
     bool Remove(const K& key) override {
-        auto* const element = static_cast<Element*>(index.Remove(key));
-        if (element)
-            pairs.erase(element->place);
-        return element;
+        Entry* const entry = Find(key);
+        if (!entry)
+            return false;
+        entries.Remove(entry);
+        PairOf(entry)->~Pair();
+        entries.Release(entry);
+        return true;
     }
 
-    Iterator begin() override { return Iterator(pairs.begin()); }
-    Iterator end() override { return Iterator(pairs.end()); }
+    const Pair* Next(const Pair* pair) override {
+        const Entry* const entry = entries.Next(pair ? EntryOf(pair) : nullptr);
+        return entry ? PairOf(entry) : nullptr;
+    }
 
 private:
-    using typename IDictionary<K, V>::Element;
+    using Entry = Detail::Entry;
+
+    // An entry and its pair, as one structure with both has them.
+    static constexpr std::size_t ALIGNMENT = alignof(Pair) > alignof(Entry) ? alignof(Pair) : alignof(Entry);
+    static constexpr std::size_t Aligned(std::size_t size) { return (size + ALIGNMENT - 1) / ALIGNMENT * ALIGNMENT; }
+    static constexpr std::size_t PAIR_OFFSET = (sizeof(Entry) + alignof(Pair) - 1) / alignof(Pair) * alignof(Pair);
 
     Dictionary() = default;
 
-    Element* Find(const K& key) const { return static_cast<Element*>(index.Find(key)); }
+    static Pair* PairOf(const Entry* entry) {
+        return reinterpret_cast<Pair*>(reinterpret_cast<std::size_t>(entry) + PAIR_OFFSET);
+    }
+    static const Entry* EntryOf(const Pair* pair) {
+        return reinterpret_cast<const Entry*>(reinterpret_cast<std::size_t>(pair) - PAIR_OFFSET);
+    }
+    static bool HasKey(const Entry* entry, const void* key) {
+        return PairOf(entry)->Key == *static_cast<const K*>(key);
+    }
 
-    // The small nodes of list and index come from blocks, not one by one from the heap. Declared first: it outlives
-    // both.
-    NodeStore nodes;
-    std::list<Element, NodeAllocator<Element>> pairs{&nodes};
-    KeyIndex<K> index{&nodes};
+    Entry* Find(const K& key) const { return entries.Find(std::hash<K>()(key), std::addressof(key)); }
+
+    void AddNew(std::size_t hash, K& key, V& value) {
+        ::new (static_cast<void*>(PairOf(entries.MakeRoom()))) Pair{std::move(key), std::move(value)};
+        entries.Add(hash);
+    }
+
+    void Replace(Entry* entry, K& key, V& value) {
+        Pair* const pair = PairOf(entry);
+        pair->~Pair();
+        try {
+            ::new (static_cast<void*>(pair)) Pair{std::move(key), std::move(value)};
+        } catch (...) {
+            entries.Remove(entry);
+            entries.Release(entry);
+            throw;
+        }
+    }
+
+    static constexpr Detail::EntryKind KIND{Aligned(PAIR_OFFSET + sizeof(Pair)), ALIGNMENT, &HasKey};
+
+    Detail::EntryTable entries{KIND};
 };
 
 // Written once, rather than wherever a dictionary goes.
 template <class K, class V>
-[[gnu::noinline]] Dictionary<K, V>::~Dictionary() = default;
+[[gnu::noinline]] Dictionary<K, V>::~Dictionary() {
+    for (const Entry* entry = entries.Next(nullptr); entry; entry = entries.Next(entry))
+        PairOf(entry)->~Pair();
+}
 
 // The commonest one is in the library.
 extern template class SYSTEM_EXPORT Dictionary<string_ptr, string_ptr>;

@@ -3,10 +3,7 @@
 
 #include <cstddef>
 #include <iterator>
-#include <list>
-#include <utility>
 
-#include <System/Collections/Generic/KeyIndex.h>
 #include <System/Collections/Generic/KeyValuePair.h>
 #include <System/Object.h>
 
@@ -17,43 +14,38 @@ namespace System::Collections::Generic {
 template <class K, class V>
 class IDictionary : public Object {
 public:
-    // A pair in its place, as the dictionary keeps it.
-    struct Element : KeyEntry<K>, KeyValuePair<K, V> {
-        Element(K&& newKey, V&& newValue)
-            : KeyEntry<K>{&this->Key}, KeyValuePair<K, V>{std::move(newKey), std::move(newValue)} {}
+    using Pair = KeyValuePair<K, V>;
 
-        typename std::list<Element>::const_iterator place;
-    };
-
-    // Goes through the pairs, forward or back, and shows them as KeyValuePair.
-    class Iterator {
+    // Walks a dictionary by Next, so that any implementation can be walked.
+    class Iterator final {
     public:
-        using iterator_category = std::bidirectional_iterator_tag;
-        using value_type = KeyValuePair<K, V>;
+        using iterator_category = std::forward_iterator_tag;
+        using value_type = Pair;
         using difference_type = std::ptrdiff_t;
-        using pointer = const value_type*;
-        using reference = const value_type&;
+        using pointer = const Pair*;
+        using reference = const Pair&;
 
-        Iterator() = default;
-        explicit Iterator(typename std::list<Element>::const_iterator ownPlace) : place(ownPlace) {}
+        Iterator() noexcept = default;
+        Iterator(IDictionary& ownDictionary, const Pair* ownPair) noexcept
+            : dictionary(&ownDictionary), pair(ownPair) {}
 
-        reference operator*() const { return *place; }
-        pointer operator->() const { return &**this; }
+        reference operator*() const noexcept { return *pair; }
+        pointer operator->() const noexcept { return pair; }
         Iterator& operator++() {
-            ++place;
+            pair = dictionary->Next(pair);
             return *this;
         }
-        Iterator operator++(int) { return Iterator(place++); }
-        Iterator& operator--() {
-            --place;
-            return *this;
+        Iterator operator++(int) {
+            const Iterator before = *this;
+            ++*this;
+            return before;
         }
-        Iterator operator--(int) { return Iterator(place--); }
-        bool operator==(const Iterator& other) const { return place == other.place; }
-        bool operator!=(const Iterator& other) const { return place != other.place; }
+        bool operator==(const Iterator& other) const noexcept { return pair == other.pair; }
+        bool operator!=(const Iterator& other) const noexcept { return pair != other.pair; }
 
     private:
-        typename std::list<Element>::const_iterator place;
+        IDictionary* dictionary = nullptr;
+        const Pair* pair = nullptr; // null behind the last one
     };
 
     // The number of pairs.
@@ -63,7 +55,7 @@ public:
     // "Key already exists", nothing changed.
     virtual void Add(K key, V value) = 0;
 
-    // What stands under key; it stays where it is until the pair is removed. An absent key: KeyNotFoundException with
+    // The value under key; it stays where it is until the pair is removed. An absent key: KeyNotFoundException with
     // the key's text.
     virtual V& operator[](const K& key) = 0;
 
@@ -72,14 +64,18 @@ public:
 
     virtual bool ContainsKey(const K& key) = 0;
 
-    // Copies what stands under key into value; for an absent key false, and value stays as it was.
+    // Copies the value under key into value; for an absent key false, and value stays as it was. Where values cannot
+    // be copied by =: NotSupportedException.
     virtual bool TryGetValue(const K& key, V& value) = 0;
 
     // Takes the pair with the key out; false where there was none.
     virtual bool Remove(const K& key) = 0;
 
-    virtual Iterator begin() = 0;
-    virtual Iterator end() = 0;
+    // The pair behind the given one in the order of adding, the first one for null, and null behind the last one.
+    virtual const Pair* Next(const Pair* pair) = 0;
+
+    Iterator begin() { return {*this, Next(nullptr)}; }
+    Iterator end() { return {*this, nullptr}; }
 };
 
 } // namespace System::Collections::Generic

@@ -2,6 +2,7 @@
 #include <System/Collections/Generic/Dictionary.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <memory>
 #include <random>
@@ -58,18 +59,123 @@ TEST(Dictionary, BeginsEmpty) {
     EXPECT_FALSE(dictionary->Remove("a"));
 }
 
-TEST(Dictionary, IsGoneThroughForwardAndBack) {
+TEST(Dictionary, IsWalkedByIteratorsAndByItsPairs) {
     const auto dictionary = Make({{"a", "1"}, {"b", "2"}, {"c", "3"}});
 
     auto place = dictionary->begin();
+    EXPECT_EQ(place, dictionary->begin());
     EXPECT_EQ((place++)->Key, "a");
     EXPECT_EQ((*place).Value, "2");
     EXPECT_EQ((++place)->Key, "c");
     EXPECT_NE(place, dictionary->end());
-    EXPECT_EQ((place--)->Key, "c");
-    EXPECT_EQ((--place)->Key, "a");
-    EXPECT_EQ(place, dictionary->begin());
-    EXPECT_EQ(std::next(place, 3), dictionary->end());
+    EXPECT_EQ(++place, dictionary->end());
+    EXPECT_EQ(std::next(dictionary->begin(), 3), dictionary->end());
+    EXPECT_EQ(dictionary->Next(nullptr), &*dictionary->begin());
+    EXPECT_EQ(dictionary->Next(dictionary->Next(nullptr))->Key, "b");
+    EXPECT_EQ(Make({})->Next(nullptr), nullptr);
+}
+
+// A dictionary of somebody else, written from the operations of the interface.
+class Single final : public Texts {
+public:
+    int Count() override { return 1; }
+    void Add(string_ptr, string_ptr) override { throw NotSupportedException("full"); }
+    string_ptr& operator[](const string_ptr&) override { return pair.Value; }
+    void Set(string_ptr, string_ptr value) override { pair.Value = value; }
+    bool ContainsKey(const string_ptr& key) override { return key == pair.Key; }
+    bool TryGetValue(const string_ptr& key, string_ptr& value) override {
+        value = pair.Value;
+        return ContainsKey(key);
+    }
+    bool Remove(const string_ptr&) override { return false; }
+    const Pair* Next(const Pair* before) override { return before ? nullptr : &pair; }
+
+private:
+    Pair pair{"key", "value"};
+};
+
+TEST(IDictionary, NeedsItsOperationsAlone) {
+    EXPECT_EQ(Shown(std::make_shared<Single>()), "key=value ");
+}
+
+TEST(Dictionary, HoldsWhatCanBeMovedButNotCopied) {
+    const auto dictionary = Dictionary<int, std::unique_ptr<int>>::Create();
+
+    dictionary->Add(1, std::make_unique<int>(10));
+    dictionary->Set(2, std::make_unique<int>(20));
+    dictionary->Set(1, std::make_unique<int>(11));
+
+    EXPECT_EQ(*(*dictionary)[1], 11);
+    EXPECT_TRUE(dictionary->ContainsKey(2));
+    std::unique_ptr<int> value;
+    EXPECT_FALSE(dictionary->TryGetValue(3, value));
+    ExpectException<NotSupportedException>("Values of this dictionary cannot be copied",
+                                           [&] { dictionary->TryGetValue(1, value); });
+    EXPECT_EQ(value, nullptr);
+    EXPECT_TRUE(dictionary->Remove(1));
+    EXPECT_EQ(dictionary->Count(), 1);
+}
+
+TEST(Dictionary, TakesKeysThatCannotBeCopied) {
+    const auto dictionary = Dictionary<std::unique_ptr<int>, int>::Create();
+
+    dictionary->Add(nullptr, 1);
+    dictionary->Add(std::make_unique<int>(5), 2);
+
+    EXPECT_EQ((*dictionary)[nullptr], 1);
+    EXPECT_EQ(dictionary->Count(), 2);
+}
+
+// Has a const member, so that it cannot be assigned; number 13 can be moved only once.
+struct Fixed {
+    explicit Fixed(int ownNumber) : number(ownNumber) {}
+    Fixed(Fixed&& other) : number(other.number), moves(other.moves + 1) {
+        if (number == 13 && moves == 2)
+            throw std::runtime_error("moved too often");
+    }
+    const int number;
+    const int moves = 0;
+};
+
+TEST(Dictionary, ReplacesValuesThatCannotBeAssignedInTheirPlace) {
+    const auto dictionary = Dictionary<int, Fixed>::Create();
+    dictionary->Add(1, Fixed(10));
+    dictionary->Add(2, Fixed(20));
+    const Fixed* const place = &(*dictionary)[1];
+
+    dictionary->Set(1, Fixed(11));
+
+    EXPECT_EQ(&(*dictionary)[1], place);
+    EXPECT_EQ((*dictionary)[1].number, 11);
+    EXPECT_EQ(dictionary->begin()->Key, 1);
+}
+
+TEST(Dictionary, LosesThePairWhoseNewValueCannotBePutInItsPlace) {
+    const auto dictionary = Dictionary<int, Fixed>::Create();
+    dictionary->Add(1, Fixed(10));
+    dictionary->Add(2, Fixed(20));
+    Fixed bad(13);
+
+    EXPECT_THROW(dictionary->Set(1, Fixed(std::move(bad))), std::runtime_error);
+
+    EXPECT_EQ(dictionary->Count(), 1);
+    EXPECT_FALSE(dictionary->ContainsKey(1));
+    EXPECT_EQ((*dictionary)[2].number, 20);
+}
+
+TEST(Dictionary, KeepsValuesOfEveryAlignment) {
+    struct alignas(64) Aligned {
+        char text[64];
+    };
+    const auto dictionary = Dictionary<char, Aligned>::Create();
+
+    for (char key = 'a'; key <= 'z'; ++key)
+        dictionary->Add(key, Aligned{{key}});
+
+    for (const auto& [key, value] : *dictionary) {
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(&value) % alignof(Aligned), 0u);
+        EXPECT_EQ(value.text[0], key);
+    }
 }
 
 TEST(Dictionary, FindsByContentWhatWasAdded) {
@@ -159,6 +265,32 @@ TEST(Dictionary, RemovesAPairByItsOwnKey) {
     EXPECT_TRUE(dictionary->Remove(key));
 
     EXPECT_EQ(Shown(dictionary), "b=2 ");
+}
+
+// A value that looks at its dictionary when it goes.
+TEST(Dictionary, IsWholeWhileARemovedValueGoes) {
+    const auto dictionary = Dictionary<int, std::shared_ptr<int>>::Create();
+    int seen = -1;
+    dictionary->Add(1, std::shared_ptr<int>(new int(1), [&](const int* number) {
+                        delete number;
+                        seen = dictionary->Count();
+                        dictionary->Add(2, nullptr);
+                    }));
+
+    EXPECT_TRUE(dictionary->Remove(1));
+
+    EXPECT_EQ(seen, 0);
+    EXPECT_EQ(dictionary->begin()->Key, 2);
+}
+
+// Hashes of numbers are the numbers; keys that differ in their upper bits alone must not meet in the index.
+TEST(Dictionary, FindsNumbersThatAreMultiples) {
+    const auto dictionary = Dictionary<unsigned, unsigned>::Create();
+    for (unsigned i = 0; i < 4096; ++i)
+        dictionary->Add(i << 20, i);
+
+    for (unsigned i = 0; i < 4096; ++i)
+        ASSERT_EQ((*dictionary)[i << 20], i);
 }
 
 TEST(Dictionary, TellsNullFromTheEmptyKey) {
