@@ -34,12 +34,18 @@ public:
 
     void Insert(int index, T element) override {
         CheckIndex(index, Count());
-        elements.insert(At(index), std::move(element));
+        if constexpr (std::is_move_assignable_v<T>)
+            elements.insert(At(index), std::move(element));
+        else
+            Replace(index, 0, &element);
     }
 
     void RemoveAt(int index) override {
         CheckIndex(index, Count() - 1);
-        elements.erase(At(index));
+        if constexpr (std::is_move_assignable_v<T>)
+            elements.erase(At(index));
+        else
+            Replace(index, 1, nullptr);
     }
 
     void Clear() override { elements.clear(); }
@@ -52,6 +58,22 @@ private:
     explicit List(std::initializer_list<T> ownElements) : elements(ownElements) {}
 
     auto At(int index) { return elements.begin() + index; }
+
+    // Elements that cannot be assigned move to other memory: those before index, the inserted one, if there is one, and
+    // those behind the removed ones.
+    void Replace(int index, int removed, T* inserted) {
+        Elements others;
+        others.reserve(elements.size() + 1);
+        const auto move = [&](int from, int to) {
+            for (; from < to; ++from)
+                others.push_back(std::move_if_noexcept(*At(from)));
+        };
+        move(0, index);
+        if (inserted)
+            others.push_back(std::move(*inserted));
+        move(index + removed, Count());
+        elements.swap(others);
+    }
 
     static void CheckIndex(int index, int last) {
         if (index < 0 || index > last)

@@ -189,4 +189,37 @@ TEST(List, SurvivesEveryAllocationFailure) {
     EXPECT_GT(allocations, 6);
 }
 
+TEST(List, HoldsWhatCanBeMovedButNotCopied) {
+    const auto list = List<std::unique_ptr<int>>::Create();
+
+    list->Add(std::make_unique<int>(1));
+    list->Insert(0, std::make_unique<int>(0));
+    list->Add(std::make_unique<int>(2));
+    list->RemoveAt(1);
+
+    EXPECT_EQ(*(*list)[0], 0);
+    EXPECT_EQ(*(*list)[1], 2);
+    EXPECT_EQ(list->Count(), 2);
+}
+
+struct Unassignable {
+    const int number;
+};
+
+TEST(List, HoldsWhatCannotBeAssigned) {
+    const auto list = List<Unassignable>::Create({Unassignable{1}, Unassignable{3}});
+
+    list->Insert(1, Unassignable{2});
+    list->Insert(0, Unassignable{0});
+    list->Insert(4, Unassignable{4});
+    list->RemoveAt(3);
+    list->RemoveAt(0);
+
+    std::string text;
+    for (const Unassignable& element : *list)
+        text += std::to_string(element.number) + " ";
+    EXPECT_EQ(text, "1 2 4 ");
+    ExpectException<ArgumentOutOfRangeException>("The argument \"index\" is out of range", [&] { list->RemoveAt(3); });
+}
+
 } // namespace
