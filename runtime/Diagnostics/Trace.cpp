@@ -143,19 +143,36 @@ std::vector<std::shared_ptr<TraceListener>> Trace::Listeners() {
     return list ? *list : ListenerList();
 }
 
-void Trace::Dispatch(const Type& type, const std::shared_ptr<Object>& data) {
+// The event and its data are made for the first listener that wants them; memory that is short counts as its failure.
+template <class MakeData>
+void Trace::Deliver(const Type& type, const MakeData& makeData) {
     const SharedList list = Snapshot();
     if (!list)
         return;
-    std::shared_ptr<TraceEventArgs> eventArgs; // made for the first listener that wants the event
+    std::shared_ptr<Object> data;
+    std::shared_ptr<TraceEventArgs> eventArgs;
     for (const auto& listener : *list)
         CallSafely(*listener, listener->failureReported, [&] {
             if (listener->Filter && !listener->Filter->ShouldTrace(type))
                 return;
-            if (!eventArgs)
+            if (!eventArgs) {
+                data = makeData();
                 eventArgs = TraceEventArgs::Create();
+            }
             listener->TraceEvent(eventArgs, type, data);
         });
+}
+
+void Trace::Dispatch(const Type& type, const char* utf8) {
+    Deliver(type, [&] { return std::shared_ptr<Object>(string_ptr(utf8)); });
+}
+
+void Trace::Dispatch(const Type& type, const string_ptr& text) {
+    Deliver(type, [&] { return std::shared_ptr<Object>(text); });
+}
+
+void Trace::Dispatch(const Type& type, const std::shared_ptr<Object>& data) {
+    Deliver(type, [&] { return data; });
 }
 
 void Trace::Dispatch(const Type& type, const Exception& exception) {
@@ -167,7 +184,7 @@ void Trace::Dispatch(const Type& type, const Exception& exception) {
     } catch (...) {
         text = exception.Message(); // out of memory: what there is already
     }
-    Dispatch(type, std::shared_ptr<Object>(text));
+    Dispatch(type, text);
 }
 
 void Trace::Flush() {

@@ -33,21 +33,27 @@ public:
     // The listeners of this moment.
     static std::vector<std::shared_ptr<TraceListener>> Listeners();
 
-    // One event. Of an exception the listeners get the text that its ToString() gives.
+    // One event. Of an exception the listeners get the text that its ToString() gives. A literal becomes a text only
+    // for a listener that wants it.
+    static void TraceDebug(const char* utf8) { TraceText(TraceEventType::DEBUG, utf8); }
     static void TraceDebug(const string_ptr& text) { TraceText(TraceEventType::DEBUG, text); }
     static void TraceDebug(const std::shared_ptr<Object>& data) { TraceObject(TraceEventType::DEBUG, data); }
     static void TraceDebug(const Exception& exception) { TraceException(TraceEventType::DEBUG, exception); }
+    static void TraceInformation(const char* utf8) { TraceText(TraceEventType::INFORMATION, utf8); }
     static void TraceInformation(const string_ptr& text) { TraceText(TraceEventType::INFORMATION, text); }
     static void TraceInformation(const std::shared_ptr<Object>& data) {
         TraceObject(TraceEventType::INFORMATION, data);
     }
     static void TraceInformation(const Exception& exception) { TraceException(TraceEventType::INFORMATION, exception); }
+    static void TraceWarning(const char* utf8) { TraceText(TraceEventType::WARNING, utf8); }
     static void TraceWarning(const string_ptr& text) { TraceText(TraceEventType::WARNING, text); }
     static void TraceWarning(const std::shared_ptr<Object>& data) { TraceObject(TraceEventType::WARNING, data); }
     static void TraceWarning(const Exception& exception) { TraceException(TraceEventType::WARNING, exception); }
+    static void TraceError(const char* utf8) { TraceText(TraceEventType::ERROR, utf8); }
     static void TraceError(const string_ptr& text) { TraceText(TraceEventType::ERROR, text); }
     static void TraceError(const std::shared_ptr<Object>& data) { TraceObject(TraceEventType::ERROR, data); }
     static void TraceError(const Exception& exception) { TraceException(TraceEventType::ERROR, exception); }
+    static void TraceFatal(const char* utf8) { TraceText(TraceEventType::FATAL, utf8); }
     static void TraceFatal(const string_ptr& text) { TraceText(TraceEventType::FATAL, text); }
     static void TraceFatal(const std::shared_ptr<Object>& data) { TraceObject(TraceEventType::FATAL, data); }
     static void TraceFatal(const Exception& exception) { TraceException(TraceEventType::FATAL, exception); }
@@ -68,9 +74,10 @@ public:
 private:
     using Type = std::shared_ptr<TraceEventType>;
 
-    static void TraceText(const Type& type, const string_ptr& text) {
+    template <class Text>
+    static void TraceText(const Type& type, const Text& text) {
         if (listenerCount.load(std::memory_order_relaxed) != 0)
-            Dispatch(type, std::shared_ptr<Object>(text));
+            Dispatch(type, text);
     }
     static void TraceObject(const Type& type, const std::shared_ptr<Object>& data) {
         if (listenerCount.load(std::memory_order_relaxed) != 0)
@@ -80,8 +87,12 @@ private:
         if (listenerCount.load(std::memory_order_relaxed) != 0)
             Dispatch(type, exception);
     }
+    static void Dispatch(const Type& type, const char* utf8);
+    static void Dispatch(const Type& type, const string_ptr& text);
     static void Dispatch(const Type& type, const std::shared_ptr<Object>& data);
     static void Dispatch(const Type& type, const Exception& exception);
+    template <class MakeData>
+    static void Deliver(const Type& type, const MakeData& makeData);
 
     static std::atomic<int> listenerCount;
 };

@@ -17,6 +17,7 @@
 
 #include <gtest/gtest.h>
 
+#include <System/Diagnostics/TraceEventTypeFilter.h>
 #include <System/Exceptions.h>
 
 #include "tests/support/AllocationFailure.h"
@@ -348,12 +349,24 @@ TEST_F(TraceTest, DoesNothingAtAllWithoutListeners) {
     Trace::TraceWarning(exception);
     Trace::TraceError(text);
     Trace::TraceFatal(exception);
+    Trace::TraceInformation("a literal that would need memory");
     Trace::Flush();
 
     EXPECT_EQ(allocations.Count(), 0);
     EXPECT_EQ(clock.CallCount(), 0);
     EXPECT_EQ(reading->asked, 0);
     EXPECT_EQ(calls.Log(), "");
+}
+
+TEST_F(TraceTest, MakesNoTextForAListenerThatDoesNotWantIt) {
+    AddLogging("a")->Filter = TraceEventTypeFilter::FromType(TraceEventType::FATAL);
+    const string_ptr text = "text";
+    const AllocationFailure allocations;
+
+    Trace::TraceDebug("a literal that would need memory");
+    Trace::TraceDebug(text);
+
+    EXPECT_EQ(allocations.Count(), 0);
 }
 
 // Listeners that change the trace while it calls them
