@@ -186,13 +186,12 @@ struct FileTraceListener::LogFile {
             CloseDescriptor();
     }
 
-    // Goes on to the file that stands at the path now, if it is another one or none. What the open file is, is asked
-    // anew each time: kept beside the descriptor, it could be that of another thread's file.
+    // Goes on to the file that is at the path now, if it is another one or none.
     void FollowRotation() {
-        struct stat open, current;
+        struct stat current;
         if (::stat(name.c_str(), &current) == 0) {
-            if (::fstat(descriptor, &open) == 0 && open.st_ino == current.st_ino && open.st_dev == current.st_dev) {
-                if (static_cast<unsigned long long>(open.st_size) % PAGE == 0 && open.st_size != 0) [[unlikely]]
+            if (IsOpen(current) || (LookWhatIsOpen() && IsOpen(current))) {
+                if (static_cast<unsigned long long>(current.st_size) % PAGE == 0 && current.st_size != 0) [[unlikely]]
                     tailIsKnown.store(false, std::memory_order_relaxed);
                 return;
             }
@@ -222,6 +221,26 @@ private:
         ::close(descriptor);
     }
 
+    bool IsOpen(const struct stat& status) const noexcept {
+        return inode.load(std::memory_order_relaxed) == status.st_ino &&
+               device.load(std::memory_order_relaxed) == status.st_dev;
+    }
+
+    // Keeps which file is open. Another thread may replace the file before its name is stored here, so whoever has
+    // stored one looks again: the last to store has seen the file that stays.
+    [[gnu::noinline]] bool LookWhatIsOpen() noexcept {
+        struct stat open;
+        constexpr int MOST_LOOKS = 8;
+        for (int look = 0; look < MOST_LOOKS && ::fstat(descriptor, &open) == 0; ++look) {
+            if (IsOpen(open))
+                return true;
+            device.store(open.st_dev, std::memory_order_relaxed);
+            inode.store(open.st_ino, std::memory_order_relaxed);
+        }
+        inode.store(0, std::memory_order_relaxed);
+        return false;
+    }
+
     // Two threads may come here at once: then both open the same file, and one descriptor replaces the other.
     [[gnu::noinline]] void GoOnInNewFile() {
         const int fresh = OpenForAppending(name.c_str());
@@ -234,6 +253,7 @@ private:
         if (result < 0)
             IO::RaiseIO("Cannot open", path, error);
         tailIsKnown.store(false, std::memory_order_relaxed);
+        LookWhatIsOpen();
     }
 
     [[gnu::noinline]] void AppendWithCare(const char* lineEndAndRecord, std::size_t size) {
@@ -279,6 +299,10 @@ private:
     }
 
     int descriptor;
+
+    // Which file is open; 0: not known.
+    std::atomic<dev_t> device{0};
+    std::atomic<ino_t> inode{0};
 
     // Twice the number of threads that are writing, and CLOSED.
     static constexpr unsigned CLOSED = 1;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <System/Diagnostics/TraceEventArgs.h>
 
+#include <pthread.h>
 #include <unistd.h>
 
 #include "runtime/SpareAllocator.h"
@@ -9,10 +10,34 @@
 
 namespace System::Diagnostics {
 
+namespace {
+
+// The ids of the calling thread, which each cost a system call.
+struct Ids {
+    int process = 0; // 0: not asked for yet
+    int thread = 0;
+};
+[[gnu::tls_model("initial-exec")]] thread_local constinit Ids ids;
+
+// After a fork both ids are others, and the child has only the thread that forked. Before the handler is there, and
+// without memory for it, nothing is remembered. At load, since a child must not find a half-made static.
+struct ForkHandler {
+    const bool isSet = ::pthread_atfork(nullptr, nullptr, [] { ids = {}; }) == 0;
+};
+[[gnu::init_priority(200)]] const ForkHandler forkHandler;
+
+const Ids& CurrentIds() noexcept {
+    if (ids.process == 0 || !forkHandler.isSet)
+        ids = {::getpid(), ::gettid()};
+    return ids;
+}
+
+} // namespace
+
 std::shared_ptr<TraceEventArgs> TraceEventArgs::Create() {
-    // Neither id is remembered from event to event: after a fork both are others.
+    const Ids& own = CurrentIds();
     return std::allocate_shared<TraceEventArgs>(SpareAllocator<TraceEventArgs>(), Passkey(), ReadWallClock(),
-                                                ::getpid(), ::gettid());
+                                                own.process, own.thread);
 }
 
 TraceEventArgs::TraceEventArgs(Passkey, long long ownNanoseconds, int ownProcessId, int ownThreadId) noexcept

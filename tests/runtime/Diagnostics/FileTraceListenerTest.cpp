@@ -211,7 +211,7 @@ TEST_F(FileTraceListenerTest, WritesWithOneCallOnceTheFileIsKnown) {
     Write(*listener, text);
     listener->Flush();
 
-    EXPECT_EQ(calls.Log(), "stat, fstat, write, stat, fstat, write");
+    EXPECT_EQ(calls.Log(), "stat, write, stat, write");
 }
 
 TEST_F(FileTraceListenerTest, LetsACancelledThreadEndInEveryCallAndGoesOn) {
@@ -338,7 +338,7 @@ TEST_F(FileTraceListenerTest, WritesALongRecordAsOne) {
             {
                 const FailingSystemCalls calls;
                 Write(*listener, text);
-                EXPECT_EQ(calls.Log(), "stat, fstat, write");
+                EXPECT_EQ(calls.Log(), "stat, write");
             }
             std::string written;
             for (std::size_t i = 0; i < length; ++i)
@@ -558,7 +558,7 @@ TEST_F(FileTraceListenerRotation, TriesTheNextRecordAgainWhenTheNewFileCannotBeO
 }
 
 TEST_F(FileTraceListenerRotation, ReopensWhenTheOpenFileCannotBeLookedAt) {
-    const auto listener = CreateUsed();
+    const auto listener = Create();
     const FailingSystemCalls calls("fstat", 1, EIO);
 
     Write(*listener, "one");
@@ -645,7 +645,7 @@ TEST_F(FileTraceListenerFailures, CountsAnEndThatCannotBeReadAsALineEnd) {
     constexpr struct {
         const char* call;
         int number;
-    } ROWS[] = {{"fstat", 2}, {"open", 1}, {"lseek", 1}, {"pread", 1}};
+    } ROWS[] = {{"fstat", 3}, {"open", 1}, {"lseek", 1}, {"pread", 1}};
 
     for (const auto& row : ROWS) {
         SCOPED_TRACE(row.call);
