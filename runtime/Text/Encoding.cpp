@@ -26,16 +26,18 @@ std::shared_ptr<Array<unsigned char>> Encoding::GetBytes(string_ptr text) const 
         _throw_argument_null_exception("text");
     std::u16string_view units = text->View();
 
-    std::size_t count = 0;
-    if (kind == Kind::UTF8)
-        count = Utf::CountBytes(units);
-    else
+    // Only ASCII takes as many bytes as code units, and there both encodings are one.
+    std::size_t count = Utf::CountBytes(units);
+    const bool isUtf8 = kind == Kind::UTF8 || count == units.size();
+    if (!isUtf8) {
+        count = 0;
         for (std::u16string_view rest = units; !rest.empty(); ++count)
             Utf::TakeCodePoint(rest);
+    }
 
     auto bytes = Array<unsigned char>::Create(CheckedLength(count, "text"));
     unsigned char* target = bytes->Data();
-    if (kind == Kind::UTF8)
+    if (isUtf8)
         Utf::Encode(units, reinterpret_cast<char*>(target));
     else
         while (!units.empty()) {
