@@ -3,7 +3,10 @@
 
 #include <array>
 #include <cstddef>
+#include <iterator>
+#include <utility>
 
+#include <System/Collections/Generic/Array.h>
 #include <System/IO/File.h>
 #include <System/IO/FileStream.h>
 #include <System/Raisers.h>
@@ -15,20 +18,13 @@
 namespace Velrix {
 
 using System::string_ptr;
-using System::Text::StringBuilder;
+using System::Collections::Generic::Array;
 
 enum class ConfigParser::Action : unsigned char {
-    REJECT,
     SKIP,
     APPEND, // to the text that belongs to the next state
     CLOSE_HEADER,
-    COMMIT,
-    COMMIT_AND_FINISH,
-    FINISH,
-
-    // In the unfolded table alone: SKIP and APPEND where neither the state nor the line changes.
-    SKIP_MORE,
-    APPEND_MORE
+    COMMIT
 };
 
 namespace {
@@ -64,7 +60,7 @@ using enum ConfigParser::State;
 using enum ConfigParser::Action;
 
 constexpr Row ROWS[] = {
-    {COMMENT, END_OF_FILE, FINISH, COMMENT},
+    {COMMENT, END_OF_FILE, SKIP, COMMENT},
     {COMMENT, NEWLINE, SKIP, LINE_START},
     {COMMENT, ANY_CHARACTER, SKIP, COMMENT},
 
@@ -75,7 +71,7 @@ constexpr Row ROWS[] = {
     {AFTER_KEY, WHITESPACE, SKIP, AFTER_KEY},
     {AFTER_KEY, END_OF_KEY, SKIP, AFTER_END_OF_KEY},
 
-    {LINE_START, END_OF_FILE, FINISH, LINE_START},
+    {LINE_START, END_OF_FILE, SKIP, LINE_START},
     {LINE_START, NEWLINE, SKIP, LINE_START},
     {LINE_START, WHITESPACE, SKIP, LINE_START},
     {LINE_START, COMMENT_MARK, SKIP, COMMENT},
@@ -87,12 +83,12 @@ constexpr Row ROWS[] = {
 
     {AFTER_BEGINNING_OF_SECTION, BEGINNING_OF_KEY, APPEND, SECTION_NAME},
 
-    {AFTER_SECTION, END_OF_FILE, FINISH, AFTER_SECTION},
+    {AFTER_SECTION, END_OF_FILE, SKIP, AFTER_SECTION},
     {AFTER_SECTION, NEWLINE, SKIP, LINE_START},
     {AFTER_SECTION, WHITESPACE, SKIP, AFTER_SECTION},
     {AFTER_SECTION, COMMENT_MARK, SKIP, COMMENT},
 
-    {UNQUOTED_VALUE, END_OF_FILE, COMMIT_AND_FINISH, UNQUOTED_VALUE},
+    {UNQUOTED_VALUE, END_OF_FILE, COMMIT, UNQUOTED_VALUE},
     {UNQUOTED_VALUE, NEWLINE, COMMIT, LINE_START},
     {UNQUOTED_VALUE, WHITESPACE, COMMIT, AFTER_VALUE},
     {UNQUOTED_VALUE, COMMENT_MARK, COMMIT, COMMENT},
@@ -102,7 +98,7 @@ constexpr Row ROWS[] = {
     {AFTER_END_OF_KEY, QUOTE, SKIP, QUOTED_VALUE},
     {AFTER_END_OF_KEY, VALUE_CHAR, APPEND, UNQUOTED_VALUE},
 
-    {AFTER_VALUE, END_OF_FILE, FINISH, AFTER_VALUE},
+    {AFTER_VALUE, END_OF_FILE, SKIP, AFTER_VALUE},
     {AFTER_VALUE, NEWLINE, SKIP, LINE_START},
     {AFTER_VALUE, WHITESPACE, SKIP, AFTER_VALUE},
     {AFTER_VALUE, COMMENT_MARK, SKIP, COMMENT},
@@ -116,52 +112,39 @@ constexpr Row ROWS[] = {
 
 constexpr std::size_t STATE_COUNT = static_cast<std::size_t>(AFTER_ESCAPE) + 1;
 
-// What to do on a character, and in which state to go on, in one byte. With SKIP_MORE and APPEND_MORE the state stays
-// and is left out, so that these two are the same in every state.
-class Step final {
-public:
-    constexpr Step() = default;
-    constexpr Step(ConfigParser::Action action, ConfigParser::State next)
-        : code(static_cast<unsigned char>(static_cast<unsigned>(action) | static_cast<unsigned>(next) << NEXT_SHIFT)) {}
-
-    constexpr ConfigParser::Action Action() const { return static_cast<ConfigParser::Action>(code & ACTION_MASK); }
-    constexpr std::size_t Next() const { return code >> NEXT_SHIFT; }
-    constexpr bool operator==(const Step&) const = default;
-
-private:
-    static constexpr unsigned NEXT_SHIFT = 4;
-    static constexpr unsigned ACTION_MASK = (1 << NEXT_SHIFT) - 1;
-
-    unsigned char code = 0;
-};
-
-constexpr Step SKIPS_MORE(SKIP_MORE, ConfigParser::State{});
-constexpr Step APPENDS_MORE(APPEND_MORE, ConfigParser::State{});
-
-// The rows unfolded by the compiler: for each state what to do on -1 and on 0 to 255, so that a character costs one
-// look-up.
-using StateTable = std::array<Step, CharacterSet::LAST_VALUE + 2>;
-
-constexpr std::size_t IndexOf(int c) {
-    return static_cast<std::size_t>(c - CharacterSet::END_OF_FILE_VALUE);
+constexpr std::size_t IndexOf(ConfigParser::State state) {
+    return static_cast<std::size_t>(state);
 }
 
-constexpr std::array<StateTable, STATE_COUNT> Unfold() {
-    std::array<StateTable, STATE_COUNT> tables = {};
-    for (const Row& row : ROWS)
-        for (int c = CharacterSet::END_OF_FILE_VALUE; c <= CharacterSet::LAST_VALUE; ++c) {
-            Step& step = tables[static_cast<std::size_t>(row.state)][IndexOf(c)];
-            if (step.Action() != REJECT || !row.on.Contains(c))
-                continue;
-            const bool more = row.next == row.state && !NEWLINE.Contains(c); // a newline needs counting
-            step = more && row.action == SKIP     ? SKIPS_MORE
-                   : more && row.action == APPEND ? APPENDS_MORE
-                                                  : Step(row.action, row.next);
-        }
-    return tables;
+// What the compiler makes of the rows, for each state and character: whether the character only prolongs a run, so that
+// neither the state nor the line changes; otherwise the number of the row that is taken, the first one being 1.
+constexpr unsigned char PROLONGS_RUN = 0;
+constexpr unsigned char NO_ROW = 255;
+static_assert(std::size(ROWS) < NO_ROW);
+
+constexpr unsigned char Choose(ConfigParser::State state, int c) {
+    for (std::size_t i = 0; i < std::size(ROWS); ++i) {
+        const Row& row = ROWS[i];
+        if (row.state != state || !row.on.Contains(c))
+            continue;
+        const bool isPlain = row.action == SKIP || row.action == APPEND;
+        return row.next == state && isPlain && !NEWLINE.Contains(c) ? PROLONGS_RUN : static_cast<unsigned char>(i + 1);
+    }
+    return NO_ROW;
 }
 
-constexpr std::array<StateTable, STATE_COUNT> TABLES = Unfold();
+using Choices = std::array<unsigned char, CharacterSet::LAST_VALUE + 1>;
+
+constexpr std::array<Choices, STATE_COUNT> CHOICES = [] {
+    std::array<Choices, STATE_COUNT> choices{};
+    for (std::size_t state = 0; state < STATE_COUNT; ++state)
+        for (std::size_t c = 0; c < choices[state].size(); ++c)
+            choices[state][c] = Choose(static_cast<ConfigParser::State>(state), static_cast<int>(c));
+    return choices;
+}();
+
+// What is read at once. A settings file fits into one block.
+constexpr int BLOCK_SIZE = 8192;
 
 } // namespace
 
@@ -176,75 +159,84 @@ std::shared_ptr<ConfigParser::Sections> ConfigParser::Parse(string_ptr ownPath) 
         System::_throw_argument_null_exception("path");
     const auto stream = System::IO::File::OpenRead(ownPath);
     path = std::move(ownPath);
-    column = 0;
+    state = LINE_START;
     line = 0;
-    // The texts of a file mostly live and die together.
-    key = StringBuilder::CreateForManyTexts();
-    sectionName = StringBuilder::Create();
-    value = StringBuilder::CreateForManyTexts();
+    newline = -1;
+    key.Clear();
+    sectionName.Clear();
+    value.Clear();
     result = Sections::Create();
     AddSection(System::String::EMPTY);
 
-    ReadPairs(*stream);
+    // The line end behind a block is in no run.
+    const auto block = Array<unsigned char>::Create(BLOCK_SIZE + 1);
+    while (const int count = stream->Read(block, 0, BLOCK_SIZE)) {
+        (*block)[count] = '\n';
+        TakeBlock(block->Data(), count);
+        key.Keep();
+        sectionName.Keep();
+        value.Keep();
+        newline -= count;
+    }
+    TakeEnd();
     return result;
 }
 
-// Most characters are one more of the same, in a name, a value, a comment: they take the short way at the top of the
-// loop.
-void ConfigParser::ReadPairs(System::IO::FileStream& stream) {
-    // What a state reads by, and the text that grows in it.
-    struct Mode {
-        const Step* steps; // indexed by the character; the end of the file stands before the first
-        StringBuilder* text;
-    };
-    std::array<Mode, STATE_COUNT> modes;
-    for (std::size_t i = 0; i < STATE_COUNT; ++i)
-        modes[i] = {TABLES[i].data() + IndexOf(0), value.get()};
-    modes[static_cast<std::size_t>(KEY)].text = key.get();
-    modes[static_cast<std::size_t>(SECTION_NAME)].text = sectionName.get();
+// Most characters are one more of the same, in a name, a value, a comment. A byte is a code unit: the file is not
+// decoded.
+void ConfigParser::TakeBlock(const unsigned char* block, int count) {
+    // The text that grows in a state; none where characters are skipped.
+    std::array<Piece*, STATE_COUNT> growing{};
+    growing[IndexOf(KEY)] = &key;
+    growing[IndexOf(SECTION_NAME)] = &sectionName;
+    growing[IndexOf(UNQUOTED_VALUE)] = growing[IndexOf(QUOTED_VALUE)] = &value;
 
-    Mode mode = modes[static_cast<std::size_t>(LINE_START)];
+    const unsigned char* const end = block + count;
+    const unsigned char* next = block;
+    const unsigned char* run = block;
     for (;;) {
-        const int c = stream.ReadByte();
-        const Step step = mode.steps[c];
-        if (step == APPENDS_MORE) [[likely]] {
-            mode.text->Append(static_cast<char16_t>(c)); // a byte is a code unit: the file is not decoded
-            ++column;
-            continue;
-        }
-        // Counted before the character is handled: an error at a newline names the next line and column 0, and the end
-        // of the file counts as a column.
-        if (c == '\n') {
-            column = 0;
+        const Choices& choices = CHOICES[IndexOf(state)];
+        while (choices[*next] == PROLONGS_RUN)
+            ++next;
+        if (next != run && growing[IndexOf(state)])
+            growing[IndexOf(state)]->Append(run, next);
+        if (next == end)
+            return;
+
+        // Counted before the character is handled: an error at a newline names the next line and column 0.
+        if (*next == '\n') {
+            newline = static_cast<int>(next - block);
             ++line;
-        } else
-            ++column;
-        if (step == SKIPS_MORE)
-            continue;
-        mode = modes[step.Next()];
-        switch (step.Action()) {
-        case SKIP:
-            break;
-        case APPEND:
-            mode.text->Append(static_cast<char16_t>(c));
-            break;
-        case CLOSE_HEADER:
-            CloseHeader();
-            break;
-        case COMMIT:
-            CommitPair();
-            break;
-        case COMMIT_AND_FINISH:
-            CommitPair();
-            return;
-        case FINISH:
-            return;
-        default:
-            if (END_OF_FILE.Contains(c))
-                _throw_unexpected_eof_exception(path);
-            _throw_unexpected_char_exception(static_cast<unsigned short>(c), path, line, column);
         }
+        const unsigned char choice = choices[*next];
+        if (choice == NO_ROW)
+            _throw_unexpected_char_exception(*next, path, line, static_cast<int>(next - block) - newline);
+        const Row& row = ROWS[choice - 1];
+        state = row.next;
+        run = row.action == APPEND ? next : next + 1;
+        ++next;
+        if (row.action >= CLOSE_HEADER)
+            Do(row.action);
     }
+}
+
+void ConfigParser::TakeEnd() {
+    const unsigned char choice = Choose(state, CharacterSet::END_OF_FILE_VALUE);
+    if (choice == NO_ROW)
+        _throw_unexpected_eof_exception(path);
+    if (choice != PROLONGS_RUN && ROWS[choice - 1].action == COMMIT)
+        Do(COMMIT);
+}
+
+void ConfigParser::Do(Action action) {
+    if (action == CLOSE_HEADER) {
+        AddSection(texts.Make(sectionName.View()));
+        sectionName.Clear();
+        return;
+    }
+    currentSection->Add(texts.Make(key.View()), texts.Make(value.View()));
+    key.Clear();
+    value.Clear();
 }
 
 void ConfigParser::AddSection(const string_ptr& name) {
@@ -252,16 +244,21 @@ void ConfigParser::AddSection(const string_ptr& name) {
     result->Add(name, currentSection);
 }
 
-void ConfigParser::CloseHeader() {
-    AddSection(sectionName->ToString());
-    sectionName->Clear();
+void ConfigParser::Piece::Append(std::string_view more) {
+    if (view.data() + view.size() == more.data())
+        view = {view.data(), view.size() + more.size()};
+    else {
+        Keep();
+        kept += more;
+        view = kept;
+    }
 }
 
-// The builders keep their memory for the next pair; clearing them is as good as new ones and costs no allocation.
-void ConfigParser::CommitPair() {
-    currentSection->Add(key->ToString(), value->ToString());
-    key->Clear();
-    value->Clear();
+void ConfigParser::Piece::Keep() {
+    if (view.data() == kept.data())
+        return;
+    kept = view;
+    view = kept;
 }
 
 } // namespace Velrix

@@ -2,12 +2,13 @@
 #pragma once
 
 #include <memory>
+#include <string>
+#include <string_view>
 
 #include <System/Collections/Generic/Dictionary.h>
-#include <System/IO/FileStream.h>
+#include <System/Detail/TextMaker.h>
 #include <System/Object.h>
 #include <System/String.h>
-#include <System/Text/StringBuilder.h>
 
 namespace Velrix {
 
@@ -41,23 +42,45 @@ public:
     [[gnu::cold]] std::shared_ptr<Sections> Parse(System::string_ptr ownPath);
 
 private:
-    using Builder = std::shared_ptr<System::Text::StringBuilder>;
+    // A text of the file: a part of the block that was read or, with an escape in it or the end of a block, a copy.
+    class Piece final {
+    public:
+        std::string_view View() const { return view; }
+        void Append(const unsigned char* begin, const unsigned char* end) {
+            const std::string_view more(reinterpret_cast<const char*>(begin), static_cast<std::size_t>(end - begin));
+            if (view.empty())
+                view = more;
+            else
+                Append(more);
+        }
+        // Copies what is in the block, which is about to go.
+        void Keep();
+        void Clear() { view = {}; }
+
+    private:
+        void Append(std::string_view more);
+
+        std::string_view view;
+        std::string kept;
+    };
 
     ConfigParser() = default;
 
-    void ReadPairs(System::IO::FileStream& stream);
+    void TakeBlock(const unsigned char* block, int count);
+    [[gnu::cold]] void TakeEnd();
+    void Do(Action action);
     [[gnu::cold]] void AddSection(const System::string_ptr& name);
-    void CommitPair();
-    [[gnu::cold]] void CloseHeader();
 
-    int column = 0; // of the last character read; the first of a line is 1, a newline itself 0
-    Builder key;
     std::shared_ptr<Section> currentSection;
+    Piece key;
+    int line = 0;     // newlines read so far, so the first line is 0
+    int newline = -1; // where in the block the last one is or would be; columns count from there
     System::string_ptr path;
-    int line = 0; // newlines read so far, so the first line is 0
-    Builder sectionName;
     std::shared_ptr<Sections> result;
-    Builder value;
+    Piece sectionName;
+    State state = State::LINE_START;
+    System::Detail::TextMaker texts;
+    Piece value;
 };
 
 } // namespace Velrix

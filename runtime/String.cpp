@@ -21,63 +21,6 @@ using Collections::Generic::IArray;
 
 namespace {
 
-// Asks for room for code units behind the object that std::allocate_shared makes, and tells where that room is. Copies
-// of it live on inside of the object's block, where only deallocate is called: room is gone by then.
-struct Room {
-    const std::size_t unitCount;
-    char16_t* units = nullptr;
-};
-
-template <class T>
-struct RoomAllocator {
-    using value_type = T;
-
-    explicit RoomAllocator(Room* ownRoom) noexcept : room(ownRoom) {}
-    template <class Other>
-    RoomAllocator(const RoomAllocator<Other>& other) noexcept : room(other.room) {}
-
-    T* allocate(std::size_t) {
-        static_assert(sizeof(T) % alignof(char16_t) == 0);
-        auto* const block = static_cast<T*>(::operator new(sizeof(T) + room->unitCount * sizeof(char16_t)));
-        room->units = reinterpret_cast<char16_t*>(block + 1);
-        return block;
-    }
-    void deallocate(T* block, std::size_t) noexcept { ::operator delete(block); }
-
-    template <class Other>
-    bool operator==(const RoomAllocator<Other>&) const noexcept {
-        return true;
-    }
-
-    Room* room;
-};
-
-// The same within a block of many texts, in which there must be room.
-template <class T>
-struct BlockAllocator {
-    using value_type = T;
-
-    BlockAllocator(TextBlock* ownBlock, Room* ownRoom) noexcept : block(ownBlock), room(ownRoom) {}
-    template <class Other>
-    BlockAllocator(const BlockAllocator<Other>& other) noexcept : block(other.block), room(other.room) {}
-
-    T* allocate(std::size_t) {
-        static_assert(sizeof(T) <= TextBlock::TEXT_OVERHEAD - alignof(std::max_align_t));
-        auto* const piece = static_cast<T*>(block->Cut(sizeof(T) + room->unitCount * sizeof(char16_t)));
-        room->units = reinterpret_cast<char16_t*>(piece + 1);
-        return piece;
-    }
-    void deallocate(T*, std::size_t) noexcept { block->Release(); }
-
-    template <class Other>
-    bool operator==(const BlockAllocator<Other>& other) const noexcept {
-        return block == other.block;
-    }
-
-    TextBlock* block;
-    Room* room;
-};
-
 // Four code units at a time, then one by one: keys are short, and the standard library's hash spends more on beginning
 // and ending than on their units. A product's upper half depends on all bits below it; each step brings it down for the
 // next.
@@ -120,8 +63,11 @@ string_ptr::string_ptr(const char16_t* units) {
 
 string_ptr::string_ptr(std::u16string_view units) : string_ptr(String::FromUnits(units)) {}
 
-string_ptr::operator std::shared_ptr<Object>() const noexcept {
-    return text;
+string_ptr::operator std::shared_ptr<Object>() const {
+    if (!text)
+        return nullptr;
+    const auto handle = std::make_shared<const string_ptr>(*this);
+    return std::shared_ptr<Object>(handle, handle->text);
 }
 
 string_ptr operator+(const string_ptr& left, const string_ptr& right) {
@@ -133,35 +79,46 @@ string_ptr operator+(const string_ptr& left, const string_ptr& right) {
     return both;
 }
 
+void string_ptr::Release() noexcept {
+    // The only holder need not count.
+    if (text->holders.load(std::memory_order_acquire) != 1 &&
+        text->holders.fetch_sub(1, std::memory_order_acq_rel) != 1)
+        return;
+    const unsigned offset = text->offset;
+    text->~String();
+    if (offset != 0)
+        TextBlock::Release(reinterpret_cast<char*>(text) - offset);
+    else
+        ::operator delete(text);
+}
+
 void string_ptr::RaiseNullReference() {
     throw NullReferenceException("A null text was used");
 }
 
 bool string_ptr::SameUnits(const String& left, const String& right) noexcept {
     // Not char_traits<char16_t>::compare, which goes unit by unit.
-    return left.length == right.length &&
-           std::memcmp(left.units, right.units, static_cast<std::size_t>(left.length) * sizeof(char16_t)) == 0;
+    const std::u16string_view first = left.View(), second = right.View();
+    return first.size() == second.size() &&
+           std::memcmp(first.data(), second.data(), first.size() * sizeof(char16_t)) == 0;
 }
 
 String::~String() = default;
 
-string_ptr String::Allocate(std::size_t unitCount, char16_t*& ownUnits) {
+string_ptr String::Allocate(std::size_t unitCount, char16_t*& units) {
+    const auto make = [&units](std::size_t count, int length) {
+        void* const memory = ::operator new(sizeof(String) + count * sizeof(char16_t));
+        auto* const text = ::new (memory) String(length, 0);
+        units = reinterpret_cast<char16_t*>(text + 1);
+        return string_ptr(text);
+    };
     if (unitCount == 0) {
         // Made on first use, so that statics of any other file can have empty texts; and never given back, so that they
         // still can when this library's own statics are gone.
-        static const string_ptr& empty = *[] {
-            Room none{0};
-            return new string_ptr(std::allocate_shared<String>(RoomAllocator<String>(&none), Passkey(), none.units, 0));
-        }();
-        ownUnits = nullptr;
+        static const string_ptr& empty = *new string_ptr(make(0, 0));
         return empty;
     }
-    const int length = CheckedLength(unitCount, "text");
-    Room room{unitCount};
-    // The allocation comes before the construction: room.units, which is handed on by reference, is set by then.
-    string_ptr text(std::allocate_shared<String>(RoomAllocator<String>(&room), Passkey(), room.units, length));
-    ownUnits = room.units;
-    return text;
+    return make(unitCount, CheckedLength(unitCount, "text"));
 }
 
 string_ptr String::FromUnits(std::u16string_view source) {
@@ -171,19 +128,18 @@ string_ptr String::FromUnits(std::u16string_view source) {
     return text;
 }
 
-string_ptr String::FromUnits(std::u16string_view source, TextBlock*& block) {
-    if (source.empty() || !TextBlock::MakeRoom(block, source.size()))
-        return FromUnits(source);
-    Room room{source.size()};
-    string_ptr text(std::allocate_shared<String>(BlockAllocator<String>(block, &room), Passkey(), room.units,
-                                                 static_cast<int>(source.size())));
-    std::copy(source.begin(), source.end(), room.units);
+string_ptr String::FromBytes(std::string_view source) {
+    char16_t* units = nullptr;
+    string_ptr text = Allocate(source.size(), units);
+    Utf::Widen(source, units);
     return text;
 }
 
 string_ptr String::FromUtf8(std::string_view source) {
     // Three bytes make at least one code unit, so this many are too many whatever they are.
     CheckedLength(source.size() / 3, "text");
+    if (Utf::IsAscii(source))
+        return FromBytes(source);
     char16_t* units = nullptr;
     string_ptr text = Allocate(Utf::CountUnits(source), units);
     Utf::Decode(source, units);
@@ -223,7 +179,7 @@ string_ptr String::FromArray(std::shared_ptr<IArray<unsigned short>> chars, int 
 char16_t String::operator[](int index) const {
     if (index < 0 || index >= length)
         throw ArgumentOutOfRangeException("index");
-    return units[index];
+    return View()[static_cast<std::size_t>(index)];
 }
 
 bool String::StartsWith(string_ptr prefix) const {
@@ -253,8 +209,7 @@ std::shared_ptr<Array<string_ptr>> String::Split(string_ptr separator) const {
     }
     auto parts = Array<string_ptr>::Create(count);
     if (count == 1) {
-        (*parts)[0] =
-            string_ptr(std::const_pointer_cast<String>(std::static_pointer_cast<const String>(shared_from_this())));
+        (*parts)[0] = ToHandle();
         return parts;
     }
     std::u16string_view rest = View();
@@ -268,7 +223,7 @@ std::shared_ptr<Array<string_ptr>> String::Split(string_ptr separator) const {
 
 std::shared_ptr<Array<unsigned short>> String::ToCharArray() const {
     auto chars = Array<unsigned short>::Create(length);
-    std::copy_n(units, length, chars->Data());
+    std::copy_n(View().data(), length, chars->Data());
     return chars;
 }
 
@@ -288,7 +243,12 @@ int String::GetHashCode() {
 }
 
 string_ptr String::ToString() {
-    return string_ptr(Self<String>());
+    return ToHandle();
+}
+
+string_ptr String::ToHandle() const noexcept {
+    holders.fetch_add(1, std::memory_order_relaxed);
+    return string_ptr(const_cast<String*>(this));
 }
 
 int String::ContentHash() const noexcept {

@@ -81,9 +81,10 @@ bool BeginsWithAscii(std::u16string_view units) noexcept {
     return ((halves[0] | halves[1]) & 0xFF80FF80FF80FF80) == 0;
 }
 
-// Copies STRIDE characters. Within local arrays, whose lengths and apartness the compiler knows, it does so in one go.
+// Copies STRIDE characters. Within local arrays, whose lengths and apartness the compiler knows, it does so in one go;
+// called, it would do so with a guarded stack.
 template <class To, class From>
-void CopyStride(const void* source, To* target) noexcept {
+[[gnu::always_inline]] inline void CopyStride(const void* source, To* target) noexcept {
     From from[STRIDE];
     To to[STRIDE];
     std::memcpy(from, source, sizeof from);
@@ -195,6 +196,28 @@ char* Encode(std::u16string_view units, char* target) noexcept {
         }
     }
     return target;
+}
+
+bool IsAscii(std::string_view bytes) noexcept {
+    while (BeginsWithAscii(bytes))
+        bytes.remove_prefix(STRIDE);
+    unsigned char all = 0;
+    for (const char byte : bytes.substr(0, STRIDE))
+        all |= static_cast<unsigned char>(byte);
+    return all < 0x80;
+}
+
+void Widen(std::string_view bytes, char16_t* target) noexcept {
+    if (bytes.size() < STRIDE) {
+        for (const char byte : bytes)
+            *target++ = static_cast<unsigned char>(byte);
+        return;
+    }
+    // A rest behind the last whole stride is taken with the end of that one, which is written twice.
+    const std::size_t last = bytes.size() - STRIDE;
+    for (std::size_t next = 0; next < last; next += STRIDE)
+        CopyStride<char16_t, unsigned char>(bytes.data() + next, target + next);
+    CopyStride<char16_t, unsigned char>(bytes.data() + last, target + last);
 }
 
 void Append(std::string& target, std::u16string_view units) {

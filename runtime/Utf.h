@@ -26,6 +26,11 @@ char* Encode(std::u16string_view units, char* target) noexcept;
 // Takes the code point off the front of units, which must not be empty; an unpaired surrogate is REPLACEMENT.
 char32_t TakeCodePoint(std::u16string_view& units) noexcept;
 
+bool IsAscii(std::string_view bytes) noexcept;
+
+// Writes each byte as the code unit of the same number.
+void Widen(std::string_view bytes, char16_t* target) noexcept;
+
 // Adds the units in UTF-8 to the end of target.
 void Append(std::string& target, std::u16string_view units);
 

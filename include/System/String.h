@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <System/Export.h>
 #include <System/Object.h>
@@ -20,12 +21,15 @@ template <class T>
 class IArray;
 } // namespace Collections::Generic
 
+namespace Detail {
+class TextMaker;
+}
+
 namespace Text {
 class StringBuilder;
 }
 
 class String;
-class TextBlock;
 
 // The shared handle of an immutable UTF-16 text; the type of every text in the interfaces.
 //
@@ -39,6 +43,16 @@ class SYSTEM_EXPORT string_ptr final {
 public:
     string_ptr() noexcept = default;
     string_ptr(std::nullptr_t) noexcept {}
+    string_ptr(const string_ptr& other) noexcept : text(other.text) { Hold(); }
+    string_ptr(string_ptr&& other) noexcept : text(std::exchange(other.text, nullptr)) {}
+    ~string_ptr() {
+        if (text)
+            Release();
+    }
+    string_ptr& operator=(string_ptr other) noexcept {
+        std::swap(text, other.text);
+        return *this;
+    }
 
     // From UTF-8. A null pointer makes the null handle. A text of more than INT_MAX code units:
     // ArgumentOutOfRangeException.
@@ -54,14 +68,15 @@ public:
     String* operator->() const {
         if (!text)
             RaiseNullReference();
-        return text.get();
+        return text;
     }
     String& operator*() const { return *operator->(); }
 
     explicit operator bool() const noexcept { return text != nullptr; }
 
-    // The text as an object, so that it can be trace data or be appended to a builder; null stays null.
-    operator std::shared_ptr<Object>() const noexcept;
+    // The text as an object, so that it can be trace data or be appended to a builder; null stays null. Needs memory
+    // for the owner, which holds the text as a handle does.
+    operator std::shared_ptr<Object>() const;
 
     // By content, case matters; null is equal to null alone.
     friend bool operator==(const string_ptr& left, const string_ptr& right) noexcept {
@@ -77,13 +92,17 @@ public:
     friend SYSTEM_EXPORT string_ptr operator+(const string_ptr& left, const string_ptr& right);
 
 private:
+    friend class Detail::TextMaker;
     friend class String;
-    explicit string_ptr(std::shared_ptr<String> owner) noexcept : text(std::move(owner)) {}
+    // Takes over one hold of the text.
+    explicit string_ptr(String* heldText) noexcept : text(heldText) {}
 
+    void Hold() const noexcept;
+    void Release() noexcept;
     [[noreturn]] static void RaiseNullReference();
     static bool SameUnits(const String& left, const String& right) noexcept;
 
-    std::shared_ptr<String> text;
+    String* text = nullptr;
 };
 
 SYSTEM_EXPORT string_ptr operator+(const string_ptr& left, const string_ptr& right);
@@ -92,12 +111,8 @@ SYSTEM_EXPORT string_ptr operator+(const string_ptr& left, const string_ptr& rig
 //
 // Lengths and indices count code units, not characters: a character outside of the basic plane takes two. A text needs
 // one allocation, its hash is computed at most once, and all empty texts share one object. Any thread may use a text at
-// any time.
+// any time. It counts the handles itself: what a std::shared_ptr brings would be a third of a short text's memory.
 class SYSTEM_EXPORT String final : public Object {
-    struct Passkey {
-        explicit Passkey() = default;
-    };
-
 public:
     // The empty text.
     static const string_ptr EMPTY;
@@ -110,8 +125,6 @@ public:
     static string_ptr FromArray(std::shared_ptr<Collections::Generic::IArray<unsigned short>> chars, int index,
                                 int length);
 
-    // For this library alone: only it can name the first argument's type.
-    String(Passkey, const char16_t* ownUnits, int unitCount) noexcept : units(ownUnits), length(unitCount) {}
     ~String() override;
 
     // The number of code units.
@@ -136,7 +149,9 @@ public:
     std::shared_ptr<Collections::Generic::Array<unsigned short>> ToCharArray() const;
 
     // The code units in place; valid as long as the text is.
-    std::u16string_view View() const noexcept { return {units, static_cast<std::size_t>(length)}; }
+    std::u16string_view View() const noexcept {
+        return {reinterpret_cast<const char16_t*>(this + 1), static_cast<std::size_t>(length)};
+    }
 
     // The text in UTF-8; an unpaired surrogate becomes U+FFFD.
     std::string ToUtf8() const;
@@ -148,23 +163,34 @@ public:
     string_ptr ToString() override;
 
 private:
+    friend class Detail::TextMaker;
     friend class string_ptr;
     friend class Text::StringBuilder;
     friend struct std::hash<string_ptr>;
     friend SYSTEM_EXPORT string_ptr operator+(const string_ptr& left, const string_ptr& right);
 
+    String(int unitCount, unsigned ownOffset) noexcept : length(unitCount), offset(ownOffset) {}
+
     static string_ptr FromUnits(std::u16string_view source);
-    // The same within block, null at first, which is replaced when it is full.
-    static string_ptr FromUnits(std::u16string_view source, TextBlock*& block);
     // Room for unitCount code units that the caller fills before anyone else sees the text.
-    static string_ptr Allocate(std::size_t unitCount, char16_t*& ownUnits);
+    static string_ptr Allocate(std::size_t unitCount, char16_t*& units);
+    // Each byte is a code unit.
+    static string_ptr FromBytes(std::string_view source);
     static string_ptr FromUtf8(std::string_view source);
+    string_ptr ToHandle() const noexcept;
     int ContentHash() const noexcept;
 
-    const char16_t* const units; // stand behind the object, in the same allocation
+    // The code units are behind the object, in the same piece of memory.
+    mutable std::atomic<int> holders{1};
     const int length;
     mutable std::atomic<int> hash{0}; // 0: not computed yet
+    const unsigned offset;            // from the beginning of the block that other texts share; 0: no block
 };
+
+inline void string_ptr::Hold() const noexcept {
+    if (text)
+        text->holders.fetch_add(1, std::memory_order_relaxed);
+}
 
 } // namespace System
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstddef>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <type_traits>
 
@@ -22,33 +22,25 @@ namespace System::Text {
 class SYSTEM_EXPORT StringBuilder final : public Object {
 public:
     static std::shared_ptr<StringBuilder> Create();
-
-    // A builder of many texts that are dropped together, such as those of one file: short ones share memory, and most
-    // cost no allocation. What is shared, up to 16 kB, stays as long as any of the texts in it.
-    static std::shared_ptr<StringBuilder> CreateForManyTexts();
-
     ~StringBuilder() override;
 
     // The number of code units so far.
-    int Length() const noexcept { return static_cast<int>(next - units.get()); }
+    int Length() const noexcept { return static_cast<int>(units.size()); }
 
     // The text so far; the builder keeps it.
     string_ptr ToString() override;
 
     // Throws the text away; its room is kept for the next one.
-    void Clear() noexcept { next = units.get(); }
+    void Clear() noexcept { units.clear(); }
 
     StringBuilder& Append(const string_ptr& text) { return Insert(Length(), text); }
-    StringBuilder& Append(char16_t unit) {
-        if (next == end)
-            Grow(1);
-        *next++ = unit;
-        return *this;
-    }
-    StringBuilder& Append(unsigned short unit) { return Append(static_cast<char16_t>(unit)); }
-    StringBuilder& Append(unsigned char number) { return Append(static_cast<unsigned long long>(number)); }
-    StringBuilder& Append(int number) { return Append(static_cast<long long>(number)); }
-    StringBuilder& Append(unsigned int number) { return Append(static_cast<unsigned long long>(number)); }
+    StringBuilder& Append(char16_t unit) { return Insert(Length(), unit); }
+    StringBuilder& Append(unsigned short unit) { return Insert(Length(), unit); }
+    StringBuilder& Append(unsigned char number) { return Insert(Length(), number); }
+    StringBuilder& Append(int number) { return Insert(Length(), number); }
+    StringBuilder& Append(unsigned int number) { return Insert(Length(), number); }
+    StringBuilder& Append(long number) { return Insert(Length(), number); }
+    StringBuilder& Append(unsigned long number) { return Insert(Length(), number); }
     StringBuilder& Append(long long number) { return Insert(Length(), number); }
     StringBuilder& Append(unsigned long long number) { return Insert(Length(), number); }
     template <class T, class = std::enable_if_t<std::is_base_of_v<Object, T>>>
@@ -63,13 +55,11 @@ public:
     StringBuilder& Insert(int index, const string_ptr& text);
     StringBuilder& Insert(int index, char16_t unit);
     StringBuilder& Insert(int index, unsigned short unit) { return Insert(index, static_cast<char16_t>(unit)); }
-    StringBuilder& Insert(int index, unsigned char number) {
-        return Insert(index, static_cast<unsigned long long>(number));
-    }
-    StringBuilder& Insert(int index, int number) { return Insert(index, static_cast<long long>(number)); }
-    StringBuilder& Insert(int index, unsigned int number) {
-        return Insert(index, static_cast<unsigned long long>(number));
-    }
+    StringBuilder& Insert(int index, unsigned char number) { return Insert(index, 0ull + number); }
+    StringBuilder& Insert(int index, int number) { return Insert(index, 0ll + number); }
+    StringBuilder& Insert(int index, unsigned int number) { return Insert(index, 0ull + number); }
+    StringBuilder& Insert(int index, long number) { return Insert(index, 0ll + number); }
+    StringBuilder& Insert(int index, unsigned long number) { return Insert(index, 0ull + number); }
     StringBuilder& Insert(int index, long long number);
     StringBuilder& Insert(int index, unsigned long long number);
     template <class T, class = std::enable_if_t<std::is_base_of_v<Object, T>>>
@@ -79,18 +69,10 @@ public:
     StringBuilder& Insert(int index, char) = delete;
 
 private:
-    explicit StringBuilder(bool ownForManyTexts) noexcept;
-    void InsertUnits(int index, std::u16string_view piece);
-    void Grow(std::size_t more);
+    StringBuilder() noexcept;
+    StringBuilder& InsertUnits(int index, std::u16string_view piece);
 
-    // The text stands from the first unit to next, and there is room up to end; bare pointers, since one more unit has
-    // to cost next to nothing.
-    std::unique_ptr<char16_t[]> units;
-    char16_t* next = nullptr;
-    char16_t* end = nullptr;
-
-    const bool forManyTexts;
-    TextBlock* block = nullptr; // where the last one of many texts stands
+    std::u16string units;
 };
 
 } // namespace System::Text

@@ -2,6 +2,7 @@
 #include <System/Text/StringBuilder.h>
 
 #include <climits>
+#include <cstddef>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -45,6 +46,25 @@ TEST(StringBuilder, AppendsEveryKindOfPiece) {
 
     EXPECT_EQ(builder->ToString(),
               u"text \u20AC AB 67 -12 12 -9223372036854775808 18446744073709551615 sensor 7 sensor 7");
+}
+
+template <class Number>
+std::string AppendedAndInserted(Number number) {
+    const auto builder = StringBuilder::Create();
+    return builder->Append("(").Append(number).Append(")").Insert(1, number).ToString()->ToUtf8();
+}
+
+TEST(StringBuilder, TakesEveryTypeOfInteger) {
+    EXPECT_EQ(AppendedAndInserted(true), "(11)");
+    EXPECT_EQ(AppendedAndInserted(static_cast<signed char>(-3)), "(-3-3)");
+    EXPECT_EQ(AppendedAndInserted(static_cast<short>(-4)), "(-4-4)");
+    EXPECT_EQ(AppendedAndInserted(-5L), "(-5-5)");
+    EXPECT_EQ(AppendedAndInserted(6UL), "(66)");
+    EXPECT_EQ(AppendedAndInserted(sizeof(char)), "(11)");
+    EXPECT_EQ(AppendedAndInserted(std::ptrdiff_t{-7}), "(-7-7)");
+    EXPECT_EQ(AppendedAndInserted(LONG_MIN), "(" + std::to_string(LONG_MIN) + std::to_string(LONG_MIN) + ")");
+    EXPECT_EQ(AppendedAndInserted(ULONG_MAX), "(" + std::to_string(ULONG_MAX) + std::to_string(ULONG_MAX) + ")");
+    EXPECT_EQ(AppendedAndInserted(U'A'), "(6565)");
 }
 
 TEST(StringBuilder, AddsNothingForNull) {

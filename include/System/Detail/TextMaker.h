@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include <System/Export.h>
+#include <System/String.h>
+
+namespace System::Detail {
+
+// Makes texts that live and die together, such as those of one file: short ones share memory, and most cost no
+// allocation. A block of memory, up to 16 kB, stays as long as any of the texts in it. Not for use by several threads
+// at once.
+class SYSTEM_EXPORT TextMaker final {
+public:
+    TextMaker() noexcept = default;
+    TextMaker(const TextMaker&) = delete;
+    TextMaker& operator=(const TextMaker&) = delete;
+    ~TextMaker();
+
+    // The text whose code units are the bytes, without an encoding.
+    string_ptr Make(std::string_view bytes);
+
+private:
+    void AddBlock();
+    void LeaveBlock() noexcept;
+
+    char* block = nullptr;
+    std::size_t size = 0; // of the block
+    std::size_t used = 0;
+    int unborn = 0; // texts that the block counts as its holders already
+};
+
+} // namespace System::Detail

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <System/Detail/TextMaker.h>
+
+#include <algorithm>
+#include <new>
+
+#include "runtime/TextBlock.h"
+#include "runtime/Utf.h"
+
+namespace System::Detail {
+
+namespace {
+
+// Blocks grow, so that few texts hold little memory.
+constexpr std::size_t FIRST_SIZE = 1024;
+constexpr std::size_t LARGEST_SIZE = 16 * FIRST_SIZE;
+
+// A longer text would waste much of a block.
+constexpr std::size_t LONGEST_TEXT = FIRST_SIZE / 4;
+
+// More texts than a block has room for.
+constexpr int MOST_TEXTS = LARGEST_SIZE / sizeof(String) + 1;
+
+} // namespace
+
+TextMaker::~TextMaker() {
+    LeaveBlock();
+}
+
+string_ptr TextMaker::Make(std::string_view bytes) {
+    if (bytes.empty() || bytes.size() > LONGEST_TEXT)
+        return String::FromBytes(bytes);
+    constexpr std::size_t ALIGNMENT = alignof(String);
+    const std::size_t needed =
+        (sizeof(String) + bytes.size() * sizeof(char16_t) + ALIGNMENT - 1) / ALIGNMENT * ALIGNMENT;
+    if (size - used < needed)
+        AddBlock();
+    auto* const text = ::new (block + used) String(static_cast<int>(bytes.size()), static_cast<unsigned>(used));
+    used += needed;
+    --unborn;
+    Utf::Widen(bytes, reinterpret_cast<char16_t*>(text + 1));
+    return string_ptr(text);
+}
+
+// The block counts all texts that it may ever have, so that each of them costs no count when it is made.
+void TextMaker::AddBlock() {
+    const std::size_t newSize = block ? std::min(2 * size, LARGEST_SIZE) : FIRST_SIZE;
+    auto* const newBlock = static_cast<char*>(::operator new(newSize));
+    ::new (newBlock) TextBlock{MOST_TEXTS};
+    LeaveBlock();
+    block = newBlock;
+    size = newSize;
+    used = sizeof(TextBlock);
+    unborn = MOST_TEXTS;
+}
+
+void TextMaker::LeaveBlock() noexcept {
+    if (block)
+        TextBlock::Release(block, unborn);
+}
+
+} // namespace System::Detail
