@@ -11,6 +11,7 @@
 #include <System/Raisers.h>
 
 #include "runtime/Length.h"
+#include "runtime/SpareAllocator.h"
 #include "runtime/TextBlock.h"
 #include "runtime/Utf.h"
 
@@ -66,7 +67,7 @@ string_ptr::string_ptr(std::u16string_view units) : string_ptr(String::FromUnits
 string_ptr::operator std::shared_ptr<Object>() const {
     if (!text)
         return nullptr;
-    const auto handle = std::make_shared<const string_ptr>(*this);
+    const auto handle = std::allocate_shared<string_ptr>(SpareAllocator<string_ptr>(), *this);
     return std::shared_ptr<Object>(handle, handle->text);
 }
 
@@ -106,9 +107,9 @@ bool string_ptr::SameUnits(const String& left, const String& right) noexcept {
 String::~String() = default;
 
 string_ptr String::Allocate(std::size_t unitCount, char16_t*& units) {
-    const auto make = [&units](std::size_t count, int length) {
+    const auto make = [&units](std::size_t count, int ownLength) {
         void* const memory = ::operator new(sizeof(String) + count * sizeof(char16_t));
-        auto* const text = ::new (memory) String(length, 0);
+        auto* const text = ::new (memory) String(ownLength, 0);
         units = reinterpret_cast<char16_t*>(text + 1);
         return string_ptr(text);
     };
