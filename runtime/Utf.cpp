@@ -162,8 +162,13 @@ std::size_t CountBytes(std::u16string_view units) noexcept {
             units.remove_prefix(STRIDE);
             continue;
         }
+        if (units.front() < 0x80) {
+            ++count;
+            units.remove_prefix(1);
+            continue;
+        }
         const char32_t codePoint = TakeCodePoint(units);
-        count += codePoint < 0x80 ? 1 : codePoint < 0x800 ? 2 : codePoint < 0x10000 ? 3 : 4;
+        count += codePoint < 0x800 ? 2 : codePoint < 0x10000 ? 3 : 4;
     }
     return count;
 }
@@ -176,12 +181,15 @@ char* Encode(std::u16string_view units, char* target) noexcept {
             units.remove_prefix(STRIDE);
             continue;
         }
+        if (units.front() < 0x80) {
+            *target++ = static_cast<char>(units.front());
+            units.remove_prefix(1);
+            continue;
+        }
         const char32_t codePoint = TakeCodePoint(units);
         // A byte that begins a sequence carries its length mark, all others carry six bits of the code point.
         const auto following = [&](int shift) { *target++ = static_cast<char>(0x80 | (codePoint >> shift & 0x3F)); };
-        if (codePoint < 0x80)
-            *target++ = static_cast<char>(codePoint);
-        else if (codePoint < 0x800) {
+        if (codePoint < 0x800) {
             *target++ = static_cast<char>(0xC0 | codePoint >> 6);
             following(0);
         } else if (codePoint < 0x10000) {
