@@ -13,6 +13,20 @@ using System::IO::FileStream;
 
 namespace Velrix::Gpio {
 
+namespace {
+
+// What all pins write for a level. Never destroyed: pins are still used when the statics of this library go.
+struct Levels {
+    const std::shared_ptr<Array<unsigned char>> low = Array<unsigned char>::Create({'0'});
+    const std::shared_ptr<Array<unsigned char>> high = Array<unsigned char>::Create({'1'});
+};
+const Levels& GetLevels() {
+    static const Levels& levels = *new Levels;
+    return levels;
+}
+
+} // namespace
+
 std::shared_ptr<Sysfs_OutputPin> Sysfs_OutputPin::Create(string_ptr name, string_ptr path) {
     return Own(new Sysfs_OutputPin(std::move(name), std::move(path)));
 }
@@ -23,7 +37,7 @@ std::shared_ptr<Sysfs_OutputPin> Sysfs_OutputPin::Create(string_ptr path) {
 
 Sysfs_OutputPin::Sysfs_OutputPin(string_ptr ownName, string_ptr path)
     : name(std::move(ownName)), stream(FileStream::Create(std::move(path), FileMode::OPEN, FileAccess::WRITE)),
-      lowBuffer(Array<unsigned char>::Create({'0'})), highBuffer(Array<unsigned char>::Create({'1'})) {}
+      lowBuffer(GetLevels().low), highBuffer(GetLevels().high) {}
 
 Sysfs_OutputPin::~Sysfs_OutputPin() = default;
 
