@@ -2,17 +2,18 @@
 #include <System/String.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <new>
 #include <utility>
 
 #include <System/Collections/Generic/Array.h>
+#include <System/Detail/TextMaker.h>
 #include <System/Exceptions.h>
 #include <System/Raisers.h>
 
 #include "runtime/Length.h"
 #include "runtime/SpareAllocator.h"
-#include "runtime/TextBlock.h"
 #include "runtime/Utf.h"
 
 namespace System {
@@ -20,31 +21,22 @@ namespace System {
 using Collections::Generic::Array;
 using Collections::Generic::IArray;
 
-namespace {
-
-// Four code units at a time, then one by one: keys are short, and the standard library's hash spends more on beginning
-// and ending than on their units. A product's upper half depends on all bits below it; each step brings it down for the
-// next.
-int HashOf(std::u16string_view text) noexcept {
-    constexpr std::uint64_t SPREAD =
-        0x9E3779B97F4A7C15; // 2 to the 64th over the golden ratio: odd, with well-mixed bits
+// Four code units at a time, then one by one: keys are short, and the standard library's hash takes twice as long for
+// them. A product's upper half depends on all bits below it; each step brings it down for the next.
+static int HashOf(std::u16string_view text) noexcept {
     std::uint64_t mixed = text.size();
     const auto mix = [&mixed](std::uint64_t units) {
-        mixed = (mixed ^ units) * SPREAD;
+        mixed = (mixed ^ units) * 0x9E3779B97F4A7C15; // 2 to the 64th over the golden ratio
         mixed ^= mixed >> 32;
     };
-    const char16_t* unit = text.data();
-    const char16_t* const end = unit + text.size();
-    for (std::uint64_t four; end - unit >= 4; unit += 4) {
-        std::memcpy(&four, unit, sizeof four);
+    for (std::uint64_t four; text.size() >= 4; text.remove_prefix(4)) {
+        std::memcpy(&four, text.data(), sizeof four);
         mix(four);
     }
-    for (; unit != end; ++unit)
-        mix(*unit);
-    return static_cast<int>(mixed * SPREAD >> 32);
+    for (const char16_t unit : text)
+        mix(unit);
+    return static_cast<int>(mixed);
 }
-
-} // namespace
 
 [[gnu::init_priority(150)]] const string_ptr String::EMPTY = String::FromUnits({});
 
@@ -88,7 +80,7 @@ void string_ptr::Release() noexcept {
     const unsigned offset = text->offset;
     text->~String();
     if (offset != 0)
-        TextBlock::Release(reinterpret_cast<char*>(text) - offset);
+        Detail::TextMaker::Release(reinterpret_cast<char*>(text) - offset, 1);
     else
         ::operator delete(text);
 }

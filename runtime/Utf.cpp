@@ -62,23 +62,17 @@ Taken Take(std::string_view utf8) noexcept {
 // Most text is ASCII; it is looked at, and copied, so many characters at a time.
 constexpr std::size_t STRIDE = 8;
 
-// Whether utf8 begins with STRIDE bytes of ASCII.
-bool BeginsWithAscii(std::string_view utf8) noexcept {
-    std::uint64_t bytes;
-    static_assert(sizeof bytes == STRIDE);
-    if (utf8.size() < STRIDE)
+// Whether text, which has bytes or code units, begins with STRIDE characters of ASCII.
+template <class Unit>
+bool BeginsWithAscii(std::basic_string_view<Unit> text) noexcept {
+    constexpr std::uint64_t HIGH_BITS = sizeof(Unit) == 1 ? 0x8080808080808080 : 0xFF80FF80FF80FF80;
+    if (text.size() < STRIDE)
         return false;
-    std::memcpy(&bytes, utf8.data(), sizeof bytes);
-    return (bytes & 0x8080808080808080) == 0;
-}
-
-bool BeginsWithAscii(std::u16string_view units) noexcept {
-    std::uint64_t halves[2];
-    static_assert(sizeof halves == STRIDE * sizeof(char16_t));
-    if (units.size() < STRIDE)
-        return false;
-    std::memcpy(halves, units.data(), sizeof halves);
-    return ((halves[0] | halves[1]) & 0xFF80FF80FF80FF80) == 0;
+    std::uint64_t words[sizeof(Unit)], all = 0;
+    std::memcpy(words, text.data(), sizeof words);
+    for (const std::uint64_t word : words)
+        all |= word;
+    return (all & HIGH_BITS) == 0;
 }
 
 // Copies STRIDE characters. Within local arrays, whose lengths and apartness the compiler knows, it does so in one go;

@@ -52,10 +52,6 @@ inline Entry* EntryTable::EntryAt(Block* block, std::uint32_t place) const noexc
     return reinterpret_cast<Entry*>(reinterpret_cast<std::size_t>(block) + OffsetOf(place));
 }
 
-inline Entry* EntryTable::Behind(const Entry* entry) const noexcept {
-    return reinterpret_cast<Entry*>(reinterpret_cast<std::size_t>(entry) + kind.size);
-}
-
 inline EntryTable::Block* EntryTable::BlockOf(const Entry* entry) const noexcept {
     return reinterpret_cast<Block*>(reinterpret_cast<std::size_t>(entry) - OffsetOf(entry->place & ~REMOVED));
 }
@@ -70,12 +66,10 @@ inline std::size_t EntryTable::HomeOf(std::uint32_t hash) const noexcept {
 Entry* EntryTable::Find(std::size_t hash, const void* key) const {
     const std::uint32_t folded = Fold(hash);
     if (!index) {
-        for (Block* block = oldest; block; block = block->newer)
-            for (Entry *entry = EntryAt(block, 0), *const end = EntryAt(block, block->used); entry != end;
-                 entry = Behind(entry))
-                if (entry->hash == folded && (entry->place & REMOVED) == 0 && kind.hasKey(entry, key))
-                    return entry;
-        return nullptr;
+        Entry* entry = Next(nullptr);
+        while (entry && !(entry->hash == folded && kind.hasKey(entry, key)))
+            entry = Next(entry);
+        return entry;
     }
     std::size_t slot = HomeOf(folded);
     while (index[slot] && !(index[slot]->hash == folded && kind.hasKey(index[slot], key)))
@@ -86,8 +80,8 @@ Entry* EntryTable::Find(std::size_t hash, const void* key) const {
 Entry* EntryTable::Next(const Entry* entry) const noexcept {
     Block* block = entry ? BlockOf(entry) : oldest;
     for (std::uint32_t place = entry ? entry->place + 1 : 0; block; block = block->newer, place = 0)
-        for (Entry* next = EntryAt(block, place); place < block->used; ++place, next = Behind(next))
-            if ((next->place & REMOVED) == 0)
+        for (; place < block->used; ++place)
+            if (Entry* const next = EntryAt(block, place); (next->place & REMOVED) == 0)
                 return next;
     return nullptr;
 }
@@ -159,9 +153,8 @@ void EntryTable::GrowIndex() {
     index = larger;
     mask = size - 1;
     for (Block* block = oldest; block; block = block->newer)
-        for (Entry *entry = EntryAt(block, 0), *const end = EntryAt(block, block->used); entry != end;
-             entry = Behind(entry))
-            if ((entry->place & REMOVED) == 0)
+        for (std::uint32_t place = 0; place < block->used; ++place)
+            if (Entry* const entry = EntryAt(block, place); (entry->place & REMOVED) == 0)
                 Enter(entry);
 }
 

@@ -2,14 +2,16 @@
 #include <System/Detail/TextMaker.h>
 
 #include <algorithm>
+#include <atomic>
 #include <new>
 
-#include "runtime/TextBlock.h"
 #include "runtime/Utf.h"
 
 namespace System::Detail {
 
 namespace {
+
+using Holders = std::atomic<int>;
 
 // Blocks grow, so that few texts hold little memory.
 constexpr std::size_t FIRST_SIZE = 1024;
@@ -24,7 +26,7 @@ constexpr int MOST_TEXTS = LARGEST_SIZE / sizeof(String) + 1;
 } // namespace
 
 TextMaker::~TextMaker() {
-    LeaveBlock();
+    Release(block, unborn);
 }
 
 string_ptr TextMaker::Make(std::string_view bytes) {
@@ -46,17 +48,17 @@ string_ptr TextMaker::Make(std::string_view bytes) {
 void TextMaker::AddBlock() {
     const std::size_t newSize = block ? std::min(2 * size, LARGEST_SIZE) : FIRST_SIZE;
     auto* const newBlock = static_cast<char*>(::operator new(newSize));
-    ::new (newBlock) TextBlock{MOST_TEXTS};
-    LeaveBlock();
+    ::new (newBlock) Holders(MOST_TEXTS);
+    Release(block, unborn);
     block = newBlock;
     size = newSize;
-    used = sizeof(TextBlock);
+    used = std::max(sizeof(Holders), alignof(String));
     unborn = MOST_TEXTS;
 }
 
-void TextMaker::LeaveBlock() noexcept {
-    if (block)
-        TextBlock::Release(block, unborn);
+void TextMaker::Release(char* block, int count) noexcept {
+    if (block && reinterpret_cast<Holders*>(block)->fetch_sub(count, std::memory_order_acq_rel) == count)
+        ::operator delete(block);
 }
 
 } // namespace System::Detail

@@ -49,11 +49,11 @@ StringBuilder& StringBuilder::Insert(int index, char16_t unit) {
     return InsertUnits(index, {&unit, 1});
 }
 
-StringBuilder& StringBuilder::Insert(int index, long long number) {
+StringBuilder& StringBuilder::InsertSigned(int index, long long number) {
     return InsertUnits(index, Digits(number).View());
 }
 
-StringBuilder& StringBuilder::Insert(int index, unsigned long long number) {
+StringBuilder& StringBuilder::InsertUnsigned(int index, unsigned long long number) {
     return InsertUnits(index, Digits(number).View());
 }
 

@@ -60,7 +60,6 @@ private:
     std::size_t OffsetOf(std::uint32_t place) const noexcept;
     Block* BlockOf(const Entry* entry) const noexcept;
     Entry* EntryAt(Block* block, std::uint32_t place) const noexcept;
-    Entry* Behind(const Entry* entry) const noexcept;
     std::size_t HomeOf(std::uint32_t hash) const noexcept;
     void Enter(Entry* entry) noexcept;
     void Forget(const Entry* entry) noexcept;

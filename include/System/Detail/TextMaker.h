@@ -23,13 +23,16 @@ public:
     string_ptr Make(std::string_view bytes);
 
 private:
-    void AddBlock();
-    void LeaveBlock() noexcept;
+    friend class System::string_ptr;
 
-    char* block = nullptr;
-    std::size_t size = 0; // of the block
+    void AddBlock();
+    // Takes so many holders off the block and gives it back with the last one. The texts may die on any threads.
+    static void Release(char* block, int count) noexcept;
+
+    char* block = nullptr; // begins with the number of its holders: its texts and this maker
+    std::size_t size = 0;  // of the block
     std::size_t used = 0;
-    int unborn = 0; // texts that the block counts as its holders already
+    int unborn = 0; // texts that the block counts already
 };
 
 } // namespace System::Detail

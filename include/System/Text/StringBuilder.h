@@ -20,6 +20,12 @@ namespace System::Text {
 //     auto builder = StringBuilder::Create();
 //     builder->Append("line ").Append(12).Append(u':');
 class SYSTEM_EXPORT StringBuilder final : public Object {
+    // Any integer, or an enumerator that is a number.
+    template <class T>
+    using IfNumber =
+        std::enable_if_t<std::is_convertible_v<T, long long> && !std::is_floating_point_v<T> && !std::is_class_v<T>,
+                         int>;
+
 public:
     static std::shared_ptr<StringBuilder> Create();
     ~StringBuilder() override;
@@ -36,13 +42,10 @@ public:
     StringBuilder& Append(const string_ptr& text) { return Insert(Length(), text); }
     StringBuilder& Append(char16_t unit) { return Insert(Length(), unit); }
     StringBuilder& Append(unsigned short unit) { return Insert(Length(), unit); }
-    StringBuilder& Append(unsigned char number) { return Insert(Length(), number); }
-    StringBuilder& Append(int number) { return Insert(Length(), number); }
-    StringBuilder& Append(unsigned int number) { return Insert(Length(), number); }
-    StringBuilder& Append(long number) { return Insert(Length(), number); }
-    StringBuilder& Append(unsigned long number) { return Insert(Length(), number); }
-    StringBuilder& Append(long long number) { return Insert(Length(), number); }
-    StringBuilder& Append(unsigned long long number) { return Insert(Length(), number); }
+    template <class Number, IfNumber<Number> = 0>
+    StringBuilder& Append(Number number) {
+        return Insert(Length(), number);
+    }
     template <class T, class = std::enable_if_t<std::is_base_of_v<Object, T>>>
     StringBuilder& Append(const std::shared_ptr<T>& object) {
         return Insert(Length(), object);
@@ -55,13 +58,13 @@ public:
     StringBuilder& Insert(int index, const string_ptr& text);
     StringBuilder& Insert(int index, char16_t unit);
     StringBuilder& Insert(int index, unsigned short unit) { return Insert(index, static_cast<char16_t>(unit)); }
-    StringBuilder& Insert(int index, unsigned char number) { return Insert(index, 0ull + number); }
-    StringBuilder& Insert(int index, int number) { return Insert(index, 0ll + number); }
-    StringBuilder& Insert(int index, unsigned int number) { return Insert(index, 0ull + number); }
-    StringBuilder& Insert(int index, long number) { return Insert(index, 0ll + number); }
-    StringBuilder& Insert(int index, unsigned long number) { return Insert(index, 0ull + number); }
-    StringBuilder& Insert(int index, long long number);
-    StringBuilder& Insert(int index, unsigned long long number);
+    template <class Number, IfNumber<Number> = 0>
+    StringBuilder& Insert(int index, Number number) {
+        if constexpr (std::is_signed_v<decltype(+number)>)
+            return InsertSigned(index, number);
+        else
+            return InsertUnsigned(index, number);
+    }
     template <class T, class = std::enable_if_t<std::is_base_of_v<Object, T>>>
     StringBuilder& Insert(int index, const std::shared_ptr<T>& object) {
         return Insert(index, object ? static_cast<Object&>(*object).ToString() : string_ptr());
@@ -70,6 +73,8 @@ public:
 
 private:
     StringBuilder() noexcept;
+    StringBuilder& InsertSigned(int index, long long number);
+    StringBuilder& InsertUnsigned(int index, unsigned long long number);
     StringBuilder& InsertUnits(int index, std::u16string_view piece);
 
     std::u16string units;

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstddef>
-#include <iterator>
-
 #include <System/Collections/Generic/KeyValuePair.h>
 #include <System/Object.h>
 
@@ -19,33 +16,20 @@ public:
     // Walks a dictionary by Next, so that any implementation can be walked.
     class Iterator final {
     public:
-        using iterator_category = std::forward_iterator_tag;
-        using value_type = Pair;
-        using difference_type = std::ptrdiff_t;
-        using pointer = const Pair*;
-        using reference = const Pair&;
-
-        Iterator() noexcept = default;
         Iterator(IDictionary& ownDictionary, const Pair* ownPair) noexcept
             : dictionary(&ownDictionary), pair(ownPair) {}
-
-        reference operator*() const noexcept { return *pair; }
-        pointer operator->() const noexcept { return pair; }
+        const Pair& operator*() const noexcept { return *pair; }
+        const Pair* operator->() const noexcept { return pair; }
         Iterator& operator++() {
             pair = dictionary->Next(pair);
             return *this;
-        }
-        Iterator operator++(int) {
-            const Iterator before = *this;
-            ++*this;
-            return before;
         }
         bool operator==(const Iterator& other) const noexcept { return pair == other.pair; }
         bool operator!=(const Iterator& other) const noexcept { return pair != other.pair; }
 
     private:
-        IDictionary* dictionary = nullptr;
-        const Pair* pair = nullptr; // null behind the last one
+        IDictionary* dictionary;
+        const Pair* pair; // null behind the last one
     };
 
     // The number of pairs.

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <iterator>
 #include <memory>
 #include <random>
 #include <stdexcept>
@@ -64,12 +63,11 @@ TEST(Dictionary, IsWalkedByIteratorsAndByItsPairs) {
 
     auto place = dictionary->begin();
     EXPECT_EQ(place, dictionary->begin());
-    EXPECT_EQ((place++)->Key, "a");
-    EXPECT_EQ((*place).Value, "2");
+    EXPECT_EQ(place->Key, "a");
+    EXPECT_EQ((*++place).Value, "2");
     EXPECT_EQ((++place)->Key, "c");
     EXPECT_NE(place, dictionary->end());
     EXPECT_EQ(++place, dictionary->end());
-    EXPECT_EQ(std::next(dictionary->begin(), 3), dictionary->end());
     EXPECT_EQ(dictionary->Next(nullptr), &*dictionary->begin());
     EXPECT_EQ(dictionary->Next(dictionary->Next(nullptr))->Key, "b");
     EXPECT_EQ(Make({})->Next(nullptr), nullptr);
