@@ -1,17 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 // Settings text of about 1 MB (36,000 lines) into the two-level dictionary, and the dictionary's end.
 //
-//     settings-bench            allocations a line and the time of the best of ten reads
-//     settings-bench once       one read, for a tool that counts instructions within ReadOnce
+//     settings-bench [LINES [SECTIONS]]     allocations a line and the time of the best of ten reads
+//     settings-bench once [...]             one read, for a tool that counts instructions within ReadOnce
+//     settings-bench memory [...]           the memory that the dictionary takes, resident and of the heap
 //
-// scripts/bench runs both and relates the instructions to the bytes.
+// scripts/bench runs them and relates what they print to the bytes.
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <new>
 #include <string>
 #include <string_view>
 
+#include <malloc.h>
 #include <unistd.h>
 
 #include <velrix/config/ConfigFile.h>
@@ -20,15 +24,12 @@ namespace {
 
 long long allocations = 0;
 
-constexpr int SECTIONS = 12;
-constexpr int LINES = 36000;
-
 // Names and values as they are in real files: paths, numbers, quoted text, here and there a comment or an empty line.
-std::string MakeText() {
+std::string MakeText(int lines, int sections) {
     std::string text;
-    for (int line = 0, number = 0; line < LINES; ++line, ++number) {
-        const std::string suffix = std::to_string(number);
-        if (line % (LINES / SECTIONS) == 0)
+    for (int line = 0; line < lines; ++line) {
+        const std::string suffix = std::to_string(line);
+        if (line % (lines / sections) == 0)
             text += "[section_" + suffix + "]\n";
         else if (line % 40 == 7)
             text += "# what the next keys are for\n";
@@ -48,6 +49,22 @@ std::string MakeText() {
     return Velrix::ConfigFile::ReadAll(path)->Count();
 }
 
+long ResidentKilobytes() {
+    long pages = -1;
+    if (FILE* file = std::fopen("/proc/self/statm", "r")) {
+        if (std::fscanf(file, "%*d %ld", &pages) != 1)
+            pages = -1;
+        std::fclose(file);
+    }
+    return pages * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+// What the program has of the heap, which is the same at every run.
+long HeapKilobytes() {
+    const auto heap = ::mallinfo2();
+    return static_cast<long>((heap.uordblks + heap.hblkhd) / 1024);
+}
+
 } // namespace
 
 // Counting is all that these two add.
@@ -65,18 +82,40 @@ void operator delete(void* memory, std::size_t) noexcept {
 }
 
 int main(int argc, char** argv) {
+    const std::string_view what = argc > 1 ? argv[1] : "";
+    const int first = what == "once" || what == "memory" ? 2 : 1;
+    const int lines = argc > first ? std::atoi(argv[first]) : 36000;
+    const int sectionCount = argc > first + 1 ? std::atoi(argv[first + 1]) : 12;
+    if (sectionCount < 1 || lines < sectionCount) {
+        std::fputs("usage: settings-bench [once | memory] [LINES [SECTIONS]]\n", stderr);
+        return EXIT_FAILURE;
+    }
+
     char path[] = "/tmp/settings-bench-XXXXXX";
     const int descriptor = mkstemp(path);
-    const std::string text = MakeText();
-    if (descriptor < 0 || write(descriptor, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+    std::string text = MakeText(lines, sectionCount);
+    const std::size_t size = text.size();
+    if (descriptor < 0 || write(descriptor, text.data(), size) != static_cast<ssize_t>(size)) {
         std::perror(path);
         return EXIT_FAILURE;
     }
     close(descriptor);
+    std::printf("bytes %zu\nlines %d\n", size, lines);
+
+    if (what == "memory") {
+        // A long text has pages to itself, which go back to the system here.
+        text = std::string();
+        const long residentBefore = ResidentKilobytes(), heapBefore = HeapKilobytes();
+        const auto sections = Velrix::ConfigFile::ReadAll(path);
+        const long resident = ResidentKilobytes() - residentBefore, heap = HeapKilobytes() - heapBefore;
+        std::printf("memory_kb %ld\nheap_kb %ld\nsections %d\n", resident, heap, sections->Count());
+        unlink(path);
+        return EXIT_SUCCESS;
+    }
 
     using Clock = std::chrono::steady_clock;
     auto best = Clock::duration::max();
-    const int reads = argc > 1 && std::string_view(argv[1]) == "once" ? 1 : 10;
+    const int reads = what == "once" ? 1 : 10;
     int sections = 0;
     for (int i = 0; i < reads; ++i) {
         allocations = 0;
@@ -86,8 +125,8 @@ int main(int argc, char** argv) {
     }
     unlink(path);
 
-    std::printf("bytes %zu\nlines %d\nsections %d\nallocations_per_line %.3f\nmicroseconds %lld\n", text.size(), LINES,
-                sections, static_cast<double>(allocations) / LINES,
+    std::printf("sections %d\nallocations %lld\nallocations_per_line %.3f\nmicroseconds %lld\n", sections, allocations,
+                static_cast<double>(allocations) / lines,
                 static_cast<long long>(std::chrono::duration_cast<std::chrono::microseconds>(best).count()));
     return EXIT_SUCCESS;
 }

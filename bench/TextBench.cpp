@@ -54,6 +54,10 @@ using Pairs = System::Collections::Generic::Dictionary<string_ptr, string_ptr>;
     return pairs[key];
 }
 
+[[gnu::noinline]] const string_ptr& FindLiteral(Pairs& pairs) {
+    return pairs["module_status_red"];
+}
+
 int main(int argc, char** argv) {
     const std::string_view what = argc > 1 ? argv[1] : "";
     const auto pairs = Pairs::Create();
@@ -62,6 +66,7 @@ int main(int argc, char** argv) {
     std::vector<string_ptr> keys;
     for (int i = 0; i < OPERATIONS; ++i)
         keys.push_back("offset_" + System::Convert::ToString(i));
+    pairs->Add("module_status_red", number);
     if (what == "Find")
         for (const string_ptr& key : keys)
             pairs->Add(key, key);
@@ -85,6 +90,8 @@ int main(int argc, char** argv) {
             Add(*pairs, key, key);
         else if (what == "Find")
             sum += Find(*pairs, key)->Length();
+        else if (what == "FindLiteral")
+            sum += FindLiteral(*pairs)->Length();
         else {
             std::fputs("usage: text-bench "
                        "FromUtf8 | FromUnits | Concatenate | Compare | ReadNumber | LazyValue | Add | Find\n",
