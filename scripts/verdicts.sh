@@ -30,7 +30,7 @@ refuse() {
 }
 
 # forbids LABEL: whether the place does.
-forbids() { cut -f 1 "$refusals" 2>/dev/null | grep -qxF -- "$1"; }
+forbids() { grep -qxF -- "$1" <<<"$(cut -f 1 "$refusals" 2>/dev/null)"; }
 
 # leave_out LABEL STEP NAME...
 leave_out() {
