@@ -187,7 +187,8 @@ TEST_F(EmulatorCommand, ServesLinesWithoutAReaderAndEndsByOneSigterm) {
     standardOutput = pipe[1];
     folder.Write("run.vcd", ""); // to be looked into before the command has made it
     Start({"run", "--image", image, "--timeline", folder.Path("run.vcd"), "--", "sh", "-c",
-           "trap '' TERM; yes & while :; do for level in 1 0; do echo $level > /var/dev/gpio-outputs/oxboRamLoaderEnable/value; "
+           "trap '' TERM; yes & while :; do for level in 1 0; do echo $level > "
+           "/var/dev/gpio-outputs/oxboRamLoaderEnable/value; "
            "done; done"});
     EXPECT_TRUE(TestSupport::PrivateBoard::WaitFor(
         [&] {
