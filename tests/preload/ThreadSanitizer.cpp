@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the thread sanitizer takes for a race and is none: a descriptor's number that the stand-in's thread gave back,
-// and that the test then gets for a file. The kernel orders the two; the sanitizer now and then does not see that.
+// The thread sanitizer now and then reports a race on a descriptor between the stand-in's socketpair and a file that
+// the test opens once the program has ended. Both look right, and a number that one closed and the other got is the
+// likely cause, but that was not shown.
 #if defined(__has_feature)
 #if __has_feature(thread_sanitizer)
 extern "C" const char* __tsan_default_suppressions();
