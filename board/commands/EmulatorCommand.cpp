@@ -10,6 +10,7 @@
 #include <vector>
 
 #include <CLI/CLI.hpp>
+#include <poll.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -93,7 +94,11 @@ public:
 
     // The rest, until the user wants to wait no longer.
     void Finish(StopSignals& stop, int signalFile) {
-        const StreamWriter::Patience patience{{stop.Descriptor(), signalFile}, [] { return true; }};
+        const StreamWriter::Patience patience{{stop.Descriptor(), signalFile}, [&] {
+                                                  pollfd signal{signalFile, POLLIN, 0};
+                                                  return stop.Take() != StopSignals::Request::NONE ||
+                                                         ::poll(&signal, 1, 0) == 1;
+                                              }};
         (void)(output.Finish(patience) && errors.Finish(patience));
     }
 

@@ -74,12 +74,13 @@ bool StreamWriter::Finish(const Patience& patience) {
         std::vector<pollfd> waits = {{Descriptor(), POLLOUT, 0}};
         for (const int descriptor : patience.descriptors)
             waits.push_back({descriptor, POLLIN, 0});
-        const int ready = ::poll(waits.data(), waits.size(), LIMIT_MS);
+        const int ready = ::poll(waits.data(), waits.size(), patience.isStopped() ? 0 : LIMIT_MS);
         if (ready == 0 || (ready < 0 && errno != EINTR))
             return false;
-        if ((ready < 0 || waits[0].revents == 0) && patience.isStopped())
+        if (ready > 0 && waits[0].revents != 0)
+            Run(BoardTime::zero());
+        else if (patience.isStopped())
             return false;
-        Run(BoardTime::zero());
     }
     return true;
 }

@@ -37,7 +37,8 @@ public:
     // Writes once.
     void Run(BoardTime now) override;
 
-    // Whoever may end the waiting for a reader: isStopped is asked when one of the descriptors is readable.
+    // Whoever may end the waiting for a reader. isStopped is asked before each wait and when one of the descriptors is
+    // readable; once it says yes, only what finds room is written.
     struct Patience {
         std::vector<int> descriptors;
         std::function<bool()> isStopped;
