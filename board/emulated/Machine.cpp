@@ -531,15 +531,17 @@ void Machine::Process::Turn(std::chrono::microseconds until) {
     const bool takesOutput = !running || running->program.takesOutput();
     StopSignals* const stop = running ? running->program.stop : nullptr;
     // The trace before the agent: what the program did comes before its end.
-    std::vector<pollfd> descriptors = {{trace.Get(), POLLIN, 0},
-                                       {takesOutput ? output.Get() : -1, POLLIN, 0},
-                                       {takesOutput ? errors.Get() : -1, POLLIN, 0},
-                                       {qmp->Descriptor(), POLLIN, 0},
-                                       {agent.Get(), POLLIN, 0},
-                                       {stop ? stop->Descriptor() : -1, POLLIN, 0},
-                                       {debugger->Descriptor(), POLLIN, 0},
-                                       {consoleOutput.Get(), POLLIN, 0},
-                                       {running ? running->program.signals : -1, POLLIN, 0}};
+    std::vector<pollfd> descriptors = {
+        {trace.Get(), POLLIN, 0},
+        {takesOutput ? output.Get() : -1, POLLIN, 0},
+        {takesOutput ? errors.Get() : -1, POLLIN, 0},
+        {qmp->Descriptor(), POLLIN, 0},
+        {agent.Get(), POLLIN, 0},
+        {stop ? stop->Descriptor() : -1, POLLIN, 0},
+        {debugger->Descriptor(), POLLIN, 0},
+        {consoleOutput.Get(), POLLIN, 0},
+        // The kernel keeps one of each kind meanwhile; the agent would have to keep all.
+        {running && running->answersDue == 0 ? running->program.signals : -1, POLLIN, 0}};
     for (const ILoopPart* part : parts)
         descriptors.push_back({part->Descriptor(), static_cast<short>(part->AwaitsRoom() ? POLLOUT : POLLIN), 0});
     if (::ppoll(descriptors.data(), descriptors.size(), &wait, nullptr) < 0 && errno != EINTR)

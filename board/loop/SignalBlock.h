@@ -6,25 +6,24 @@
 
 namespace VelrixBoard {
 
-// Holds back signals for as long as it lives, so that a loop can read them. Those that StopSignals handles are not for
-// this.
+// Holds back signals from now on, so that a loop can read them. They stay held back when the object goes: one that
+// comes too late for the program must not end the command before it said how the program ended. Those that StopSignals
+// handles are not for this.
 class SignalBlock final {
 public:
     SignalBlock(std::initializer_list<int> signals) {
         sigemptyset(&blocked);
         for (const int signal : signals)
             sigaddset(&blocked, signal);
-        ::sigprocmask(SIG_BLOCK, &blocked, &before);
+        ::sigprocmask(SIG_BLOCK, &blocked, nullptr);
     }
     SignalBlock(const SignalBlock&) = delete;
     SignalBlock& operator=(const SignalBlock&) = delete;
-    ~SignalBlock() { ::sigprocmask(SIG_SETMASK, &before, nullptr); }
 
     const sigset_t& Blocked() const { return blocked; }
 
 private:
     sigset_t blocked;
-    sigset_t before;
 };
 
 } // namespace VelrixBoard

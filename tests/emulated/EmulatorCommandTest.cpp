@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The command velrix-emulator as people use it. Whatever needs a machine boots one; the rest fails before.
-#include <array>
 #include <chrono>
-#include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -13,7 +11,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -42,7 +39,7 @@ protected:
         ASSERT_GE(process, 0);
         if (process == 0) {
             const int file = ::open(folder.Path("output").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-            ::dup2(standardOutput >= 0 ? standardOutput : file, STDOUT_FILENO);
+            ::dup2(file, STDOUT_FILENO);
             ::dup2(::open(folder.Path("errors").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
             ::execv(pointers[0], pointers.data());
             ::_exit(99);
@@ -66,7 +63,6 @@ protected:
     const std::string scenes = ArmTestPrograms::Path("tests/emulated/board-scenes");
     TestSupport::TemporaryFolder folder;
     pid_t process = -1;
-    int standardOutput = -1; // in place of the file
     std::string output;
     std::string errors;
 };
@@ -179,32 +175,6 @@ TEST_F(EmulatorCommand, EndsByASecondSignalOfAProgramThatDoesNot) {
 
     EXPECT_EQ(Wait(), 130) << errors;
     EXPECT_EQ(errors, "velrix-emulator: kills the machine (a second SIGINT)\n");
-}
-
-TEST_F(EmulatorCommand, ServesLinesWithoutAReaderAndEndsByOneSigterm) {
-    std::array<int, 2> pipe{};
-    ASSERT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);
-    standardOutput = pipe[1];
-    folder.Write("run.vcd", ""); // to be looked into before the command has made it
-    Start({"run", "--image", image, "--timeline", folder.Path("run.vcd"), "--", "sh", "-c",
-           "trap '' TERM; yes & while :; do for level in 1 0; do echo $level > "
-           "/var/dev/gpio-outputs/oxboRamLoaderEnable/value; "
-           "done; done"});
-    EXPECT_TRUE(TestSupport::PrivateBoard::WaitFor(
-        [&] {
-            int waiting = 0;
-            ::ioctl(pipe[0], FIONREAD, &waiting);
-            return waiting >= ::fcntl(pipe[0], F_GETPIPE_SZ) - PIPE_BUF;
-        },
-        std::chrono::seconds(120)));
-    const std::size_t before = folder.Read("run.vcd").size();
-    EXPECT_TRUE(TestSupport::PrivateBoard::WaitFor([&] { return folder.Read("run.vcd").size() > before + 10'000; }));
-    ::kill(process, SIGTERM);
-
-    EXPECT_EQ(Wait(), 143) << errors;
-    EXPECT_EQ(errors, "velrix-emulator: kills the machine (7 s after SIGTERM)\n");
-    for (const int end : pipe)
-        ::close(end);
 }
 
 TEST_F(EmulatorCommand, SaysWhatIsMissingAndWhatToDo) {

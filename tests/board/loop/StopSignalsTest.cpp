@@ -17,6 +17,7 @@
 #include <unistd.h>
 
 #include "board/loop/SavedSignals.h"
+#include "board/loop/SignalBlock.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace VelrixBoard {
@@ -249,6 +250,17 @@ TEST(StopSignalsTest, GivesTheProgramTheSignalsAsTheyWereFound) {
 
     EXPECT_EQ(WEXITSTATUS(end.status), 0);
     EXPECT_TRUE(WIFEXITED(end.status));
+}
+
+TEST(SignalBlockTest, LetsNoLateSignalEndTheCommand) {
+    const End end = InProcess([] {
+        { const SignalBlock block{SIGUSR1}; }
+        ::raise(SIGUSR1);
+        return 3;
+    });
+
+    EXPECT_TRUE(WIFEXITED(end.status));
+    EXPECT_EQ(WEXITSTATUS(end.status), 3);
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/board/virtual/RunningBoard.h"
+#include "tests/board/RunningCommand.h"
 
 #include <array>
 #include <csignal>
@@ -13,7 +13,6 @@
 #include <unistd.h>
 
 #include "board/loop/StopSignals.h"
-#include "tests/board/CommandRun.h"
 #include "tests/support/PrivateBoard.h"
 
 namespace VelrixBoard {
@@ -25,12 +24,11 @@ constexpr int SCHEDSTAT = 9;
 
 } // namespace
 
-RunningBoard::RunningBoard(Stream errorStream, bool isStreamRead, const std::vector<std::string>& options,
-                           const std::string& script)
-    : isRead(isStreamRead) {
+RunningCommand::RunningCommand(Stream errorStream, bool isStreamRead) : isRead(isStreamRead) {
     OpenStream(errorStream);
-    std::vector<std::string> command = OnBoard(script, options);
-    command.insert(command.begin() + 2, {"--directory", folder.Path("board")});
+}
+
+void RunningCommand::Start(std::vector<std::string> command) {
     std::vector<char*> words;
     for (std::string& word : command)
         words.push_back(word.data());
@@ -43,22 +41,22 @@ RunningBoard::RunningBoard(Stream errorStream, bool isStreamRead, const std::vec
     errors.Close();
 }
 
-RunningBoard::~RunningBoard() {
+RunningCommand::~RunningCommand() {
     if (process > 0) {
         ::kill(process, SIGKILL);
         ::waitpid(process, nullptr, 0);
     }
 }
 
-// Not to a board that has ended: its number would be -1, which is everybody.
-void RunningBoard::Signal(int number) {
+// Not to a command that has ended: its number would be -1, which is everybody.
+void RunningCommand::Signal(int number) {
     if (number == SIGTERM)
         signalled = BoardsClock();
     if (process > 0)
         ::kill(process, number);
 }
 
-void RunningBoard::SignalTwice(const std::function<void()>& meanwhile) {
+void RunningCommand::SignalTwice(const std::function<void()>& meanwhile) {
     Signal(SIGTERM);
     const auto next = std::chrono::steady_clock::now() + StopSignals::SAME_REQUEST * 5 / 4;
     WaitFor([&] {
@@ -68,15 +66,17 @@ void RunningBoard::SignalTwice(const std::function<void()>& meanwhile) {
     Signal(SIGTERM);
 }
 
-bool RunningBoard::WaitFor(const std::function<bool()>& condition) {
-    return TestSupport::PrivateBoard::WaitFor([&] {
-        if (isRead)
-            Read();
-        return condition();
-    });
+bool RunningCommand::WaitFor(const std::function<bool()>& condition, std::chrono::seconds limit) {
+    return TestSupport::PrivateBoard::WaitFor(
+        [&] {
+            if (isRead)
+                Read();
+            return condition();
+        },
+        limit);
 }
 
-bool RunningBoard::HasEnded() {
+bool RunningCommand::HasEnded() {
     siginfo_t information{};
     if (process > 0 && ::waitid(P_PID, static_cast<id_t>(process), &information, WEXITED | WNOHANG | WNOWAIT) == 0 &&
         information.si_pid == process) {
@@ -87,7 +87,7 @@ bool RunningBoard::HasEnded() {
     return process < 0;
 }
 
-std::optional<RunningBoard::End> RunningBoard::Wait(const std::function<void()>& meanwhile) {
+std::optional<RunningCommand::End> RunningCommand::Wait(const std::function<void()>& meanwhile) {
     const bool hasEnded = WaitFor([&] {
         meanwhile();
         return HasEnded();
@@ -96,11 +96,11 @@ std::optional<RunningBoard::End> RunningBoard::Wait(const std::function<void()>&
     return hasEnded ? std::optional(HowItEnded()) : std::nullopt;
 }
 
-RunningBoard::End RunningBoard::HowItEnded() const {
+RunningCommand::End RunningCommand::HowItEnded() const {
     return {status, std::chrono::duration_cast<std::chrono::milliseconds>(ended - signalled)};
 }
 
-void RunningBoard::OpenStream(Stream kind) {
+void RunningCommand::OpenStream(Stream kind) {
     std::array<int, 2> ends{-1, -1};
     if (kind == Stream::TERMINAL) {
         ::openpty(&ends[0], &ends[1], nullptr, nullptr, nullptr);
@@ -113,30 +113,30 @@ void RunningBoard::OpenStream(Stream kind) {
     reading = FileDescriptor(ends[0]);
     errors = FileDescriptor(ends[1]);
     ::fcntl(reading.Get(), F_SETFL, O_NONBLOCK);
-    // A test may run several boards; none is to hold the stream of another one.
+    // A test may run several commands; none is to hold the stream of another one.
     for (const int end : ends)
         ::fcntl(end, F_SETFD, FD_CLOEXEC);
 }
 
-void RunningBoard::Exec(const std::vector<char*>& words) const {
+void RunningCommand::Exec(const std::vector<char*>& words) const {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::setenv("TERM", "xterm", 1);
     ::dup2(::open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
     ::dup2(errors.Get(), STDOUT_FILENO);
     ::dup2(errors.Get(), STDERR_FILENO);
-    // That of the board, since it is this process.
+    // That of the command, since it is this process.
     ::dup2(::open("/proc/self/schedstat", O_RDONLY | O_CLOEXEC), SCHEDSTAT);
     ::execv(words.front(), words.data());
     ::_exit(97);
 }
 
-std::chrono::nanoseconds RunningBoard::BoardsClock() const {
+std::chrono::nanoseconds RunningCommand::BoardsClock() const {
     long long running = 0, waiting = 0;
     std::ifstream("/proc/" + std::to_string(process) + "/schedstat") >> running >> waiting;
     return std::chrono::steady_clock::now().time_since_epoch() - std::chrono::nanoseconds(waiting);
 }
 
-void RunningBoard::Read() {
+void RunningCommand::Read() {
     constexpr int READS = 16; // a program that prints without end must not hold the test
     std::array<char, 65536> buffer;
     for (int i = 0; i < READS; ++i) {
