@@ -20,7 +20,7 @@ void CheckBase(int base) {
         throw ArgumentException("The base must be 10 or 16");
 }
 
-// The number that a hexadecimal digit stands for, 16 for any other code unit.
+// The value of a hexadecimal digit, 16 for any other code unit.
 unsigned DigitValue(char16_t unit) noexcept {
     if (unit >= u'0' && unit <= u'9')
         return static_cast<unsigned>(unit - u'0');
@@ -44,8 +44,8 @@ unsigned DigitValue(char16_t unit) noexcept {
     throw OverflowException(message);
 }
 
-// The number that digits spell in the base. text is the whole of it, for the messages: a text that is no number at all
-// is told before one that is too great.
+// Parses digits in the base. text is the complete input, for the messages: FormatException takes precedence over
+// OverflowException.
 unsigned long long ReadDigits(std::u16string_view digits, int base, std::u16string_view text) {
     if (digits.empty())
         RaiseFormat(text, base);

@@ -19,8 +19,7 @@ namespace {
 
 constexpr long long NANOSECONDS_PER_SECOND = 1'000'000'000;
 
-// What does not fit into 64 bits, which is 292 years away from 1970, becomes the nearest that does: a clock that was
-// set to nonsense must not stop the program.
+// Saturates at 64 bits, 292 years from 1970: a clock set to nonsense must not stop the program.
 constexpr long long Limit(bool negative) noexcept {
     return negative ? std::numeric_limits<long long>::min() : std::numeric_limits<long long>::max();
 }
@@ -31,7 +30,7 @@ char* WriteTwoDigits(char* target, unsigned number) noexcept {
     return target + 2;
 }
 
-// The beginning of a moment's text, "2026-11-21T08:15:30.", which is the same for a whole second.
+// The formatted second, "2026-11-21T08:15:30.".
 constexpr std::size_t SECOND_TEXT_LENGTH = DATE_TIME_TEXT_LENGTH - 4;
 
 void WriteSecond(char* target, long long seconds) noexcept {
@@ -81,8 +80,7 @@ string_ptr DateTime::ToString() {
 }
 
 long long ReadWallClock() noexcept {
-    // Not by std::chrono: its clocks are read inside of the C++ library, where a test program's own clock_gettime may
-    // not reach.
+    // Not std::chrono: the C++ library reads its clocks, and a test program's clock_gettime may not reach there.
     timespec now;
     ::clock_gettime(CLOCK_REALTIME, &now);
     const long long seconds = now.tv_sec;
@@ -102,7 +100,7 @@ char* WriteDateTime(char* target, long long nanoseconds) noexcept {
         --seconds;
     }
 
-    // Who writes many moments writes many of one second. Few bytes, so that they find room beside those of the program.
+    // Caches the formatted second per thread. Small, because static thread-local storage is scarce.
     [[gnu::tls_model("initial-exec")]] static thread_local constinit struct {
         long long seconds = 0;
         char text[SECOND_TEXT_LENGTH + 1] = "1970-01-01T00:00:00.";

@@ -10,8 +10,8 @@
 
 namespace System {
 
-// The most code units that one allocation holds beside the object: on a 64-bit machine what an int counts, on a 32-bit
-// one half of what an address reaches, less some room for the object.
+// The most code units that one allocation holds beside the object: INT_MAX on a 64-bit machine; on a 32-bit one half of
+// the address space, less some room for the object.
 inline constexpr std::size_t MAX_LENGTH = std::min<std::size_t>(INT_MAX, (PTRDIFF_MAX - 1024) / sizeof(char16_t));
 
 // A number of elements as the int that the interfaces count in. More than an int or the memory can hold:

@@ -20,7 +20,7 @@ bool Object::Equals(const std::shared_ptr<Object>& other) {
 }
 
 int Object::GetHashCode() {
-    // Objects stand at multiples of 16, so the lowest bits of an address tell nothing.
+    // Objects are aligned to 16, so the lowest bits of an address carry no information.
     return static_cast<int>(std::hash<const Object*>()(this) >> 4);
 }
 

@@ -8,9 +8,8 @@
 
 namespace System {
 
-// The allocator of objects that are made and dropped again and again, such as moments and trace events: one dropped
-// block of each type is kept and serves the next object. Any thread may use it. For std::allocate_shared, which asks
-// for one block at a time.
+// A free list of one block per type, for objects that are made and freed over and over, such as timestamps and trace
+// events. Any thread. For std::allocate_shared, which asks for one block at a time.
 template <class T>
 struct SpareAllocator {
     using value_type = T;
@@ -36,7 +35,7 @@ struct SpareAllocator {
     }
 
 private:
-    // Constant from the start and never destroyed: objects are made before and after every other static's life.
+    // Constant-initialised and never destroyed: objects are made before and after every other static's life.
     static constinit inline std::atomic<void*> spare{nullptr};
 };
 

@@ -21,8 +21,9 @@ namespace System {
 using Collections::Generic::Array;
 using Collections::Generic::IArray;
 
-// Four code units at a time, then one by one: keys are short, and the standard library's hash takes twice as long for
-// them. A product's upper half depends on all bits below it; each step brings it down for the next.
+// Multiplicative hash, four code units at a time, then one by one: keys are short, and the standard library's hash
+// takes twice as long for them. A product's upper half depends on all bits below it; each step shifts it down for the
+// next.
 static int HashOf(std::u16string_view text) noexcept {
     std::uint64_t mixed = text.size();
     const auto mix = [&mixed](std::uint64_t units) {
@@ -73,7 +74,7 @@ string_ptr operator+(const string_ptr& left, const string_ptr& right) {
 }
 
 void string_ptr::Release() noexcept {
-    // The only holder need not count.
+    // The last reference need not decrement.
     if (text->holders.load(std::memory_order_acquire) != 1 &&
         text->holders.fetch_sub(1, std::memory_order_acq_rel) != 1)
         return;
@@ -106,8 +107,8 @@ string_ptr String::Allocate(std::size_t unitCount, char16_t*& units) {
         return string_ptr(text);
     };
     if (unitCount == 0) {
-        // Made on first use, so that statics of any other file can have empty texts; and never given back, so that they
-        // still can when this library's own statics are gone.
+        // Made on first use and never freed, so that statics of any file can have empty texts, also after this
+        // library's statics are destroyed.
         static const string_ptr& empty = *new string_ptr(make(0, 0));
         return empty;
     }

@@ -42,7 +42,7 @@ Taken Take(std::string_view utf8) noexcept {
     const Lead lead = ReadLead(first);
     if (lead.following < 0)
         return {REPLACEMENT, 1};
-    // The lead byte's own bits stand below its length mark: 5, 4 or 3 of them.
+    // The lead byte carries 5, 4 or 3 bits below its length mark.
     char32_t codePoint = first & (0x3Fu >> lead.following);
     unsigned char lowest = lead.lowest, highest = lead.highest;
     std::size_t length = 1;
@@ -59,7 +59,7 @@ Taken Take(std::string_view utf8) noexcept {
     return {codePoint, length};
 }
 
-// Most text is ASCII; it is looked at, and copied, so many characters at a time.
+// Most text is ASCII, checked and copied in strides of so many characters.
 constexpr std::size_t STRIDE = 8;
 
 // Whether text, which has bytes or code units, begins with STRIDE characters of ASCII.
@@ -75,8 +75,8 @@ bool BeginsWithAscii(std::basic_string_view<Unit> text) noexcept {
     return (all & HIGH_BITS) == 0;
 }
 
-// Copies STRIDE characters. Within local arrays, whose lengths and apartness the compiler knows, it does so in one go;
-// called, it would do so with a guarded stack.
+// Copies STRIDE characters through local arrays, whose lengths and lack of aliasing the compiler knows. Inlined: a call
+// would set up a stack guard.
 template <class To, class From>
 [[gnu::always_inline]] inline void CopyStride(const void* source, To* target) noexcept {
     From from[STRIDE];
@@ -215,7 +215,7 @@ void Widen(std::string_view bytes, char16_t* target) noexcept {
             *target++ = static_cast<unsigned char>(byte);
         return;
     }
-    // A rest behind the last whole stride is taken with the end of that one, which is written twice.
+    // The rest is copied as a last full stride that overlaps the one before.
     const std::size_t last = bytes.size() - STRIDE;
     for (std::size_t next = 0; next < last; next += STRIDE)
         CopyStride<char16_t, unsigned char>(bytes.data() + next, target + next);

@@ -7,7 +7,7 @@
 
 namespace System::Utf {
 
-// What stands for input that is not well-formed.
+// The replacement for ill-formed input.
 inline constexpr char16_t REPLACEMENT = 0xFFFD;
 
 // The number of UTF-16 code units that Decode writes for the bytes.

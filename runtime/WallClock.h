@@ -5,7 +5,7 @@
 
 namespace System {
 
-// The wall clock without objects: what DateTime reads and writes, for those who cannot afford an object for it.
+// The wall clock without objects, for callers that cannot afford an allocation; DateTime uses it too.
 
 // Nanoseconds since 1970-01-01T00:00:00Z.
 long long ReadWallClock() noexcept;

@@ -9,7 +9,7 @@
 
 namespace System {
 
-// A plain function of two arguments as an object. Immutable; what the function allows, its callers may do.
+// A plain function of two arguments as an object. Immutable: any thread, if the function allows it.
 template <class A, class B, class R>
 class CallbackDualArgFunc final : public IDualArgFunc<A, B, R> {
 public:

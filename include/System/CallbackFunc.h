@@ -8,7 +8,7 @@
 
 namespace System {
 
-// A plain function without arguments as an object. Immutable; what the function allows, its callers may do.
+// A plain function without arguments as an object. Immutable: any thread, if the function allows it.
 template <class R>
 class CallbackFunc final : public IFunc<R> {
 public:

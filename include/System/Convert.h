@@ -12,8 +12,7 @@ namespace System {
 //
 // Strict: a text is digits alone, hexadecimal ones in either case and with an optional "0x" or "0X" before them.
 // Everything else (an empty text, blanks, a line end, a sign elsewhere) throws FormatException, whose message shows the
-// text with its control characters escaped. A null text: ArgumentNullException. Not affected by any locale; any thread
-// may convert.
+// text with its control characters escaped. A null text: ArgumentNullException. Ignores the locale. Any thread.
 class SYSTEM_EXPORT Convert final {
 public:
     Convert() = delete;

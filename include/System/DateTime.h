@@ -14,18 +14,17 @@ namespace Diagnostics {
 class TraceEventArgs;
 }
 
-// A moment of the wall clock, to the nanosecond, in 64 bits on every machine. Immutable.
+// A moment of the wall clock, to the nanosecond, in 64 bits on every machine. Immutable: any thread.
 //
-// The wall clock can be set, so that a later moment may be the smaller one. It is read by
-// clock_gettime(CLOCK_REALTIME), once an operation; a test program that defines that function puts its own clock in
-// front of it.
+// The wall clock can be set, so that a later moment may be the smaller one. Now reads it once, by
+// clock_gettime(CLOCK_REALTIME); a test program may define that function to replace the clock.
 class SYSTEM_EXPORT DateTime final : public Object {
     struct Passkey {
         explicit Passkey() = default;
     };
 
 public:
-    // This moment, by one reading of the clock. Its memory is that of one dropped before, where there is one.
+    // The present moment. Reuses the memory of an object freed before, if there is one.
     static std::shared_ptr<DateTime> Now();
 
     // For this class alone: only it can name the first argument's type.
@@ -38,7 +37,7 @@ public:
     // Nanoseconds since 1970-01-01T00:00:00Z.
     long long Nanoseconds() const noexcept { return nanoseconds; }
 
-    // ISO 8601 in UTC with milliseconds, cut, not rounded: "2026-11-21T08:15:30.042Z".
+    // ISO 8601 in UTC with milliseconds, truncated: "2026-11-21T08:15:30.042Z".
     string_ptr ToString() override;
 
 private:

@@ -12,10 +12,10 @@ namespace System {
 // The root of every exception that the libraries raise.
 //
 // A value: thrown by value, caught by const reference, copied without throwing. It carries a message for people and,
-// where it wraps another failure, that inner exception. Immutable, so that any thread may read one.
+// where it wraps another failure, that inner exception. Immutable: any thread.
 class SYSTEM_EXPORT Exception : public std::exception {
 public:
-    // A null message counts as the empty one.
+    // A null message counts as empty.
     explicit Exception(string_ptr message = String::EMPTY, std::shared_ptr<const Exception> inner = nullptr);
     Exception(const Exception&) noexcept;
     Exception& operator=(const Exception&) noexcept;
@@ -63,7 +63,7 @@ private:
 class SYSTEM_EXPORT ArgumentOutOfRangeException : public ArgumentException {
 public:
     explicit ArgumentOutOfRangeException(string_ptr paramName = String::EMPTY);
-    // With a message of the caller's own, which names the parameter.
+    // With the caller's message, which names the parameter.
     ArgumentOutOfRangeException(string_ptr paramName, string_ptr message);
     ~ArgumentOutOfRangeException() override;
 
@@ -88,7 +88,7 @@ public:
     ~OverflowException() override;
 };
 
-// An operation that this object does not offer.
+// An operation that this object does not support.
 class SYSTEM_EXPORT NotSupportedException : public Exception {
 public:
     using Exception::Exception;
@@ -116,7 +116,7 @@ public:
     ~ObjectDisposedException() override;
 };
 
-// A wait that lasted longer than it was allowed to.
+// A wait that exceeded its limit.
 class SYSTEM_EXPORT TimeoutException : public Exception {
 public:
     using Exception::Exception;

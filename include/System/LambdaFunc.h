@@ -10,7 +10,7 @@
 
 namespace System {
 
-// Any callable without arguments, captures included, as an object. What the callable allows, its callers may do.
+// Any callable without arguments, captures included, as an object. Any thread, if the callable allows it.
 template <class R>
 class LambdaFunc final : public IFunc<R> {
 public:

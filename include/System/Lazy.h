@@ -34,12 +34,12 @@ public:
 
 private:
     Threading::Mutex mutex;
-    std::atomic<std::thread::id> thread{}; // whose turn it is; compared only with the asking thread's own
+    std::atomic<std::thread::id> thread{}; // the one that runs the factory; compared only with the calling thread's id
 };
 
 } // namespace Detail
 
-// A value that is made on first use, once, whichever thread comes first.
+// A value that is made on first use, once. Any thread.
 //
 // Not an object: a static or a member, or shared through Create. A factory that throws leaves the holder empty, and the
 // next Value() tries again. Once the value is there, Value() is one load and takes no lock. The value dies with the

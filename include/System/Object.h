@@ -15,7 +15,7 @@ class string_ptr;
 //
 // An object is made by the static Create of its class, is held by std::shared_ptr, and is neither copied nor moved. It
 // knows its owner: Self() gives a shared pointer to the object itself. The virtual operations are not const, so that a
-// test double can be written from a table of names and arguments alone. Object itself keeps no state that needs a lock.
+// test double can be written from a table of names and arguments alone. Object itself has no state that needs a lock.
 class SYSTEM_EXPORT Object : public std::enable_shared_from_this<Object> {
 public:
     Object(const Object&) = delete;
@@ -36,9 +36,8 @@ public:
 protected:
     Object() noexcept;
 
-    // Gives a new object its owner: what the Create of a class ends with. All classes share one kind of owner, so that
-    // none brings the code of its own. When memory for the owner is short the object is deleted, and std::bad_alloc
-    // passes out.
+    // Gives a new object its owner; every Create ends with it. All classes share one type of control block, to save
+    // code. Out of memory: deletes the object and throws std::bad_alloc.
     template <class T>
     static std::shared_ptr<T> Own(T* object) {
         return std::shared_ptr<T>(OwnObject(object), object);

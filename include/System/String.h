@@ -34,8 +34,8 @@ class String;
 // The shared handle of an immutable UTF-16 text; the type of every text in the interfaces.
 //
 // A value: copying shares the text, comparing compares the contents. The null handle is no text at all and differs from
-// the empty text. Text made from bytes is read as UTF-8, each maximal ill-formed part becoming one U+FFFD. Any number
-// of threads may read one text through handles of their own; a single handle is as thread-safe as a std::shared_ptr.
+// the empty text. Text made from bytes is read as UTF-8, each maximal ill-formed part becoming one U+FFFD. Concurrent
+// reads of a handle, as of a std::shared_ptr; its text: any thread.
 //
 //     string_ptr path = directory + "/value";
 //     if (path->StartsWith("/sys")) ...
@@ -94,7 +94,7 @@ public:
 private:
     friend class Detail::TextMaker;
     friend class String;
-    // Takes over one hold of the text.
+    // Takes over one reference to the text.
     explicit string_ptr(String* heldText) noexcept : text(heldText) {}
 
     void Hold() const noexcept;
@@ -110,8 +110,8 @@ SYSTEM_EXPORT string_ptr operator+(const string_ptr& left, const string_ptr& rig
 // An immutable text of UTF-16 code units; always reached through a string_ptr.
 //
 // Lengths and indices count code units, not characters: a character outside of the basic plane takes two. A text needs
-// one allocation, its hash is computed at most once, and all empty texts share one object. Any thread may use a text at
-// any time. It counts the handles itself: what a std::shared_ptr brings would be a third of a short text's memory.
+// one allocation, its hash is computed at most once, and all empty texts share one object. Any thread. The text holds
+// its reference count: the control block of a std::shared_ptr would be a third of a short text's memory.
 class SYSTEM_EXPORT String final : public Object {
 public:
     // The empty text.
@@ -180,7 +180,7 @@ private:
     string_ptr ToHandle() const noexcept;
     int ContentHash() const noexcept;
 
-    // The code units are behind the object, in the same piece of memory.
+    // The code units follow the object in the same allocation.
     mutable std::atomic<int> holders{1};
     const int length;
     mutable std::atomic<int> hash{0}; // 0: not computed yet

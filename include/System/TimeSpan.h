@@ -5,7 +5,7 @@
 
 namespace System {
 
-// A length of time, negative ones included; a value, copied freely.
+// A duration, possibly negative. A value; concurrent reads.
 class TimeSpan final {
 public:
     constexpr explicit TimeSpan(long long ownNanoseconds = 0) noexcept : nanoseconds(ownNanoseconds) {}

@@ -8,7 +8,7 @@ namespace System::Detail {
 
 namespace {
 
-// A block has room for as many entries as there are.
+// Blocks double: each has room for as many entries as there are already.
 constexpr std::uint32_t SMALLEST_BLOCK = 12;
 constexpr std::uint32_t LARGEST_BLOCK = 512;
 
@@ -41,7 +41,7 @@ EntryTable::~EntryTable() {
     delete[] index;
 }
 
-// How far behind the beginning of its block the entry at a place is. Alignments are powers of two.
+// The offset of an entry in its block. Alignments are powers of two.
 inline std::size_t EntryTable::OffsetOf(std::uint32_t place) const noexcept {
     constexpr std::size_t HEAD = 32;
     static_assert(sizeof(Block) <= HEAD);
@@ -56,8 +56,8 @@ inline EntryTable::Block* EntryTable::BlockOf(const Entry* entry) const noexcept
     return reinterpret_cast<Block*>(reinterpret_cast<std::size_t>(entry) - OffsetOf(entry->place & ~REMOVED));
 }
 
-// Multiplied by two to the power of 32 over the golden ratio, since the hash may be a plain number: the upper half of
-// the product depends on all of its bits.
+// Fibonacci hashing (times 2^32 over the golden ratio), since the hash may be a plain number: the upper half of the
+// product depends on all of its bits.
 inline std::size_t EntryTable::HomeOf(std::uint32_t hash) const noexcept {
     const std::uint32_t mixed = hash * std::uint32_t{0x9E3779B9};
     return (mixed ^ mixed >> 16) & mask;
@@ -133,7 +133,7 @@ void EntryTable::Enter(Entry* entry) noexcept {
     index[slot] = entry;
 }
 
-// Entries behind the one that goes move up, unless that would bring them before their home.
+// Backward-shift deletion: later entries move up, but not before their home slot.
 void EntryTable::Forget(const Entry* entry) noexcept {
     std::size_t hole = HomeOf(entry->hash);
     while (index[hole] != entry)

@@ -44,7 +44,7 @@ string_ptr TextMaker::Make(std::string_view bytes) {
     return string_ptr(text);
 }
 
-// The block counts all texts that it may ever have, so that each of them costs no count when it is made.
+// The block counts all texts that it may ever have in advance, so that making one does not touch the counter.
 void TextMaker::AddBlock() {
     const std::size_t newSize = block ? std::min(2 * size, LARGEST_SIZE) : FIRST_SIZE;
     auto* const newBlock = static_cast<char*>(::operator new(newSize));

@@ -18,7 +18,7 @@ namespace {
 // By severity, from TraceEventType::DEBUG on.
 constexpr int PRIORITIES[] = {LOG_DEBUG, LOG_INFO, LOG_WARNING, LOG_ERR, LOG_CRIT};
 
-// The bits of the facilities that syslog knows; those between LOG_FTP and LOG_LOCAL0 have no name and are the system's.
+// The bits of the named facilities; those between LOG_FTP and LOG_LOCAL0 are reserved for the system.
 bool IsFacility(int facility) noexcept {
     return (facility & ~LOG_FACMASK) == 0 &&
            (facility <= LOG_FTP || (facility >= LOG_LOCAL0 && facility <= LOG_LOCAL7));
@@ -29,8 +29,8 @@ bool IsFacility(int facility) noexcept {
 std::shared_ptr<EventLogTraceListener> EventLogTraceListener::Create(int facility) {
     if (!IsFacility(facility))
         throw ArgumentOutOfRangeException("facility");
-    // One log a process: what openlog sets is shared by all listeners, so that the facility goes with each event
-    // instead. The name is kept by pointer and must outlive every static; this one does.
+    // openlog's settings are per process and shared by all listeners; therefore each event carries its facility.
+    // openlog keeps the pointer to the name, which must outlive every static; this one does.
     ::openlog(ProgramName(), LOG_PID, LOG_USER);
     return Own(new EventLogTraceListener(facility));
 }
@@ -39,8 +39,7 @@ EventLogTraceListener::EventLogTraceListener(int ownFacility) noexcept : facilit
 
 EventLogTraceListener::~EventLogTraceListener() = default;
 
-// The connection is shared with the other listeners and with the application itself; closing it is not this object's to
-// do.
+// Does not close the connection: other listeners and the application share it.
 void EventLogTraceListener::Close() {}
 
 void EventLogTraceListener::TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs,

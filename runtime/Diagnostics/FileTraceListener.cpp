@@ -30,7 +30,7 @@ namespace System::Diagnostics {
 
 namespace {
 
-// A record of the usual length is put together on the stack.
+// A record of the usual length is built on the stack.
 constexpr std::size_t SHORT_RECORD_SIZE = 1024;
 
 // The most that one code unit takes: \x1b, or three bytes of UTF-8.
@@ -41,13 +41,13 @@ constexpr std::size_t ORIGIN_ROOM = 64;
 constexpr std::size_t LONGEST_KEPT_NAME = ORIGIN_ROOM - 26;
 
 // Everything of a record but a long process name and the text: line ends, the time, the level, process and thread, each
-// with the room that a copy of fixed length writes over.
+// with the slack that a copy of fixed length overwrites.
 constexpr std::size_t FRAME_SIZE = 128;
 
-// Where the kernel may end the write of a process that is killed: only at the edge of a page.
+// The kernel cuts the write of a killed process only at a page boundary.
 constexpr unsigned PAGE = 4096;
 
-// A rotated file is looked for where the path led at first, wherever the process has gone meanwhile.
+// Absolute, so that a chdir does not change where a rotated file is reopened.
 std::string FromRoot(const std::string& path) {
     if (path.starts_with('/'))
         return path;
@@ -60,16 +60,16 @@ int OpenForAppending(const char* name) {
     return IO::Open(name, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY);
 }
 
-// What a record says of the level, by severity from TraceEventType::DEBUG on.
+// The level's text in a record, by severity from TraceEventType::DEBUG on.
 constexpr struct {
     char text[16];
     std::size_t length;
 } LEVELS[] = {{"DEBUG ", 6}, {"INFORMATION ", 12}, {"WARNING ", 8}, {"ERROR ", 6}, {"FATAL ", 6}};
 
-// Sixteen code units at once: where the machine has vectors, they are compared and narrowed in a few instructions.
+// Sixteen code units at once, for the compiler's vectoriser.
 constexpr std::size_t GROUP_SIZE = 16;
 
-// Whether the units are written as they are; where not, target is as it was.
+// Copies the units if none needs escaping; else returns false and leaves target as it was.
 bool WriteGroup(char* target, const char16_t* units) noexcept {
     using UnitVector [[gnu::vector_size(GROUP_SIZE)]] = short;
     using ByteVector [[gnu::vector_size(GROUP_SIZE / 2)]] = signed char;
@@ -101,7 +101,7 @@ bool WriteGroup(char* target, const char16_t* units) noexcept {
 // The text with control characters and backslashes escaped. Most texts have none.
 char* WriteEscaped(char* target, std::u16string_view text) {
     if (text.size() >= GROUP_SIZE) {
-        // A rest behind the last whole group is taken with the end of that group, which is written twice.
+        // The rest is copied as a last full group that overlaps the one before.
         const std::size_t last = text.size() - GROUP_SIZE;
         std::size_t next = 0;
         while (WriteGroup(target + next, text.data() + next)) {
@@ -123,11 +123,10 @@ char* WriteNumber(char* target, int number) noexcept {
     return std::to_chars(target, target + 11, number).ptr;
 }
 
-// "gateway[1234:1240] ". Who traces much traces much on one thread; a name of the usual length is kept with the
-// numbers.
+// "gateway[1234:1240] ". Cached per thread, with a name of the usual length.
 char* WriteOrigin(char* target, const std::string& processName, int processId, int threadId) noexcept {
     [[gnu::tls_model("initial-exec")]] static thread_local constinit struct {
-        unsigned long long ids = 0; // the process's and the thread's, which a fork changes both
+        unsigned long long ids = 0; // the process's and the thread's; a fork changes both
         std::size_t length = 0;
         char text[ORIGIN_ROOM] = {};
     } last;
@@ -152,13 +151,12 @@ char* WriteOrigin(char* target, const std::string& processName, int processId, i
 
 } // namespace
 
-// The open file. Nothing here takes a lock, so that a process that forks while one of its threads traces has a child
-// that can trace too: a rotated file is replaced under the same descriptor, in one step, and the descriptor is closed
-// by the last to use it.
+// The open file. Lock-free, so that a child forked while another thread traces can trace too: dup3 replaces a rotated
+// file atomically under the same descriptor, and the last user closes the descriptor.
 struct FileTraceListener::LogFile {
     explicit LogFile(string_ptr ownPath) : path(std::move(ownPath)), name(FromRoot(path->ToUtf8())) {
         AppendEscaped(processName, Process::CURRENT_PROCESS->ProcessName()->View());
-        // The system would take the part before the zero for the whole path.
+        // The system would cut the path at the zero.
         if (name.find('\0') != std::string::npos)
             IO::RaiseIO("Cannot open", path, EINVAL);
         descriptor = OpenForAppending(name.c_str());
@@ -169,7 +167,7 @@ struct FileTraceListener::LogFile {
     LogFile& operator=(const LogFile&) = delete;
     ~LogFile() { Close(); }
 
-    // False once the file is closed. Who got true calls EndUse.
+    // False once the file is closed. After true the caller calls EndUse.
     bool BeginUse() noexcept {
         unsigned now = users.load(std::memory_order_relaxed);
         while ((now & CLOSED) == 0)
@@ -186,7 +184,7 @@ struct FileTraceListener::LogFile {
             CloseDescriptor();
     }
 
-    // Goes on to the file that is at the path now, if it is another one or none.
+    // Reopens the path if it leads to another file, or to none.
     void FollowRotation() {
         struct stat current;
         if (::stat(name.c_str(), &current) == 0) {
@@ -196,12 +194,12 @@ struct FileTraceListener::LogFile {
                 return;
             }
         } else if (errno != ENOENT) {
-            return; // the path cannot be looked at, by a process that gave up its rights, say; the file can be written
+            return; // the path may be unreadable, say after dropping privileges; the file is still writable
         }
         GoOnInNewFile();
     }
 
-    // Appends the size bytes behind a line end, and the line end too if the file needs one.
+    // Appends the size bytes that follow a line end, and that line end too if the file needs one.
     void Append(const char* lineEndAndRecord, std::size_t size) {
         if (!tailIsKnown.load(std::memory_order_relaxed))
             return AppendWithCare(lineEndAndRecord, size);
@@ -226,8 +224,8 @@ private:
                device.load(std::memory_order_relaxed) == status.st_dev;
     }
 
-    // Keeps which file is open. Another thread may replace the file before its name is stored here, so whoever has
-    // stored one looks again: the last to store has seen the file that stays.
+    // Remembers the open file's identity. Another thread may replace the file between fstat and the store; therefore
+    // check again after the store: the last to store has seen the final file.
     [[gnu::noinline]] bool LookWhatIsOpen() noexcept {
         struct stat open;
         constexpr int MOST_LOOKS = 8;
@@ -263,8 +261,8 @@ private:
         tailIsKnown.store(true, std::memory_order_relaxed);
     }
 
-    // Goes on after a first write of all that took so many bytes or failed. A second one comes only after a signal and
-    // on a full disk, which takes a part and says why at the next try.
+    // Continues after a short or failed first write. That happens only after a signal and on a full disk, which takes a
+    // part and gives the reason at the next write.
     [[gnu::noinline]] void AppendRest(const char* from, const char* end, ssize_t written) {
         for (;; written = ::write(descriptor, from, static_cast<std::size_t>(end - from))) {
             if (written > 0) {
@@ -273,7 +271,7 @@ private:
                     return;
                 tailIsKnown.store(false, std::memory_order_relaxed); // the thread may be cancelled in the next write
             } else if (written == 0 || errno != EINTR) {
-                const int error = written == 0 ? EIO : errno; // nothing taken, no reason given: so for ever
+                const int error = written == 0 ? EIO : errno; // a device that takes 0 bytes would do so for ever
                 tailIsKnown.store(false, std::memory_order_relaxed);
                 IO::RaiseIO("Cannot write", path, error);
             }
@@ -285,14 +283,14 @@ private:
         struct stat status;
         if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0)
             return false;
-        // O_NONBLOCK: what stands at the path by now may be a FIFO.
+        // O_NONBLOCK: the path may lead to a FIFO by now.
         const int reader = ::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
         if (reader < 0)
             return false;
         // The size grows while another process is still copying its record into the file; the search for the end of
         // the data waits for that, so that the last byte is the last one of a record.
         const off_t size = ::lseek(reader, status.st_size - 1, SEEK_HOLE);
-        char last = '\n'; // what cannot be read counts as whole
+        char last = '\n'; // an unreadable file counts as whole
         const bool isRead = size > 0 && ::pread(reader, &last, 1, size - 1) == 1;
         ::close(reader);
         return isRead && last != '\n';
@@ -310,7 +308,7 @@ private:
     std::atomic<unsigned> users{0};
 
     // Whether the file is known to end with a whole record. A full disk leaves part of one behind, of this process or
-    // of another, and so does a process that is killed; the next record is to stand on a line of its own.
+    // of another, and so does a process that is killed; the next record must start a new line.
     std::atomic<bool> tailIsKnown{false};
 };
 

@@ -12,8 +12,8 @@
 namespace System::Diagnostics {
 
 const char* ProgramName() noexcept {
-    // The kernel leaves the path beside the environment (getauxval(3)); where it does not, the C library's guess from
-    // the first argument has to do.
+    // The kernel passes the path in the auxiliary vector (getauxval(3)); the fallback is the C library's guess from the
+    // first argument.
     const auto* const path = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
     if (!path)
         return program_invocation_short_name;

@@ -25,8 +25,7 @@ using ListenerList = std::vector<std::shared_ptr<TraceListener>>;
 
 namespace {
 
-// The listeners are never changed in place: whoever traces works on the list as it was when the event came, and whoever
-// adds or removes puts another list in its place.
+// Copy-on-write: an event works on a snapshot of the list; AddListener and RemoveListener replace the list.
 using SharedList = std::shared_ptr<const ListenerList>;
 
 // Something whose constructor runs at compile time and whose destructor never runs, so that it serves statics that are
@@ -46,8 +45,8 @@ SharedList Snapshot() {
     return current.value;
 }
 
-// When the statics of this library go, the listeners go first: a listener's destructor can still trace, make strings
-// and throw. Whoever adds a listener after that keeps it for the rest of the process.
+// Releases the listeners before the other statics of this library: a listener's destructor can still trace, make
+// strings and throw. A listener added later lives until the process ends.
 struct ReleaseAtExit {
     ~ReleaseAtExit() {
         SharedList list; // released after the lock
@@ -83,11 +82,11 @@ void ReportFailure(const TraceListener& listener) {
     }
     constexpr std::string_view NO_MEMORY = "A trace listener failed, and there is no memory to say how\n";
     const std::string_view report = line.empty() ? NO_MEMORY : std::string_view(line);
-    // Nobody is left to be told when this fails.
+    // No channel is left to report a failure of this.
     [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, report.data(), report.size());
 }
 
-// One call of a listener, which must not harm anybody else.
+// Calls one listener; its failure must not affect the others.
 template <class Call>
 void CallSafely(TraceListener& listener, std::atomic<bool>& failureReported, const Call& call) {
     try {
@@ -100,8 +99,8 @@ void CallSafely(TraceListener& listener, std::atomic<bool>& failureReported, con
     }
 }
 
-// A child process must not find the lock held by a thread that it does not have. Without memory for it the risk
-// remains; tracing works all the same.
+// The child of a fork must not inherit the lock from a thread that it does not have. If there is no memory for the
+// handler, the risk remains; tracing works all the same.
 void KeepLockUsableInForkedChildren() {
     static const int result =
         ::pthread_atfork([] { mutex.Acquire(); }, [] { mutex.Release(); }, [] { mutex.Release(); });
@@ -143,7 +142,8 @@ std::vector<std::shared_ptr<TraceListener>> Trace::Listeners() {
     return list ? *list : ListenerList();
 }
 
-// The event and its data are made for the first listener that wants them; memory that is short counts as its failure.
+// Makes the event and its data lazily, for the first listener that wants them; running out of memory counts as that
+// listener's failure.
 template <class MakeData>
 void Trace::Deliver(const Type& type, const MakeData& makeData) {
     const SharedList list = Snapshot();
@@ -182,7 +182,7 @@ void Trace::Dispatch(const Type& type, const Exception& exception) {
     } catch (abi::__forced_unwind&) {
         throw;
     } catch (...) {
-        text = exception.Message(); // out of memory: what there is already
+        text = exception.Message(); // out of memory: use the message alone
     }
     Dispatch(type, text);
 }

@@ -12,15 +12,16 @@ namespace System::Diagnostics {
 
 namespace {
 
-// The ids of the calling thread, which each cost a system call.
+// Caches the ids of the calling thread, which cost a system call each.
 struct Ids {
-    int process = 0; // 0: not asked for yet
+    int process = 0; // 0: not cached yet
     int thread = 0;
 };
 [[gnu::tls_model("initial-exec")]] thread_local constinit Ids ids;
 
-// After a fork both ids are others, and the child has only the thread that forked. Before the handler is there, and
-// without memory for it, nothing is remembered. At load, since a child must not find a half-made static.
+// A fork changes both ids, and the child has only the thread that forked. Nothing is cached before the handler is
+// registered, or if there is no memory for it. Registered at load, since a child must not inherit a half-initialised
+// static.
 struct ForkHandler {
     const bool isSet = ::pthread_atfork(nullptr, nullptr, [] { ids = {}; }) == 0;
 };

@@ -11,7 +11,7 @@ namespace System::IO {
 
 namespace {
 
-// strerror and strerror_r speak the language of the process's locale; logs must read the same everywhere.
+// strerror and strerror_r translate by locale; logs must read the same everywhere.
 std::string Reason(int errorCode) {
     const char* description = strerrordesc_np(errorCode);
     return description ? std::string(description) : "Unknown error " + std::to_string(errorCode);

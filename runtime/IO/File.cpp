@@ -12,7 +12,7 @@ namespace System::IO {
 
 namespace {
 
-// The first block is that of a value file; the following ones double up to the last.
+// The first block fits a value file; the next ones double up to the last.
 constexpr int FIRST_BLOCK_SIZE = 4096;
 constexpr int LAST_BLOCK_SIZE = 1 << 20;
 
@@ -26,7 +26,7 @@ string_ptr File::ReadAllText(string_ptr path) {
     using Block = Collections::Generic::Array<unsigned char>;
     const std::shared_ptr<FileStream> stream = OpenRead(std::move(path));
     std::shared_ptr<Block> block = Block::Create(FIRST_BLOCK_SIZE);
-    // The bytes are read as UTF-8 in one piece, since a character may stand across the edge of two blocks.
+    // Decodes in one piece, since a character may cross the boundary of two blocks.
     std::string bytes;
     while (const int count = stream->Read(block, 0, block->Length())) {
         bytes.append(reinterpret_cast<const char*>(block->Data()), static_cast<std::size_t>(count));

@@ -25,11 +25,11 @@ using Collections::Generic::IArray;
 
 namespace {
 
-// What ReadByte reads at once. Most files that are read byte by byte fit into one block.
+// ReadByte's read-ahead. Most files that are read byte by byte fit into one block.
 constexpr int BLOCK_SIZE = 8192;
 
 int FlagsOf(FileMode mode, FileAccess access) {
-    // A terminal among the paths must not become the one that controls the process.
+    // A terminal must not become the controlling terminal.
     int flags = O_CLOEXEC | O_NOCTTY;
     switch (mode) {
     case FileMode::OPEN:
@@ -50,8 +50,7 @@ int FlagsOf(FileMode mode, FileAccess access) {
     }
 }
 
-// The exceptions of the operations that are called all the time are made out of line: their objects would have every
-// call set up and check a guarded stack.
+// Out of line: exception objects in a hot operation would make every call set up and check a stack guard.
 
 [[noreturn, gnu::cold, gnu::noinline]] void RaiseOutOfRange(const char* name) {
     throw ArgumentOutOfRangeException(name);
@@ -86,12 +85,12 @@ int WhenceOf(SeekOrigin origin) {
     }
 }
 
-// The part of the buffer that an operation was told to use.
+// The part of the buffer that an operation uses.
 inline unsigned char* PartOf(const std::shared_ptr<IArray<unsigned char>>& buffer, int offset, int count) {
     if (!buffer)
         RaiseBadPart(buffer, offset);
     const int length = buffer->Length();
-    // As unsigned numbers, so that a negative one is too great as well.
+    // Unsigned, so that a negative number is too great as well.
     if (static_cast<unsigned>(offset) > static_cast<unsigned>(length) ||
         static_cast<unsigned>(count) > static_cast<unsigned>(length - offset))
         RaiseBadPart(buffer, offset);
@@ -105,11 +104,11 @@ std::shared_ptr<FileStream> FileStream::Create(string_ptr path, FileMode mode, F
         _throw_argument_null_exception("path");
     const int flags = FlagsOf(mode, access);
     const std::string name = path->ToUtf8();
-    // The system would take the part before the zero for the whole path.
+    // The system would cut the path at the zero.
     if (name.find('\0') != std::string::npos)
         RaiseIO("Cannot open", path, EINVAL);
 
-    // The object first: once the file is open nothing may fail without somebody to close it.
+    // Allocate first: after open nothing may throw before the descriptor has an owner.
     const auto stream = Own(new FileStream(std::move(path), access, -1));
     stream->descriptor = Open(name.c_str(), flags);
     if (stream->descriptor < 0)
@@ -161,8 +160,8 @@ inline int FileStream::ReadSome(void* target, int count) {
 }
 
 long long FileStream::Seek(long long offset, SeekOrigin origin) {
-    // A reader leaves a known place to the next read, which names its place itself: who reads a value file again and
-    // again makes one system call each time.
+    // A reader only remembers a known position; the next read passes it to pread: polling a value file costs one system
+    // call per read.
     if (origin == SeekOrigin::BEGIN && offset >= 0 && access == FileAccess::READ && descriptor >= 0) {
         position = offset;
         nextByte = lastByte;
@@ -186,8 +185,7 @@ long long FileStream::SeekElsewhere(long long offset, SeekOrigin origin) {
     if (known && target < 0)
         RaiseOutOfRange("offset");
 
-    // Everything else than a reader's known place is a matter between the system and its own offset, which stands
-    // behind what was read ahead.
+    // Every other case uses the system's file offset, which is behind the read-ahead.
     if (!known || access == FileAccess::WRITE) {
         if (origin == SeekOrigin::CURRENT && __builtin_sub_overflow(offset, ahead, &offset))
             RaiseOutOfRange("offset");
@@ -210,7 +208,7 @@ int FileStream::Read(const std::shared_ptr<IArray<unsigned char>>& buffer, int o
     if (nextByte == lastByte)
         return ReadSome(target, count);
 
-    // No more than what is at hand: asking the system for the rest could wait for bytes that nobody has sent yet.
+    // Only buffered bytes: reading the rest could block until someone sends more.
     const int served = static_cast<int>(std::min<std::ptrdiff_t>(count, lastByte - nextByte));
     std::memcpy(target, nextByte, static_cast<std::size_t>(served));
     nextByte += served;
@@ -227,7 +225,7 @@ void FileStream::Write(const std::shared_ptr<IArray<unsigned char>>& buffer, int
             count -= static_cast<int>(written);
         } else if (written == 0) {
             RaiseIO("Cannot write", path,
-                    EIO); // a device that takes nothing and gives no reason would take nothing for ever
+                    EIO); // a device that takes 0 bytes would do so for ever
         } else if (errno != EINTR) {
             RaiseIO("Cannot write", path, errno);
         }
@@ -239,8 +237,8 @@ void FileStream::Close() {
         return;
     nextByte = lastByte;
     const Threading::Uncancelled uncancelled;
-    // Whatever close answers, the descriptor is gone: to try again could close a file that another thread just opened.
-    // Its failure is still one of the file's: some file systems tell only here that what was written did not arrive.
+    // close releases the descriptor even on failure: a retry could close a file that another thread has just opened.
+    // The failure still counts: some file systems report lost writes only here.
     if (::close(std::exchange(descriptor, -1)) != 0 && errno != EINTR)
         RaiseIO("Cannot close", path, errno);
 }

@@ -13,7 +13,7 @@ namespace System::IO {
 namespace {
 
 constexpr int FIRST_OWN = STDERR_FILENO + 1;
-constexpr int MODE = 0666; // less what the process's mask takes away
+constexpr int MODE = 0666; // before the umask
 
 } // namespace
 

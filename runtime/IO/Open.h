@@ -3,9 +3,8 @@
 
 namespace System::IO {
 
-// open(2) for a file that is to be kept: not stopped by signals, and never in the place of a standard stream. A program
-// may be started without those, and what others print there, or this library says of a listener, must not end up in
-// that file. -1 and errno on failure.
+// open(2) that retries on EINTR and never returns descriptor 0, 1 or 2. A program may be started without standard
+// streams, and output meant for them must not end up in that file. -1 and errno on failure.
 int Open(const char* name, int flags);
 
 } // namespace System::IO

@@ -5,8 +5,8 @@
 
 namespace System::IO {
 
-// The one place where an error number of the system becomes an exception: FileNotFoundException,
-// UnauthorizedAccessException or plain IOException. whatFailed begins the message, such as "Cannot open".
+// The one place that turns errno into an exception: FileNotFoundException, UnauthorizedAccessException or plain
+// IOException. whatFailed begins the message, such as "Cannot open".
 [[noreturn]] void RaiseIO(const char* whatFailed, const string_ptr& path, int errorCode);
 
 } // namespace System::IO

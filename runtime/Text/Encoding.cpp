@@ -14,7 +14,7 @@ namespace System::Text {
 using Collections::Generic::Array;
 using Collections::Generic::IArray;
 
-// Statics of other parts may use an encoding when they are made.
+// Constructors of other statics may use an encoding.
 [[gnu::init_priority(200)]] const std::shared_ptr<Encoding> Encoding::ASCII = Own(new Encoding(Kind::ASCII));
 [[gnu::init_priority(200)]] const std::shared_ptr<Encoding> Encoding::UTF8 = Own(new Encoding(Kind::UTF8));
 
@@ -26,7 +26,7 @@ std::shared_ptr<Array<unsigned char>> Encoding::GetBytes(string_ptr text) const 
         _throw_argument_null_exception("text");
     std::u16string_view units = text->View();
 
-    // Only ASCII takes as many bytes as code units, and there both encodings are one.
+    // Only ASCII takes as many bytes as code units, and there both encodings agree.
     std::size_t count = Utf::CountBytes(units);
     const bool isUtf8 = kind == Kind::UTF8 || count == units.size();
     if (!isUtf8) {

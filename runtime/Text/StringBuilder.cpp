@@ -12,7 +12,7 @@ namespace System::Text {
 
 namespace {
 
-// A number's decimal digits as code units, without a trip over the heap.
+// A number's decimal digits as code units, without an allocation.
 struct Digits {
     template <class Number>
     explicit Digits(Number number) noexcept {

@@ -12,7 +12,7 @@ void Thread::USleep(unsigned long long microseconds) {
     timespec rest{};
     rest.tv_sec = static_cast<time_t>(microseconds / MICROSECONDS_PER_SECOND);
     rest.tv_nsec = static_cast<long>(microseconds % MICROSECONDS_PER_SECOND * 1000);
-    // By the clock that cannot be set; a signal that is handled meanwhile leaves the rest to be slept.
+    // By the monotonic clock; continues after a signal handler.
     while (::clock_nanosleep(CLOCK_MONOTONIC, 0, &rest, &rest) == EINTR) {
     }
 }

@@ -5,9 +5,9 @@
 
 namespace System::Threading {
 
-// Puts off the cancellation of the calling thread for as long as it lives. For code that closes something or must not
-// throw, such as a destructor: the C library ends a cancelled thread by an exception, in many of its functions, and the
-// process where that may not pass.
+// Disables cancellation of the calling thread for its lifetime. For code that closes something or must not throw, such
+// as a destructor: the C library unwinds a cancelled thread from many of its functions, and ends the process at a
+// noexcept boundary.
 class Uncancelled final {
 public:
     Uncancelled() noexcept { ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before); }

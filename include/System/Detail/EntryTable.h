@@ -18,15 +18,15 @@ struct Entry {
 struct EntryKind {
     std::size_t size; // of an entry with its pair, a multiple of the alignment
     std::size_t alignment;
-    // Whether the entry has the key. What it throws passes out of Find.
+    // Whether the entry has the key. Find lets its exceptions pass.
     bool (*hasKey)(const Entry* entry, const void* key);
 };
 
 // The storage of a dictionary, without the types of its keys and values, so that all dictionaries share its code.
 //
-// Entries are in blocks, one behind the other in the order of adding, and never move. The entries of a single block are
-// searched one by one; with more blocks there is an index, a hash table of pointers to the entries (open addressing). A
-// block whose entries have all been removed is given back. As thread-safe as its dictionary: not at all.
+// Entries are in blocks, in insertion order, and never move. A single block is searched linearly; more blocks have an
+// index, a hash table of pointers to the entries (open addressing). A block without live entries is freed. Concurrent
+// reads.
 class SYSTEM_EXPORT EntryTable final {
 public:
     explicit EntryTable(const EntryKind& ownKind) noexcept;
@@ -43,14 +43,14 @@ public:
     // The entry behind the given one, the first one for null, and null behind the last one.
     Entry* Next(const Entry* entry) const noexcept;
 
-    // The room for the next entry's pair; the same room until an entry is added. When memory is short, std::bad_alloc
-    // passes out and nothing is changed.
+    // The room for the next entry's pair; the same room until an entry is added. Out of memory: std::bad_alloc, nothing
+    // changed.
     Entry* MakeRoom();
 
-    // Makes that room, where the pair is by now, the last entry. No other entry may have its key.
+    // Turns that room, in which the caller has built the pair, into the last entry. No other entry may have its key.
     void Add(std::size_t hash) noexcept;
 
-    // Takes the entry out, whose pair can still be used until Release gives back its room.
+    // Removes the entry; its pair stays usable until Release frees its room.
     void Remove(Entry* entry) noexcept;
     void Release(const Entry* entry) noexcept;
 

@@ -10,8 +10,7 @@
 namespace System::Detail {
 
 // Makes texts that live and die together, such as those of one file: short ones share memory, and most cost no
-// allocation. A block of memory, up to 16 kB, stays as long as any of the texts in it. Not for use by several threads
-// at once.
+// allocation. A block of memory, up to 16 kB, stays as long as any of the texts in it. One thread at a time.
 class SYSTEM_EXPORT TextMaker final {
 public:
     TextMaker() noexcept = default;
@@ -26,13 +25,13 @@ private:
     friend class System::string_ptr;
 
     void AddBlock();
-    // Takes so many holders off the block and gives it back with the last one. The texts may die on any threads.
+    // Drops so many references to the block and frees it with the last one. Any thread may drop a text.
     static void Release(char* block, int count) noexcept;
 
-    char* block = nullptr; // begins with the number of its holders: its texts and this maker
+    char* block = nullptr; // begins with its reference count: its texts and this maker
     std::size_t size = 0;  // of the block
     std::size_t used = 0;
-    int unborn = 0; // texts that the block counts already
+    int unborn = 0; // references counted in advance, for texts to come
 };
 
 } // namespace System::Detail

@@ -8,11 +8,11 @@
 
 namespace System::Diagnostics {
 
-// Sends events to the system's log with a facility of its own, the process's name and its id.
+// Sends events to syslog under one facility, with the process's name and id. Any thread.
 //
 // FATAL is LOG_CRIT, ERROR LOG_ERR, WARNING LOG_WARNING, INFORMATION LOG_INFO, DEBUG LOG_DEBUG. Listeners of different
-// facilities live side by side. The text is never a format, and stays on one line: line ends and other control
-// characters but the tab are escaped. Without a daemon the events are lost and the program is not disturbed.
+// facilities can coexist. The text is never a format, and stays on one line: line ends and other control characters but
+// the tab are escaped. Without a daemon the events are lost and the program is not disturbed.
 class SYSTEM_EXPORT EventLogTraceListener final : public TraceListener {
 public:
     // facility as in <syslog.h>, already shifted: LOG_LOCAL0 is 128. LOG_KERN is the kernel's own; the C library sends

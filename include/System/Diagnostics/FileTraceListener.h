@@ -10,7 +10,7 @@
 
 namespace System::Diagnostics {
 
-// Appends one line a record to a file that several threads and processes may share.
+// Appends one line per record to a file that several threads and processes may share. Any thread.
 //
 //     2026-11-21T08:15:30.042Z INFORMATION gateway[1234:1240] the text
 //
@@ -27,7 +27,7 @@ public:
     void Close() override;
     void TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs, std::shared_ptr<TraceEventType> eventType,
                     std::shared_ptr<Object> data) override;
-    // Nothing is ever kept back.
+    // Does nothing: records are not buffered.
     void Flush() override;
 
 private:

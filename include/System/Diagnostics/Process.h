@@ -9,7 +9,7 @@
 
 namespace System::Diagnostics {
 
-// The running process. Any thread may ask.
+// The running process. Any thread.
 class SYSTEM_EXPORT Process final : public Object {
 public:
     static const std::shared_ptr<Process> CURRENT_PROCESS;
@@ -19,7 +19,7 @@ public:
     // The file name of the program that was executed, without its folder, whatever its first argument says.
     const string_ptr& ProcessName() const noexcept { return processName; }
 
-    // The process id; in a forked child the child's own.
+    // The process id; in a forked child that of the child.
     int Id() const noexcept;
 
 private:

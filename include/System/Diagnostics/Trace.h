@@ -14,23 +14,22 @@
 
 namespace System::Diagnostics {
 
-// The process's trace: events go to the listeners that the application added, in the order of adding.
+// The process's trace: events go to the listeners that the application added, in that order.
 //
-// Any thread may call anything at any time, from before main to the destructors of statics. The listeners of an event
-// are called one after the other on the tracing thread with no lock held. Without a listener a call costs a load and a
-// branch. A listener that throws is reported on standard error, once in its life, and the event goes on to the others.
+// Any thread, at any time from before main to the destructors of statics. The listeners of an event are called in turn
+// on the tracing thread, with no lock held. Without a listener a call costs a load and a branch. A listener that throws
+// is reported on standard error, once in its life, and the event goes on to the others.
 class SYSTEM_EXPORT Trace final {
 public:
     Trace() = delete;
 
-    // Adds a listener behind the others; one that is added twice is called twice. Null: ArgumentNullException
-    // "listener".
+    // Appends a listener; one that is added twice is called twice. Null: ArgumentNullException "listener".
     static void AddListener(std::shared_ptr<TraceListener> listener);
 
-    // Removes the listener once; an absent one does nothing. An event that is under way may still reach it.
+    // Removes the listener once; does nothing if it is absent. An event in flight may still reach it.
     static void RemoveListener(const std::shared_ptr<TraceListener>& listener);
 
-    // The listeners of this moment.
+    // A snapshot of the listeners.
     static std::vector<std::shared_ptr<TraceListener>> Listeners();
 
     // One event. Of an exception the listeners get the text that its ToString() gives. A literal becomes a text only

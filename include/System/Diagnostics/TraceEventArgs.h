@@ -10,14 +10,14 @@
 
 namespace System::Diagnostics {
 
-// When and where a trace event happened. Immutable; made by Trace, once an event, for all listeners.
+// When and where a trace event happened. Immutable: any thread. Trace makes one per event, for all listeners.
 class SYSTEM_EXPORT TraceEventArgs final : public Object {
     struct Passkey {
         explicit Passkey() = default;
     };
 
 public:
-    // The event of this moment on this thread.
+    // An event on this thread, now.
     static std::shared_ptr<TraceEventArgs> Create();
 
     // For this class alone: only it can name the first argument's type.
@@ -37,9 +37,9 @@ private:
     const long long nanoseconds;
     const int processId;
     const int threadId;
-    // The timestamp is an object for those alone who ask for it; most listeners write it down and forget it.
+    // Created lazily: most listeners only format the time.
     mutable Threading::Mutex mutex;
-    mutable std::shared_ptr<DateTime> timestamp; // guarded by mutex until it is there, and never changed after that
+    mutable std::shared_ptr<DateTime> timestamp; // guarded by mutex until set, constant afterwards
 };
 
 } // namespace System::Diagnostics

@@ -9,7 +9,7 @@
 
 namespace System::Diagnostics {
 
-// How serious a trace event is: one of the five shared objects below, compared by identity.
+// The severity of a trace event: one of the five shared objects below, compared by identity. Immutable: any thread.
 class SYSTEM_EXPORT TraceEventType final : public Object {
 public:
     static const std::shared_ptr<TraceEventType> DEBUG;

@@ -9,7 +9,7 @@
 
 namespace System::Diagnostics {
 
-// A filter by level. Immutable.
+// A filter by level. Immutable: any thread.
 class SYSTEM_EXPORT TraceEventTypeFilter final : public TraceFilter {
 public:
     // Passes events of that type alone. A null type: ArgumentNullException "eventType".

@@ -9,7 +9,7 @@
 
 namespace System::Diagnostics {
 
-// Decides which events reach a listener. Asked on the tracing thread, by any number of threads at once.
+// Decides which events reach a listener. Trace calls it on the tracing thread: implementations must allow any thread.
 class SYSTEM_EXPORT TraceFilter : public Object {
 public:
     ~TraceFilter() override;

@@ -17,9 +17,9 @@ enum class TraceOptions { NONE = 0 };
 
 // The base of everything that receives trace events: derive, override TraceEvent, add the object to Trace.
 //
-// Trace asks the filter, not the listener itself. Events come on the thread that traces them, several at once if
-// several threads trace, with no lock held: a listener may trace, and add or remove listeners. One that throws is
-// reported on standard error once in its life and harms nobody else.
+// Trace applies the filter, not the listener. Trace calls TraceEvent on the tracing thread with no lock held: an
+// implementation must allow any thread, and may trace, add and remove listeners. Trace reports a listener that throws
+// on standard error, once in its life, and goes on to the others.
 class SYSTEM_EXPORT TraceListener : public virtual Object {
 public:
     // Which events reach the listener; null passes all. Set it before the listener is added.
@@ -30,12 +30,12 @@ public:
 
     ~TraceListener() override;
 
-    // One event: when and where, how serious, and what, by its ToString(). data is null where the tracing code passed
-    // null. The listeners of this library answer null eventArgs or eventType with ArgumentNullException.
+    // One event: when and where, its severity, and its data, whose text is ToString(). data is null where the tracing
+    // code passed null. The listeners of this library answer null eventArgs or eventType with ArgumentNullException.
     virtual void TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs, std::shared_ptr<TraceEventType> eventType,
                             std::shared_ptr<Object> data) = 0;
 
-    // Brings out what the listener may have kept back; here nothing.
+    // Writes out what the listener has buffered; here nothing.
     virtual void Flush();
 
     const std::shared_ptr<TraceFilter>& GetFilter() const noexcept { return Filter; }

@@ -9,7 +9,7 @@
 
 namespace System::IO {
 
-// Short cuts for whole files. Failures are those of FileStream.
+// Shortcuts for whole files. Failures are those of FileStream. Any thread.
 class SYSTEM_EXPORT File final {
 public:
     File() = delete;

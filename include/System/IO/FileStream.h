@@ -22,9 +22,9 @@ enum class SeekOrigin { BEGIN, CURRENT, END };
 
 // An open file: a regular file, a value file of sysfs, a FIFO or a device.
 //
-// Made by Create, closed by Close or with the last shared pointer; always close-on-exec. Writes reach the file before
-// the call returns. Every failure of the system is an IOException that names the path and the reason. After Close every
-// operation but Close throws ObjectDisposedException. One thread at a time.
+// Made by Create, closed by Close or with the last shared pointer; always close-on-exec. Writes are unbuffered. Every
+// failure of the system is an IOException that names the path and the reason. After Close every operation but Close
+// throws ObjectDisposedException. One thread at a time.
 class SYSTEM_EXPORT FileStream final : public Object {
 public:
     // Opens path. A null path: ArgumentNullException "path". A missing file: FileNotFoundException; one that may not be
@@ -46,9 +46,8 @@ public:
     int ReadByte() { return nextByte != lastByte ? *nextByte++ : ReadBlock(); }
 
     // Writes count bytes of buffer from index offset on, all of them, before it returns. When the system fails
-    // half-way, the bytes that it took are in the file and the rest is not; nothing is kept back. A write to a FIFO
-    // that nobody reads raises SIGPIPE as everywhere, which is the application's to handle. Ranges and streams as for
-    // Read.
+    // half-way, the bytes that it took are in the file and the rest is not. A write to a FIFO that nobody reads raises
+    // SIGPIPE as everywhere, which is the application's to handle. Ranges and streams as for Read.
     void Write(const std::shared_ptr<Collections::Generic::IArray<unsigned char>>& buffer, int offset, int count);
 
     // Closes the file. A second call does nothing.

@@ -6,7 +6,7 @@
 
 namespace System::IO {
 
-// Paths as texts; nothing here looks at the file system.
+// Paths as texts, without a look at the file system. Any thread.
 class SYSTEM_EXPORT Path final {
 public:
     Path() = delete;

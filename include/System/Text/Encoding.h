@@ -10,11 +10,10 @@
 
 namespace System::Text {
 
-// A way to write a text as bytes and to read it back: one of the two shared objects below. Immutable; any thread may
-// use them.
+// Converts texts to bytes and back: one of the two shared objects below. Immutable: any thread.
 class SYSTEM_EXPORT Encoding : public Object {
 public:
-    // Seven bits a byte: a code point above 127 becomes one '?' on writing, a byte above 127 U+FFFD on reading.
+    // 7-bit: GetBytes writes a code point above 127 as one '?', GetString reads a byte above 127 as U+FFFD.
     static const std::shared_ptr<Encoding> ASCII;
     // UTF-8: an unpaired surrogate is written, and each maximal ill-formed part read, as U+FFFD.
     static const std::shared_ptr<Encoding> UTF8;
@@ -24,7 +23,7 @@ public:
     // A new array of the text's bytes, without an end mark. A null text: ArgumentNullException.
     std::shared_ptr<Collections::Generic::Array<unsigned char>> GetBytes(string_ptr text) const;
 
-    // The text that the bytes spell. A null array: ArgumentNullException.
+    // The decoded text. A null array: ArgumentNullException.
     string_ptr GetString(std::shared_ptr<Collections::Generic::IArray<unsigned char>> bytes) const;
 
 private:

@@ -15,7 +15,7 @@ namespace System::Text {
 // A text in the making: pieces are appended or inserted, and ToString() gives the text so far.
 //
 // Append and Insert return the builder, so that calls chain. A piece is a text, one code unit, a number in decimal
-// digits, or any object by its ToString(); a null text or object adds nothing. Not for use by several threads at once.
+// digits, or any object by its ToString(); a null text or object adds nothing. One thread at a time.
 //
 //     auto builder = StringBuilder::Create();
 //     builder->Append("line ").Append(12).Append(u':');
@@ -36,7 +36,7 @@ public:
     // The text so far; the builder keeps it.
     string_ptr ToString() override;
 
-    // Throws the text away; its room is kept for the next one.
+    // Empties the builder; its capacity stays.
     void Clear() noexcept { units.clear(); }
 
     StringBuilder& Append(const string_ptr& text) { return Insert(Length(), text); }

@@ -7,8 +7,8 @@
 
 namespace System::Threading {
 
-// A lock that one thread holds at a time. Not an object: a plain member or static, usable before and after every other
-// static's life. A thread that acquires it twice waits for itself.
+// A non-recursive lock: a thread that acquires it twice deadlocks. Any thread. Not an object: a plain member or static,
+// usable before and after every other static's life.
 class SYSTEM_EXPORT Mutex final {
 public:
     constexpr Mutex() noexcept = default;
@@ -18,7 +18,7 @@ public:
     // Waits until no other thread holds the lock, then holds it.
     void Acquire() { mutex.lock(); }
 
-    // Gives the lock back; only its holder may.
+    // Releases the lock; only the thread that holds it may.
     void Release() { mutex.unlock(); }
 
 private:

@@ -5,12 +5,12 @@
 
 namespace System::Threading {
 
-// Operations on the calling thread.
+// Operations on the calling thread. Any thread.
 class SYSTEM_EXPORT Thread final {
 public:
     Thread() = delete;
 
-    // Sleeps at least that many microseconds; a signal that is handled meanwhile does not shorten it.
+    // Sleeps at least that many microseconds; a signal handler does not shorten it.
     static void USleep(unsigned long long microseconds);
 };
 

@@ -13,7 +13,8 @@
 
 namespace System::Collections::Generic {
 
-// The array of the runtime: a fixed number of elements in one piece of memory, real elements for bool too.
+// The array of the runtime: a fixed number of contiguous elements, real elements for bool too. Concurrent reads;
+// different elements may be written at once.
 template <class T>
 class Array final : public IArray<T> {
 public:
@@ -62,8 +63,8 @@ private:
     explicit Array(int ownCapacity)
         : elements(std::allocator<T>().allocate(static_cast<std::size_t>(ownCapacity))), capacity(ownCapacity) {}
 
-    // Room without elements; length stays 0 until they are made, so that a throwing constructor leaves nothing to
-    // destroy.
+    // Uninitialised room; length stays 0 until the elements are constructed, so that a throwing constructor leaves
+    // nothing to destroy.
     static std::shared_ptr<Array> Allocate(int capacity) { return Object::Own(new Array(capacity)); }
 
     T* const elements;
@@ -71,7 +72,7 @@ private:
     int length = 0;
 };
 
-// The commonest ones are in the library.
+// The library holds the most common instances.
 extern template class SYSTEM_EXPORT Array<unsigned char>;
 extern template class SYSTEM_EXPORT Array<string_ptr>;
 

@@ -16,10 +16,9 @@
 
 namespace System::Collections::Generic {
 
-// The dictionary of the runtime: constant time by key, pairs in the order of adding.
+// The dictionary of the runtime: constant time by key, pairs in insertion order.
 //
-// Keys need std::hash and ==. Keys and values need to be movable. Not for use by several threads at once while one of
-// them changes it; reading is free.
+// Keys need std::hash and ==. Keys and values need to be movable. Concurrent reads.
 template <class K, class V>
 class Dictionary final : public IDictionary<K, V> {
 public:
@@ -130,14 +129,14 @@ private:
     Detail::EntryTable entries{KIND};
 };
 
-// Written once, rather than wherever a dictionary goes.
+// Outlined to keep callers small.
 template <class K, class V>
 [[gnu::noinline]] Dictionary<K, V>::~Dictionary() {
     for (const Entry* entry = entries.Next(nullptr); entry; entry = entries.Next(entry))
         PairOf(entry)->~Pair();
 }
 
-// The commonest one is in the library.
+// The library holds the most common instance.
 extern template class SYSTEM_EXPORT Dictionary<string_ptr, string_ptr>;
 
 } // namespace System::Collections::Generic

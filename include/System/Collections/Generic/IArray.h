@@ -5,7 +5,7 @@
 
 namespace System::Collections::Generic {
 
-// A row of elements whose length is fixed. Works in a range for. As thread-safe as its elements.
+// A sequence of fixed length, for use in a range-based for loop too. Concurrent reads.
 template <class T>
 class IArray : public Object {
 public:
@@ -15,7 +15,7 @@ public:
     // The element at index, 0 to Length() - 1; elsewhere ArgumentOutOfRangeException "index".
     virtual T& operator[](int index) = 0;
 
-    // The first of the elements, which stand one behind the other in memory.
+    // The first of the elements, which are contiguous in memory.
     virtual T* Data() = 0;
 
     T* begin() { return Data(); }

@@ -6,14 +6,14 @@
 
 namespace System::Collections::Generic {
 
-// Values under keys that differ from one another. A range for gives the pairs (Key, Value) in the order in which they
-// were added; it must not add or remove meanwhile.
+// Values under unique keys. A range-based for loop yields the pairs (Key, Value) in insertion order; its body must not
+// add or remove. Concurrent reads.
 template <class K, class V>
 class IDictionary : public Object {
 public:
     using Pair = KeyValuePair<K, V>;
 
-    // Walks a dictionary by Next, so that any implementation can be walked.
+    // Iterates by Next, so that it works on any implementation.
     class Iterator final {
     public:
         Iterator(IDictionary& ownDictionary, const Pair* ownPair) noexcept
@@ -29,7 +29,7 @@ public:
 
     private:
         IDictionary* dictionary;
-        const Pair* pair; // null behind the last one
+        const Pair* pair; // null: the end
     };
 
     // The number of pairs.
@@ -52,10 +52,10 @@ public:
     // be copied by =: NotSupportedException.
     virtual bool TryGetValue(const K& key, V& value) = 0;
 
-    // Takes the pair with the key out; false where there was none.
+    // Removes the pair with the key; false if there is none.
     virtual bool Remove(const K& key) = 0;
 
-    // The pair behind the given one in the order of adding, the first one for null, and null behind the last one.
+    // The pair after the given one in insertion order, the first one for null, and null after the last one.
     virtual const Pair* Next(const Pair* pair) = 0;
 
     Iterator begin() { return {*this, Next(nullptr)}; }

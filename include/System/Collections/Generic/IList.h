@@ -5,11 +5,11 @@
 
 namespace System::Collections::Generic {
 
-// A row of elements that grows and shrinks. Works in a range for; a change meanwhile is seen by the rest of it.
+// A sequence that grows and shrinks. A range-based for loop sees changes that its body makes. Concurrent reads.
 template <class T>
 class IList : public Object {
 public:
-    // Walks a list by index, so that any implementation can be walked.
+    // Iterates by index, so that it works on any implementation.
     class Iterator final {
     public:
         Iterator(IList& ownList, int ownIndex) noexcept : list(&ownList), index(ownIndex) {}
@@ -31,17 +31,17 @@ public:
     // The element at index, 0 to Count() - 1; elsewhere ArgumentOutOfRangeException "index".
     virtual T& operator[](int index) = 0;
 
-    // Puts element behind the last one.
+    // Appends element.
     virtual void Add(T element) = 0;
 
-    // Puts element before the one at index, 0 to Count(); elsewhere ArgumentOutOfRangeException "index", nothing
+    // Inserts element before the one at index, 0 to Count(); elsewhere ArgumentOutOfRangeException "index", nothing
     // changed.
     virtual void Insert(int index, T element) = 0;
 
-    // Takes the element at index out, 0 to Count() - 1; elsewhere ArgumentOutOfRangeException "index", nothing changed.
+    // Removes the element at index, 0 to Count() - 1; elsewhere ArgumentOutOfRangeException "index", nothing changed.
     virtual void RemoveAt(int index) = 0;
 
-    // Takes all elements out.
+    // Removes all elements.
     virtual void Clear() = 0;
 
     Iterator begin() { return {*this, 0}; }

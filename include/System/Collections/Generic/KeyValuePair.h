@@ -5,7 +5,7 @@
 
 namespace System::Collections::Generic {
 
-// A key and what a dictionary holds under it; a value, copied freely.
+// A key and its value in a dictionary. Concurrent reads.
 template <class K, class V>
 struct KeyValuePair {
     K Key;

@@ -13,8 +13,7 @@
 
 namespace System::Collections::Generic {
 
-// The list of the runtime: elements in one piece of memory. Not for use by several threads at once while one of them
-// changes it.
+// The list of the runtime: contiguous elements. Concurrent reads.
 template <class T>
 class List final : public IList<T> {
 public:
@@ -51,7 +50,7 @@ public:
     void Clear() override { elements.clear(); }
 
 private:
-    // A vector of bool has no elements with an address; a deque of bool has.
+    // Elements of a vector of bool have no address; those of a deque have one.
     using Elements = std::conditional_t<std::is_same_v<T, bool>, std::deque<T>, std::vector<T>>;
 
     List() = default;
