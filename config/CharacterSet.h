@@ -9,9 +9,8 @@ namespace Velrix {
 
 // A set of the values that a stream's ReadByte gives: the bytes 0 to 255 and -1, the end of the file.
 //
-// A constant of the compiler: sets are composed with | and are data by the time the program runs. They are spelt out
-// here rather than asked of the C library's isalpha and isspace, so that a program that calls setlocale reads the same
-// settings as every other; they are what those functions say in the C locale, in which the device runs.
+// Compile-time constants, composed with |. They equal the C library's isalpha and isspace in the C locale, in which the
+// device runs, but do not change when a program calls setlocale.
 class CharacterSet final {
 public:
     static constexpr int END_OF_FILE_VALUE = -1;
@@ -44,7 +43,7 @@ public:
     }
 
 private:
-    // One bit a value, the end of the file first.
+    // One bit per value, the end of the file first.
     static constexpr std::size_t WORD_BITS = 32;
     static constexpr std::size_t WORDS = (LAST_VALUE - END_OF_FILE_VALUE) / WORD_BITS + 1;
 
@@ -72,7 +71,7 @@ inline constexpr CharacterSet KEY_CHAR = LETTER_OR_DIGIT | CharacterSet::Of("_")
 inline constexpr CharacterSet END_OF_KEY = CharacterSet::Of("=");
 inline constexpr CharacterSet QUOTE = CharacterSet::Of("\"");
 inline constexpr CharacterSet ESCAPE = CharacterSet::Of("\\");
-// Everything else needs quotes, "_", ":" and space among it.
+// Everything else needs quotes, including "_", ":" and space.
 inline constexpr CharacterSet VALUE_CHAR = LETTER_OR_DIGIT | CharacterSet::Of("+-./");
 inline constexpr CharacterSet ANY_CHARACTER = CharacterSet::Range(0, CharacterSet::LAST_VALUE);
 

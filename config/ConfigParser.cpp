@@ -34,20 +34,20 @@ namespace {
 //     file     = { line newline } line
 //     line     = blanks [ header | pair ] blanks [ comment ]
 //     header   = "[" name "]"                         no blanks within
-//     pair     = name blanks "=" blanks value         a value is required; "" is the empty one
+//     pair     = name blanks "=" blanks value         a value is required; "" is empty
 //     name     = ( "_" | letter ) { "_" | letter | digit }
 //     value    = bare | quoted
 //     bare     = valuechar { valuechar }              letters, digits, "+", "-", ".", "/"
-//     quoted   = '"' { any but '"' and "\" | "\" any } '"'    newlines too; "\" takes the next character as it is
+//     quoted   = '"' { any but '"' and "\" | "\" any } '"'    newlines too; "\" escapes any character
 //     comment  = "#" { any but newline }
 //     blanks   = { space | tab | vertical tab | form feed | carriage return }
 //
 // The last line may end with the end of the file in place of a newline, but not within a name or quotes, nor right
 // after "=".
 //
-// Below is the same as a machine. The first row of a state whose set holds the character (or the end of the file) is
-// taken: its action is done and its state is next. What no row of the state holds is an error: the end of the file the
-// unexpected end, anything else the unexpected character.
+// Below is the grammar as a state machine. The first row of the state whose set holds the character (or the end of the
+// file) applies: its action runs and its state is next. No match is an error: an unexpected end or an unexpected
+// character.
 
 struct Row {
     ConfigParser::State state;
@@ -116,8 +116,8 @@ constexpr std::size_t IndexOf(ConfigParser::State state) {
     return static_cast<std::size_t>(state);
 }
 
-// What the compiler makes of the rows, for each state and character: whether the character only prolongs a run, so that
-// neither the state nor the line changes; otherwise the number of the row that is taken, the first one being 1.
+// Transitions precomputed from the rows at compile time: whether the character only extends a run, so that neither the
+// state nor the line changes; otherwise the number of the row that applies, from 1.
 constexpr unsigned char PROLONGS_RUN = 0;
 constexpr unsigned char NO_ROW = 255;
 static_assert(std::size(ROWS) < NO_ROW);
@@ -143,7 +143,7 @@ constexpr std::array<Choices, STATE_COUNT> CHOICES = [] {
     return choices;
 }();
 
-// What is read at once. A settings file fits into one block.
+// The read size. A settings file fits into one block.
 constexpr int BLOCK_SIZE = 8192;
 
 } // namespace
@@ -168,7 +168,7 @@ std::shared_ptr<ConfigParser::Sections> ConfigParser::Parse(string_ptr ownPath) 
     result = Sections::Create();
     AddSection(System::String::EMPTY);
 
-    // The line end behind a block is in no run.
+    // The sentinel line end behind a block ends every run.
     const auto block = Array<unsigned char>::Create(BLOCK_SIZE + 1);
     while (const int count = stream->Read(block, 0, BLOCK_SIZE)) {
         (*block)[count] = '\n';
@@ -182,10 +182,9 @@ std::shared_ptr<ConfigParser::Sections> ConfigParser::Parse(string_ptr ownPath) 
     return result;
 }
 
-// Most characters are one more of the same, in a name, a value, a comment. A byte is a code unit: the file is not
-// decoded.
+// Most characters extend a name, a value or a comment. A byte is a code unit: the file is not decoded.
 void ConfigParser::TakeBlock(const unsigned char* block, int count) {
-    // The text that grows in a state; none where characters are skipped.
+    // The text that the state appends to; none in states that skip characters.
     std::array<Piece*, STATE_COUNT> growing{};
     growing[IndexOf(KEY)] = &key;
     growing[IndexOf(SECTION_NAME)] = &sectionName;

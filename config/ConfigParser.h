@@ -12,8 +12,8 @@
 
 namespace Velrix {
 
-// The state machine behind ConfigFile::ReadAll; one for each file read. What runs once a file or a section is cold,
-// which makes its code small.
+// The state machine behind ConfigFile::ReadAll; one per file read. Functions that run once per file or section are
+// cold, to keep their code small.
 class ConfigParser final : public System::Object {
 public:
     using Section = System::Collections::Generic::Dictionary<System::string_ptr, System::string_ptr>;
@@ -38,11 +38,11 @@ public:
     static std::shared_ptr<ConfigParser> Create();
     [[gnu::cold]] ~ConfigParser() override;
 
-    // Reads the file from its beginning, whatever was read before. Failures as ConfigFile::ReadAll has them.
+    // Always reads the file from its beginning. Failures are those of ConfigFile::ReadAll.
     [[gnu::cold]] std::shared_ptr<Sections> Parse(System::string_ptr ownPath);
 
 private:
-    // A text of the file: a part of the block that was read or, with an escape in it or the end of a block, a copy.
+    // A text of the file: a view into the block or, if it has an escape or crosses the block's end, a copy.
     class Piece final {
     public:
         std::string_view View() const { return view; }
@@ -53,7 +53,7 @@ private:
             else
                 Append(more);
         }
-        // Copies what is in the block, which is about to go.
+        // Copies the part in the block, which the next read overwrites.
         void Keep();
         void Clear() { view = {}; }
 
@@ -74,7 +74,7 @@ private:
     std::shared_ptr<Section> currentSection;
     Piece key;
     int line = 0;     // newlines read so far, so the first line is 0
-    int newline = -1; // where in the block the last one is or would be; columns count from there
+    int newline = -1; // offset of the last newline in the block, possibly negative; columns count from there
     System::string_ptr path;
     std::shared_ptr<Sections> result;
     Piece sectionName;

@@ -3,7 +3,7 @@
 
 namespace Velrix::Gpio {
 
-// Here, so that the interface's virtual table and type information are in the library once and not in every user.
+// Key function: the vtable and type information are in the library once, not in every user.
 ILed::~ILed() = default;
 
 } // namespace Velrix::Gpio

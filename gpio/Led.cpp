@@ -52,7 +52,7 @@ Led::Led(string_ptr ownName, std::shared_ptr<IOutputPin> ownGreen, std::shared_p
       red(LedColorProperty::RED_CONST->Value()), green(LedColorProperty::GREEN_CONST->Value()),
       yellow(LedColorProperty::YELLOW_CONST->Value()) {}
 
-// The pins keep what they were last told: an LED that goes away leaves its light as it is.
+// The pins keep their levels: destroying an LED does not switch it off.
 Led::~Led() = default;
 
 string_ptr Led::ToString() {
@@ -114,7 +114,7 @@ void Led::ToggleYellowRed(long long duration) {
     Alternate(LedColorProperty::YELLOW, LedColorProperty::RED, duration);
 }
 
-// A negative duration goes into the unsigned field as it is; AdvanceWhenDue reads it back as negative.
+// Stores a negative duration in the unsigned field; AdvanceWhenDue casts it back.
 void Led::Alternate(LedColorProperty::Color_e first, LedColorProperty::Color_e second, long long duration) {
     const auto milliseconds = static_cast<unsigned long long>(duration);
     SetSequence(List<Step>::Create(
@@ -138,7 +138,7 @@ Step Led::GetColorProperty() {
     return current;
 }
 
-// Called in the main loop of the application, mostly with nothing to do.
+// Hot: called from the application's main loop, mostly with nothing to do.
 void Led::Update() {
     if (sequence)
         AdvanceWhenDue();

@@ -33,11 +33,11 @@ string_ptr Sysfs_InputPin::ToString() {
 }
 
 bool Sysfs_InputPin::Get() {
-    // A value file shows the present level only to a read from its beginning (Documentation/filesystems/sysfs.rst).
+    // A sysfs file is regenerated only by a read from offset 0 (Documentation/filesystems/sysfs.rst).
     stream->Seek(0, SeekOrigin::BEGIN);
-    stream->Read(readBuffer, 0, 1); // how many bytes came does not matter: none leaves the level read before
+    stream->Read(readBuffer, 0, 1); // ignores the count: 0 bytes leave the previous level
 
-    // The buffer is known to be an Array, whose bytes are at hand without a virtual call.
+    // An Array, not an IArray: reading the byte needs no virtual call.
     return *static_cast<Array<unsigned char>&>(*readBuffer).Data() == '1';
 }
 

@@ -15,7 +15,7 @@ namespace Velrix::Gpio {
 
 namespace {
 
-// What all pins write for a level. Never destroyed: pins are still used when the statics of this library go.
+// The bytes for a level, shared by all pins. Never destroyed: pins outlive this library's statics.
 struct Levels {
     const std::shared_ptr<Array<unsigned char>> low = Array<unsigned char>::Create({'0'});
     const std::shared_ptr<Array<unsigned char>> high = Array<unsigned char>::Create({'1'});

@@ -13,7 +13,7 @@ namespace Velrix {
 
 namespace {
 
-// Cut to 8 bits without a check: that is how a number above 255 is to be read.
+// Truncated to 8 bits without a check, by contract.
 unsigned char ToComponent(const string_ptr& part) {
     return static_cast<unsigned char>(System::Convert::ToUInt64(part, 10));
 }
@@ -47,7 +47,7 @@ std::shared_ptr<Version> Version::FromString(string_ptr text, string_ptr prefix,
 }
 
 bool Version::Equals(std::shared_ptr<Version> other) const {
-    const auto self = shared_from_this(); // throws for a version that nobody owns, as every use of the owner does
+    const auto self = shared_from_this(); // throws std::bad_weak_ptr for a version without an owner
     if (other == self)
         return true;
     if (!other)

@@ -19,7 +19,7 @@ namespace Velrix {
 
 namespace {
 
-// The facilities of syslog, shifted into place; they alone tell the device's two event logs apart.
+// Shifted syslog facilities; they alone distinguish the device's two event logs.
 constexpr int FATAL_FACILITY = 16 << 3; // local0
 constexpr int EVENT_FACILITY = 17 << 3; // local1
 

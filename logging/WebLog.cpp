@@ -38,8 +38,7 @@ std::shared_ptr<WebLog> WebLog::Create(string_ptr path) {
 
 WebLog::WebLog(std::shared_ptr<FileStream> ownStream) noexcept : stream(std::move(ownStream)) {}
 
-// Some file systems tell only on closing that what was written did not arrive. A destructor cannot pass that on, so it
-// is traced.
+// Some file systems report lost writes only on close. A destructor must not throw, so it traces the failure.
 WebLog::~WebLog() {
     const System::Threading::Uncancelled uncancelled;
     try {
@@ -48,7 +47,7 @@ WebLog::~WebLog() {
         } catch (const System::Exception& failure) {
             System::Diagnostics::Trace::TraceWarning(failure);
         }
-    } catch (const std::bad_alloc&) { // not even the memory to say so; the file is closed all the same
+    } catch (const std::bad_alloc&) { // no memory to trace; the file is closed all the same
     }
 }
 

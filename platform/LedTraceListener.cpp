@@ -55,7 +55,7 @@ void LedTraceListener::Flush() {}
 
 void LedTraceListener::ControlLeds() {
     if (fatal) {
-        // Steady, not flashing: nobody may be left to call Update.
+        // Steady, not flashing: maybe nobody calls Update any more.
         moduleStatusLed->Red();
         networkStatusLed->Red();
     } else {

@@ -41,11 +41,11 @@ using System::Threading::Thread;
 
 namespace {
 
-// One half of the cycle of everything that flashes or toggles, in milliseconds.
+// Half the period of everything that flashes or toggles, in milliseconds.
 constexpr long long HALF_CYCLE_MS = 500;
 
-// What the red pin of a green and yellow LED is wired to, and the yellow one of a green and red LED: a colour that an
-// LED does not have is accepted and shown by nothing, instead of being refused.
+// Pins for missing elements, red on a green and yellow LED and yellow on a green and red one: a missing colour is
+// accepted and shows nothing, instead of throwing.
 constexpr const char* NO_ELEMENT = "/dev/null";
 
 constexpr long long NANOSECONDS_PER_MS = 1'000'000;
@@ -71,7 +71,7 @@ Platform::Platform() noexcept = default;
 
 // clang-format off
 std::shared_ptr<Platform> Platform::Create() {
-    // First of all the owner: when something below throws, it takes what is there already through the destructor.
+    // Own it first: if anything below throws, the destructor cleans up.
     const auto platform = Own(new Platform);
     const std::shared_ptr<SettingsFile> settings = SettingsFile::INSTANCE.Value();
 
@@ -120,8 +120,7 @@ std::shared_ptr<Platform> Platform::Create() {
 
 Platform::~Platform() {
     const System::Threading::Uncancelled uncancelled;
-    // At the exit of the process nobody is left to catch, and after a failed Create its own exception must reach the
-    // caller.
+    // At process exit nobody catches, and after a failed Create the original exception must reach the caller.
     try {
         try {
             ShutDown();
@@ -130,7 +129,7 @@ Platform::~Platform() {
         } catch (const std::exception& exception) {
             Trace::TraceWarning(string_ptr(exception.what()));
         }
-    } catch (...) { // out of memory for the record
+    } catch (...) { // no memory for the record
     }
 }
 
@@ -161,7 +160,7 @@ void Platform::PowerUpIndicatorTest() {
     constexpr unsigned long long TICK_US = 12'000;
     constexpr int TICKS = 43; // 516 ms, in which both steps pass on every LED
 
-    // MS ends lit on purpose: the device is alive. Every LED shows the colours that it has and no other.
+    // MS ends lit on purpose: the device is alive. Every LED shows only the colours that it has.
     static constexpr struct {
         std::shared_ptr<ILed> Platform::*led;
         LedColorProperty::Color_e first, second, last;
@@ -198,8 +197,8 @@ void Platform::OxboReset(bool ramLoaderEnable, long long timeout) {
     if (timeout == 0)
         return;
 
-    // No sleep between the passes: the module is seen as soon as it is ready. The line is read before the clock, so
-    // that a module which is ready ends the wait however late it is.
+    // Busy-waits, to see the module as soon as it is ready. Reads the line before the clock, so that a ready module
+    // always wins over the timeout.
     const std::shared_ptr<DateTime> start = DateTime::Now();
     while (oxboIrqN->Get()) {
         Update();
@@ -214,9 +213,9 @@ void Platform::Reboot() {
     if (child < 0)
         throw System::Exception("Could not fork reboot process");
     if (child == 0) {
-        // Another thread may have held any lock at the fork, so that nothing but system calls is safe here. The path
-        // has a slash: no search, no allocation. _exit, because exit would run the destructors of statics and with them
-        // shut the board down under the parent.
+        // Only async-signal-safe calls: another thread may have held any lock at the fork. The path has a slash: no
+        // search, no allocation. _exit, because exit would run static destructors and shut the board down under the
+        // parent.
         execlp("/sbin/reboot", "/sbin/reboot", static_cast<char*>(nullptr));
         _exit(1);
     }

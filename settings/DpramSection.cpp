@@ -15,8 +15,8 @@ using System::Collections::Generic::IDictionary;
 
 namespace {
 
-// The bounds that Create keeps do not hold for the file: an address in the upper half of 32 bits is written "C0000000"
-// and stored as the negative number of those bits.
+// Create's bounds do not apply to the file: an address in the upper half of 32 bits is written "C0000000" and stored as
+// a negative number.
 int ParseNumber(string_ptr value) {
     return static_cast<int>(System::Convert::ToInt64(std::move(value), 16));
 }

@@ -10,16 +10,15 @@
 
 #include <velrix/settings/HandlerTable.h>
 
-// The mechanism that all settings classes share: a table of names and plain functions becomes a dictionary of handlers
-// on first use, and through it each pair of a section finds its way into a field.
+// Shared by all settings classes: builds a dictionary of handlers from a table of names and functions on first use, and
+// dispatches each pair of a section to its handler.
 
 namespace Velrix::Settings {
 
 // A null object: ArgumentNullException with the name.
 void Require(const void* object, const char* name);
 
-// What a section or a key is called in the file, and the function that takes it in. The rows of a class are its one
-// list of names.
+// The name of a section or a key in the file, and its function. A class has no other list of names.
 template <class Owner, class Argument>
 struct HandlerRow {
     const char* name;
@@ -36,15 +35,15 @@ std::shared_ptr<HandlerTable<Owner, Argument>> CreateHandlers(const HandlerRow<O
     return handlers;
 }
 
-// The handler of a key whose value is kept as it is written.
+// The handler of a key that stores its value unchanged.
 template <class Owner, System::string_ptr Owner::*FIELD>
 void Assign(std::shared_ptr<Owner> owner, System::string_ptr value) {
     Require(owner.get(), "owner");
     (*owner).*FIELD = std::move(value);
 }
 
-// Gives each pair of the section to the handler of its key, in the order of the file. An unknown key throws, and the
-// pairs before it have been taken in by then.
+// Passes each pair of the section to its key's handler, in file order. An unknown key throws; the pairs before it have
+// been applied.
 template <class Owner>
 void HandlePairs(
     const std::shared_ptr<Owner>& owner,

@@ -18,7 +18,7 @@ namespace {
 
 constexpr const char* FILE_PATH = "/etc/velrix.conf";
 
-// The device file both windows of memory are mapped through, and their size in bytes.
+// The device file to map both memory windows from, and their size in bytes.
 constexpr const char* DPRAM_PATH = "/dev/mem";
 constexpr int DPRAM_LENGTH = 0x2000;
 constexpr int OXBO_DPRAM_OFFSET = 0x44000000;
@@ -56,7 +56,7 @@ std::shared_ptr<KeyHandlers> CreateKeyHandlers() {
 
 } // namespace
 
-// These statics hold factories; the file is not touched before somebody asks for a value.
+// These statics only hold factories; the first Value() reads the file.
 System::Lazy<std::shared_ptr<SettingsFile>> SettingsFile::INSTANCE{
     CallbackFunc<std::shared_ptr<SettingsFile>>::Create(&SettingsFile::Create)};
 

@@ -5,8 +5,8 @@
 
 namespace Velrix {
 
-// The character classes of settings files. They take one code unit, do not look at the locale, and hold nothing above
-// 0x7F.
+// The character classes of settings files. They take one code unit, ignore the locale, and hold nothing above 0x7F. Any
+// thread.
 
 // "A" to "Z", "a" to "z".
 VELRIX_EXPORT bool is_letter(unsigned short c) noexcept;

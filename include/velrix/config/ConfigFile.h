@@ -15,9 +15,8 @@ namespace Velrix {
 
 // Settings files: INI-like text of sections and key = value lines, read into a dictionary of dictionaries.
 //
-// The reader knows no section and no key by name. It is strict: whatever the small grammar of docs/settings.md does not
-// allow ends the read with the place of the first fault, and nothing is returned. Calls share no state, so any thread
-// may read.
+// The reader knows no section and no key by name. It is strict: input outside of the grammar in docs/settings.md throws
+// with the place of the first error. Any thread.
 //
 //     auto sections = ConfigFile::ReadAll("/etc/velrix.conf");
 //     string_ptr path = (*(*sections)["led"])["module_status_red"];

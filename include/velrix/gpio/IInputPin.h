@@ -7,10 +7,9 @@
 
 namespace Velrix::Gpio {
 
-// A line of the board that is read.
+// An input line of the board.
 //
-// Sysfs_InputPin reads one through a value file; a test puts a pin of its own in its place. ToString() is the pin's
-// label. One thread at a time.
+// Sysfs_InputPin reads one through a value file; tests use a fake. ToString() is the pin's label. One thread at a time.
 class VELRIX_EXPORT IInputPin : public System::Object {
 public:
     ~IInputPin() override;

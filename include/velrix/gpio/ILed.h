@@ -13,14 +13,14 @@ namespace Velrix::Gpio {
 
 // A status LED that shows green, red, yellow or nothing, steadily or in a pattern.
 //
-// Led is the one of the board; a test puts an LED of its own in its place. Patterns advance only when Update is called:
-// there is no thread and no timer behind an LED. ToString() is the LED's label. One thread at a time. An operation that
-// needs a colour the LED lacks throws NotSupportedException and changes nothing.
+// Led drives the board's; tests use a fake. Patterns advance only when Update is called: an LED has no thread and no
+// timer. ToString() is the LED's label. One thread at a time. An operation that needs a colour the LED lacks throws
+// NotSupportedException and changes nothing.
 class VELRIX_EXPORT ILed : public System::Object {
 public:
     ~ILed() override;
 
-    // Steady colours, shown at once. A pattern that runs meanwhile ends at the next Update.
+    // Steady colours, shown at once. A running pattern ends at the next Update.
     virtual void Off() = 0;
     virtual void Green() = 0;
     virtual void Red() = 0;
@@ -36,16 +36,16 @@ public:
     virtual void ToggleGreenYellow(long long duration) = 0;
     virtual void ToggleYellowRed(long long duration) = 0;
 
-    // Plays the steps of a list in turn, over and over, beginning with the first one at once; a step of duration 0 ends
-    // the pattern and stays. The list itself is played, not a copy. A null list: ArgumentNullException "colorSequence";
-    // an empty one: ArgumentOutOfRangeException "colorSequence->Count"; the running pattern goes on.
+    // Repeats the steps of a list, beginning with the first one at once; a step of duration 0 ends the pattern and
+    // stays. The LED shares the list, it does not copy it. A null list: ArgumentNullException "colorSequence"; an empty
+    // one: ArgumentOutOfRangeException "colorSequence->Count"; the running pattern goes on.
     virtual void SetSequence(
         std::shared_ptr<System::Collections::Generic::IList<std::shared_ptr<LedColorProperty>>> colorSequence) = 0;
 
     // The step shown now.
     virtual std::shared_ptr<LedColorProperty> GetColorProperty() = 0;
 
-    // Shows the next step of the pattern if the present one has lasted its time; at most one step a call.
+    // Shows the next step of the pattern if the present one is over; at most one step per call.
     virtual void Update() = 0;
 
 protected:

@@ -7,10 +7,10 @@
 
 namespace Velrix::Gpio {
 
-// A line of the board that is driven.
+// An output line of the board.
 //
-// Sysfs_OutputPin drives one through a value file; a test puts a pin of its own in its place. ToString() is the pin's
-// label. One thread at a time.
+// Sysfs_OutputPin drives one through a value file; tests use a fake. ToString() is the pin's label. One thread at a
+// time.
 class VELRIX_EXPORT IOutputPin : public System::Object {
 public:
     ~IOutputPin() override;

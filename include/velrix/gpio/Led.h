@@ -14,16 +14,15 @@
 
 namespace Velrix::Gpio {
 
-// A three-colour LED, each colour driven through an output pin of its own.
+// A three-colour LED with one output pin per colour.
 //
-// Made by Create, which writes every pin low; owns its pins and, as long as a pattern runs, the list it plays. The pins
-// are written only when a step is shown, and then all of them. A step lasts at least its duration from the moment it
-// was shown; how late Update came is not made up. Time is the wall clock: set back, it holds the step, set forward, it
-// ends the step at the next Update. One thread at a time. The surprise: a negative duration of a pattern advances it on
-// every Update.
+// Made by Create, which writes every pin low; owns its pins and, while a pattern runs, shares its list. Showing a step
+// writes all pins; nothing else does. A step lasts at least its duration from the moment it was shown; a late Update is
+// not caught up. Time is the wall clock: set back, it holds the step, set forward, it ends the step at the next Update.
+// One thread at a time. The surprise: a negative duration of a pattern advances it on every Update.
 class VELRIX_EXPORT Led final : public ILed {
 public:
-    // A null pin stands for a colour that the LED lacks. What a pin throws passes out, and no LED is made.
+    // A null pin: the LED lacks that colour. When a pin throws, the exception passes out and no LED is made.
     static std::shared_ptr<Led> Create(System::string_ptr name, std::shared_ptr<IOutputPin> green,
                                        std::shared_ptr<IOutputPin> red, std::shared_ptr<IOutputPin> yellow);
 
@@ -51,16 +50,15 @@ public:
 
     std::shared_ptr<LedColorProperty> GetColorProperty() override;
 
-    // When the next step cannot be shown, the exception passes out and the pattern stands at that step, while the one
+    // When the next step cannot be shown, the exception passes out and the pattern is at that step, while the one
     // before stays shown for its duration once more. A list that has shrunk below that step:
     // ArgumentOutOfRangeException.
     void Update() override;
 
-    // Drive the green, the red and the yellow pin, in this order, high or low; a colour that the LED lacks is passed
-    // over.
+    // Drive the green, the red and the yellow pin, in this order, high or low; a colour that the LED lacks is skipped.
     void SetGreenRedYellow(bool greenOn, bool redOn, bool yellowOn);
 
-    // Shows one step; a pattern that runs keeps its list, its place in it and the time of its last step. Null:
+    // Shows one step; a running pattern keeps its list, its index and the time of its last step. Null:
     // ArgumentNullException "colorProperty"; a code that is no colour: Exception with its low 16 bits in decimal,
     // nothing changed. When a pin throws, the step before stays the present one.
     void SetColorProperty(std::shared_ptr<LedColorProperty> colorProperty);

@@ -11,25 +11,24 @@
 
 namespace Velrix::Gpio {
 
-// One step of an LED pattern: a colour and how long it is shown. Immutable; any thread may read one.
+// One step of an LED pattern: a colour and its duration. Immutable: any thread.
 //
-// Steady colours are steps without an end; each of the four is one object that all LEDs share. Two steps are equal only
-// if they are the same object. Nothing is checked here: an LED refuses a colour code that it does not know when the
-// step is to be shown.
+// Steady colours are steps without an end; each of the four is one object that all LEDs share. Steps compare by
+// identity. Create checks nothing: an LED rejects an unknown colour code when it shows the step.
 //
 //     auto blink = List<std::shared_ptr<LedColorProperty>>::Create(
 //         {LedColorProperty::Create(LedColorProperty::RED, 100), LedColorProperty::OFF_CONST->Value()});
 class VELRIX_EXPORT LedColorProperty final : public System::Object {
 public:
-    // The type is fixed so that any code of 32 bits is a value of it.
+    // The underlying type is fixed, so that any 32-bit code is a valid value.
     enum Color_e : std::uint32_t {
         OFF = 0,
         GREEN = 1,
         RED = 2,
-        YELLOW = 3, // an element of its own, not green and red together
+        YELLOW = 3, // a separate element, not green and red together
     };
 
-    // The steady colours; each step is made at the first request for it.
+    // The steady colours, created on first use.
     static const std::shared_ptr<System::Lazy<std::shared_ptr<LedColorProperty>>> OFF_CONST;
     static const std::shared_ptr<System::Lazy<std::shared_ptr<LedColorProperty>>> GREEN_CONST;
     static const std::shared_ptr<System::Lazy<std::shared_ptr<LedColorProperty>>> RED_CONST;

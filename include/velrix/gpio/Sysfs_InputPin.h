@@ -14,13 +14,13 @@ namespace Velrix::Gpio {
 
 // An input line behind a value file, such as /var/dev/gpio-inputs/oxboIrqN/value.
 //
-// Made by Create, which opens the file; the file stays open as long as the pin lives. Whoever sets up the board
-// provides the file and the line's direction; the pin only reads. Each Get is one system call, without a cache and
-// without debouncing. One thread at a time. The surprise: a file that is empty at the moment reads as the level before.
+// Made by Create, which opens the file; the file stays open as long as the pin lives. The system's start-up provides
+// the file and the line's direction; the pin only reads. Each Get is one system call, not cached and not debounced. One
+// thread at a time. The surprise: an empty file reads as the previous level.
 class VELRIX_EXPORT Sysfs_InputPin final : public IInputPin {
 public:
     // Opens the file at path, which must exist; failures are those of System::IO::FileStream. name is the pin's label,
-    // taken as it is.
+    // unchecked.
     static std::shared_ptr<Sysfs_InputPin> Create(System::string_ptr name, System::string_ptr path);
 
     // A pin without a label: the one argument is the path, and the name is "N/A".

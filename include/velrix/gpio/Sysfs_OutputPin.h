@@ -15,13 +15,13 @@ namespace Velrix::Gpio {
 // An output line behind a value file, or one element of an LED behind its brightness file.
 //
 // Made by Create, which opens the file and writes nothing: the line keeps its level until the first SetHigh or SetLow.
-// The file stays open as long as the pin lives. Each operation is one write of one byte at the position where the last
-// one ended, also when the line has that level already: a value file takes every write as its new value, a regular file
-// collects them ("10"). One thread at a time.
+// The file stays open as long as the pin lives. Each operation writes one byte at the current position, also when the
+// line has that level already: a value file takes every write as its new value, a regular file collects them ("10").
+// One thread at a time.
 class VELRIX_EXPORT Sysfs_OutputPin final : public IOutputPin {
 public:
     // Opens the file at path, which must exist; failures are those of System::IO::FileStream. name is the pin's label,
-    // taken as it is. The path /dev/null makes a pin that drives nothing.
+    // unchecked. The path /dev/null makes a pin that drives nothing.
     static std::shared_ptr<Sysfs_OutputPin> Create(System::string_ptr name, System::string_ptr path);
 
     // A pin without a label: the one argument is the path, and the name is "N/A".
@@ -44,8 +44,7 @@ private:
     const std::shared_ptr<System::Collections::Generic::IArray<unsigned char>>
         lowBuffer; // made once: a write allocates nothing
     const std::shared_ptr<System::Collections::Generic::IArray<unsigned char>> highBuffer;
-    bool level =
-        false; // the level last driven, recorded for whoever looks at the pin in a debugger; no operation reads it
+    bool level = false; // the level last driven, for debuggers; no operation reads it
 };
 
 } // namespace Velrix::Gpio

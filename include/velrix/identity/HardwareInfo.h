@@ -14,11 +14,11 @@
 
 namespace Velrix {
 
-// Which hardware this device is: the name of the board and its revision.
+// The device's hardware: the name of the board and its revision.
 //
-// Read once a process, at the first use of INSTANCE, from a file of the folder that the setting system_config_dir
+// Read once per process, at the first use of INSTANCE, from a file of the folder that the setting system_config_dir
 // names. When that fails, the exception passes out of INSTANCE.Value() and the next use tries again; there is no
-// default identity. Immutable; any thread may read it.
+// default identity. Immutable: any thread.
 class VELRIX_EXPORT HardwareInfo final : public System::Object {
 public:
     static System::Lazy<std::shared_ptr<HardwareInfo>> INSTANCE;

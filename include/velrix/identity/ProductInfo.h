@@ -14,11 +14,11 @@
 
 namespace Velrix {
 
-// Which product this device is: its serial number and the version of the product.
+// The product's serial number and version.
 //
-// Read once a process, at the first use of INSTANCE, from two files of the folder that the setting system_config_dir
+// Read once per process, at the first use of INSTANCE, from two files of the folder that the setting system_config_dir
 // names. When that fails, the exception passes out of INSTANCE.Value() and the next use tries again; there is no
-// default identity. Immutable; any thread may read it.
+// default identity. Immutable: any thread.
 class VELRIX_EXPORT ProductInfo final : public System::Object {
 public:
     static System::Lazy<std::shared_ptr<ProductInfo>> INSTANCE;

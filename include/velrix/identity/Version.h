@@ -12,16 +12,14 @@
 
 namespace Velrix {
 
-// A version of three numbers, such as 1.4.12. Immutable; any thread may read one. There is no order of versions, only
-// equality.
+// A version of three numbers, such as 1.4.12, with equality but no order. Immutable: any thread.
 //
-// The surprise: the numbers are bytes, and a text's numbers are cut to their low 8 bits, so that "1.256.3" is read
-// as 1.0.3.
+// The surprise: the numbers are bytes; FromString truncates to 8 bits, so that "1.256.3" is 1.0.3.
 class VELRIX_EXPORT Version final : public System::Object {
 public:
     static std::shared_ptr<Version> Create(unsigned char major, unsigned char minor, unsigned char build);
 
-    // Reads three decimal numbers with the code unit separator between them, behind prefix; a null prefix means none.
+    // Reads prefix and three decimal numbers with the code unit separator between them; a null prefix means none.
     // Nothing is trimmed. A text without the prefix: ArgumentException with the prefix as its message; other than three
     // parts: ArgumentException with the parts as its message; a part that is no number: the exception of
     // System::Convert::ToUInt64.
@@ -34,11 +32,11 @@ public:
     bool Equals(std::shared_ptr<Version> other) const;
     // By identity, as for every object.
     using Object::Equals;
-    // Without these two a call would be ambiguous: Object's operation is not const, and null fits it as well.
+    // Resolve ambiguous calls: Object's operation is not const, and accepts null as well.
     bool Equals(std::shared_ptr<Version> other) { return std::as_const(*this).Equals(std::move(other)); }
     bool Equals(std::nullptr_t) noexcept { return false; }
 
-    // "1.4.12", whatever separator the version was read with.
+    // "1.4.12", with dots for any separator.
     System::string_ptr ToString() override;
 
     const unsigned char Major;

@@ -13,17 +13,17 @@ namespace Velrix {
 // The three trace listeners that every application of the device logs through, each with its level filter set.
 //
 // Every call makes a new listener, which the caller adds to System::Diagnostics::Trace; the library adds none itself.
-// What the runtime's listeners throw passes out. Any thread may call.
+// What the runtime's listeners throw passes out. Any thread.
 //
 //     Trace::AddListener(TraceListenerFactory::CreateFileTraceListener());
 class VELRIX_EXPORT TraceListenerFactory final {
 public:
     TraceListenerFactory() = delete;
 
-    // Fatal events only, to the system's log with the facility local0.
+    // Fatal events only, to syslog with the facility local0.
     static std::shared_ptr<System::Diagnostics::TraceListener> CreateFatalEventLogTraceListener();
 
-    // Information and everything more severe, to the system's log with the facility local1.
+    // Information and everything more severe, to syslog with the facility local1.
     static std::shared_ptr<System::Diagnostics::TraceListener> CreateEventLogTraceListener();
 
     // Everything from debug upward, to the file in /var/log/apps that is named after the process:

@@ -12,18 +12,17 @@
 
 namespace Velrix {
 
-// The status and progress log that the web interface of the device reads: lines of ASCII, each opened by a marker that
-// tells what kind of record it is.
+// The status and progress log that the web interface of the device reads: lines of ASCII, each with a leading marker
+// for the kind of record.
 //
-// Made by Create; the file is open as long as the object lives, is only appended to, and has every byte when an
-// operation returns. One thread at a time: a record is written in two or three pieces, which those of another thread
-// could get between. What a write throws passes out and leaves a record without its end. Texts are not searched for
-// line ends. Characters outside of ASCII become '?'.
+// Made by Create; the file is open as long as the object lives. Appends unbuffered. One thread at a time: a record is
+// two or three writes, and concurrent records would mix. What a write throws passes out and leaves an incomplete
+// record. Line ends in texts are not escaped. Characters outside of ASCII become '?'.
 //
 //     >start
 //     %Updating module firmware      the title of a progress bar ...
 //     %45                            ... and, as a bare number, its position
-//     +Link is up                    also @w and @e: warning and error; >br and >end stand alone
+//     +Link is up                    also @w and @e: warning and error; >br and >end without a text
 class VELRIX_EXPORT WebLog final : public System::Object {
 public:
     static const std::shared_ptr<System::Collections::Generic::Array<unsigned char>> START;

@@ -10,17 +10,17 @@
 
 namespace Velrix {
 
-// Shows a fatal trace event on the board's LEDs: writes no text, ignores every event but the fatal one.
+// Shows a fatal trace event on the board's LEDs and ignores all others.
 //
 // Made by Platform, which holds it as ledTraceListener; the application adds it to Trace if it wants it:
 //
 //     System::Diagnostics::Trace::AddListener(Platform::INSTANCE.Value()->ledTraceListener);
 //
-// Drives the LEDs on the thread that traces the event, without a lock, and remembers the event for the rest of its
-// life: nothing leads back to normal. It has no filter and no options; to ask for them is an error.
+// Drives the LEDs on the tracing thread without a lock, beside the thread that uses Platform (docs/threading.md), and
+// latches the event: nothing resets it. Filter and options are not supported.
 class VELRIX_EXPORT LedTraceListener final : public System::Diagnostics::TraceListener {
 public:
-    // Touches no LED. An empty pointer: ArgumentNullException with the name of the first parameter that is empty.
+    // Touches no LED. A null pointer: ArgumentNullException with the name of the first null parameter.
     static std::shared_ptr<LedTraceListener> Create(std::shared_ptr<Gpio::ILed> moduleStatusLed,
                                                     std::shared_ptr<Gpio::ILed> networkStatusLed,
                                                     std::shared_ptr<Gpio::ILed> linkActivity1Led,
@@ -31,12 +31,12 @@ public:
 
     ~LedTraceListener() override;
 
-    // The event type FATAL itself, no other object however alike, sets the final state at once and for good.
+    // The object TraceEventType::FATAL sets the final state at once and for good; types compare by identity.
     void TraceEvent(std::shared_ptr<System::Diagnostics::TraceEventArgs> eventArgs,
                     std::shared_ptr<System::Diagnostics::TraceEventType> eventType,
                     std::shared_ptr<System::Object> data) override;
 
-    // Nothing is ever kept back.
+    // Does nothing: events are not buffered.
     void Flush() override;
 
     // Sets the final state: all LEDs off, but after a fatal event MS and NS steady red. Shows at once, without an
@@ -54,7 +54,7 @@ private:
                      std::shared_ptr<Gpio::ILed> ownLinkActivity1Led,
                      std::shared_ptr<Gpio::ILed> ownLinkActivity2Led) noexcept;
 
-    bool fatal = false; // goes from false to true once
+    bool fatal = false; // never reset
     const std::shared_ptr<Gpio::ILed> moduleStatusLed;
     const std::shared_ptr<Gpio::ILed> networkStatusLed;
     const std::shared_ptr<Gpio::ILed> linkActivity1Led;

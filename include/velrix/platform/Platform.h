@@ -17,12 +17,13 @@
 
 namespace Velrix {
 
-// The board: the lines of both modules, the four status LEDs, the web log and the LED trace listener, one object a
+// The board: the lines of both modules, the four status LEDs, the web log and the LED trace listener, one object per
 // process.
 //
 // Reached through INSTANCE, whose first use reads the settings and opens every file that they name. Destroyed at a
-// normal exit of the process, which shuts the board down, whether or not the application has done it before. Takes no
-// lock: one control thread, which calls Update every few milliseconds, because only that moves flashing LEDs on.
+// normal exit of the process, which shuts the board down, even if the application has done so. INSTANCE: any thread.
+// The object: one thread at a time, usually the control loop, which calls Update every few milliseconds; only that
+// advances flashing LEDs.
 //
 //     auto platform = Platform::INSTANCE.Value();
 //     platform->PowerUpIndicatorTest();
@@ -32,15 +33,16 @@ class VELRIX_EXPORT Platform final : public System::Object {
 public:
     static System::Lazy<std::shared_ptr<Platform>> INSTANCE;
 
-    // A board of its own, from the settings of SettingsFile::INSTANCE. Writes nothing to the lines of the modules; each
-    // LED, as it is made, is switched off. What a file's opening throws passes out, after a ShutDown of what was there
-    // already. Most users want INSTANCE.
+    // A separate board object from SettingsFile::INSTANCE. Switches all LEDs off and writes nothing to the lines of the
+    // modules. When a file cannot be opened, shuts down what it has opened and lets the exception pass. Most users want
+    // INSTANCE.
     static std::shared_ptr<Platform> Create();
 
     // Shuts the board down; a failure is traced as a warning and goes no further.
     ~Platform() override;
 
-    // The time step of all four LEDs; costs a few instructions where nothing flashes. What a pin throws passes out.
+    // Advances the patterns of all four LEDs; costs a few instructions if nothing flashes. What a pin throws passes
+    // out.
     void Update();
 
     // Module status. The last one called is shown; flashing is 500 ms on, 500 ms off, from the first colour on.
@@ -63,24 +65,23 @@ public:
     void PowerUpIndicatorTest();
 
     // Resets the Oxbo module for 1 ms, with its ram-loader line high or low as it leaves reset, and waits up to timeout
-    // milliseconds for it to pull its interrupt line low, calling Update meanwhile. A timeout of 0 waits for nothing; a
-    // negative one is over at once. Too late: TimeoutException; the reset stays released.
+    // milliseconds for it to pull its interrupt line low, calling Update meanwhile. A timeout of 0 does not wait; a
+    // negative one expires at once. Expired: TimeoutException; the reset stays released.
     void OxboReset(bool ramLoaderEnable, long long timeout);
 
     // Starts /sbin/reboot in a child process and returns at once. No child: Exception "Could not fork reboot process".
-    // A command that cannot be started is told to nobody: the child ends with status 1. Nothing waits for the child, so
-    // that it raises SIGCHLD and stays a zombie until the application takes its status, ignores that signal, or ends.
+    // If the command cannot be executed, the child exits with status 1, unreported. The library does not reap the
+    // child: it raises SIGCHLD and stays a zombie until the application waits for it, ignores that signal, or ends.
     void Reboot();
 
     // Holds both modules in reset and puts the LEDs into their final state: off, or MS and NS red after a fatal event.
-    // May be called any number of times; the board stays usable. What a pin throws passes out, and what comes after it
-    // is left undone.
+    // May be called any number of times; the board stays usable. What a pin throws passes out and skips the rest.
     void ShutDown();
 
 private:
     Platform() noexcept;
 
-    // In the order of their making; destroyed from the last to the first.
+    // In order of construction; destroyed in reverse.
     std::shared_ptr<Gpio::IInputPin> oxboIrqN;
     std::shared_ptr<Gpio::IInputPin> oxboModId0Sync;
     std::shared_ptr<Gpio::IInputPin> oxboMod1;
@@ -101,7 +102,7 @@ public:
     // For the application's progress messages.
     const std::shared_ptr<WebLog>& webLog = ownWebLog;
 
-    // For the application to add to Trace; it is in no list of listeners by itself.
+    // For the application to add to Trace; Platform does not add it.
     const std::shared_ptr<LedTraceListener>& ledTraceListener = ownLedTraceListener;
 };
 

@@ -17,20 +17,20 @@ namespace Velrix::Settings {
 // not map it.
 //
 // Made from values, or from the section "oxbo_dpram" or "qor_dpram" of the settings file; held by
-// SettingsFile::oxbo_dpram and SettingsFile::qor_dpram. Unlike the other sections, one from the file knows no defaults:
-// a key that is left out leaves 0, or no path. Read-only once the settings are made, and then readable from any thread.
+// SettingsFile::oxbo_dpram and SettingsFile::qor_dpram. Unlike the other sections, one from the file has no defaults: a
+// missing key leaves 0, or no path. Concurrent reads; only parsing changes it.
 class VELRIX_EXPORT DpramSection final : public System::Object {
 public:
-    // Each key that the section may hold, with the handler that puts its value into the field of that name.
+    // Every key of the section, with the handler that sets the field of that name.
     static System::Lazy<std::shared_ptr<HandlerTable<DpramSection>>> KEY_HANDLERS;
 
     // A null path: ArgumentNullException "path"; a negative offset or length: ArgumentOutOfRangeException "offset" or
     // "length".
     static std::shared_ptr<DpramSection> Create(System::string_ptr path, int offset, int length);
 
-    // A section with the values given; length and offset start from 0, the path from null. An unknown key:
-    // KeyNotFoundException with the key as its message; a null section: ArgumentNullException "section"; numbers as
-    // HandleLength has them.
+    // A section with the given values; length and offset start at 0, the path at null. An unknown key:
+    // KeyNotFoundException with the key as its message; a null section: ArgumentNullException "section"; numbers as in
+    // HandleLength.
     static std::shared_ptr<DpramSection> FromSectionDictionary(
         std::shared_ptr<System::Collections::Generic::IDictionary<System::string_ptr, System::string_ptr>> section);
 

@@ -9,8 +9,8 @@
 
 namespace Velrix::Settings {
 
-// What a settings class does with each name that it knows: the handler of a key takes the object and the key's value,
-// that of a section the settings and the section's pairs.
+// Names and their handlers: the handler of a key takes the object and the key's value, that of a section the settings
+// and the section's pairs. Concurrent reads.
 template <class Owner, class Argument = System::string_ptr>
 using HandlerTable = System::Collections::Generic::Dictionary<
     System::string_ptr, std::shared_ptr<System::IDualArgFunc<std::shared_ptr<Owner>, Argument, void>>>;

@@ -13,21 +13,20 @@
 
 namespace Velrix::Settings {
 
-// Where the elements of the four status LEDs are: the path of one brightness file for each colour an LED really has.
+// The brightness files of the four status LEDs: one path for each colour that an LED has.
 //
 // The link-activity LEDs show green and yellow, the status LEDs green and red; there are no keys for the others. Made
 // with the defaults of the board, or from the section "led" of the settings file; held by SettingsFile::led. Paths are
-// taken as they are written, an empty one too: a wrong one shows when its pin is opened. Read-only once the settings
-// are made, and then readable from any thread.
+// not checked, not even for being empty: opening the pin fails. Concurrent reads; only parsing changes it.
 class VELRIX_EXPORT LedSection final : public System::Object {
 public:
-    // Each key that the section may hold, with the handler that puts its value into the field of that name.
+    // Every key of the section, with the handler that sets the field of that name.
     static System::Lazy<std::shared_ptr<HandlerTable<LedSection>>> KEY_HANDLERS;
 
     // A section with the defaults.
     static std::shared_ptr<LedSection> Create();
 
-    // A section with the values given and the defaults of all others. An unknown key: KeyNotFoundException with the key
+    // A section with the given values, and defaults for the others. An unknown key: KeyNotFoundException with the key
     // as its message; a null section: ArgumentNullException "section".
     static std::shared_ptr<LedSection> FromSectionDictionary(
         std::shared_ptr<System::Collections::Generic::IDictionary<System::string_ptr, System::string_ptr>> section);

@@ -13,20 +13,19 @@
 
 namespace Velrix::Settings {
 
-// Where the lines of the Qor module are: the path of one value file a line.
+// The value files of the Qor module's lines, one path per line.
 //
 // Made with the defaults of the board, or from the section "qor_pin" of the settings file; held by
-// SettingsFile::qor_pin. Paths are taken as they are written: a wrong one shows when its pin is opened. Read-only once
-// the settings are made, and then readable from any thread.
+// SettingsFile::qor_pin. Paths are not checked: opening the pin fails. Concurrent reads; only parsing changes it.
 class VELRIX_EXPORT QorPinSection final : public System::Object {
 public:
-    // Each key that the section may hold, with the handler that puts its value into the field of that name.
+    // Every key of the section, with the handler that sets the field of that name.
     static System::Lazy<std::shared_ptr<HandlerTable<QorPinSection>>> KEY_HANDLERS;
 
     // A section with the defaults.
     static std::shared_ptr<QorPinSection> Create();
 
-    // A section with the values given and the defaults of all others. An unknown key: KeyNotFoundException with the key
+    // A section with the given values, and defaults for the others. An unknown key: KeyNotFoundException with the key
     // as its message; a null section: ArgumentNullException "section".
     static std::shared_ptr<QorPinSection> FromSectionDictionary(
         std::shared_ptr<System::Collections::Generic::IDictionary<System::string_ptr, System::string_ptr>> section);

@@ -19,10 +19,10 @@ namespace Velrix::Settings {
 
 // The settings of the device: compiled-in defaults, replaced by what /etc/velrix.conf says.
 //
-// Read once a process, at the first use of INSTANCE, and neither re-read nor written back. A file that is missing or
-// cannot be read is traced as a warning and leaves the defaults. Any other fault in it (a syntax error, a name that
-// nobody knows, a bad number) passes out of INSTANCE.Value(), and the next use tries again. Read-only once made, and
-// then readable from any thread.
+// Read once per process, at the first use of INSTANCE, and neither re-read nor written back. A file that is missing or
+// cannot be read is traced as a warning and leaves the defaults. Any other error in it (syntax, an unknown name, a bad
+// number) passes out of INSTANCE.Value(), and the next use tries again. INSTANCE: any thread. The object: concurrent
+// reads; only parsing changes it.
 //
 //     string_ptr folder = SettingsFile::INSTANCE.Value()->log_dir;
 class VELRIX_EXPORT SettingsFile final : public System::Object {
@@ -31,19 +31,18 @@ public:
 
     static System::Lazy<std::shared_ptr<SettingsFile>> INSTANCE;
 
-    // Each section that the file may hold, with its handler; "" are the keys before the first header.
+    // Every section of the file, with its handler; "" holds the keys before the first header.
     static System::Lazy<std::shared_ptr<HandlerTable<SettingsFile, std::shared_ptr<Section>>>> SECTION_HANDLERS;
 
-    // Each key that may stand before the first header, with the handler that puts its value into the field of that
-    // name.
+    // Every key allowed before the first header, with the handler that sets the field of that name.
     static System::Lazy<std::shared_ptr<HandlerTable<SettingsFile>>> KEY_HANDLERS;
 
-    // Settings of their own, read from the file now. Most users want INSTANCE.
+    // Reads the file now. Most users want INSTANCE.
     static std::shared_ptr<SettingsFile> Create();
 
-    // Put one section of the file into the settings: the default section key by key, any other by a new section object
-    // in place of the one that was there. An unknown key: KeyNotFoundException with the key as its message. A null
-    // argument: ArgumentNullException with its name. A section object is replaced whole or not at all.
+    // Apply one section of the file to the settings: the default section key by key, any other by replacing the section
+    // object. An unknown key: KeyNotFoundException with the key as its message. A null argument: ArgumentNullException
+    // with its name. Replacing a section object is all or nothing.
     static void HandleDefaultSection(std::shared_ptr<SettingsFile> settings, std::shared_ptr<Section> section);
     static void HandleOxboPinSection(std::shared_ptr<SettingsFile> settings, std::shared_ptr<Section> section);
     static void HandleOxboDpramSection(std::shared_ptr<SettingsFile> settings, std::shared_ptr<Section> section);
@@ -53,14 +52,14 @@ public:
 
     ~SettingsFile() override;
 
-    // Sections; each is made anew when the file has it.
+    // Sections; one that is in the file replaces the object.
     std::shared_ptr<DpramSection> oxbo_dpram;
     std::shared_ptr<OxboPinSection> oxbo_pin;
     std::shared_ptr<DpramSection> qor_dpram;
     std::shared_ptr<QorPinSection> qor_pin;
     std::shared_ptr<LedSection> led;
 
-    // Paths, as they are written; nothing is checked.
+    // Paths, unchecked.
     System::string_ptr log_dir;
     System::string_ptr system_config_dir;
     System::string_ptr temp_dir;
