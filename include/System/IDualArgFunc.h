@@ -5,7 +5,7 @@
 
 namespace System {
 
-// Something that can be invoked with an A and a B and yields an R.
+// A function of an A and a B that returns an R. Any thread, if the implementation allows it.
 template <class A, class B, class R>
 class IDualArgFunc : public Object {
 public:

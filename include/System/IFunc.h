@@ -5,7 +5,8 @@
 
 namespace System {
 
-// Something that can be invoked without arguments and yields an R, such as the factory of a Lazy.
+// A function without arguments that returns an R, such as the factory of a Lazy. Any thread, if the implementation
+// allows it.
 template <class R>
 class IFunc : public Object {
 public:

@@ -15,7 +15,8 @@ class string_ptr;
 //
 // An object is made by the static Create of its class, is held by std::shared_ptr, and is neither copied nor moved. It
 // knows its owner: Self() gives a shared pointer to the object itself. The virtual operations are not const, so that a
-// test double can be written from a table of names and arguments alone. Object itself has no state that needs a lock.
+// test double can be written from a table of names and arguments alone. Object's operations: any thread; a derived
+// class names the word for its own.
 class SYSTEM_EXPORT Object : public std::enable_shared_from_this<Object> {
 public:
     Object(const Object&) = delete;

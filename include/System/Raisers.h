@@ -6,7 +6,7 @@
 
 namespace System {
 
-// Throws ArgumentNullException for the parameter name.
+// Throws ArgumentNullException for the parameter name. All functions here: any thread.
 [[noreturn]] SYSTEM_EXPORT void _throw_argument_null_exception(string_ptr name);
 
 // Throws ArgumentOutOfRangeException for the parameter name, whose value is less than bound; the message gives the

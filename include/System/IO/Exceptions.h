@@ -7,7 +7,7 @@
 
 namespace System::IO {
 
-// The system refused or failed an operation on a file. The message reads "what failed: path: the system's reason".
+// A failed system call on a file. The message is "what failed: path: the system's reason". Immutable: any thread.
 class SYSTEM_EXPORT IOException : public Exception {
 public:
     IOException(string_ptr what, string_ptr path, int errorCode);

@@ -7,7 +7,7 @@
 
 namespace Velrix {
 
-// Throws FormatException "Unexpected end of file when parsing PATH".
+// Throws FormatException "Unexpected end of file when parsing PATH". Both functions: any thread.
 [[noreturn]] VELRIX_EXPORT void _throw_unexpected_eof_exception(System::string_ptr path);
 
 // Throws FormatException "Unexpected char 'C' at LINE:COLUMN when parsing PATH". The message holds the code unit

@@ -16,8 +16,8 @@ namespace Velrix {
 //
 //     System::Diagnostics::Trace::AddListener(Platform::INSTANCE.Value()->ledTraceListener);
 //
-// Drives the LEDs on the tracing thread without a lock, beside the thread that uses Platform (docs/threading.md), and
-// latches the event: nothing resets it. Filter and options are not supported.
+// TraceEvent: any thread; drives the LEDs without a lock, which can race with the thread that uses Platform
+// (docs/threading.md). Latches the event: nothing resets it. Filter and options are not supported.
 class VELRIX_EXPORT LedTraceListener final : public System::Diagnostics::TraceListener {
 public:
     // Touches no LED. A null pointer: ArgumentNullException with the name of the first null parameter.

@@ -6,7 +6,7 @@
 
 namespace System::Collections::Generic {
 
-// A dictionary was asked for a key that it does not hold; the message is the key's text.
+// A key that a dictionary does not hold; the message is the key's text. Any thread.
 class SYSTEM_EXPORT KeyNotFoundException : public Exception {
 public:
     using Exception::Exception;

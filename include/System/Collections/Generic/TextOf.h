@@ -28,7 +28,7 @@ namespace Collections::Generic {
 
 // The text of an element or a key of a collection, for messages and for ToString: a text, of any type that a string_ptr
 // is made from, is itself ("null" for a null one), a number its decimal digits, an enumerator its number, an object its
-// ToString(), anything else the name of its type.
+// ToString(), anything else the name of its type. Any thread that may read the element.
 template <class T>
 string_ptr TextOf(const T& value) {
     if constexpr (std::is_same_v<T, string_ptr>)
