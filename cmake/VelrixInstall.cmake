@@ -1,15 +1,15 @@
 # SPDX-License-Identifier: Apache-2.0
-# What an installation holds: both libraries, their headers, the CMake package "velrix", the pkg-config files, and for the tools
-# their manual pages. Everything in it finds its neighbours by relative paths, so that an installed folder may be moved.
-# Components: env and velrix are what programs need to run, dev what building them needs, tools the commands.
+# The installation: both libraries, their headers, the CMake package "velrix", the pkg-config files, and the tools with
+# their manual pages. All paths in it are relative, so that it is relocatable. Components: env and velrix to run
+# programs, dev to build them, tools for the commands.
 
 include(CMakePackageConfigHelpers)
 
 set(velrixPackageDir ${CMAKE_INSTALL_LIBDIR}/cmake/velrix)
 set(velrixPkgConfigDir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# libvelrix finds libenv beside it, wherever the folder is. What is built for packages does without (CMAKE_SKIP_INSTALL_RPATH):
-# there the dynamic linker knows the folder.
+# libvelrix finds libenv in its own folder. Packages need no run path (CMAKE_SKIP_INSTALL_RPATH): their folder is in the
+# dynamic linker's search path.
 set_target_properties(velrix PROPERTIES INSTALL_RPATH $ORIGIN)
 
 foreach(library env velrix)
@@ -33,7 +33,7 @@ install(FILES
   DESTINATION ${velrixPackageDir}
   COMPONENT dev)
 
-# The way from the folder of the .pc files back to the prefix, whose depth depends on the library folder.
+# The relative path from the folder of the .pc files to the prefix; its depth depends on the library folder.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
   BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}/${velrixPkgConfigDir} OUTPUT_VARIABLE velrixPrefixFromPcFile)
 foreach(file velrix.pc velrix-env.pc)
@@ -41,7 +41,7 @@ foreach(file velrix.pc velrix-env.pc)
   install(FILES ${PROJECT_BINARY_DIR}/package/${file} DESTINATION ${velrixPkgConfigDir} COMPONENT dev)
 endforeach()
 
-# The example is documentation: a project of its own as it stands.
+# The example is documentation: a self-contained project.
 install(FILES
   ${PROJECT_SOURCE_DIR}/examples/gateway/CMakeLists.txt
   ${PROJECT_SOURCE_DIR}/examples/gateway/Gateway.cpp
@@ -54,7 +54,8 @@ foreach(tool velrix-board velrix-emulator)
   endif()
 endforeach()
 if(TARGET velrix-emulator)
-  # Makes what the emulator boots. In the same folders as here, by which the script finds its parts.
+  # Builds the emulator's boot image. Installed with the repository's folder structure, in which the script finds its
+  # parts.
   install(PROGRAMS ${PROJECT_SOURCE_DIR}/scripts/emulated-board-image
     DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/velrix/scripts COMPONENT tools)
   install(FILES ${PROJECT_SOURCE_DIR}/scripts/debian-archive.sh

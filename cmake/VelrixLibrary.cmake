@@ -22,8 +22,8 @@ function(velrix_precompile_standard_headers target library)
 endfunction()
 
 # velrix_add_tool_library(NAME name SOURCES file... [PUBLIC target...] [PRIVATE target...])
-# The objects of one folder of the boards, and the folders that it stands on. What the first of them reads of the standard library's
-# headers serves all, which otherwise spend most of the compiler's time on that.
+# The objects of one folder of the boards, and the folders that it depends on. All share the precompiled standard
+# headers of the first one, which would otherwise take most of the compile time.
 function(velrix_add_tool_library)
   cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;PUBLIC;PRIVATE")
   add_library(${arg_NAME} STATIC ${arg_SOURCES})
@@ -40,13 +40,13 @@ function(velrix_add_tool_library)
 endfunction()
 
 # velrix_add_object_library(NAME name SHARED library [COLD | LEAN] SOURCES file... [LIBRARIES target...])
-# The objects of one folder. SHARED names the library they end up in (env or velrix). LIBRARIES names the object libraries
+# The objects of one folder. SHARED names their shared library (env or velrix). LIBRARIES names the object libraries
 # whose headers the folder may use; that passes on their include folders, not their objects.
-# COLD says that the folder's code runs a few times in the life of a process: its release is made small rather than fast, since
-# the memory it takes is all that it costs.
-# LEAN says that a few functions of the folder run often, and the rest does not: its release is made fast, but the larger inline
-# functions of the standard library, the counting of shared pointers above all, are called rather than written out at each use.
-# Internal headers are included by their path from the root of the repository, as in "config/StateTable.h".
+# COLD: the folder's code runs a few times per process; its release is optimised for size, since memory is its only
+# cost.
+# LEAN: only a few functions of the folder run often; its release is optimised for speed, but larger inline functions of
+# the standard library, above all the reference counting of shared pointers, are not inlined. Internal headers are
+# included by their path from the root of the repository.
 function(velrix_add_object_library)
   cmake_parse_arguments(PARSE_ARGV 0 arg "COLD;LEAN" "NAME;SHARED" "SOURCES;LIBRARIES")
   add_library(${arg_NAME} OBJECT ${arg_SOURCES})
@@ -77,15 +77,15 @@ function(velrix_add_shared_library)
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
     LINK_DEPENDS ${arg_VERSION_SCRIPT})
-  # What the public headers need; the sources need more.
+  # For the public headers; the sources need more.
   target_compile_features(${arg_NAME} INTERFACE cxx_std_17)
   target_link_libraries(${arg_NAME} PRIVATE velrix-build-options ${arg_OBJECTS} PUBLIC ${arg_LIBRARIES})
-  # A library's calls of its own functions, and its virtual tables, are bound when it is linked: half of what the dynamic linker
-  # would otherwise look up at every start of a program. Data stays open, because programs may hold a copy of it.
-  # -O1: shorter chains in the table of exported names.
+  # Binds a library's calls of its own functions, and its vtables, at link time: half of the symbol look-ups at each
+  # program start. Data symbols stay preemptible, because of copy relocations in programs. -O1: shorter chains in the
+  # symbol hash table.
   target_link_options(${arg_NAME} PRIVATE
     -Wl,--version-script=${arg_VERSION_SCRIPT} -Wl,-Bsymbolic-functions -Wl,-O1)
-  # Clang links the sanitizers' functions into programs only, so a library built with them has names left open.
+  # Clang links the sanitizers' runtime into programs only, so a library built with them has undefined symbols.
   if(NOT VELRIX_SANITIZE)
     target_link_options(${arg_NAME} PRIVATE -Wl,--no-undefined)
   endif()

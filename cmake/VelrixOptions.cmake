@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
-# The flags every target of this build is compiled with, as one interface target, velrix-build-options. The presets choose
-# among them by the cache variables below; a plain build, without a preset, makes what is shipped.
+# The compile flags of every target, as the interface target velrix-build-options. The presets select among them by the
+# cache variables below; a plain build, without a preset, is the release build.
 
 option(VELRIX_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 option(VELRIX_COVERAGE "Count executed lines and branches (gcc --coverage)" OFF)
 set(VELRIX_SANITIZE "" CACHE STRING "Sanitizers to build with, a list such as address;undefined")
 
-# Without a build type the compiler optimises nothing, which nobody who builds without a preset has in mind.
+# An empty build type would disable optimisation, which is not the intention of a build without a preset.
 get_property(velrixMultiConfig GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
 if(NOT velrixMultiConfig AND NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "Debug, Release, RelWithDebInfo or MinSizeRel" FORCE)
@@ -18,15 +18,15 @@ if(CMAKE_BUILD_TYPE STREQUAL "Debug" OR VELRIX_SANITIZE OR VELRIX_COVERAGE)
 endif()
 option(VELRIX_HARDENING "Add the flags that make memory errors harder to exploit" ${velrixHardening})
 
-# What is shipped is built from sources that include all that they use; it shows only without precompiled headers.
+# The release build has no precompiled headers, to find missing includes.
 if(NOT DEFINED CMAKE_DISABLE_PRECOMPILE_HEADERS AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
   set(CMAKE_DISABLE_PRECOMPILE_HEADERS ON)
 endif()
 
-# The standard's C++ without GNU's additions, for every target: there is no other way to say so for all of them.
+# Standard C++ without GNU extensions; there is no other way to set this for every target.
 set(CMAKE_CXX_EXTENSIONS OFF)
 
-# The language and the warnings alone, for what is never instrumented.
+# Only language and warnings, for targets that are never instrumented.
 add_library(velrix-warnings INTERFACE)
 target_compile_features(velrix-warnings INTERFACE cxx_std_20)
 target_compile_options(velrix-warnings INTERFACE
@@ -35,14 +35,14 @@ target_compile_options(velrix-warnings INTERFACE
 
 add_library(velrix-build-options INTERFACE)
 target_link_libraries(velrix-build-options INTERFACE velrix-warnings)
-# Tests put functions in front of the C library's, which have names of its own.
+# Tests interpose functions of the C library, with reserved names.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   target_compile_options(velrix-build-options INTERFACE
     $<$<NOT:$<BOOL:$<TARGET_PROPERTY:VELRIX_IS_TEST>>>:-Wreserved-identifier>)
 endif()
 
-# A 32-bit machine counts file offsets and seconds in 32 bits unless told otherwise: files end at 2 GB and time in 2038.
-# Private to this build, since no public header mentions off_t or time_t.
+# By default a 32-bit machine has 32-bit file offsets and times: files end at 2 GB and time in 2038. Private to this
+# build, since no public header mentions off_t or time_t.
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   target_compile_definitions(velrix-build-options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 endif()
@@ -52,10 +52,9 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_SYSTEM_PROCESSOR MATCHES "^arm
   target_compile_options(velrix-build-options INTERFACE -Wno-psabi)
 endif()
 
-# What is built depends neither on the folder that it is built in nor on the program that builds it: no absolute run paths, whose
-# room would stay in an installed file, and file names in messages as they are in the repository. Ninja compiles in the build
-# folder, make in the target's folder below it; debugging information, which the number of a build is made of, calls both "build".
-# Of the options that match a path, the last one counts.
+# Reproducible builds, in any folder and by any generator: no absolute run paths, which would leave padding in installed
+# files, and file names in messages relative to the repository. Ninja compiles in the build folder, make in the target's
+# folder below it; debug information, the input of the build id, calls both "build". The last matching option applies.
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
   target_compile_options(velrix-build-options INTERFACE
@@ -66,7 +65,7 @@ endif()
 
 if(VELRIX_SANITIZE)
   list(JOIN VELRIX_SANITIZE "," velrixSanitizers)
-  # no-sanitize-recover: a finding ends the test instead of scrolling by. Frame pointers: whole stacks in the reports.
+  # no-sanitize-recover: a finding ends the test. Frame pointers: complete stack traces in the reports.
   target_compile_options(velrix-build-options INTERFACE
     -fsanitize=${velrixSanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(velrix-build-options INTERFACE -fsanitize=${velrixSanitizers})
@@ -80,15 +79,15 @@ if(VELRIX_COVERAGE)
 endif()
 
 if(VELRIX_HARDENING)
-  # _FORTIFY_SOURCE needs optimisation; it is undefined first because some compilers come with a level of their own.
-  # Full RELRO with immediate binding makes the tables of function addresses read-only before the program starts.
+  # _FORTIFY_SOURCE needs optimisation; it is undefined first because some compilers predefine a level. Full RELRO with
+  # immediate binding makes the tables of function addresses read-only before the program starts.
   target_compile_options(velrix-build-options INTERFACE
     -fstack-protector-strong -U_FORTIFY_SOURCE $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=3>)
   target_link_options(velrix-build-options INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--as-needed)
 endif()
 
-# Stand-ins for the device wait for programs and people: they are made small, of which the compiler is done in two thirds of the
-# time, and of debugging information they have the lines.
+# The boards are not speed-critical: optimised for size, which compiles in two thirds of the time, with line numbers as
+# the only debug information.
 add_library(velrix-tool-options INTERFACE)
 target_link_libraries(velrix-tool-options INTERFACE velrix-build-options)
 target_compile_options(velrix-tool-options INTERFACE $<$<CONFIG:Release>:-Os> $<$<CONFIG:Release>:-g1>)

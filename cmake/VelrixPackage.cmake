@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
-# Debian packages of what an installation holds, by CPack; scripts/packages makes them. Last of all, since it looks at which
-# tools there are to be packed.
+# Debian packages of the installation, by CPack; scripts/packages builds them. Included last, since it checks which
+# tools exist.
 
 string(CONCAT velrixAbout
   "Velrix is the board-support library of a gateway device: its modules' lines,\n"
   "its status LEDs, its settings file, its web log and its identity.")
 
-# The processor that is built for, in Debian's word.
+# The target architecture, by Debian's name.
 if(CMAKE_CROSSCOMPILING)
   set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
 else()
@@ -21,7 +21,7 @@ endif()
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT "Velrix maintainers <maintainers@velrix.example>")
-# Each package has a summary of its own, which the project's would displace.
+# Each package has its summary; the project's would replace it.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER ${CPACK_PACKAGE_CONTACT})
 set(CPACK_DEBIAN_PACKAGE_SOURCE velrix)
@@ -32,13 +32,13 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# Whatever the umask of the one who builds.
+# Independent of the builder's umask.
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/VelrixPackageFiles.cmake)
 set(CPACK_VELRIX_PACKAGING ${PROJECT_SOURCE_DIR}/packaging/debian)
 
-# What a program built by Debian 12's compiler needs of it. Written down because dpkg-shlibdeps would have to find libraries
+# Dependencies of programs built by Debian 12's compiler. Written by hand, since dpkg-shlibdeps would look for libraries
 # of the other architecture among the installed packages.
 set(velrixRuntime "libc6 (>= 2.36), libgcc-s1 (>= 3.5), libstdc++6 (>= 12)")
 set(velrixSame "(= ${PROJECT_VERSION})")

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# Run by CPack over the files of all packages before it packs them: adds what Debian wants in each, compresses the manual
-# pages, and gives every file the time of the commit (SOURCE_DATE_EPOCH), so that equal contents make equal packages.
+# Run by CPack over the files of all packages before it packs them: adds the files that Debian requires, compresses the
+# manual pages, and sets every file's time to the commit's (SOURCE_DATE_EPOCH), for reproducible packages.
 
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   string(TOUPPER ${component} upper)
@@ -20,7 +20,7 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
     file(COPY_FILE ${overrides} ${root}/usr/share/lintian/overrides/${package})
   endif()
   file(GLOB pages ${root}/usr/share/man/man*/*.?)
-  # The name and the time of the file stay out of the compressed one.
+  # -n: no file name and time in the compressed file.
   execute_process(COMMAND gzip -9n ${doc}/changelog ${pages} COMMAND_ERROR_IS_FATAL ANY)
   if(DEFINED ENV{SOURCE_DATE_EPOCH})
     execute_process(COMMAND find ${root} -exec touch -h -d @$ENV{SOURCE_DATE_EPOCH} {} + COMMAND_ERROR_IS_FATAL ANY)

@@ -3,7 +3,7 @@
 if(BUILD_TESTING)
   include(GoogleTest)
   if(CMAKE_CROSSCOMPILING)
-    # Debian's library is for the build machine; its package googletest has the sources for every other one.
+    # Debian's library is for the build machine; its package googletest has the sources for others.
     set(INSTALL_GTEST OFF CACHE INTERNAL "only used here")
     add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
   else()
@@ -11,15 +11,14 @@ if(BUILD_TESTING)
   endif()
 endif()
 
-# Of debugging information a test has the lines, for stacks in reports, but not its local variables, which are a tenth of the
-# compiler's time. -g brings them back for those who step through a test.
+# Tests have line numbers, for stack traces, but not local variables, which would take a tenth of the compile time. Set
+# -g to debug a test.
 set(VELRIX_TEST_DEBUG_INFORMATION -g1 CACHE STRING "The flag for debugging information in the tests")
 
 # velrix_compile_as_test(target)
-# Compiles the target as test code, with GTest. What all tests read comes precompiled from test-support, to which end they need its
-# flags. A test's own code runs once; optimising it would take the compiler longer than all the rest. The release build still
-# does, for the warnings that come of it; for another machine it is done a little, since there it runs in an emulator, which has
-# to load it, too.
+# Compiles the target as test code, with GTest. All tests share the precompiled headers of test-support and therefore
+# need its flags. Test code runs once and is not optimised, to save compile time, except in the release build, for the
+# compiler's warnings, and a little when cross-compiling, since an emulator loads and runs it.
 function(velrix_compile_as_test target)
   set_target_properties(${target} PROPERTIES VELRIX_IS_TEST ON)
   target_link_libraries(${target} PRIVATE velrix-build-options GTest::gtest)
@@ -35,17 +34,17 @@ endfunction()
 # velrix_add_test(NAME name SOURCES file... LIBRARIES target... [ON_A_BOARD pattern...] [NAMESPACES_ONLY pattern...]
 #   [PRELOAD_ONLY pattern...] [NOT_EMULATED pattern...] [NEEDS_MOUNTS pattern...] [NEEDS_NUMBERS pattern...]
 #   [NEEDS_PTRACE pattern...] [NEEDS_SYSCTL pattern...] [NEEDS_UNSHARE pattern...] [NEEDS_USERS pattern...])
-# A GoogleTest executable whose cases are each a test of ctest, named after the folder: "settings.LedSection.KeepsUnknown...".
-# GTest::gtest is linked; name GTest::gtest_main or GTest::gmock among the libraries where the test wants them.
-# Every case runs in a process of its own, so cases must not lean on one another. Patterns are GoogleTest's.
-# ON_A_BOARD: the cases that run programs on a private board. Each is two tests of ctest: labelled "namespaces" under its usual
-# name, and "preload" with "preload." before the name; VELRIX_TEST_ISOLATION tells the case which one it is.
-# NAMESPACES_ONLY, PRELOAD_ONLY: those that only make sense in one of them, or name it themselves.
-# NOT_EMULATED: the cases that start programs of the build or enter namespaces by themselves. The emulator that runs a foreign
-# processor's programs can do neither, nor run boards; there all of these are no tests of ctest, and the emulated board runs them.
-# NEEDS_...: labels that say of a case which other right it needs: to mount /proc in a namespace, a board with process numbers of its
-# own, to trace a process, to write the kernel's settings, to make user namespaces with mounts, to become another user. scripts/test leaves out by name what a place
-# cannot do.
+# A GoogleTest executable with one ctest test per case, named after the folder: "settings.LedSection.KeepsUnknown...".
+# GTest::gtest is linked; name GTest::gtest_main or GTest::gmock among the libraries where the test wants them. Every
+# case runs in a separate process, so cases must be independent. Patterns are GoogleTest's.
+# ON_A_BOARD: the cases that run programs on a private board. Each is two tests of ctest: labelled "namespaces" under
+# its usual name, and "preload" with "preload." before the name; VELRIX_TEST_ISOLATION holds the isolation.
+# NAMESPACES_ONLY, PRELOAD_ONLY: cases that only make sense in one isolation, or select it themselves.
+# NOT_EMULATED: the cases that start programs of the build or enter namespaces. User-mode emulation supports neither,
+# nor boards; when cross-compiling, ctest does not have these cases, and the emulated board runs them.
+# NEEDS_...: labels for other permissions of a case: to mount /proc in a namespace, a board with a pid namespace, to
+# ptrace, to write sysctls, to create user and mount namespaces, to switch users. scripts/test skips, and lists, the
+# cases that the environment cannot run.
 function(velrix_add_test)
   set(needs MOUNTS NUMBERS PTRACE SYSCTL UNSHARE USERS)
   list(TRANSFORM needs PREPEND NEEDS_ OUTPUT_VARIABLE needsOptions)
@@ -83,8 +82,8 @@ function(velrix_add_test)
 endfunction()
 
 # velrix_discover_tests(target SUITE name [PREFIX text] [ONLY pattern...] [EXCEPT pattern...] [PROPERTIES property value...])
-# Makes tests of ctest of the cases that the patterns choose, all of them unless ONLY is given. Their names will be in the list
-# target_name when ctest reads its files.
+# Adds ctest tests for the cases that match the patterns, all of them without ONLY. At ctest's run time the list
+# target_name holds their names.
 function(velrix_discover_tests target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "SUITE;PREFIX" "ONLY;EXCEPT;PROPERTIES")
   if("*" IN_LIST arg_EXCEPT)
@@ -99,14 +98,14 @@ function(velrix_discover_tests target)
     set(filter TEST_FILTER ${filter})
   endif()
   get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
-  # Listing the cases runs the program, which takes long with sanitizers, in an emulator and on a busy machine.
+  # Discovery runs the program, which is slow with sanitizers, in an emulator and on a busy machine.
   gtest_discover_tests(${target} TEST_PREFIX ${arg_PREFIX}${folder}. ${filter} TEST_LIST ${target}_${arg_SUITE}
     DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 300 ${arg_PROPERTIES})
 endfunction()
 
 # velrix_label_tests(target label pattern...)
-# When ctest reads its files, adds the label to those of the target's tests whose case fits one of the patterns. A pattern that
-# fits none, such as the old name of a case, is a test that fails; with an emulator some cases are no tests.
+# At ctest's run time, labels the target's tests that match one of the patterns. A pattern without a match, such as an
+# old name of a case, becomes a failing test, except with an emulator, where some cases are excluded.
 function(velrix_label_tests target label)
   if(NOT ARGN)
     return()
@@ -116,7 +115,7 @@ function(velrix_label_tests target label)
   get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
   set(fits "${CMAKE_CROSSCOMPILING_EMULATOR}")
   set(suites @target@_plain @target@_namespaces)
-  # A preloaded board has no process numbers of its own anyway.
+  # A preloaded board never has a pid namespace.
   if(NOT label STREQUAL numbers)
     list(APPEND suites @target@_preload)
   endif()

@@ -5,20 +5,20 @@ set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
 
-# Programs of the build are the build machine's own; libraries and headers are the device's. Debian keeps the latter under
-# the triplet of the same root (/usr/lib/arm-linux-gnueabihf), which CMake finds by the library architecture.
+# Programs come from the build machine, libraries and headers from the device's architecture. Debian installs the latter
+# under the triplet in the same root (/usr/lib/arm-linux-gnueabihf); CMake finds them by the library architecture.
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 set(CMAKE_FIND_ROOT_PATH /usr/arm-linux-gnueabihf /usr)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 
-# What else the tools need, from scripts/arm-sysroot. Its libraries need one another, which the linker has to be told.
+# Further libraries of the tools, from scripts/arm-sysroot. -rpath-link: they depend on each other.
 set(VELRIX_ARM_SYSROOT ${CMAKE_CURRENT_LIST_DIR}/../build/arm-sysroot)
 cmake_path(NORMAL_PATH VELRIX_ARM_SYSROOT)
 if(EXISTS ${VELRIX_ARM_SYSROOT}/stamp)
   add_link_options(-Wl,-rpath-link,${VELRIX_ARM_SYSROOT}/usr/lib/arm-linux-gnueabihf)
 endif()
 
-# pkg-config knows the build machine's libraries unless it is told where the device's are described.
+# By default pkg-config finds the build machine's libraries.
 set(ENV{PKG_CONFIG_LIBDIR}
   ${VELRIX_ARM_SYSROOT}/usr/lib/arm-linux-gnueabihf/pkgconfig:/usr/lib/arm-linux-gnueabihf/pkgconfig:/usr/share/pkgconfig)
 

@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 
 # velrix_add_board_test(NAME name SCENARIO file COMMAND program [argument...] [OPTIONS option...])
-# A test of ctest that runs the program, a target or a path, on a virtual board of its own, plays the scenario there and passes
-# when the scenario does. The options are those of "velrix-board run". The results are also in NAME.xml of the build folder, as a
-# JUnit report.
+# A test of ctest that runs the program, a target or a path, on a private board, plays the scenario there and passes
+# when the scenario does. The options are those of "velrix-board run". NAME.xml in the build folder is a JUnit report of
+# the results.
 function(velrix_add_board_test)
   cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME;SCENARIO" "COMMAND;OPTIONS")
   if(arg_UNPARSED_ARGUMENTS OR NOT arg_NAME OR NOT arg_SCENARIO OR NOT arg_COMMAND)

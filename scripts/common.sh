@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
-# What the scripts share. Sourced first; leaves the shell in the root of the repository.
+# Shared functions. Source it first; it changes to the root of the repository.
 # shellcheck shell=bash
 
 scriptPath=$(readlink -f "${BASH_SOURCE[1]}")
 cd "$(dirname "$scriptPath")/.." || exit
 processors=$(nproc)
 export processors
-# What scripts/test-tools unpacks.
+# Programs unpacked by scripts/test-tools.
 export PATH=$PWD/build/test-tools/bin:$PATH
 
 # Prints the comment at the head of the script that sourced this one.
@@ -40,7 +40,7 @@ heading() {
     printf '\n== %s\n' "$*"
 }
 
-# show_failure LOG: what a build printed, without the steps that went well.
+# show_failure LOG: a build's output without its successful steps.
 show_failure() {
     grep -vE '^\[[0-9]+/[0-9]+\] (Building|Linking|Creating)' "$1"
 }
@@ -70,7 +70,7 @@ end_progress() {
     unset progressShown progressNext
 }
 
-# watched LOG COMMAND...: the same for a build by Ninja, and shows how far it is.
+# watched LOG COMMAND...: the same for a build by Ninja, with progress.
 watched() {
     local log=$1 code=0 line
     shift
@@ -87,7 +87,7 @@ watched() {
     return "$code"
 }
 
-# retry COMMAND...: mirrors are at times out of reach for a moment or in the middle of an update.
+# retry COMMAND...: for mirrors that are temporarily unreachable or inconsistent.
 retry() {
     local attempt pause=2
     for attempt in 1 2 3 4 5; do
@@ -99,7 +99,8 @@ retry() {
     done
 }
 
-# install_node_modules FOLDER: what tests/panel/browser needs, in FOLDER/node_modules. Needs no network when it is there.
+# install_node_modules FOLDER: installs the dependencies of tests/panel/browser into FOLDER/node_modules. Needs no
+# network if they are there.
 install_node_modules() {
     local folder=$1 stamp=$1/node_modules/installed
     mkdir -p "$folder"
@@ -109,8 +110,8 @@ install_node_modules() {
     cp tests/panel/browser/package-lock.json "$stamp"
 }
 
-# build [--progress] PRESET [FOLDER [TARGET...]]: configures and builds; what it has to be linked to on the device is fetched
-# before. --progress: shows how far it is.
+# build [--progress] PRESET [FOLDER [TARGET...]]: configures and builds; fetches the device's libraries first.
+# --progress: shows the progress.
 build() {
     local show=quietly preset folder log
     if [[ $1 == --progress ]]; then

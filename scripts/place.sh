@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
-# What the place that tests run in allows. Sourced by scripts/test, after verdicts.sh; its steps are shells of their own, so that
-# what they find out is kept in files.
+# The permissions of the environment that tests run in. Sourced by scripts/test, after verdicts.sh; its steps are
+# subshells, so files hold the results.
 # shellcheck shell=bash
 
-# What to do about a label that the place forbids. The board says that itself of namespaces.
+# The remedy for a label that the environment forbids. For namespaces the board prints it.
 declare -rA remedies=(
     [mounts]="test on a machine or in a privileged container"
     [numbers]="test where no part of /proc is covered: on a machine, in a privileged container, or with --security-opt systempaths=unconfined"
@@ -15,14 +15,14 @@ declare -rA remedies=(
     [users]="test as an ordinary user, or as root who can become one"
 )
 
-# try LABEL COMMAND...: what the command says when it fails is why the place forbids the label.
+# try LABEL COMMAND...: the output of a failing command is the reason why the environment forbids the label.
 try() {
     local label=$1 said
     shift
     said=$("$@" 2>&1) || refuse "$label" "${said:-$* failed}" "${remedies[$label]}"
 }
 
-# A board that does not start where nothing forbids it is a failure of the tests, and not of the place.
+# A board that does not start although nothing forbids it is a test failure, not a limit of the environment.
 try_board() {
     local code=0 said
     said=$("$1" run --isolation namespaces -- true 2>&1) || code=$?
@@ -32,7 +32,7 @@ try_board() {
     refuse namespaces "${said%%. *}" "${said#*. }"
 }
 
-# find_out_place BUILD: asks once, by trying, with programs of the build.
+# find_out_place BUILD: probes once, with programs of the build.
 find_out_place() {
     local asRoot=()
     [[ ! -e $refusals ]] || return 0
@@ -59,7 +59,7 @@ sanitizers_start_here() {
 # forbidden_labels: a regular expression, empty where everything is allowed.
 forbidden_labels() { cut -f 1 "$refusals" | paste -s -d '|' | sed -E '/./s/.*/^(&)$/'; }
 
-# leave_out_tests PRESET: the preset's tests whose labels the place forbids, each for the first of them.
+# leave_out_tests PRESET: skips the preset's tests with forbidden labels, each for its first one.
 leave_out_tests() {
     local label before='^$' names
     for label in $(cut -f 1 "$refusals"); do

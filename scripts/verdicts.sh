@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# How tests ended: counted, or left out for a reason. Sourced by scripts/test; its steps are shells of their own, so that what they
-# count is kept in files.
+# Test verdicts: counted, or skipped for a reason. Sourced by scripts/test; its steps are subshells, so files hold the
+# counts.
 # shellcheck shell=bash
 
 state=$(mktemp -d)
@@ -10,7 +10,7 @@ refusals=$state/refusals # label, reason, remedy: what the place forbids
 leftOut=$state/left-out  # label or reason, step, name: a test that is left out
 touch "$counts" "$leftOut"
 
-# count NAME LOG: keeps the line of ctest that counts. ctest takes a test that skipped itself for one that passed.
+# count NAME LOG: keeps the summary line of ctest, which counts skipped tests as passed.
 count() {
     local skipped
     skipped=$(grep -cE '^ *[0-9]+/[0-9]+ Test .*\*\*\*Skipped ' "$2" || true)
@@ -18,7 +18,7 @@ count() {
         awk -v name="$1" -v skipped="$skipped" '{ if (skipped) $NF -= skipped; print name ": " $0 }' >>"$counts"
 }
 
-# show_failures: of ctest's output, all but what passed.
+# show_failures: ctest's output without passed tests.
 show_failures() {
     sed -E '/^ *(Start +[0-9]+: |[0-9]+\/[0-9]+ Test +#[0-9]+: .*( Passed|\*\*\*Skipped) )/d; /^Test project /d; /^$/d
         /^Label Time Summary:/,/^Total Test time/d'
@@ -29,7 +29,7 @@ refuse() {
     forbids "$1" || printf '%s\t%s\t%s\n' "$1" "$(tr -s '\n\t' '  ' <<<"$2" | sed 's/ $//')" "$3" >>"$refusals"
 }
 
-# forbids LABEL: whether the place does.
+# forbids LABEL: whether the environment does.
 forbids() { grep -qxF -- "$1" <<<"$(cut -f 1 "$refusals" 2>/dev/null)"; }
 
 # leave_out LABEL STEP NAME...
@@ -40,7 +40,7 @@ leave_out() {
     done
 }
 
-# leave_out_skipped PRESET: the tests that ended without a verdict, each for the reason that it printed.
+# leave_out_skipped PRESET: the tests that skipped themselves, each with the reason that it printed.
 leave_out_skipped() {
     local name reason
     while IFS=$'\t' read -r reason name; do
@@ -53,7 +53,7 @@ leave_out_skipped() {
     ' "build/$1/Testing/Temporary/LastTest.log")
 }
 
-# Of what is left out: label, number, names, steps. What several steps leave out alike comes once.
+# Skipped tests: label, number, names, steps. Merges equal entries of several steps.
 left_out_by_label() {
     awk -F '\t' '
         !(($1, $2) in count) { keys[++last] = $1 FS $2 }
@@ -71,7 +71,7 @@ left_out_by_label() {
         }' "$leftOut"
 }
 
-# names_by_suite NAMES: of names that begin with a semicolon each, "board.BoardTest (2): A, B".
+# names_by_suite NAMES: turns names with a leading semicolon each into "board.BoardTest (2): A, B".
 names_by_suite() {
     tr ';' '\n' <<<"${1#;}" | awk -F . '
         {
@@ -82,7 +82,7 @@ names_by_suite() {
         END { for (suite in names) printf "%s (%d): %s\n", suite, count[suite], names[suite] }' | sort
 }
 
-# What was left out, why, and what to do.
+# The skipped tests, the reasons and the remedies.
 report_left_out() {
     local label count names steps reason remedy
     while IFS=$'\t' read -r label count names steps; do
@@ -98,7 +98,7 @@ report_left_out() {
     done < <(left_out_by_label)
 }
 
-# report_verdict STRICT: all of it, the last line being "N passed, N failed". Fails when there is a reason in the counts.
+# report_verdict STRICT: prints everything, at the end "N passed, N failed". Fails if a test failed.
 report_verdict() {
     local missing strict=$1
     cat "$counts"

@@ -4,7 +4,7 @@
 //
 //     gateway [--seconds N]    runs until SIGTERM or SIGINT, or for N seconds
 //
-// Exit code 0 after an orderly end, 1 after a fatal error, 2 for arguments that it does not know.
+// Exit code 0 after an orderly end, 1 after a fatal error, 2 for unknown arguments.
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -46,7 +46,7 @@ long long MillisecondsSince(const std::shared_ptr<DateTime>& start) {
 
 enum class State { UNCONFIGURED, NO_CONNECTION, CONNECTED, TIMED_OUT };
 
-// How each state looks from outside: both status LEDs, and a line for the web interface.
+// The indications of each state: both status LEDs, and a line for the web interface.
 constexpr struct {
     State state;
     void (Platform::*moduleStatus)();
@@ -64,7 +64,7 @@ constexpr struct {
      &Velrix::WebLog::Warning, "Connection timed out"},
 };
 
-// What a real gateway would hear from its protocol stack: which state begins how long after the last one did.
+// Simulates a protocol stack: which state begins how long after the previous one.
 constexpr struct {
     State state;
     long long afterMs;
@@ -94,7 +94,7 @@ public:
         Enter(0);
     }
 
-    // One turn of the control loop: let the patterns run, then see whether something has happened.
+    // One iteration of the control loop: advance the patterns, then check for events.
     void Tick() {
         platform->Update();
         if (step + 1 < std::size(NETWORK) && MillisecondsSince(entered) >= NETWORK[step + 1].afterMs)
@@ -125,7 +125,7 @@ private:
     std::shared_ptr<DateTime> entered;
 };
 
-// Says first of all which device this is.
+// The first record identifies the device.
 void TraceIdentity() {
     try {
         Trace::TraceInformation(Velrix::ProductInfo::INSTANCE.Value());
@@ -136,7 +136,7 @@ void TraceIdentity() {
 }
 
 void Run(long long seconds) {
-    // The listeners come before all else, so that a settings file that cannot be read shows in the logs.
+    // Add the listeners first, so that the logs show an unreadable settings file.
     Trace::AddListener(TraceListenerFactory::CreateFatalEventLogTraceListener());
     Trace::AddListener(TraceListenerFactory::CreateEventLogTraceListener());
     Trace::AddListener(TraceListenerFactory::CreateFileTraceListener());
@@ -176,7 +176,7 @@ int main(int argc, char** argv) {
         Run(seconds);
         return 0;
     } catch (const System::Exception& exception) {
-        // Turns MS and NS red, and the shutdown that follows at the end of the process leaves them so.
+        // Turns MS and NS red; the shutdown at process exit keeps them red.
         Trace::TraceFatal(exception);
         std::fprintf(stderr, "gateway: %s\n", exception.ToString()->ToUtf8().c_str());
         return 1;
