@@ -29,7 +29,7 @@ bool IsFacility(int facility) noexcept {
 std::shared_ptr<EventLogTraceListener> EventLogTraceListener::Create(int facility) {
     if (!IsFacility(facility))
         throw ArgumentOutOfRangeException("facility");
-    // openlog's settings are per process and shared by all listeners; therefore each event carries its facility.
+    // openlog's facility is per process and shared by all listeners; therefore each event carries its own.
     // openlog keeps the pointer to the name, which must outlive every static; this one does.
     ::openlog(ProgramName(), LOG_PID, LOG_USER);
     return Own(new EventLogTraceListener(facility));
