@@ -7,7 +7,6 @@
 namespace VelrixBoard {
 
 void ThrowSystemError(const std::string& what) {
-    // Building the argument may have allocated, which keeps errno as it is unless memory ran out.
     ThrowSystemError(what, errno);
 }
 
