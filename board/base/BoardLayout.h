@@ -10,18 +10,18 @@
 
 namespace VelrixBoard {
 
-// Where the paths of the device lie in the run directory, for the board and for those who look in from outside:
+// Maps the device's paths to paths in the run directory, for the board and for readers outside:
 //
 //     share/  logs/                    are /mnt/share and /var/log/apps
-//     files/                           holds, by their whole path, files of the board that lie elsewhere
-//     velrix.conf                      the settings file as it was given
-//     control                          takes commands, a line each
-//     reboot  syslog  changes  writes  what the board recorded, a line each
+//     files/                           other files of the board, by their full path
+//     velrix.conf                      a copy of the settings file
+//     control                          accepts commands, one per line
+//     reboot  syslog  changes  writes  logs of the board, one record per line
 //
-// The value files have no place there; they exist on the board alone. A board that runs without namespaces keeps there
-// what it needs itself, while it runs: device/, names, velrix-board-preload.so.
+// The value files are not there; they exist only on the board. A board without namespaces also has device/, names and
+// velrix-board-preload.so there, while it runs.
 //
-// A value object; it touches no file.
+// A value object, without file access.
 class BoardLayout final {
 public:
     explicit BoardLayout(std::filesystem::path runDirectory) : root(std::move(runDirectory)) {}
@@ -40,13 +40,13 @@ public:
     std::filesystem::path NameList() const { return root / "names"; }
     std::filesystem::path PreloadLibrary() const { return root / "velrix-board-preload.so"; }
 
-    // The directories of the device whose content is kept outside.
+    // The device's directories that are in the run directory.
     std::vector<Placement> Directories() const;
 
     // True for a path inside one of these directories.
     static bool IsInDirectories(const std::filesystem::path& inside);
 
-    // The place of an absolute path of the device in the run directory.
+    // The path in the run directory for an absolute path of the device.
     std::filesystem::path Outside(const std::filesystem::path& inside) const;
 
 private:

@@ -6,7 +6,7 @@
 
 namespace VelrixBoard {
 
-// Time since the board was started. Writes that follow one another at once still differ in it.
+// Time since the board was started, fine enough to distinguish consecutive writes.
 using BoardTime = std::chrono::nanoseconds;
 
 // Gives the time since the board was started.

@@ -22,7 +22,7 @@ public:
     int Get() const { return descriptor; }
     explicit operator bool() const { return descriptor >= 0; }
 
-    // The descriptor, which is no longer owned.
+    // Releases ownership.
     int Release() { return std::exchange(descriptor, -1); }
 
     void Close() {

@@ -8,7 +8,7 @@ namespace VelrixBoard {
 // Whether the path is the directory or lies in it. Both are absolute or both relative, and normal.
 bool IsIn(const std::filesystem::path& path, const std::filesystem::path& directory);
 
-// Makes an empty file that everybody may read; one that is there stays as it is. Throws BoardError.
+// Creates an empty file that everybody may read; keeps an existing one. Throws BoardError.
 void MakeFile(const std::filesystem::path& path);
 
 } // namespace VelrixBoard

@@ -6,11 +6,11 @@
 
 namespace VelrixBoard {
 
-// One name that the program on the board finds in place of what the machine has there.
+// One path of the board that replaces the machine's.
 struct Placement {
     enum class Kind {
-        BIND,  // the file, directory or socket outside, itself
-        COPY,  // a file of its own with the content of the one outside, which the program may replace or remove
+        BIND,  // a bind mount of the file, directory or socket outside
+        COPY,  // a private copy of the file outside, which the program may replace or remove
         ABSENT // no such name, even if the machine has one
     };
 

@@ -16,7 +16,7 @@ std::string ReadSysctl(const std::filesystem::path& file) {
     return value;
 }
 
-// The root directory of a process in a chroot is no mount point; user namespaces are refused there.
+// In a chroot the root directory is not a mount point, and the kernel refuses user namespaces.
 bool IsInChroot() {
     std::ifstream mounts("/proc/self/mountinfo");
     std::string line;

@@ -8,8 +8,8 @@
 
 namespace VelrixBoard {
 
-// Why a step on the way into the namespaces was refused, and what to do, judged by the machine's settings and by
-// the user, since some bind all but root.
+// The reason why a step into the namespaces failed, and the remedy, by the machine's sysctls and the user, since some
+// do not apply to root.
 std::string DescribeRefusal(const std::string& step, int error, uid_t user,
                             const std::filesystem::path& sysctls = "/proc/sys");
 

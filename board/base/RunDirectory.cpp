@@ -22,11 +22,11 @@ namespace {
 const std::string PREFIX = "velrix-board-";
 constexpr const char* LOCK_NAME = "lock";
 
-// A directory without a lock belongs to a board that is just starting, or that died in that instant long ago.
+// Grace period: a directory without a lock belongs to a board that is just starting, or that died before it took the
+// lock.
 constexpr std::time_t STARTING_SECONDS = 60;
 
-// How many new directories may be lost to other boards' sweeps, each in the instant before its lock; more than one is
-// another failure.
+// Retries when another board's sweep removes a new directory before it is locked; repeated losses are another failure.
 constexpr int MOST_ATTEMPTS = 16;
 
 fs::path TemporaryDirectory() {
@@ -34,7 +34,7 @@ fs::path TemporaryDirectory() {
     return fs::absolute(named != nullptr && *named != '\0' ? named : "/tmp");
 }
 
-// The lock of a run directory, taken; empty when another process holds it.
+// Takes the lock of a run directory; empty when another process holds it.
 FileDescriptor TakeLock(const fs::path& directory, int flags) {
     FileDescriptor file(::open((directory / LOCK_NAME).c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | flags, 0600));
     if (!file || ::flock(file.Get(), LOCK_EX | LOCK_NB) != 0)
@@ -42,7 +42,7 @@ FileDescriptor TakeLock(const fs::path& directory, int flags) {
     return file;
 }
 
-// The lock goes last: whoever is killed in between leaves a directory that the next sweep knows as a dead board's.
+// Removes the lock last: after a kill in between, the next sweep still recognises a dead board's directory.
 void RemoveRunDirectory(const fs::path& directory) {
     std::error_code error;
     fs::permissions(directory, fs::perms::owner_all, fs::perm_options::add, error);
@@ -87,7 +87,7 @@ RunDirectory RunDirectory::Private() {
         if (::mkdtemp(name.data()) == nullptr)
             ThrowSystemError("cannot make a run directory in " + parent.string() +
                              " (set TMPDIR, or name one with --directory)");
-        // Another board's sweep may come between the two steps and take the directory for a dead one.
+        // Race: another board's sweep may remove the directory between mkdtemp and the lock.
         FileDescriptor lock = TakeLock(name, O_CREAT);
         struct stat status {};
         if (lock && ::fstat(lock.Get(), &status) == 0 && status.st_nlink > 0)

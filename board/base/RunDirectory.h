@@ -7,11 +7,11 @@
 
 namespace VelrixBoard {
 
-// The directory on the machine that holds all files of one running board.
+// The directory on the machine with all files of one running board.
 //
-// Private() makes one of its own below ${TMPDIR:-/tmp}, closed to other users, and removes it at the end. A board that
-// was killed leaves its directory behind; the next Private() removes those whose board no longer lives, which it tells
-// by the lock that every board holds in its directory. At() uses a directory that the caller named and leaves it there.
+// Private() creates one below ${TMPDIR:-/tmp}, closed to other users, and removes it at the end. The next Private()
+// also removes directories of killed boards, which it recognises by the lock that every live board holds. At() uses a
+// directory that the caller names and keeps it.
 class RunDirectory final {
 public:
     static RunDirectory Private();
@@ -33,8 +33,7 @@ private:
     FileDescriptor lock; // held while the board lives; empty for a directory that stays
 };
 
-// Removes the tree, also where its directories deny it to their owner. Stays within the tree: links are not followed.
-// What cannot be removed stays.
+// Removes the tree, adding missing permissions of its directories. Does not follow links. Best effort.
 void RemoveTree(const std::filesystem::path& root);
 
 } // namespace VelrixBoard

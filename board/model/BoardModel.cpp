@@ -12,7 +12,7 @@ namespace {
 constexpr auto IN = Direction::INPUT;
 constexpr auto OUT = Direction::OUTPUT;
 
-// Active-low inputs (_N) rest high: no interrupt, not busy. A module that is not ready yet holds its interrupt line
+// Active-low inputs (_N) idle high: no interrupt, not busy. A module that is not ready yet holds its interrupt line
 // high.
 const std::vector<Line> LINES = {
     // label, direction, section, key, path, level

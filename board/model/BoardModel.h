@@ -12,8 +12,7 @@ namespace VelrixBoard {
 enum class Direction { INPUT, OUTPUT };
 enum class Color { GREEN, RED, YELLOW };
 
-// One module line: its label, the settings key that names its value file, and the level it has before anything drives
-// it.
+// One module line: its label, the settings key of its value file, and its initial level.
 struct Line {
     std::string label;
     Direction direction;
@@ -34,9 +33,9 @@ struct LedElement {
     std::string Name() const;
 };
 
-// What the device is made of, as data: module lines, LEDs and their colours, and where the files of each are found. A
-// value object. A new one has the wiring that the library has without a settings file; Apply changes it as one line of
-// a settings file would. Everything that shows or simulates the board reads this and knows no line or LED by itself.
+// The device as data: module lines, LEDs and their colours, and the paths of their files. A value object. A new one has
+// the library's default wiring; Apply changes it like one line of a settings file. Views and simulations take all lines
+// and LEDs from here.
 class BoardModel final {
 public:
     static const std::string OXBO_IRQ;
@@ -49,16 +48,16 @@ public:
     const std::vector<LedElement>& LedElements() const { return ledElements; }
     const std::string& WebLogFile() const { return webLogFile; }
 
-    // The LEDs' names in the order in which they stand on the front panel.
+    // The LEDs' names in the order of the front panel.
     std::vector<std::string> Leds() const;
 
-    // The line's place in Lines(); nothing for an unknown label.
+    // The line's index in Lines(); nothing for an unknown label.
     std::optional<std::size_t> FindLine(std::string_view label) const;
 
-    // Takes a path from a settings file. Keys that wire nothing are ignored; they are the library's business.
+    // Sets a path from a settings file. Ignores keys without wiring.
     void Apply(std::string_view section, std::string_view key, const std::string& path);
 
-    // The level an input shows from the start. Throws BoardError for an unknown label and for an output.
+    // Sets the initial level of an input. Throws BoardError for an unknown label and for an output.
     void SetInitialLevel(const std::string& label, bool level);
 
 private:

@@ -12,18 +12,18 @@
 
 namespace VelrixBoard {
 
-// Whoever wants to know what happens on the board. Called from the board's loop; must neither block nor throw.
+// Receives all events of a board, on the board's event loop; must neither block nor throw.
 class IBoardObserver {
 public:
     virtual ~IBoardObserver() = default;
 
-    // The program wrote a level into a value file, be it the one that was there. OnChange follows if it was not.
+    // The program wrote a level into a value file. OnChange follows if the level changed.
     virtual void OnWrite(std::size_t signal, bool level, BoardTime time) = 0;
 
-    // A line or an LED element has another level. The state holds it already.
+    // A line or an LED element changed its level. The state has the new one already.
     virtual void OnChange(std::size_t signal, bool level, BoardTime time) = 0;
 
-    // All that was waiting has been told, so that a view need not show what lasted for an instant only.
+    // All pending events have been delivered; views redraw now, so that they do not show instants.
     virtual void OnSettled(BoardTime time) = 0;
 
     // The program wrote a line into the web log, called the reboot command, or logged to the system log.
@@ -31,17 +31,16 @@ public:
     virtual void OnReboot(std::string_view call, BoardTime time) = 0;
     virtual void OnSyslog(std::string_view record, BoardTime time) = 0;
 
-    // A value file was broken or is whole again; the simulated module is in another state. The board's control says
-    // how.
+    // A fault was injected or removed; the simulated module changed its state. Query IBoardControl for details.
     virtual void OnFault(std::size_t signal, BoardTime time) = 0;
     virtual void OnModule(BoardTime time) = 0;
 
-    // The program runs; it has ended, with a status as wait gives it. A board may run it anew.
+    // The program started; it ended, with a wait status. A board may restart it.
     virtual void OnProgramStarted(BoardTime time) = 0;
     virtual void OnProgramEnded(int waitStatus, BoardTime time) = 0;
 };
 
-// An observer that minds nothing, to derive from.
+// An observer that ignores everything, to derive from.
 class BoardObserver : public IBoardObserver {
 public:
     void OnWrite(std::size_t, bool, BoardTime) override {}
@@ -59,7 +58,7 @@ public:
 // The levels of all lines and LED elements of one board, and the stream of their changes.
 //
 // Signals are numbered: first the model's lines, then its LED elements, each in the model's order. The device's files
-// feed Set; views and the simulated module observe. One thread.
+// feed Set; views and the simulated module observe. One thread at a time.
 class BoardState final {
 public:
     explicit BoardState(const BoardModel& boardModel);
@@ -79,14 +78,14 @@ public:
     // "off", "green", "red", "yellow", or several joined by "+".
     std::string LedColor(std::string_view led) const;
 
-    // Observers are told in the order in which they were added, and must outlive the state.
+    // Events reach observers in the order in which they were added. They must outlive the state.
     void Add(IBoardObserver& observer) { observers.push_back(&observer); }
     const std::vector<IBoardObserver*>& Observers() const { return observers; }
 
-    // Stores the level; observers hear of it only if it is another one than before.
+    // Stores the level; calls OnChange only if it changed.
     void Set(std::size_t signal, bool level, BoardTime time);
 
-    // The same for a level that the program wrote; observers hear of that in any case.
+    // The same for a level that the program wrote; always calls OnWrite.
     void Write(std::size_t signal, bool level, BoardTime time);
 
 private:

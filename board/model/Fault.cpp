@@ -18,7 +18,7 @@ constexpr std::pair<std::string_view, Fault::Kind> NAMES[] = {
 
 constexpr std::string_view SLOW = "slow:";
 
-// A program that waits longer than this is not slow, it hangs.
+// Beyond this a file does not simulate a slow device but a hang.
 constexpr std::chrono::microseconds LONGEST_DELAY = std::chrono::hours(1);
 
 } // namespace

@@ -7,7 +7,7 @@
 
 namespace VelrixBoard {
 
-// What the simulated Oxbo module is doing. A value.
+// The state of the simulated Oxbo module. A value.
 struct ModuleState {
     enum class Phase {
         IN_RESET,

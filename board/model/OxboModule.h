@@ -11,10 +11,9 @@
 
 namespace VelrixBoard {
 
-// The Oxbo module as the program sees it: it holds its interrupt line high while it is in reset, and pulls it low when
-// it is ready, some time after reset was released. At the release it looks at the ram-loader line, and remembers it. It
-// observes the state, tells its own changes to the state's observers, and drives the line through the function it was
-// given.
+// Simulates the Oxbo module: holds its interrupt line high while in reset, and pulls it low when it is ready, some time
+// after the release. Samples the ram-loader line at the release. Observes the state, notifies the state's observers of
+// its changes, and drives the line through the given function.
 class OxboModule final : public BoardObserver, public ILoopPart {
 public:
     using DriveInput = std::function<void(std::size_t signal, bool level)>;
@@ -23,11 +22,11 @@ public:
     OxboModule(const BoardState& boardState, std::optional<std::chrono::milliseconds> readyAfter,
                DriveInput driveInput);
 
-    // The new time holds for a reset that was released already, too, unless the module is ready.
+    // Also applies to a reset that has been released already, unless the module is ready.
     void SetReadyAfter(std::optional<std::chrono::milliseconds> readyAfter, BoardTime now);
     std::optional<std::chrono::milliseconds> ReadyAfter() const { return delay; }
 
-    // The board's power comes anew: nothing is left of what the module remembered.
+    // Power cycle: resets the module's state.
     void PowerUp(BoardTime now);
 
     const ModuleState& State() const { return module; }

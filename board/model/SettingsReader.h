@@ -7,8 +7,8 @@
 
 namespace VelrixBoard {
 
-// Gives the model the wiring of a settings file, read as the library reads it. Throws BoardError with the parser's
-// message where the library would refuse the file's syntax; the model is unchanged then.
+// Applies the wiring of a settings file to the model, with the library's parser. A syntax error: BoardError with the
+// parser's message, the model unchanged.
 void ApplySettings(const std::filesystem::path& file, BoardModel& model);
 
 } // namespace VelrixBoard

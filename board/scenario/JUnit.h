@@ -9,11 +9,11 @@
 
 namespace VelrixBoard {
 
-// The results as a JUnit report: a suite named after the scenario's file, a case for each step. Steps that were not
-// reached count as skipped.
+// The results as a JUnit report: a suite named after the scenario's file, a case per step. Steps not reached are
+// skipped.
 std::string JUnitReport(const Scenario& scenario, const std::vector<StepResult>& results);
 
-// For people: a line for each step that failed ("FILE:LINE: STEP: message"), and a last line with the counts.
+// For people: one line per failed step ("FILE:LINE: STEP: message"), and a last line with the counts.
 std::string PlainReport(const Scenario& scenario, const std::vector<StepResult>& results);
 
 } // namespace VelrixBoard

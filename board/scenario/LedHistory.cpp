@@ -13,7 +13,7 @@ void LedHistory::Set(const std::string& color, bool level, ScenarioTime time) {
     if (shown.empty())
         shown = "off";
 
-    // The phase before it ends with its own light, not with the instant between the two.
+    // The previous phase ends at its last level, not after the glitch.
     if (!candidate && !phases.empty())
         phases.back().end = time;
     candidate = Phase{shown, time, time};

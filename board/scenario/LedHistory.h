@@ -10,10 +10,10 @@
 
 namespace VelrixBoard {
 
-// What one LED showed, as a person sees it.
+// The colours that one LED showed, debounced.
 //
 // The elements of an LED are written one after the other, so that between two colours it shows a third one, or both,
-// for an instant. Such instants, up to GLITCH, are no phases.
+// for an instant. Such glitches, up to GLITCH, are not phases.
 class LedHistory final {
 public:
     static constexpr ScenarioTime GLITCH = std::chrono::milliseconds(5);
@@ -21,25 +21,24 @@ public:
     struct Phase {
         std::string color; // "off", "green", several joined by "+"
         ScenarioTime begin;
-        ScenarioTime end; // of the last phase: not yet known, and without a meaning
+        ScenarioTime end; // undefined for the last phase
     };
 
-    // An element has another level.
+    // An element changed its level.
     void Set(const std::string& color, bool level, ScenarioTime time);
 
-    // Takes the colour for lasting when it has been shown longer than a glitch. To be called as time passes, and at
-    // Due().
+    // Turns a colour that has been shown longer than a glitch into a phase. Call it as time passes, and at Due().
     void Settle(ScenarioTime now);
 
-    // When the colour that is shown will be a phase; nothing where it is one.
+    // When the current colour becomes a phase; nothing if it is one.
     std::optional<ScenarioTime> Due() const;
 
-    // Earliest first, the last one still lasting; empty before the first has settled.
+    // Earliest first, the last one is current; empty before the first phase.
     const std::vector<Phase>& Phases() const { return phases; }
 
 private:
     std::map<std::string, bool> elements;
-    std::optional<Phase> candidate; // shown now, not yet long enough
+    std::optional<Phase> candidate; // the current colour, not yet a phase
     std::vector<Phase> phases;
 };
 

@@ -7,16 +7,16 @@
 
 namespace VelrixBoard {
 
-// What was seen in one of a program's logs, as far as a scenario asks: which of its texts were in a record, and the
-// last record. The other records are not kept, and each is searched once, however many there are.
+// The texts of a scenario that occurred in one of a program's logs, and the last record. Searches each record once and
+// does not keep it.
 class LogHistory final {
 public:
-    // A text that the scenario asks for, before the first record.
+    // Registers a text to look for, before the first record.
     void Expect(const std::string& text) { seen.emplace(text, false); }
 
     void Add(std::string_view record);
 
-    // Whether a record contained the text, which must be an expected one.
+    // Whether a record contained the registered text.
     bool Has(const std::string& text) const { return seen.at(text); }
 
     bool IsEmpty() const { return isEmpty; }

@@ -9,8 +9,8 @@ namespace VelrixBoard {
 
 namespace {
 
-// By the first byte: how many bytes a character of UTF-8 has, the bits of its number in that byte, and the least number
-// that needs so many.
+// By the lead byte: the length of the UTF-8 sequence, the payload bits of that byte, and the smallest code point that
+// needs the length.
 constexpr struct {
     unsigned char mask;
     unsigned char lead;
@@ -24,7 +24,7 @@ bool IsSurrogate(std::uint32_t number) {
     return number >= 0xD800 && number < 0xE000;
 }
 
-// Terminals obey the control characters above U+007F too, and XML has no place for U+FFFE and U+FFFF.
+// Terminals interpret the C1 control characters too, and XML does not allow U+FFFE and U+FFFF.
 bool IsShown(std::uint32_t number) {
     const bool isControl = number < 0x20 || (number >= 0x7F && number < 0xA0);
     return number == '\t' || (!isControl && number != 0xFFFE && number != 0xFFFF);

@@ -6,9 +6,9 @@
 
 namespace VelrixBoard {
 
-// What a program wrote, as one line that any terminal and any XML reader takes: valid UTF-8 stays as it is, and so do
-// tabs. A line feed becomes the two characters \n; other control characters, and bytes that are no UTF-8, become \x and
-// two hexadecimal digits for each byte. A backslash stays one, so the original cannot be told from the result.
+// A program's output as one line that is safe for terminals and XML: keeps valid UTF-8 and tabs. A line feed becomes
+// \n; other control characters and ill-formed UTF-8 become \x and two hexadecimal digits per byte. Not reversible: a
+// backslash is not doubled.
 std::string Printable(std::string_view text);
 
 } // namespace VelrixBoard

@@ -8,7 +8,7 @@ namespace VelrixBoard {
 
 namespace {
 
-// As the scenario's grammar has it.
+// In the scenario's syntax.
 std::string Quoted(const std::string& text) {
     std::string quoted = "\"";
     for (const char c : text) {

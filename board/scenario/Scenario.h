@@ -16,7 +16,7 @@ namespace VelrixBoard {
 // Time since the program was started, and lengths of time.
 using ScenarioTime = TimelineTime;
 
-// What a scenario may be about: the names of one board.
+// The names of one board that a scenario may use.
 struct ScenarioNames {
     struct Led {
         std::string name;
@@ -27,15 +27,15 @@ struct ScenarioNames {
     std::vector<std::string> outputs;
 };
 
-// An LED shows a colour at this moment: "off", one element alone, or several that are lit together, as LedHistory names
-// them; steady: and has done so for longer than any pattern keeps one.
+// An LED shows a colour now: "off", one element, or several together, as named by LedHistory; steady: for longer than
+// any step of a pattern.
 struct LedIs {
     std::string led;
     std::string color;
     bool steady;
 };
 
-// An LED alternates between two colours ("off" for flashing), each phase lasting its time, give or take the tolerance.
+// An LED alternates between two colours ("off" for flashing), each phase within the tolerance of its time.
 struct LedAlternates {
     std::string led;
     std::string first;
@@ -50,7 +50,7 @@ struct LineIs {
     bool high;
 };
 
-// The program ended by itself with that code, or by that signal.
+// The program exited with that code, or was killed by that signal.
 struct ProgramExits {
     int code;
 };
@@ -71,14 +71,14 @@ struct RebootIsCalled {};
 using Condition =
     std::variant<LedIs, LedAlternates, LineIs, ProgramExits, ProgramIsKilled, WebLogHas, SystemLogHas, RebootIsCalled>;
 
-// What can be done to the board.
+// The stimuli.
 struct SetInput {
     std::string line;
     bool high;
 };
 struct InjectFault {
     std::string signal;         // a line or an LED element, "NS.red"
-    std::optional<Fault> fault; // nothing: the file is made whole
+    std::optional<Fault> fault; // nothing: removes the fault
 };
 struct SendSignal {
     int signal;
@@ -86,23 +86,23 @@ struct SendSignal {
 
 using Action = std::variant<SetInput, InjectFault, SendSignal>;
 
-// The kinds of steps. Do and Await stand in a row: each begins when the one before it is done.
+// The kinds of steps. Do and Await run in sequence: each begins when the previous one is done.
 struct Do {
     std::optional<ScenarioTime> at; // since the program's start; nothing: at once
     Action action;
 };
 struct Await {
-    ScenarioTime within; // since the step before was done
+    ScenarioTime within; // since the previous step was done
     Condition condition;
 };
 struct Wait {
     ScenarioTime length;
 };
-// Must not be so at any time of the run.
+// Must not be true at any time of the run.
 struct Never {
     Condition condition;
 };
-// In all of the run the line has such a pulse at least once, and every such pulse lasts as long as it should.
+// The run has at least one such pulse of the line, and every one has the length.
 struct Pulses {
     std::string line;
     bool high;
@@ -112,7 +112,7 @@ struct Pulses {
 
 struct Step {
     int line;         // of the file, from 1
-    std::string text; // as it stands there, without the comment
+    std::string text; // verbatim, without the comment
     std::variant<Do, Await, Wait, Never, Pulses> what;
     std::size_t column = 1; // where the action or the condition begins, or else the step
 };
@@ -122,7 +122,7 @@ struct Scenario {
     std::vector<Step> steps;
 };
 
-// The text of a scenario is wrong: "FILE:LINE:COLUMN: what was expected and what stands there".
+// A syntax error in a scenario: "FILE:LINE:COLUMN: expected and actual text".
 class ScenarioError final : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -131,7 +131,7 @@ public:
 // "MS is steady green", "the program exits with 0": for messages.
 std::string TextOf(const Condition& condition);
 
-// The number of a signal's name, with or without "SIG"; nothing for an unknown one.
+// The number of a signal, by its name with or without "SIG"; nothing for an unknown one.
 std::optional<int> SignalNumber(const std::string& name);
 
 } // namespace VelrixBoard

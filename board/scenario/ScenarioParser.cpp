@@ -14,7 +14,7 @@ namespace {
 
 constexpr ScenarioTime DEFAULT_TOLERANCE = std::chrono::milliseconds(50);
 
-// Some editors begin every file with it.
+// Some editors write it at the beginning of every file.
 constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 
 struct Word {
@@ -30,7 +30,7 @@ std::string Join(const std::vector<std::string>& names) {
     return list;
 }
 
-// One line of the file, taken word by word.
+// One line of the file, tokenised into words.
 class Line final {
 public:
     Line(const std::string& ownPath, int ownNumber, std::string_view text) : path(ownPath), number(ownNumber) {
@@ -59,7 +59,7 @@ public:
     const std::string& Text() const { return whole; }
     int Number() const { return number; }
 
-    // What the step is about begins at the next word.
+    // The step's action or condition begins at the next word.
     void Begin() { subject = AtEnd() ? end + 1 : words[next].column; }
     std::size_t Subject() const { return subject; }
 
@@ -71,7 +71,7 @@ public:
         Advance();
         return true;
     }
-    // Takes the word if it is there, and remembers that it could be.
+    // Consumes the word if it is next, and records it as an alternative for error messages.
     bool May(std::string_view word) {
         if (Take(word))
             return true;
@@ -130,7 +130,7 @@ private:
         return next++;
     }
 
-    // What the quotes at i hold; i is behind them then.
+    // The quoted text at i; moves i past it.
     std::string TakeQuoted(std::string_view text, std::size_t& i) const {
         const std::size_t begin = i + 1;
         std::string content;
@@ -163,7 +163,7 @@ private:
     std::size_t end = 0;
     std::size_t subject = 1;
     std::string whole;
-    std::vector<std::string> possible; // words that could stand at next
+    std::vector<std::string> possible; // alternatives at next
 };
 
 class Parser final {
@@ -307,7 +307,7 @@ private:
         return code;
     }
 
-    // What an LED may show beside "off": an element alone, or several that are lit together.
+    // The colours of an LED except "off": one element, or several together.
     static std::vector<std::string> ColorsOf(const ScenarioNames::Led& led) {
         std::vector<std::string> colors = led.colors;
         if (colors.size() > 1)
@@ -315,7 +315,7 @@ private:
         return colors;
     }
 
-    // The word's elements in LedHistory's order, so that "red+green" is "green+red".
+    // Normalises to LedHistory's order: "red+green" is "green+red".
     static std::string JoinedColors(std::vector<std::string> elements) {
         std::sort(elements.begin(), elements.end());
         std::string joined;
@@ -324,7 +324,7 @@ private:
         return joined;
     }
 
-    // The colour at this word. Fails, with all that could stand here, where it is none of the allowed ones.
+    // The colour at this word. Any other word fails with the list of colours.
     static std::string ParseColor(Line& line, const std::vector<std::string>& allowed,
                                   const std::vector<std::string>& besides = {}) {
         if (!line.AtEnd()) {

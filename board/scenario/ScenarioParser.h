@@ -8,7 +8,7 @@
 
 namespace VelrixBoard {
 
-// Reads a scenario, one step a line:
+// Parses a scenario, one step per line:
 //
 //     step      = "at" TIME action | action | "within" TIME condition | "wait" TIME | "never" condition
 //               | "expect" LINE "pulses" ( "low" | "high" ) [ "for" ( "at least" | "at most" ) TIME [ "and at most"
@@ -23,15 +23,15 @@ namespace VelrixBoard {
 //     TIME      = digits, a point and digits if need be, and "us", "ms", "s" or "min", without a blank
 //     COLOR     = an element's colour, which is lit alone, or colours joined by "+", which are lit together; where the
 //                 LED neither flashes nor toggles "off" as well
-//     TEXT      = a word, or anything in double quotes, where \" stands for a quote and \\ for a backslash
+//     TEXT      = a word, or anything in double quotes, where \" is a quote and \\ a backslash
 //     FAULT     = "EIO" | "ENOSPC" | "EACCES" | "slow:" TIME | "missing" | "none"; no "ENOSPC" for an input
 //
-// "#" begins a comment; blank lines are skipped, as is a byte order mark. The tolerance is 50 ms unless given.
-// "at most" is no shorter than "at least", and an LED toggles between two colours. Throws ScenarioError with file,
-// line and column, saying what could stand there.
+// "#" begins a comment; blank lines are skipped, as is a byte order mark. The default tolerance is 50 ms. "at most" is
+// no shorter than "at least", and an LED toggles between two different colours. Throws ScenarioError with file, line,
+// column and the valid alternatives.
 Scenario ParseScenario(const std::string& path, std::string_view text, const ScenarioNames& names);
 
-// The same from a file. A file that cannot be read: ScenarioError.
+// The same from a file. An unreadable file: ScenarioError.
 Scenario ReadScenario(const std::string& path, const ScenarioNames& names);
 
 } // namespace VelrixBoard

@@ -13,10 +13,10 @@ namespace {
 
 using Verdict = StepResult::Verdict;
 
-// Longer than half a cycle of every pattern that a board shows.
+// Longer than half a period of every pattern.
 constexpr ScenarioTime STEADY = std::chrono::milliseconds(1'000);
 
-// The exit codes of a program that could not be started, as shells have them.
+// The shell's exit codes of a program that could not be started.
 constexpr int NOT_RUNNABLE = 126;
 constexpr int NOT_FOUND = 127;
 
@@ -104,7 +104,7 @@ void ScenarioRunner::OnTime(ScenarioTime now) {
 }
 
 void ScenarioRunner::Settle(ScenarioTime now) {
-    // Nothing changes after the program's end, so that what is shown then may count as lasting.
+    // Nothing changes after the program's end, so the current colour counts as steady.
     const ScenarioTime until = exitCode || killedBy ? now + LedHistory::GLITCH : now;
     for (auto& [name, led] : leds)
         led.Settle(until);
@@ -145,7 +145,7 @@ void ScenarioRunner::Advance(ScenarioTime now) {
             }
         } else if (const auto* await = std::get_if<Await>(&step.what)) {
             const ScenarioTime limit = stepBegin + await->within;
-            // An event that is told late counts when it happened; so does the end of the wait.
+            // Late events count at their own time; so does the end of the wait.
             if (now > limit || !Holds(await->condition, now)) {
                 if (now < limit && !ended)
                     return;
@@ -169,7 +169,7 @@ void ScenarioRunner::Advance(ScenarioTime now) {
         stepBegin = when;
         ++next;
     }
-    // Without steps in a row the program runs to its own end.
+    // Without sequential steps the program runs until it ends.
     if (next == scenario.steps.size())
         done = ended || std::any_of(scenario.steps.begin(), scenario.steps.end(), IsSequential);
 }
@@ -182,7 +182,7 @@ std::optional<ScenarioTime> ScenarioRunner::NextTime() const {
     for (const auto& [name, led] : leds) {
         if (const auto due = led.Due())
             propose(*due);
-        // When a steady colour may become one, and half-way through the phases of a pattern nothing does.
+        // When a colour may become steady; in the middle of a pattern's phases nothing can.
         if (!led.Phases().empty() && led.Phases().back().begin + STEADY > last)
             propose(led.Phases().back().begin + STEADY);
     }
@@ -209,7 +209,7 @@ void ScenarioRunner::Finish(ScenarioTime now) {
     for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
         if (results[i].verdict != Verdict::NOT_REACHED)
             continue;
-        if (!crash.empty() && inOrder) // what was not seen means nothing then
+        if (!crash.empty() && inOrder) // absence proves nothing then
             Decide(i, Verdict::FAILED, crash + " at " + TextOf(programEnd), programEnd);
         else if (std::holds_alternative<Never>(scenario.steps[i].what))
             Decide(i, Verdict::PASSED, "", now);
@@ -312,7 +312,7 @@ bool ScenarioRunner::Holds(const Condition& condition, ScenarioTime now) const {
         condition);
 }
 
-// Two whole phases in a row are as they should, and the one that is shown now goes on with the pattern.
+// Two consecutive whole phases match, and the current one continues the pattern.
 bool ScenarioRunner::Alternates(const LedAlternates& condition) const {
     const auto& phases = leds.at(condition.led).Phases();
     if (phases.size() < 3 || exitCode || killedBy)

@@ -7,12 +7,12 @@ namespace VelrixBoard {
 
 namespace {
 
-// The changes without the levels that lasted no longer than a glitch.
+// Filters glitches out of the changes.
 std::vector<Change> Settled(const Signal& signal, TimelineTime glitch) {
     std::vector<Change> settled;
     for (const Change& change : signal.changes) {
         if (glitch > TimelineTime(0) && !settled.empty() && change.time - settled.back().time <= glitch)
-            settled.pop_back(); // the level before it was a glitch, and this change ends it
+            settled.pop_back(); // the previous level was a glitch, ended by this change
         else
             settled.push_back(change);
     }

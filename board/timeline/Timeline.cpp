@@ -44,7 +44,7 @@ std::string TextOf(TimelineTime time) {
 std::optional<TimelineTime> ParseTime(std::string_view text) {
     const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
     const std::size_t length = std::min(text.find_first_not_of("0123456789."), text.size());
-    // "inf" and "nan" are numbers to the standard library, and so are "1." and ".5".
+    // from_chars also accepts "inf", "nan", "1." and ".5".
     if (length == 0 || !isDigit(text.front()) || !isDigit(text[length - 1]))
         return std::nullopt;
     double number = 0;

@@ -21,7 +21,7 @@ struct Change {
     friend bool operator==(const Change&, const Change&) = default;
 };
 
-// One line or LED element with all that happened to it, earliest first; two changes of one signal differ in level.
+// The changes of one line or LED element, earliest first, with alternating levels.
 struct Signal {
     std::string name; // "OXBO_RESET1_N", "MS_green": letters, digits and "_"
     bool initial = false;
@@ -30,7 +30,7 @@ struct Signal {
     friend bool operator==(const Signal&, const Signal&) = default;
 };
 
-// What all signals of a board did. A value.
+// The history of all signals of a board. A value.
 struct Timeline {
     std::vector<Signal> signals;
     TimelineTime end{0};
@@ -38,26 +38,26 @@ struct Timeline {
     // The signal of that name, or null.
     const Signal* Find(const std::string& name) const;
 
-    // When the first change of any signal was; end where nothing changed.
+    // The time of the first change of any signal; end if there is none.
     TimelineTime FirstChange() const;
 
     friend bool operator==(const Timeline&, const Timeline&) = default;
 };
 
-// A timeline could not be written, read or understood. The message says what, where (file and line), and what to do.
+// A timeline could not be written, read or parsed. The message says what, where (file and line), and what to do.
 class TimelineError final : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-// The name as VCD viewers accept it: everything but letters, digits and "_" becomes "_" ("MS.green" is "MS_green").
+// A valid VCD name: everything but letters, digits and "_" becomes "_" ("MS.green" is "MS_green").
 std::string SignalName(const std::string& name);
 
 // "1.250 s", "38 ms", "0.4 ms": rounded for people.
 std::string TextOf(TimelineTime time);
 
-// Reads a time as people write it: digits, if need be a point and more digits, and "us", "ms", "s" or "min" without a
-// blank, rounded to microseconds. Nothing for anything else, and for a time beyond a year.
+// Parses a time: digits, optionally a point and more digits, and "us", "ms", "s" or "min" without a blank, rounded to
+// microseconds. Nothing for other texts and for more than a year.
 std::optional<TimelineTime> ParseTime(std::string_view text);
 
 } // namespace VelrixBoard

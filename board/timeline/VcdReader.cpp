@@ -14,7 +14,7 @@ namespace VelrixBoard {
 
 namespace {
 
-// The words of the file, with the line each stands in.
+// The words of the file, with their line numbers.
 class Words final {
 public:
     explicit Words(const std::string& ownPath) : path(ownPath), input(ownPath) {

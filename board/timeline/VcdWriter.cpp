@@ -10,7 +10,7 @@ namespace VelrixBoard {
 
 namespace {
 
-// Identifiers of one printable character: that is more signals than a board has.
+// Identifiers of one printable character suffice for a board's signals.
 constexpr char FIRST_IDENTIFIER = '!';
 constexpr std::size_t MAX_SIGNALS = '~' - '!' + 1;
 

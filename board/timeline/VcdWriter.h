@@ -11,21 +11,20 @@
 
 namespace VelrixBoard {
 
-// Writes a VCD file while the signals change, so that a recording whose writer was killed can still be opened.
+// Writes a VCD file incrementally, so that the recording of a killed writer can be opened.
 //
-// Only what every viewer takes: scalar wires in one scope, one change at a time stamp, no comments. Two changes in the
-// same microsecond are recorded one microsecond apart, because some viewers drop all but the last of a stamp. Every
+// A portable subset: scalar wires in one scope, one change per time stamp, no comments. Two changes in the same
+// microsecond are recorded one microsecond apart, because some viewers drop all but the last of a stamp. Every
 // operation throws TimelineError when the file cannot be written, naming the file.
 class VcdWriter final {
 public:
-    // Creates or empties the file and writes the names and the levels at time 0. The changes of the signals are not
-    // looked at.
+    // Creates or truncates the file and writes the names and the levels at time 0. Ignores the signals' changes.
     VcdWriter(std::string path, const std::vector<Signal>& signals);
 
-    // The signal at that place of the list has another level. A time before the last one counts as right after it.
+    // The signal with that index changed its level. A time before the last one is recorded right after it.
     void Write(std::size_t signal, bool level, TimelineTime time);
 
-    // Ends the recording at that time, so that viewers show the last level for as long as it lasted.
+    // Ends the recording at that time, so that viewers show the duration of the last level.
     void Finish(TimelineTime time);
 
 private:
