@@ -15,12 +15,12 @@
 
 namespace VelrixBoard {
 
-// The names of a board's value files as one tree of directories, by the whole paths that programs use; and which parts
-// of the tree go where on the board. Does not change once made.
+// The directory tree of a board's value files, by the absolute paths that programs use, and the mount points of its
+// parts. Immutable.
 //
-// /var/dev and /sys/class/leds are wholly the board's and always there. A file elsewhere is put among the machine's by
-// itself. Signals whose path is not absolute, or is a device node of the machine such as /dev/null, have no file;
-// several signals of one path share one.
+// /var/dev and /sys/class/leds always exist and belong to the board. A file elsewhere is placed individually among the
+// machine's files. Signals with a relative path, or with a device node of the machine such as /dev/null, have no file;
+// signals with the same path share one.
 class DeviceTree final {
 public:
     // Nodes are numbered from 1, the root.
@@ -30,24 +30,24 @@ public:
     struct Node {
         Number parent;
         bool isFile = false;
-        bool isPlaced = false;            // put among the machine's files by itself
+        bool isPlaced = false;            // individually, among the machine's files
         std::vector<std::size_t> signals; // of a file
         std::map<std::string, Number> children{};
     };
 
-    // Throws BoardError where a file would have to be a directory as well.
+    // Throws BoardError if a path is both a file and a directory.
     explicit DeviceTree(const BoardState& state);
 
-    // Null for a number that is none.
+    // Null for an unknown number.
     const Node* Find(Number number) const;
 
-    // The file of a signal; nothing for one without.
+    // The file of a signal; nothing if it has none.
     std::optional<Number> FileOf(std::size_t signal) const;
 
-    // The directories that are wholly the board's.
+    // The directories that belong to the board.
     static std::vector<std::filesystem::path> Directories();
 
-    // What is to be put where, if the tree is mounted at that place.
+    // The placements, if the tree is mounted at that path.
     std::vector<Placement> Placements(const std::filesystem::path& mountPoint) const;
 
 private:

@@ -29,17 +29,17 @@ namespace {
 using Node = DeviceTree::Node;
 using Number = DeviceTree::Number;
 
-// What the kernel may keep of what it was told. Names of value files are asked for anew each time, since a file may
-// vanish; that cannot be told to the kernel later without waiting for a program that may be waiting for the board.
+// Cache timeouts. Names of value files are never cached, since a file may vanish; invalidating an entry could deadlock
+// with a program that waits for the board.
 constexpr double FOR_EVER_S = 86400;
 
-// Requests that are answered at a stretch before the others in the loop have their turn.
+// Requests per turn of the event loop.
 constexpr int BURST = 64;
 
 } // namespace
 
 struct FuseFiles::OpenFile {
-    std::uint64_t seen = 0; // the latest event that was read
+    std::uint64_t seen = 0; // the last event that was read
     fuse_pollhandle* waiting = nullptr;
 
     ~OpenFile() { Wait(nullptr); }
@@ -52,7 +52,7 @@ struct FuseFiles::OpenFile {
     Number file = 0;
 };
 
-// The library allocates it, as large as the largest request, when it receives the first.
+// Allocated by the library at the first request, for the largest one.
 struct FuseFiles::Buffer {
     fuse_buf content{};
 
@@ -65,7 +65,7 @@ struct FuseFiles::LateRequest {
     ValueFiles::Ticket ticket;
 };
 
-// The requests of the kernel, a function each, as the library calls them.
+// libfuse's callbacks, one per request of the kernel.
 struct FuseFiles::Operations {
     static FuseFiles& Files(fuse_req_t request) { return *static_cast<FuseFiles*>(fuse_req_userdata(request)); }
 
@@ -87,7 +87,7 @@ struct FuseFiles::Operations {
         return status;
     }
 
-    // A file among the machine's is not looked up by name; whether it is there shows in its attributes alone.
+    // An individually placed file is never looked up by name; only its attributes show that it is missing.
     static double Validity(const Node& node) { return node.isPlaced ? 0 : FOR_EVER_S; }
 
     static bool IsMissing(const FuseFiles& files, Number number) {
@@ -105,7 +105,7 @@ struct FuseFiles::Operations {
             return;
         }
         const Node& node = *tree.Find(child->second);
-        // A file that is put among the machine's by itself is looked up once, to put it there.
+        // An individually placed file is looked up once, to bind-mount it.
         if (IsMissing(files, child->second) && !node.isPlaced) {
             fuse_reply_err(request, ENOENT);
             return;
@@ -158,18 +158,18 @@ struct FuseFiles::Operations {
 
     static void Open(fuse_req_t request, fuse_ino_t number, fuse_file_info* info) {
         FuseFiles& files = Files(request);
-        // A program that is root on its board would pass by the file's mode.
+        // A program that is root on its board would bypass the file's mode.
         if (const int error = files.values.OpenError(number, (info->flags & O_ACCMODE) != O_RDONLY)) {
             fuse_reply_err(request, error);
             return;
         }
-        // Past the page cache, where a write would wait for others, and a read would miss what changed.
+        // Bypasses the page cache, where writes would serialise and reads would be stale.
         info->direct_io = 1;
         info->fh = files.nextOpenFile++;
         auto openFile = std::make_unique<OpenFile>();
         openFile->file = number;
         files.openFiles[info->fh] = std::move(openFile);
-        // Who was interrupted meanwhile has no open file.
+        // An interrupted open has no open file.
         if (fuse_reply_open(request, info) == -ENOENT)
             files.openFiles.erase(info->fh);
     }
@@ -181,7 +181,7 @@ struct FuseFiles::Operations {
 
     static void Read(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t offset, fuse_file_info* info) {
         FuseFiles& files = Files(request);
-        OpenFile& openFile = *files.openFiles.at(info->fh); // open for as long as the request lasts
+        OpenFile& openFile = *files.openFiles.at(info->fh); // stays open during the request
         auto answer = [&files, &openFile, request, size, offset](int error, bool level) {
             Forget(files, request);
             if (error != 0) {
@@ -210,7 +210,7 @@ struct FuseFiles::Operations {
         LetWait(files, request, files.values.Write(number, {text, taken}, std::move(answer)));
     }
 
-    // Before the answer, since the library may pass an interrupt on until then.
+    // Before the reply, since the library may deliver an interrupt until then.
     static void Forget(FuseFiles& files, fuse_req_t request) {
         if (files.late.count(request) == 0)
             return;
@@ -218,7 +218,7 @@ struct FuseFiles::Operations {
         files.late.erase(request);
     }
 
-    // A program that is told to end does not have to wait for a slow file.
+    // A signal interrupts the wait for a slow file.
     static void LetWait(FuseFiles& files, fuse_req_t request, ValueFiles::Ticket ticket) {
         if (ticket == 0)
             return;
@@ -242,7 +242,7 @@ struct FuseFiles::Operations {
         fuse_reply_poll(request, ready);
     }
 
-    // The device's kernel refuses names that are not there by EACCES, and changes of those that are by EPERM.
+    // Like the device's kernel: EACCES for names that do not exist, EPERM for changes of those that do.
     static void Create(fuse_req_t request, fuse_ino_t, const char*, mode_t, fuse_file_info*) {
         fuse_reply_err(request, EACCES);
     }
@@ -257,7 +257,7 @@ struct FuseFiles::Operations {
         fuse_reply_err(request, EPERM);
     }
 
-    // What is left out here, the kernel does by itself or refuses after it asked once.
+    // The kernel handles the omitted operations itself or rejects them after the first request.
     static fuse_lowlevel_ops Table() {
         fuse_lowlevel_ops table{};
         table.lookup = Lookup;
@@ -288,7 +288,7 @@ FuseFiles::FuseFiles(ValueFiles& valueFiles, Owner fileOwner, BeforeRequest befo
 
 FuseFiles::~FuseFiles() {
     values.OnEvent([](Number) {});
-    // Nobody waits for these any more, but the library holds memory for them.
+    // Nobody waits for these, but the library has memory for them.
     for (const auto& [request, waiting] : late) {
         values.Drop(waiting.ticket);
         fuse_reply_err(request, ENODEV);
@@ -304,9 +304,9 @@ void FuseFiles::Serve(FileDescriptor connection) {
     fuse_args arguments = FUSE_ARGS_INIT(1, words.data());
     const fuse_lowlevel_ops table = Operations::Table();
     session = fuse_session_new(&arguments, &table, sizeof table, this);
-    fuse_opt_free_args(&arguments); // which the session has put a copy of its own into
+    fuse_opt_free_args(&arguments); // the session has put a copy into it
     ::fcntl(connection.Get(), F_SETFL, O_NONBLOCK);
-    // The library takes over a connection that is mounted already by this name.
+    // The library adopts a mounted connection by this path.
     const std::string descriptor = "/dev/fd/" + std::to_string(connection.Get());
     if (session == nullptr || fuse_session_mount(session, descriptor.c_str()) != 0)
         throw BoardError("libfuse cannot serve the value files; its message stands above");

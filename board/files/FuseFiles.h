@@ -19,18 +19,18 @@ struct fuse_session;
 
 namespace VelrixBoard {
 
-// The value files of a board as a file system: the kernel's requests and their answers, by libfuse.
+// The value files of a board as a FUSE file system, by libfuse.
 //
-// One connection carries the requests of all files, so all writes have one order.
+// All files share one connection, so all writes have a total order.
 class FuseFiles final : public ILoopPart {
 public:
-    // The owner that the files show, by its numbers on the board.
+    // The files' owner, by its ids on the board.
     struct Owner {
         uid_t user;
         gid_t group;
     };
 
-    // Called before each request is carried out: what the program did before, by other ways, can be told first.
+    // Called before each request, to dispatch first what the program did before by other ways, such as logging.
     using BeforeRequest = std::function<void()>;
 
     FuseFiles(ValueFiles& valueFiles, Owner fileOwner, BeforeRequest beforeRequest);
@@ -38,8 +38,7 @@ public:
     FuseFiles& operator=(const FuseFiles&) = delete;
     ~FuseFiles() override;
 
-    // Begins to serve the connection, a descriptor of /dev/fuse that was mounted. Throws BoardError when the library
-    // cannot.
+    // Starts to serve the connection, a mounted descriptor of /dev/fuse. Throws BoardError when the library cannot.
     void Serve(FileDescriptor connection);
 
     // The connection; -1 before and after it.
@@ -49,7 +48,7 @@ public:
 
 private:
     struct Buffer;
-    struct OpenFile; // one open
+    struct OpenFile; // one open file description
     struct LateRequest;
     struct Operations;
 
@@ -66,8 +65,8 @@ private:
     std::map<fuse_req*, LateRequest> late;
 };
 
-// In process 1 of a board, as it makes the board: mounts the file system at the directory and gives the connection,
-// for another process to serve. Throws BoardError that says what to do where the machine does not let it.
+// In process 1 of a board: mounts the file system at the directory and returns the connection, for another process to
+// serve. Throws BoardError with a remedy where the machine forbids it.
 FileDescriptor MountFuse(const std::filesystem::path& mountPoint, FuseFiles::Owner owner);
 
 } // namespace VelrixBoard

@@ -13,7 +13,7 @@ namespace VelrixBoard {
 
 namespace {
 
-// How the fault answers a read or a write; 0 where it does not keep either from succeeding.
+// The fault's error of a read or a write; 0 if the fault lets it succeed.
 int ErrorOf(const Fault& fault, bool isWrite) {
     switch (fault.kind) {
     case Fault::Kind::IO_ERROR:
@@ -108,7 +108,7 @@ std::optional<BoardTime> ValueFiles::Due() const {
 }
 
 void ValueFiles::Run(BoardTime now) {
-    // Apart from the others first, since an answer may lead to more requests or drop some.
+    // Moved to a separate list first, since an answer may add or remove requests.
     std::list<Request> due;
     for (auto request = late.begin(); request != late.end();) {
         const auto next = std::next(request);

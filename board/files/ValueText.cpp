@@ -22,7 +22,7 @@ bool IsHexadecimal(std::string_view text) {
            std::string_view("0123456789abcdefABCDEF").find(text[2]) != std::string_view::npos;
 }
 
-// The digits and the end of a number without its sign.
+// Parses an unsigned number and the end of the text.
 int ParseDigits(std::string_view text, int base, std::uint64_t greatest, bool& level) {
     std::uint64_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, base);

@@ -5,12 +5,12 @@
 
 namespace VelrixBoard {
 
-// What the kernel of the device makes of a text that a program writes into a value file. Each gives 0 and the level, or
-// the error of the write, EINVAL or ERANGE, and leaves the level alone.
+// Parse a text written to a value file like the device's kernel. Each returns 0 and the level, or the error of the
+// write, EINVAL or ERANGE, and leaves the level unchanged.
 //
-// A line takes any number that fits into 32 bits with its sign, with the prefixes of C (0x, 0), and is high for
-// everything but 0. An LED takes a decimal number that fits into 32 bits and shines for everything but 0. One line feed
-// may follow; nothing else may, and nothing may stand before. The text ends at a zero byte.
+// A line accepts a signed 32-bit number with the prefixes of C (0x, 0), and is high except for 0. An LED accepts an
+// unsigned 32-bit decimal number and is lit except for 0. One trailing line feed is allowed, nothing else, and nothing
+// before the number. A zero byte ends the text.
 int ParseLineValue(std::string_view text, bool& level);
 int ParseLedValue(std::string_view text, bool& level);
 

@@ -12,10 +12,10 @@ namespace VelrixBoard {
 
 namespace {
 
-// How much of what was read is compared. Longer than a few records, which may well be the same in two runs.
+// How many of the bytes read last are compared. More than a few records, which can be equal in two runs.
 constexpr std::size_t COMPARED_BYTES = 4096;
 
-// Up to so many bytes from an offset on; fewer at the end of the file.
+// Reads up to so many bytes from an offset; fewer at the end of the file.
 std::string ReadAt(int file, std::size_t offset, std::size_t count) {
     std::string bytes(count, '\0');
     ssize_t length = 0;
@@ -52,7 +52,7 @@ bool LogTail::Finish(const std::function<bool()>& goesOn) {
 }
 
 void LogTail::Open() {
-    // Not to wait for the writer of a pipe, which is no log.
+    // O_NONBLOCK: open of a FIFO without a writer must not block.
     file = FileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
     if (file && (::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)))
@@ -72,7 +72,7 @@ bool LogTail::IsOverwritten() const {
     return ReadAt(file.Get(), read - last.size(), last.size()) != last;
 }
 
-// True when the turn's bound came before the end of the file.
+// True when the turn's limit came before the end of the file.
 bool LogTail::ReadOn() {
     if (IsOverwritten()) {
         EndLine();
@@ -96,7 +96,7 @@ void LogTail::EndLine() {
     cut = false;
 }
 
-// Returns how many of these bytes the turn had room for.
+// Returns how many of these bytes fit into the turn's limit.
 std::size_t LogTail::Pass(std::string_view added) {
     const std::size_t size = added.size();
     for (std::size_t end; (end = added.find('\n')) != std::string_view::npos; added.remove_prefix(end + 1)) {

@@ -51,7 +51,7 @@ void Recorder::OnSettled(BoardTime) {
         Flush(*record);
 }
 
-// What would come behind a gap could not be told from what comes behind nothing, so the record ends.
+// A gap in the record would be invisible, so the record ends.
 void Recorder::Flush(Record& record) const {
     while (record.file && !record.waiting.empty()) {
         const ssize_t written = ::write(record.file.Get(), record.waiting.data(), record.waiting.size());

@@ -11,11 +11,11 @@
 
 namespace VelrixBoard {
 
-// Writes what happens on the board into the run directory, a line each, at once: "changes" gets "SECONDS NAME LEVEL"
-// for every new level, "syslog" the records of /dev/log, with "\n" for a line feed inside of one. On request, "writes"
-// gets a line of the same form for every write of the program, be the level new or not. Lines go out when what was
-// waiting has been told, since a program may write faster than a line at a time can be recorded. A file that cannot
-// grow, on a full disk or at the limit for files, ends there; the user is told once, and the program runs on.
+// Writes logs into the run directory, one line per event: "changes" gets "SECONDS NAME LEVEL" for every new level,
+// "syslog" the records of /dev/log, with "\n" for a line feed inside of one. Optionally, "writes" gets the same for
+// every write of the program, even if the level stays. Flushes in OnSettled, since a program may write faster than one
+// system call per line allows. A file that cannot grow, on a full disk or at the file size limit, ends there, with one
+// message to the user; the program runs on.
 class Recorder final : public BoardObserver {
 public:
     using TellUser = std::function<void(const std::string& text)>;
@@ -29,10 +29,10 @@ public:
     void OnSettled(BoardTime time) override;
 
 private:
-    // Not a stream, which the program would inherit.
+    // A descriptor, not a std::ofstream, which the program would inherit.
     struct Record {
         std::filesystem::path path{};
-        FileDescriptor file{}; // none where it ends
+        FileDescriptor file{}; // empty after a failed write
         std::string waiting{};
     };
 

@@ -17,8 +17,8 @@ namespace {
 constexpr std::size_t LONGEST_RECORD = 65536;
 constexpr std::string_view CUT = " ... (cut: longer than 65536 bytes)";
 
-// More than the kernel keeps (net.unix.max_dgram_qlen, which Debian sets to 512), so that one turn takes all that was
-// sent before it; but a program that sends as fast as records are read does not hold the board in this loop.
+// More than the kernel's queue (net.unix.max_dgram_qlen, 512 on Debian), so that one turn takes all that was sent
+// before it; but a limit, so that a fast sender cannot keep the board in this loop.
 constexpr int RECORDS_PER_TURN = 1024;
 
 } // namespace
@@ -26,7 +26,7 @@ constexpr int RECORDS_PER_TURN = 1024;
 SyslogSocket::SyslogSocket(const std::filesystem::path& path, Action onRecord)
     : socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)), action(std::move(onRecord)),
       buffer(LONGEST_RECORD + CUT.size()) {
-    // An address holds 107 bytes, less than many a path; by its directory's descriptor the socket has a short name.
+    // A socket address holds only 107 bytes; a path via /proc/self/fd of the directory is short enough.
     const FileDescriptor directory(::open(path.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     const std::string name = "/proc/self/fd/" + std::to_string(directory.Get()) + "/" + path.filename().string();
     sockaddr_un address{};
@@ -34,7 +34,7 @@ SyslogSocket::SyslogSocket(const std::filesystem::path& path, Action onRecord)
     name.copy(address.sun_path, sizeof address.sun_path - 1);
     if (!socket || !directory || ::bind(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
         ThrowSystemError("cannot make the log socket " + path.string());
-    // A program may have given up its user's rights.
+    // A program may have dropped its user's privileges.
     ::chmod(path.c_str(), 0666);
 }
 
@@ -47,7 +47,7 @@ void SyslogSocket::Dispatch() {
     }
 }
 
-// Of a record in the buffer, by the length that it was sent with.
+// Trims and, by the sent length, truncates the record in the buffer.
 std::string_view SyslogSocket::Record(std::size_t length) {
     if (length > LONGEST_RECORD) {
         CUT.copy(buffer.data() + LONGEST_RECORD, CUT.size());

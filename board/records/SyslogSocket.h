@@ -12,11 +12,10 @@
 
 namespace VelrixBoard {
 
-// The other end of the board's /dev/log.
+// The receiving end of the board's /dev/log.
 //
-// Programs that log wait while the socket's queue, some ten datagrams, is full; so it must be read all the time the
-// program runs. Records are passed on as they came, without the line feed or zero that some programs end them with; of
-// one longer than 65536 bytes, its beginning and a remark.
+// A full queue blocks programs that log; so read it all the time while the program runs. Passes on records without a
+// trailing line feed or zero; truncates one longer than 65536 bytes, with a remark.
 class SyslogSocket final {
 public:
     using Action = std::function<void(std::string_view record)>;
@@ -26,7 +25,7 @@ public:
 
     int Descriptor() const { return socket.Get(); }
 
-    // Passes on the records that are waiting.
+    // Passes on the queued records.
     void Dispatch();
 
 private:

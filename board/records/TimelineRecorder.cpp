@@ -44,7 +44,7 @@ void TimelineRecorder::Write(const Event& event) {
 }
 
 void TimelineRecorder::Finish(BoardTime time) {
-    OnProgramStarted(BoardTime(0)); // where nobody told of it
+    OnProgramStarted(BoardTime(0)); // the program never started
     if (!failure.empty())
         throw TimelineError(failure);
     writer.Finish(std::chrono::duration_cast<TimelineTime>(time - *began));

@@ -10,8 +10,8 @@
 
 namespace VelrixBoard {
 
-// Records every change of a board's signals in a VCD file, with times from the first start of the program. What cannot
-// be written is told by Finish, since an observer must not throw.
+// Records every change of a board's signals in a VCD file, with times from the first start of the program. Finish
+// reports failed writes, since an observer must not throw.
 class TimelineRecorder final : public BoardObserver {
 public:
     // Throws TimelineError when the file cannot be made.
@@ -33,7 +33,7 @@ private:
     void Write(const Event& event);
 
     VcdWriter writer;
-    std::vector<Event> early; // told before the program's start was
+    std::vector<Event> early; // events before the program's start
     std::optional<BoardTime> began;
     std::string failure;
 };

@@ -28,7 +28,7 @@ constexpr struct {
                   {"error", Weight::ERROR}, {"warning", Weight::WARNING}, {"info", Weight::NORMAL},
                   {"info", Weight::NORMAL}, {"debug", Weight::LIGHT}};
 
-// "Nov  1 10:00:00 ", which syslog(3) puts before a name.
+// "Nov  1 10:00:00 ", the time stamp of syslog(3).
 constexpr std::string_view TIME_FORM = "Aaa dd 00:00:00 ";
 
 bool IsDigit(char c) {
@@ -51,7 +51,7 @@ bool BeginsWithTime(std::string_view text) {
     return true;
 }
 
-// "name[12]: text" without the process, which is the same all the time.
+// "name[12]: text" without the process id, which is always the same.
 std::string WithoutProcess(std::string_view text) {
     const std::size_t open = text.find('[');
     const std::size_t close = text.find("]:");

@@ -7,7 +7,7 @@
 
 namespace VelrixBoard {
 
-// A record of one of the program's logs as a reader wants it.
+// A parsed record of one of the program's logs.
 struct LogText {
     enum class Weight { NORMAL, LIGHT, WARNING, ERROR };
 
@@ -20,7 +20,7 @@ struct LogText {
 // A line of the web log, by its marker: "@whot" is a warning.
 LogText ReadWebLogRecord(std::string_view record);
 
-// A datagram of syslog(3), "<PRIORITY>TIME NAME[PID]: TEXT": "warning NAME: TEXT". Others are taken as they are.
+// A datagram of syslog(3), "<PRIORITY>TIME NAME[PID]: TEXT": "warning NAME: TEXT". Others stay unchanged.
 LogText ReadSystemLogRecord(std::string_view record);
 
 } // namespace VelrixBoard

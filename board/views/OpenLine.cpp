@@ -9,7 +9,7 @@ namespace {
 
 constexpr int TABULATOR = 8;
 constexpr unsigned char ESCAPE_BYTE = 0x1B;
-// Longer than any code for a colour; what is longer still is no code of a terminal's.
+// Longer than any colour code; a longer sequence is not an escape sequence.
 constexpr std::size_t LONGEST_CODE = 64;
 constexpr unsigned char BELL = 0x07;
 
@@ -40,7 +40,7 @@ void OpenLine::TakeByte(unsigned char byte, int columns) {
         return;
     }
     isOpen = true;
-    // The later bytes of a character in UTF-8 take no column.
+    // UTF-8 continuation bytes take no column.
     if ((byte & 0xC0) == 0x80)
         return;
     if (column >= columns) {
@@ -82,7 +82,7 @@ std::size_t OpenLine::WholeLength(std::string_view text) {
         if (code.within != Within::TEXT)
             return escape;
     }
-    // The first byte of a character in UTF-8 says how many there are.
+    // The UTF-8 lead byte gives the length.
     for (std::size_t at = text.size(); at-- > from;) {
         const auto byte = static_cast<unsigned char>(text[at]);
         if ((byte & 0xC0) == 0x80)

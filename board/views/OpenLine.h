@@ -6,27 +6,25 @@
 
 namespace VelrixBoard {
 
-// Where printed text leaves a terminal's cursor: in which column of a line that is not ended yet, so that something can
-// be drawn below and the text be continued. Knows the codes that text is coloured with, carriage returns, tabulators
-// and backspaces; a character that takes two columns counts as one, and a program that moves the cursor about is beyond
-// it.
+// Tracks a terminal's cursor column in an unfinished line, so that a block can be drawn below it and the text be
+// continued. Handles colour codes, carriage returns, tabs and backspaces. Not supported: characters of two columns,
+// cursor movement.
 class OpenLine final {
 public:
     void Take(std::string_view text, int columns);
 
-    // How much of the text does not end in the middle of a character or of a terminal's code, where nothing can be
-    // drawn.
+    // The length of the text without an incomplete character or escape sequence at its end, where nothing can be drawn.
     static std::size_t WholeLength(std::string_view text);
 
-    // The line was ended by something else.
+    // Other output ended the line.
     void End() { *this = OpenLine(); }
 
     bool IsOpen() const { return isOpen; }
 
-    // The cursor is behind the last column: the next character comes into the next row, as does a line feed.
+    // Pending wrap: the cursor is after the last column; the next character goes to the next row, as does a line feed.
     bool IsRowFull(int columns) const { return Total() > 0 && column > 0 && Total() % columns == 0; }
 
-    // In a terminal that is so wide now. Of a row that is full, that of the row below.
+    // The column at this terminal width. For a full row, that of the row below.
     int Column(int columns) const { return Total() % columns; }
 
 private:
@@ -38,7 +36,7 @@ private:
 
     Within within = Within::TEXT;
     bool isOpen = false;
-    int rowsAbove = 0; // the columns that the line took in rows above
+    int rowsAbove = 0; // the columns of the line in rows above
     int column = 0;
 };
 

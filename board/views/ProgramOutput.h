@@ -9,18 +9,18 @@
 
 namespace VelrixBoard {
 
-// What the program prints onto a terminal that shows the board: it passes by the view, through one pipe, which keeps
-// the order of both outputs. While the view takes nothing, nothing is read: then the program waits as it would for the
-// terminal, in its prints alone.
+// The program's output on a terminal that shows the board. One pipe keeps the order of standard output and standard
+// error. Back pressure: while the view takes nothing, the pipe is not read, and the program blocks in its prints, as on
+// the terminal.
 class ProgramOutput final : public ILoopPart {
 public:
-    // Enough to print fast; little enough for what else the loop has to do.
+    // Large enough for throughput, small enough for the event loop's latency.
     static constexpr std::size_t BYTES_PER_TURN = std::size_t{16} * 1024;
 
-    // Throws BoardError when there can be no pipe.
+    // Throws BoardError when the pipe cannot be created.
     explicit ProgramOutput(TerminalView& terminalView);
 
-    // The program's end, for process 1; closed here once that has it.
+    // The program's end of the pipe; closed here after process 1 has inherited it.
     int WritingEnd() const { return writing.Get(); }
     void CloseWritingEnd() { writing.Close(); }
 

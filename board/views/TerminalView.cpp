@@ -13,17 +13,17 @@ namespace {
 
 constexpr int MOST_NOTES = 6;
 constexpr int BOARD_ROWS = 4;
-// The row below the block, in which the cursor waits.
+// The row below the block, for the cursor.
 constexpr int CURSOR_ROWS = 1;
-// Of lines: one system call for many.
+// Flush size of lines: one system call for many.
 constexpr std::size_t WRITTEN_AT_ONCE = std::size_t{16} * 1024;
 constexpr int BAR_COLUMNS = 20;
 constexpr const char* NORMAL = "\033[0m";
 
 } // namespace
 
-// Text for a row of the block, whose colour codes take no column. Put blanks before a part, not behind the last one:
-// whether those take columns when the terminal wraps its rows anew is up to the terminal.
+// Text for a row of the block; colour codes take no column. No trailing blanks: terminals differ in whether these count
+// when rows are rewrapped.
 class TerminalView::Row final {
 public:
     explicit Row(int mostColumns) : columns(mostColumns), left(mostColumns) {}
@@ -34,7 +34,7 @@ public:
         if (color != nullptr)
             text += color;
         for (const char c : Printable(part)) {
-            // The later bytes of a character in UTF-8 stand in the column of its first.
+            // UTF-8 continuation bytes take no column.
             const bool begins = (static_cast<unsigned char>(c) & 0xC0) != 0x80;
             if (begins)
                 --left;
@@ -167,7 +167,7 @@ std::optional<BoardTime> TerminalView::Due() const {
     return due;
 }
 
-// Those behind a change of an LED wait until that is one.
+// Lines after a change of an LED wait until its colour is stable.
 void TerminalView::WriteLines() {
     const std::optional<BoardTime> due = Due();
     const auto end = due ? lines.lower_bound(*due - SHORTEST_COLOR) : lines.end();
@@ -202,7 +202,7 @@ void TerminalView::OnFault(std::size_t signal, BoardTime time) {
     PrintLine(time, "fault " + state.Name(signal) + " " + (fault ? ToString(*fault) : "none"));
 }
 
-// The lines that it drives say the same where changes are listed.
+// Where changes are listed, the lines that it drives show the same.
 void TerminalView::OnModule(BoardTime) {
     changed = true;
 }
@@ -215,7 +215,7 @@ void TerminalView::OnProgramStarted(BoardTime time) {
     PrintLine(time, "board " + text);
 }
 
-// A progress bar moves where it is, and begins anew when its row is gone or of another run.
+// A progress bar is updated in place; a new row when the old one has scrolled out or is of another run.
 void TerminalView::Add(const char* source, LogText record) {
     if (record.percent && !record.beginsBar) {
         const auto bar = std::find_if(notes.rbegin(), notes.rend(),
@@ -252,7 +252,7 @@ void TerminalView::Print(std::string_view text) {
         PrintWhole(all);
 }
 
-// Goes on where the program's output ended, which is in the row that the block began in if that was the end of a row.
+// Moves the cursor to the end of the program's output; after a full row that is the block's first row.
 void TerminalView::PrintWhole(const std::string& text) {
     std::string drawing = Erase();
     const int columns = measure().columns;
@@ -293,9 +293,8 @@ void TerminalView::Finish(BoardTime time) {
     OnSettled(time);
 }
 
-// From the row below the block, in which the cursor is. Most terminals wrap what they show anew when they get narrower.
-// On one that cuts it off instead, this takes some of the program's output away; what was left of the block otherwise
-// would stay for ever.
+// Erases upwards from the row below the block. Most terminals rewrap rows when they get narrower. On one that truncates
+// instead, this erases some of the program's output; otherwise parts of the block would stay.
 std::string TerminalView::Erase() const {
     if (drawnWidths.empty())
         return "";
@@ -355,8 +354,7 @@ std::vector<TerminalView::Row> TerminalView::Rows(const Size& size, BoardTime ti
     return rows;
 }
 
-// The text ends in the row that the block begins in. All goes out at once, so that nothing of the old block is seen
-// beside the new one.
+// The text ends in the block's first row. One write, so that old and new block are never visible together.
 void TerminalView::DrawBelow(const std::string& text, BoardTime time) {
     std::string drawing = text;
     drawnWidths.clear();

@@ -23,15 +23,14 @@ namespace VelrixBoard {
 // lines, the simulated module, the faults, the end of the two logs. Elsewhere it is one line per change: "0.512 s  MS
 // green".
 //
-// On a terminal nobody else may write to that terminal; what the program prints goes through Print, which puts it above
-// the block. A terminal that is not read gets no further picture until it has taken the last one, so that it shows the
-// latest then and nothing piles up.
+// The view must be the only writer to the terminal; Print puts the program's output above the block. A terminal that is
+// not read gets no new picture until it has taken the last one: then it shows the latest, and no backlog grows.
 class TerminalView final : public BoardObserver, public ILoopPart {
 public:
-    // The elements of an LED are written one after the other; a colour that lasts for less than this is none.
+    // Glitch filter: the elements of an LED are written one after the other; shorter colours are ignored.
     static constexpr BoardTime SHORTEST_COLOR = std::chrono::milliseconds(5);
 
-    // What the board says to a terminal that is not read; more than it ever has to say to one that is.
+    // Buffer limit for messages to a terminal that is not read.
     static constexpr std::size_t MOST_SAID = std::size_t{64} * 1024;
 
     enum class Style { BLOCK, LINES };
@@ -40,7 +39,7 @@ public:
         int columns;
         int rows;
     };
-    // How large the terminal is now: no line of the block may wrap round, and the block has to fit.
+    // The terminal's size: no line of the block may wrap, and the block must fit.
     using Measure = std::function<Size()>;
 
     TerminalView(const BoardState& boardState, const IBoardControl& boardControl, Style viewStyle, Measure terminalSize,
@@ -56,27 +55,27 @@ public:
     void OnProgramStarted(BoardTime time) override;
 
     int Descriptor() const override { return -1; }
-    // When a colour that is new now will have lasted long enough.
+    // When the newest colour passes the glitch filter.
     std::optional<BoardTime> Due() const override;
     void Run(BoardTime) override {}
 
-    // The terminal has another size now.
+    // The terminal was resized.
     void OnResize(BoardTime time);
 
-    // The program's output, as it is; a line may come in parts. Only while TakesOutput.
+    // The program's output, unchanged; lines may be incomplete. Only while TakesOutput.
     void Print(std::string_view text);
     bool TakesOutput() const { return output.IsWritten() && said.IsEmpty(); }
 
-    // Whole lines of the board's.
+    // Complete lines of the board.
     void Say(std::string_view text);
 
-    // The last drawing; the block stays on the screen. Comes when the output is written, or will not be.
+    // The last drawing; the block stays on the screen. Call it after the output is written or discarded.
     void Finish(BoardTime time);
 
 private:
     class Row;
 
-    // A row below the board: what it is of, and the record.
+    // A row below the board: its source and the record.
     struct Note {
         std::string source;
         LogText record;
@@ -111,12 +110,12 @@ private:
     std::vector<LedColor> leds;
     std::vector<std::string> shownLeds;
     std::vector<bool> shownLines;
-    int runs = 0;                                // of the program, which a reboot starts anew
+    int runs = 0;                                // of the program; a reboot restarts it
     std::deque<Note> notes;                      // the last records and calls
-    std::multimap<BoardTime, std::string> lines; // not written yet, as something older may still come in between
-    std::string held;                            // of the program's output, a part of a character or of a code
+    std::multimap<BoardTime, std::string> lines; // not written yet, since older ones may follow
+    std::string held;                            // of the program's output: an incomplete character or escape sequence
     OpenLine openLine;                           // of the program's output, above the block
-    Backlog said{MOST_SAID};                     // not shown yet
+    Backlog said{MOST_SAID};                     // pending
     BoardTime drawnTime{};
     std::vector<int> drawnWidths; // of the block's rows on the screen, in columns
     bool changed = true;
