@@ -32,7 +32,7 @@ void BoundedServer::Answer(PanelConnection& connection) {
         return Refuse(connection, 431);
     case PanelConnection::Head::LINE_TOO_LONG:
         return Refuse(connection, 414);
-    case PanelConnection::Head::NOTHING_CAME: // as browsers open connections to have them ready
+    case PanelConnection::Head::NOTHING_CAME: // browsers preconnect
         return;
     }
 }

@@ -16,7 +16,7 @@
 
 namespace VelrixBoard {
 
-// Takes no more connections than there are threads; further ones wait in the kernel, where they cost no descriptor.
+// Accepts no more connections than it has threads; further ones wait in the kernel's backlog, without a descriptor.
 class BoundedThreads final : public httplib::ThreadPool {
 public:
     BoundedThreads() : httplib::ThreadPool(MOST) {}
@@ -34,14 +34,14 @@ private:
     std::counting_semaphore<MOST> idle{MOST};
 };
 
-// The library's server, with bounds on what one connection and all of them together may take.
+// The library's server, with limits per connection and in total.
 class BoundedServer final : public httplib::Server {
 public:
-    // Before it listens.
+    // Call it before listening.
     void SetPatience(std::chrono::milliseconds time) { patience = time; }
 
-    // After it was bound. The library lets five clients wait, and the kernel makes the next one try again after one
-    // second, three, seven.
+    // Call it after bind. The library's backlog is five; the kernel lets further clients retry after one second, three,
+    // seven.
     void LetClientsWait() { ::listen(svr_sock_, MOST_WAITING); }
 
     PanelClients& Clients() { return clients; }

@@ -24,8 +24,8 @@ std::string Text(const json& value) {
     return value.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
-// The board as the page needs it to draw and name everything: signals by their numbers. "run" tells this board from one
-// that is started on the same port later.
+// The description of the board for the page: signals by number. "run" distinguishes this board from a later one on the
+// same port.
 std::string Describe(const BoardState& state, const std::string& program) {
     json signals = json::array();
     for (std::size_t signal = 0; signal < state.Count(); ++signal)
@@ -81,7 +81,7 @@ Panel::Panel(const BoardState& boardState, IBoardControl& boardControl, Clock cl
     feed.Publish();
 }
 
-// Requests that wait for the loop would hold up the end of the server, for the loop has come to its end.
+// Waiting requests would delay the server's end, since the event loop has ended.
 Panel::~Panel() {
     queue.Close();
 }
@@ -102,7 +102,7 @@ void Panel::OnWebLog(std::string_view record, BoardTime time) {
     feed.Record(PanelFeed::Log::WEB, record, FeedTime(time));
 }
 
-// As a notice of the board's own among the trace records.
+// As a message of the board among the trace records.
 void Panel::OnReboot(std::string_view call, BoardTime time) {
     feed.Record(PanelFeed::Log::SYSTEM, "<5>board: reboot called: " + std::string(call), FeedTime(time));
 }
@@ -119,7 +119,7 @@ void Panel::OnModule(BoardTime) {
     TellModule();
 }
 
-// A line that no record of the program can be tells the pages' web log that what follows is of another run.
+// A line that cannot be a record of the program: the pages' web log starts a new run.
 void Panel::OnProgramStarted(BoardTime time) {
     if (++runs == 1) {
         TellProgram("running", "running");

@@ -11,11 +11,11 @@
 
 namespace VelrixBoard {
 
-// The board's panel in the browser: passes on what happens to the pages' feed, and does on the board's loop what the
-// pages ask for.
+// The board's panel in the browser: passes events to the pages' feed, and executes the pages' commands on the board's
+// event loop.
 class Panel final : public IBoardAttachment {
 public:
-    // The program as the pages name it; the port as PanelServer takes it. Throws BoardError when the port is in use.
+    // The program's name for the pages; the port as for PanelServer. Throws BoardError when the port is in use.
     Panel(const BoardState& boardState, IBoardControl& boardControl, Clock clock, const std::string& program,
           std::optional<int> port);
     ~Panel() override;
@@ -42,7 +42,7 @@ private:
     void TellFaults();
     void TellProgram(const char* programState, const std::string& text);
 
-    int runs = 0; // of the program, which a reboot starts anew
+    int runs = 0; // of the program; a reboot restarts it
 
     const BoardState& state;
     IBoardControl& control;

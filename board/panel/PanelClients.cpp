@@ -35,7 +35,7 @@ void PanelClients::Close() {
         Drop(client);
 }
 
-// For the newest, which must not be the one to go.
+// Makes room for the newest, which must not be dropped itself.
 void PanelClients::MakeRoom() {
     const auto held =
         std::count_if(clients.begin(), clients.end(), [](const Client& client) { return !client.dropped; });
@@ -51,7 +51,7 @@ void PanelClients::MakeRoom() {
     }
 }
 
-// Whoever reads or writes finds the end of the connection.
+// Unblocks reads and writes with an end of the connection.
 void PanelClients::Drop(Client& client) {
     client.dropped = true;
     ::shutdown(client.socket, SHUT_RDWR);

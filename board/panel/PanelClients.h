@@ -8,16 +8,15 @@
 
 namespace VelrixBoard {
 
-// The connections that the panel's server has taken, each held by one of its threads. Keeps a thread free for the next
-// one, whatever those before it do: a client too many costs another one its place. The first to go are those that the
-// server waits for, the oldest of them first; then the oldest stream of events, whose page comes back by itself. Nobody
-// goes whose request the board is at, which takes seconds at most.
+// The accepted connections of the panel's server, one per thread. Keeps a thread free for the next one by dropping
+// another: first the oldest client that the server waits for, then the oldest event stream, whose page reconnects.
+// Never drops a client whose request the board executes, which takes seconds at most.
 class PanelClients final {
 public:
-    // Far more than browsers open, of which each needs six connections at most.
+    // Far more than browsers open: six connections each at most.
     static constexpr std::size_t MOST = 48;
 
-    // A client's place, for as long as the calling thread has to do with it. The socket must be open until it ends.
+    // A client's entry while the calling thread serves it. The socket must stay open until it is destroyed.
     class Place final {
     public:
         Place(PanelClients& ownClients, int socket);
@@ -29,12 +28,12 @@ public:
         PanelClients& clients;
     };
 
-    // What goes on with the client of the calling thread. AWAITED: it has to send its request or read its answer, which
-    // is where each begins.
+    // The state of the calling thread's client. AWAITED, the initial one: the server waits for the client to send or
+    // read.
     enum class State { AWAITED, SERVED, STREAMING };
     void Set(State state);
 
-    // Ends all connections, also those that come from now on.
+    // Ends all connections, and rejects new ones.
     void Close();
 
 private:

@@ -9,15 +9,15 @@
 
 namespace VelrixBoard {
 
-// What a page's control asks for, as work for the board's loop:
+// A command of a page, as work for the board's event loop:
 //
-//     inputs/LABEL    {"level": true}                     drives the input
-//     faults/NAME     {"fault": "EIO"}, {"fault": null}   breaks the value file of a line or LED element, or makes it
-//     whole module          {"readyAfterMs": 40}, {... null}    when the Oxbo module is ready; null: never program
-//     {"signal": "TERM"}                  INT, HUP and KILL likewise
+//     inputs/LABEL  {"level": true}                    drives the input
+//     faults/NAME   {"fault": "EIO"}, {"fault": null}  injects or removes a fault of a line or LED element
+//     module        {"readyAfterMs": 40}, {... null}   when the Oxbo module is ready; null: never
+//     program       {"signal": "TERM"}                 INT, HUP and KILL likewise
 //
-// Looks at nothing of the state that changes, so any thread may call it. Throws PanelError, 404 for a name and 400 for
-// a body that the board does not know; the work itself throws what the control throws.
+// Reads only immutable state: any thread. Throws PanelError, 404 for an unknown name and 400 for an invalid body; the
+// work itself throws what the control throws.
 PanelQueue::Work ReadPanelCommand(const std::string& path, const std::string& body, const BoardState& state,
                                   IBoardControl& control);
 

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::string_view HEAD_END = "\r\n\r\n";
 
-// What a client may still send that has been answered.
+// How much a client may still send after its answer.
 constexpr std::size_t LONGEST_REMAINDER = std::size_t{1024} * 1024;
 
 void TakeAddress(const sockaddr_in& name, std::string& address, int& port) {
@@ -52,8 +52,8 @@ PanelConnection::Head PanelConnection::ReadHead() {
     }
 }
 
-// For a header of a few thousand overlapping ranges the library would send as many copies of a file. Nobody is obliged
-// to know ranges.
+// Ignores Range: for a few thousand overlapping ranges the library would send as many copies of a file. Servers need
+// not support ranges.
 void PanelConnection::LeaveOutRange(std::size_t headSize) {
     constexpr std::string_view NAME = "\r\nRange:";
     for (std::size_t at = received.find("\r\n"); at < headSize;) {
@@ -119,7 +119,7 @@ void PanelConnection::get_local_ip_and_port(std::string& address, int& port) con
         TakeAddress(name, address, port);
 }
 
-// What of it came, or an end of the connection; 0 where nothing did in time.
+// The bytes received, or the end of the connection; 0 on a timeout.
 short PanelConnection::Wait(short events, Clock::time_point limit) const {
     for (;;) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(limit - Clock::now()).count();
@@ -132,7 +132,7 @@ short PanelConnection::Wait(short events, Clock::time_point limit) const {
     }
 }
 
-// What recv returns, or -1 when nothing came in time.
+// The result of recv, or -1 on a timeout.
 ssize_t PanelConnection::Receive(char* buffer, std::size_t size, Clock::time_point limit) const {
     return Wait(POLLIN, limit) != 0 ? ::recv(descriptor, buffer, size, MSG_DONTWAIT) : -1;
 }

@@ -10,18 +10,18 @@
 
 namespace VelrixBoard {
 
-// One client's connection as the HTTP library reads and writes it, with the bounds that the library has not: on the
-// headers as a whole, and on the time that a request and an answer may take.
+// One client's connection for the HTTP library, with limits that the library lacks: on the total size of the headers,
+// and on the time of a request and of an answer.
 //
-// A client has the patience to begin its request, again to send the rest of it, and again each time that it has to read
-// something to make room for more.
+// The patience is the timeout for the beginning of a request, for the rest of it, and for each read that makes room for
+// more.
 class PanelConnection final : public httplib::Stream {
 public:
-    // Request line and headers. The cookies of all other servers on 127.0.0.1 may be among them.
+    // Request line and headers, including the cookies of all other servers on 127.0.0.1.
     static constexpr std::size_t LONGEST_HEAD = 32768;
-    // No name here is anywhere near as long.
+    // The panel's names are much shorter.
     static constexpr std::size_t LONGEST_REQUEST_LINE = 1024;
-    // One write, as a multiple of the patience, however slowly it goes on.
+    // The timeout of one write in total, as a multiple of the patience.
     static constexpr int LONGEST_WRITE = 10;
 
     // Does not own the socket.
@@ -30,15 +30,14 @@ public:
 
     enum class Head { READ, NOTHING_CAME, TOO_SLOW, TOO_LONG, LINE_TOO_LONG };
 
-    // Reads the head of the request; the library gets it once it is READ.
+    // Reads the head of the request, for the library once the result is READ.
     Head ReadHead();
 
-    // Lets the client read the answer before the connection is closed: unread bytes of a request would make the kernel
-    // take the answer back.
+    // Lingers: closing with unread bytes of a request would reset the connection and discard the answer.
     void Finish();
 
     bool is_readable() const override;
-    // False as well when the client has gone or was dropped.
+    // Also false when the client disconnected or was dropped.
     bool is_writable() const override;
     ssize_t read(char* buffer, std::size_t size) override;
     ssize_t write(const char* text, std::size_t size) override;
@@ -55,9 +54,9 @@ private:
 
     const int descriptor;
     const std::chrono::milliseconds patience;
-    Clock::time_point requestEnd{}; // when the request must have come
-    std::string received;           // the head, and what came with it
-    std::size_t taken = 0;          // of that, by the library
+    Clock::time_point requestEnd{}; // the deadline of the request
+    std::string received;           // the head, and bytes that came with it
+    std::size_t taken = 0;          // consumed by the library
 };
 
 } // namespace VelrixBoard

@@ -9,12 +9,12 @@ namespace VelrixBoard {
 
 namespace {
 
-// A JSON string. Programs log whatever bytes they like; what is no UTF-8 is shown as replaced.
+// A JSON string. Programs may log any bytes; ill-formed UTF-8 becomes the replacement character.
 std::string Quoted(std::string_view text) {
     return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-// The versions only rise within a run, so the news are at its end.
+// Versions are monotonic, so the news are at the end.
 template <class Run>
 typename Run::const_iterator FirstSince(const Run& run, std::uint64_t seen) {
     auto first = run.end();
@@ -51,7 +51,7 @@ void PanelFeed::Change(std::size_t signal, bool level, Time time) {
         const auto first = entries.end() - BURST;
         const bool single = std::all_of(first, entries.end(), [](const Entry& entry) { return entry.count == 1; });
         if (single && time - first->begin <= BURST_TIME) {
-            // The burst takes the place of the first one. A page that has seen the others drops what comes behind it.
+            // The burst replaces the first change. A page that has the others drops everything after it.
             *first = {version, first->id, first->begin, time, BURST, level};
             entries.erase(first + 1, entries.end());
         }
@@ -101,7 +101,7 @@ std::optional<std::string> PanelFeed::Next(Reader& reader, std::chrono::millisec
     if (reader.begun && reader.seen == published)
         return closed ? std::nullopt : std::optional<std::string>("");
     const News news = Since(reader);
-    // What happened meanwhile is in the news already, published or not.
+    // The news include meanwhile unpublished events.
     published = std::max(published, version);
     reader.seen = version;
     reader.begun = true;

@@ -18,12 +18,12 @@
 
 namespace VelrixBoard {
 
-// What the panel's pages are told: the state of the board and what happened lately, on its way from the board's loop to
-// any number of readers, each of them a page in a thread of its own.
+// The feed of the panel's pages: state and recent history of the board, from the board's event loop to any number of
+// readers, one thread per page.
 //
-// Everything here has a bound, whatever the program does and however slowly a page reads. A reader has no queue: it has
-// a place in the common past, and gets all that is newer in one message. A signal that changes faster than anybody can
-// see is kept as a burst, "so many changes from here to there", instead of its single changes.
+// Bounded, for any program and any slow page. Readers have no queues: each has a position in the shared history, and
+// gets everything newer in one message. Changes that are too fast to see are merged into a burst, "so many changes from
+// here to there".
 class PanelFeed final {
 public:
     using Time = std::chrono::microseconds; // since the board was started
@@ -32,7 +32,7 @@ public:
 
     static constexpr std::size_t KEPT_CHANGES = 2048;   // of each signal
     static constexpr std::size_t KEPT_RECORDS = 1000;   // of each log
-    static constexpr std::size_t LONGEST_RECORD = 2000; // bytes; the rest of a record is cut off
+    static constexpr std::size_t LONGEST_RECORD = 2000; // bytes; records are truncated
 
     // BURST changes of one signal within BURST_TIME become one burst, which goes on while changes follow within
     // BURST_GAP.
@@ -40,45 +40,45 @@ public:
     static constexpr Time BURST_TIME = std::chrono::milliseconds(16);
     static constexpr Time BURST_GAP = std::chrono::milliseconds(2);
 
-    // One reader's place. A new one begins with a message that tells everything.
+    // One reader's position. A new one starts with a message of the whole state.
     class Reader final {
         friend class PanelFeed;
         std::uint64_t seen = 0;
         bool begun = false;
     };
 
-    // Gives the time now, to any thread.
+    // The current time. Any thread.
     using Clock = std::function<Time()>;
 
-    // The description, a JSON text, is handed to each page unchanged; the levels are those of all signals by number.
+    // Each page gets the description, a JSON text, unchanged; the levels are those of all signals by number.
     PanelFeed(std::string boardDescription, const std::vector<bool>& signalLevels, Clock boardClock);
 
-    // For the board's loop. Readers hear of it after the next Publish; none of these waits for a reader.
+    // For the board's event loop, never blocked by a reader. Readers get the events after the next Publish.
     void Change(std::size_t signal, bool level, Time time);
     void Record(Log log, std::string_view text, Time time);
-    // A part of the state as a JSON text under a name, in place of the one before it.
+    // Sets a named part of the state, a JSON text.
     void Status(const std::string& name, std::string json);
     void Publish();
 
-    // Ends all waiting; readers get what is left and then nothing.
+    // Wakes up all readers; they get the rest and then nothing.
     void Close();
 
-    // For a reader's thread: the next message, one line of JSON, as soon as there is news; empty when none came in this
-    // time; nothing when the feed is closed.
+    // For a reader's thread: waits for the next message, one line of JSON; empty on a timeout; nothing when the feed is
+    // closed.
     std::optional<std::string> Next(Reader& reader, std::chrono::milliseconds longest);
 
-    // Waits that long, or until the feed is closed.
+    // Sleeps, or returns early when the feed is closed.
     void Pause(std::chrono::milliseconds length);
 
 private:
-    // One change, or a burst of many. What a burst holds may grow while it is the last of its signal.
+    // One change, or a burst of many. A burst may grow while it is the last entry of its signal.
     struct Entry {
         std::uint64_t version;
         std::uint64_t id; // counts the entries of its signal
         Time begin;
         Time end;
         std::uint64_t count;
-        bool level; // behind it
+        bool level; // after it
     };
     struct Signal {
         bool level;
@@ -96,8 +96,7 @@ private:
         std::string json;
     };
 
-    // What one message is made of. It is copied while the board's loop may have to wait, and made into text, which
-    // takes many times longer, when it need not.
+    // The data of one message: copied under the lock, and serialised, which takes many times longer, without it.
     struct News {
         bool isFirst;
         std::string levels; // a digit for each signal
@@ -118,8 +117,8 @@ private:
     std::array<std::deque<LogRecord>, 2> logs;
     std::array<std::uint64_t, 2> recordCounts{};
     std::map<std::string, StatusPart> status;
-    std::uint64_t version = 1;   // of the last thing that happened
-    std::uint64_t published = 1; // of the last thing that readers may know
+    std::uint64_t version = 1;   // of the last event
+    std::uint64_t published = 1; // of the last event for readers
     bool closed = false;
 };
 

@@ -8,11 +8,11 @@ namespace VelrixBoard {
 
 struct PanelFile {
     std::string_view name; // "index.html"
-    std::string_view type; // of its content, as HTTP names it
+    std::string_view type; // media type
     std::string_view content;
 };
 
-// The files of board/panel/page, which the build puts into the program.
+// The files of board/panel/page, embedded by the build.
 const std::vector<PanelFile>& PanelFiles();
 
 } // namespace VelrixBoard

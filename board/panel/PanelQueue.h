@@ -14,7 +14,7 @@
 
 namespace VelrixBoard {
 
-// A request that is answered by an HTTP status other than 200, and a text for the one who sent it.
+// A failed request: an HTTP status other than 200, and a message for the client.
 class PanelError final : public std::runtime_error {
 public:
     PanelError(int httpStatus, const std::string& text) : std::runtime_error(text), status(httpStatus) {}
@@ -29,30 +29,30 @@ class PanelQueue final {
 public:
     using Work = std::function<void()>;
 
-    // Waiting work at most; pages that send more are told to wait.
+    // Queue limit; further requests get 503.
     static constexpr std::size_t LONGEST = 64;
 
-    // Throws BoardError when the system has no descriptor left.
+    // Throws BoardError when the process has no descriptor left.
     PanelQueue();
 
     // Readable when there is work.
     int Descriptor() const { return event.Get(); }
 
-    // For the loop: does all waiting work; what it throws goes to who sent it.
+    // For the event loop: executes all queued work; its exceptions go to the sender.
     void Run();
 
-    // For the loop: work that waits, and all that comes later, is refused.
+    // For the event loop: rejects queued and later work.
     void Close();
 
-    // For any other thread: returns when the loop has done the work. Throws what the work throws, and PanelError 503
-    // when the board ends, is overloaded, or does not come to it within the time.
+    // For any other thread: returns when the event loop has done the work. Throws what the work throws, and PanelError
+    // 503 when the board ends, is overloaded, or the timeout expires.
     void Do(Work work, std::chrono::milliseconds longest = std::chrono::seconds(5));
 
 private:
     struct Waiting {
         Work work;
-        // What the work threw, or null. Moved through, so that only the thread that waits holds it in the end and
-        // releases it: the C++ library does so in code that the thread sanitizer does not see.
+        // The exception of the work, or null. Moved to the waiting thread, which releases it: the C++ library does that
+        // in code that the thread sanitizer does not instrument.
         std::promise<std::exception_ptr> done;
     };
 

@@ -10,10 +10,10 @@ namespace VelrixBoard {
 
 namespace {
 
-// In words, for who wrote the request. The library answers some requests by itself, with the status alone.
+// Messages for the client. The library answers some requests itself, with only a status.
 constexpr struct {
     int status;
-    const char* reason; // HTTP's own words
+    const char* reason; // reason phrase
     const char* text;
 } REFUSALS[] = {
     {400, "Bad Request", "this is no HTTP request, or one of its headers is too long"},
@@ -44,14 +44,14 @@ void AnswerError(httplib::Response& response, int status, const std::string& tex
     response.set_content(ErrorBody(text), JSON);
 }
 
-// By the words above.
+// With the message above.
 void AnswerError(httplib::Response& response, int status) {
     const auto* const refusal = FindRefusal(status);
     AnswerError(response, status,
                 refusal != nullptr ? refusal->text : "the panel refuses this with " + std::to_string(status));
 }
 
-// Before the library has seen anything of the request.
+// Before the library has read anything of the request.
 void Refuse(PanelConnection& connection, int status) {
     const auto* const refusal = FindRefusal(status);
     const std::string body = ErrorBody(refusal->text);

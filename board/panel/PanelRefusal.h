@@ -9,16 +9,16 @@
 
 namespace VelrixBoard {
 
-// The type of what the panel answers with.
+// The media type of the panel's answers.
 inline constexpr const char* JSON = "application/json";
 
 // Answers with {"error": TEXT}.
 void AnswerError(httplib::Response& response, int status, const std::string& text);
 
-// The same with the words that the panel has for the status.
+// The same with the panel's message for the status.
 void AnswerError(httplib::Response& response, int status);
 
-// The same before the library has seen anything of the request.
+// The same before the library has read anything of the request.
 void Refuse(PanelConnection& connection, int status);
 
 } // namespace VelrixBoard

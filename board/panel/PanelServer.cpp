@@ -27,18 +27,18 @@ using namespace std::chrono_literals;
 
 constexpr const char* ADDRESS = "127.0.0.1";
 
-// Pages hear of a single change at once, and of many in parts of this length.
+// Pages get a single change at once, and many in batches of this duration.
 constexpr auto MESSAGE_DISTANCE = 25ms;
-// How often the thread of a page looks whether the page is still there, and how often, in such looks, it sends
-// something to find out.
+// Interval of a page's thread to check whether the page is still connected, and the number of intervals between
+// keep-alive messages.
 constexpr auto LOOK_DISTANCE = 50ms;
 constexpr int PING_LOOKS = 20;
-// How long the end of the board waits for pages to be told of it.
+// How long the board's end waits for pages to get the last message.
 constexpr auto LAST_MESSAGE = 200ms;
-// Far more than any command.
+// Longer than any command.
 constexpr std::size_t LONGEST_BODY = 4096;
 
-// Nobody else may have the port: without this function two boards would share one, and get every other request each.
+// Without SO_REUSEPORT: two boards would share a port, and each get some of the requests.
 void ConfigureSocket(int socket) {
     const int yes = 1;
     ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
@@ -62,7 +62,7 @@ struct PanelServer::Inside {
         return origin.substr(0, SCHEME.size()) == SCHEME && IsOwnName(origin.substr(SCHEME.size()));
     }
 
-    // True when the request was answered, by a refusal.
+    // True when the request was rejected.
     bool Refuse(const httplib::Request& request, httplib::Response& response) const {
         response.set_header("Cache-Control", "no-store");
         response.set_header("X-Content-Type-Options", "nosniff");
@@ -91,8 +91,8 @@ struct PanelServer::Inside {
         return status != 0;
     }
 
-    // What the browser says of where a request comes from; other programs say nothing. A page of another site may link
-    // to the panel, but not load anything from it: not even unread, for every request takes a thread for some time.
+    // The browser's fetch metadata; other programs send none. A page of another site may link to the panel, but not
+    // load anything from it, not even opaquely, since every request occupies a thread.
     static bool IsOfOwnSite(const httplib::Request& request) {
         const std::string site = request.get_header_value("Sec-Fetch-Site");
         const bool isLink = request.method == "GET" && request.path == "/" &&
@@ -101,8 +101,8 @@ struct PanelServer::Inside {
         return site.empty() || site == "same-origin" || site == "none" || isLink;
     }
 
-    // Why the library must not read the request; 0 where it may. Without a length it would wait for a body that does
-    // not come; what it decodes can be a thousand times as long as what was sent.
+    // The status if the library must not read the request, else 0. Without a length it would wait for a body; a
+    // compressed body can expand a thousandfold.
     static int StatusOfForm(const httplib::Request& request) {
         if (request.method == "GET" || request.method == "HEAD")
             return 0;
@@ -149,7 +149,7 @@ struct PanelServer::Inside {
         ++streams;
     }
 
-    // Pages that read get the last message, which says how the program ended.
+    // Pages get the last message, with the program's end.
     void WaitForStreams() {
         std::unique_lock lock(mutex);
         wake.wait_for(lock, LAST_MESSAGE, [this] { return streams == 0; });
@@ -215,14 +215,14 @@ struct PanelServer::Inside {
         }
         server.LetClientsWait();
         thread = std::thread([this] { server.listen_after_bind(); });
-        // To stop a server that does not run yet would go unheard.
+        // Stopping a server that does not run yet has no effect.
         while (!server.is_running())
             std::this_thread::yield();
     }
 
     PanelFeed& feed;
     const Post post;
-    BoundedServer server; // ignores SIGPIPE in all of the process from now on
+    BoundedServer server; // makes the whole process ignore SIGPIPE
     int port = 0;
     std::thread thread;
     std::mutex mutex;

@@ -11,39 +11,37 @@
 
 namespace VelrixBoard {
 
-// The panel's web server: the page with its scripts, the stream of what happens, and what the page's controls send. It
-// listens on 127.0.0.1 alone.
+// The panel's web server: the page with its scripts, the event stream, and the commands of the page. Listens only on
+// 127.0.0.1.
 //
 //     GET  /               the page; its parts by their names
-//     GET  /events         server-sent events, a message of PanelFeed each
+//     GET  /events         server-sent events, one per message of PanelFeed
 //     GET  /state          the first of these messages, for programs
-//     POST /inputs/NAME    and whatever else is posted: handed to the function, path and body
+//     POST /inputs/NAME    and other posts: passed to the function, path and body
 //
-// Any web site that a user opens can make the browser send requests to this machine. So a request must name this very
-// server as its host, or a name of the attacker's that leads here would do; and if it says which site it comes from,
-// this has to be the panel, or the user has followed a link to it.
+// Any web site can make the user's browser send requests to this machine. Against DNS rebinding a request must name
+// this server as its host; against cross-site requests its origin, if present, must be the panel, unless the user
+// followed a link.
 //
-// Threads: a fixed number of them, one for each open page and request. From the constructor's return to the destructor
-// they are the server's own affair. What clients send and how many there are has bounds (PanelConnection,
-// PanelClients); a client that stalls costs a thread for a time, and the board nothing.
+// A fixed pool of threads, internal to the server, one per open page and request. Size and number of requests are
+// limited (PanelConnection, PanelClients); a stalled client occupies a thread for a time and never blocks the board.
 class PanelServer final {
 public:
     static constexpr int DEFAULT_PORT = 8642;
     static constexpr std::size_t THREADS = 64;
 
-    // Does what was posted, in the thread of the request, and returns the answer's body in JSON. Throws PanelError for
-    // an answer other than 200.
+    // Executes a post on the thread of the request, and returns the answer's body in JSON. Throws PanelError for a
+    // status other than 200.
     using Post = std::function<std::string(const std::string& path, const std::string& body)>;
 
-    // Listens when it returns. Port 0 takes a free one; nothing takes DEFAULT_PORT, and a free one where that is in
-    // use. A client that neither sends nor reads for as long as the patience lasts is let go; the kernel's buffers take
-    // some of what a page does not read. Throws BoardError when a
-    // port that was named is in use.
+    // Listens when it returns. Port 0 takes a free one; nothing takes DEFAULT_PORT, or a free one if that is in use.
+    // Drops a client that neither sends nor reads for the patience; the kernel buffers some data for a page that does
+    // not read. Throws BoardError when a given port is in use.
     PanelServer(PanelFeed& panelFeed, Post onPost, std::optional<int> wantedPort,
                 std::chrono::milliseconds patience = std::chrono::seconds(1));
     PanelServer(const PanelServer&) = delete;
     PanelServer& operator=(const PanelServer&) = delete;
-    // Closes the feed and every connection, and waits for the threads, which takes some milliseconds.
+    // Closes the feed and every connection, and joins the threads, which takes some milliseconds.
     ~PanelServer();
 
     int Port() const;

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the server tells, for all tabs of one browser. Browsers open six connections to a server at most, so one of the tabs
-// that can be seen holds the stream of events and hands each message on; the others ask for the state once and listen.
+// The server's events for all tabs of one browser. Browsers limit a server to six connections, so one visible tab holds
+// the event stream and broadcasts each message; the others fetch the state once and listen.
 
-const NAME = 'velrix-panel'; // of the lock that the tab with the stream holds, and of the channel to the others
+const NAME = 'velrix-panel'; // of the leader's lock, and of the broadcast channel
 const RETRY = 1000; // milliseconds
 const LOST = 'lost'; // instead of a message
 
-// Calls receive with each message, the first of which has all of the state, and lost when the board went away. Goes on for
-// ever, whenever the tab can be seen.
+// Calls receive with each message, the first with the whole state, and lost when the board disconnects. Runs for ever,
+// while the tab is visible.
 export function follow({ receive, lost }) {
   const channel = new BroadcastChannel(NAME);
-  let visible = null; // ends all work when the tab is hidden
-  let early = null; // messages that came before the state they belong to
+  let visible = null; // aborts everything when the tab is hidden
+  let early = null; // messages that came before their state
 
   function deliver(message) {
     if (message === LOST) return lost();
@@ -24,7 +24,7 @@ export function follow({ receive, lost }) {
     try {
       const answer = await fetch('state', { signal });
       const message = await answer.json();
-      const late = early; // nothing when the other tab has told the whole state meanwhile
+      const late = early; // null when the other tab has sent the whole state meanwhile
       if (!late || signal.aborted) return;
       deliver(message);
       late.forEach(deliver);
@@ -33,7 +33,7 @@ export function follow({ receive, lost }) {
     }
   }
 
-  // Holds the stream as long as the tab can be seen.
+  // Holds the stream while the tab is visible.
   function lead(signal) {
     return new Promise((resolve) => {
       let source = null;
@@ -67,7 +67,7 @@ export function follow({ receive, lost }) {
     if (await navigator.locks.request(NAME, { ifAvailable: true }, (lock) => lock && lead(signal))) return;
     if (signal.aborted) return;
     askForState(signal);
-    await navigator.locks.request(NAME, { signal }, () => lead(signal)).catch(() => {}); // was hidden while it waited
+    await navigator.locks.request(NAME, { signal }, () => lead(signal)).catch(() => {}); // hidden while waiting
   }
 
   function look() {

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// What an LED shows, in colours and in words. Times are microseconds since the board's start.
+// An LED's state, in colours and in words. Times are microseconds since the board's start.
 
-// The elements of an LED are written one after the other; what shows for less than this is no colour of its own.
+// Glitch filter: the elements of an LED are written one after the other; shorter colours are ignored.
 const GLITCH = 5000;
-// Longer than any phase of a pattern: what lasts this long is steady.
+// Longer than any step of a pattern: such a colour is steady.
 const LONGEST_PHASE = 2_100_000;
 
-// The colours one LED showed, earliest first: [{color, begin}], the last one still lasting. elements: [{color, entries}], with
-// the entries of a signal's history. A burst counts as its last level.
+// The colours one LED showed, earliest first: [{color, begin}], the last one is current. elements: [{color, entries}],
+// with the entries of a signal's history. A burst counts as its last level.
 export function phases(elements) {
   const changes = [];
   for (const [index, element] of elements.entries())
@@ -40,7 +40,7 @@ export function describe(found, now) {
 
   const lastLength = current.begin - last.begin;
   let beforeLength = last.begin - before.begin;
-  // The pattern may just have begun: the colour before its first change was there longer then, and not as a part of it.
+  // The pattern may just have begun: the colour before its first change is not part of it.
   const [earlier, behindIt] = found.slice(-5);
   const repeats = found.length >= 5 && earlier.color === before.color && areAlike(behindIt.begin - earlier.begin, beforeLength);
   if (beforeLength > 2 * lastLength && !repeats) beforeLength = lastLength;
@@ -67,7 +67,7 @@ function words(color) {
   return color.replaceAll('+', ' with ');
 }
 
-// Programs time their patterns by a loop of their own, which makes a step some milliseconds longer.
+// Programs poll in a loop, which makes a step some milliseconds longer.
 function milliseconds(length) {
   const unit = length >= 100_000 ? 50 : 10;
   return `${Math.max(unit, Math.round(length / 1000 / unit) * unit)} ms`;

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-// The two logs: the web log as the device's web interface shows it, and the records that the program sent to the system log.
+// The two logs: the web log as in the device's web interface, and the program's syslog records.
 
 const NOTES = [['+', 'note'], ['@w', 'warning'], ['@e', 'error']];
 const MARKS = { '>start': 'start', '>end': 'end', '>br': 'break' };
 
-// A record of the web log: {kind, text} or, for a progress bar's position, {kind: 'position', percent}. One that begins with a
-// line feed is the board's own.
+// A record of the web log: {kind, text} or, for a progress bar's position, {kind: 'position', percent}. One with a
+// leading line feed is the board's.
 export function readRecord(record) {
   if (record.startsWith('\n')) return { kind: 'board', text: record.slice(1) };
   if (MARKS[record]) return { kind: MARKS[record], text: '' };
@@ -39,7 +39,7 @@ function make(tag, className, content = '') {
   return element;
 }
 
-// A log in a scrolling element, which follows its end as long as the reader is there.
+// A log in a scrolling element; follows the end unless the reader has scrolled up.
 class LogView {
   constructor(element, empty) {
     this.element = element;
@@ -95,7 +95,7 @@ export class WebLogView extends LogView {
       const parts = NAMES[read.kind] ? [make('strong', '', NAMES[read.kind])] : [];
       if (read.text) parts.push(make('span', 'text', read.text));
       this.row(read.kind, time, ...parts);
-      // A position after another operation or run has begun belongs to none of the bars before.
+      // A position after a new operation or run belongs to no earlier bar.
       if (read.kind === 'start' || read.kind === 'board') this.bar = null;
     }
   }
@@ -106,7 +106,7 @@ export class WebLogView extends LogView {
     track.setAttribute('aria-label', title || 'Progress');
     track.setAttribute('aria-valuemin', '0');
     track.setAttribute('aria-valuemax', '100');
-    // An attribute, style="", is what the page's own policy forbids; its SVG counterpart is none.
+    // The page's Content-Security-Policy forbids style attributes, but not SVG presentation attributes.
     const svg = document.createElementNS('http://www.w3.org/2000/svg', 'svg');
     svg.setAttribute('viewBox', '0 0 100 1');
     svg.setAttribute('preserveAspectRatio', 'none');

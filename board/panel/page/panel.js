@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The page: keeps a copy of the board from the server's events, shows it, and sends what is operated.
+// The page: mirrors the board from the server's events, shows it, and sends commands.
 import { follow } from './feed.js';
 import { describe, drawFront, phases } from './leds.js';
 import { SystemLogView, WebLogView } from './log.js';
@@ -10,7 +10,7 @@ const KEPT = 40e6; // microseconds of changes
 const find = (id) => document.getElementById(id);
 
 const board = { signals: [], leds: [], faults: {}, offset: Infinity, lostAt: null };
-// Microseconds since the board's start, up to its end. Events reach the page late at times, never early.
+// Microseconds since the board's start, up to its end. Events may be late, never early.
 const now = () => board.lostAt ?? performance.now() * 1000 - board.offset;
 const waveform = new Waveform(find('waveform'), find('canvas'), now);
 const webLog = new WebLogView(find('web-log'));
@@ -23,7 +23,7 @@ function make(tag, attributes = {}, ...children) {
   return element;
 }
 
-// Attributes and texts are set where they change only, for the sake of screen readers.
+// Sets attributes and texts only when they change, for screen readers.
 function setText(element, text) {
   if (element.textContent !== text) element.textContent = text;
 }
@@ -35,7 +35,7 @@ function setPill(element, state, text) {
   setText(element, text);
 }
 
-// ---- what the server tells ----
+// ---- events of the server ----
 
 function lost() {
   board.lostAt ??= now();
@@ -65,7 +65,7 @@ function receive(message) {
   showLeds();
 }
 
-// The first message of a connection. What the reader of the page has chosen stays when it is the same board as before.
+// The first message of a connection. The user's settings stay if it is the same board.
 function begin(description) {
   const isNew = description.run !== board.run;
   board.run = description.run;
@@ -121,7 +121,7 @@ function showLeds() {
   announce(time);
 }
 
-// Patterns that last, spoken one sentence at a time.
+// Stable patterns, announced one sentence at a time.
 function announce(time) {
   if (time - lastAnnouncement < 1.5e6 && time > lastAnnouncement) return;
   const news = board.leds.filter((led) => announced.get(led.name) !== led.pattern);
@@ -130,7 +130,7 @@ function announce(time) {
   lastAnnouncement = time;
   setText(find('announcement'), news.map((led) => `${led.name}: ${led.pattern}`).join('. '));
 }
-// A pattern that stopped shows by nothing happening.
+// A stopped pattern shows only by the absence of events.
 setInterval(() => { if (board.leds.length && !document.hidden) showLeds(); }, 250);
 
 // ---- lines ----

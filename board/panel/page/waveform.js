@@ -2,8 +2,8 @@
 // The last seconds of all signals as a scrolling picture: a band of its colours for an LED, a square wave for a line.
 
 export const SPANS = [0.5, 1, 2, 5, 10, 30]; // seconds
-const KEPT = 30e6; // microseconds of the past that may be looked at
-const FRAME = 30; // milliseconds between two drawings, at least
+const KEPT = 30e6; // microseconds of history to scroll through
+const FRAME = 30; // minimum milliseconds between two frames
 const ROW = 24;
 const AXIS = 22;
 
@@ -51,7 +51,7 @@ export class Waveform {
     this.draw();
   }
 
-  // Moves the view by parts of its span, positive to later, within what is kept.
+  // Pans by parts of the span, positive to later, within the history.
   move(parts) {
     const furthest = Math.max(0, KEPT - this.span * 1e6);
     if (this.paused) this.shift = Math.min(furthest, Math.max(0, this.shift - parts * this.span * 1e6));
@@ -135,7 +135,7 @@ export class Waveform {
     for (const element of row.elements) this.drawBand(view, this.signals[element.signal], top, element.color);
   }
 
-  // Calls with each stretch of one level that is in view, and with bursts.
+  // Calls back with each visible stretch of one level, and with bursts.
   stretches({ begin, end }, signal, draw) {
     let time = Math.max(begin, 0);
     let level = signal.entries.length ? !signal.entries[0].level : signal.level;
