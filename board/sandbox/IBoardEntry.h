@@ -12,18 +12,18 @@
 
 namespace VelrixBoard {
 
-// The way by which the programs of a board get its names and its value files in place of the machine's. As a part of
-// the board's loop it serves the value files. All else of a board does not know which way that is.
+// One isolation: gives the programs of a board its paths and value files in place of the machine's, and serves the
+// value files as a part of the event loop. The rest of a board is independent of the isolation.
 class IBoardEntry : public ILoopPart {
 public:
-    // What process 1 has to do so that its programs find these names. Called once, before Fork; the signal mask is the
-    // caller's to fill in. Throws BoardError.
+    // The steps of process 1 to make these names visible to its programs. Called once, before Fork; the caller fills in
+    // the signal mask. Throws BoardError.
     virtual InitPlan Plan(const std::vector<Placement>& placements) = 0;
 
     // Forks process 1: 0 in the child. The calling process must have one thread. Throws BoardError.
     virtual pid_t Fork() = 0;
 
-    // Process 1 has made the board so far that the value files can be served through the descriptor.
+    // Process 1 has set up the board as far as serving the value files through the descriptor needs.
     virtual void Serve(FileDescriptor connection) = 0;
 };
 

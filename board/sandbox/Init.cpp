@@ -27,16 +27,14 @@ namespace VelrixBoard {
 
 namespace {
 
-// How long after the program's end its children may still be at rest, and after the order to end all everything; and
-// how long they may run when they work. A program that calls for a reboot and ends at once leaves the call to a child,
-// which must come to its end, however busy the machine is; a daemon that was left behind must not hold the board for
-// long.
+// Grace periods: idle processes are killed after 1 s, busy ones after 10 s, counted from the program's end or the order
+// to end everything. Long enough on a busy machine for a child that calls reboot after the program has ended; short
+// enough that a leftover daemon does not hold up the board.
 constexpr long long LOOK_NS = 100'000'000;
 constexpr int LOOKS_AT_REST = 10;
 constexpr long long WORK_NS = 10'000'000'000;
 
-// Those that are reaped at a stretch, so that a program that starts others without end does not keep process 1 from the
-// board's orders.
+// Limit of reaped processes per turn, so that a fork bomb does not keep process 1 from the board's orders.
 constexpr int REAPED_PER_TURN = 256;
 
 void Send(int socket, InitMessage::Kind kind, int status, const std::string& text, int descriptor) {
@@ -56,7 +54,7 @@ void Send(int socket, InitMessage::Kind kind, int status, const std::string& tex
         attached->cmsg_len = CMSG_LEN(sizeof descriptor);
         std::memcpy(CMSG_DATA(attached), &descriptor, sizeof descriptor);
     }
-    // The board may be gone; then this process is about to be killed.
+    // Ignores failures: if the board is gone, this process is about to be killed.
     (void)::sendmsg(socket, &header, MSG_NOSIGNAL);
 }
 
@@ -75,18 +73,18 @@ long long NowNs() {
     return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
 }
 
-// The next order of the board, waited for; LEAVE when the board is gone.
+// Waits for the board's next order; LEAVE when the board is gone.
 InitOrder ReceiveOrder(int socket) {
     InitOrder order{};
     return ::recv(socket, &order, sizeof order, 0) == static_cast<ssize_t>(sizeof order) ? order : InitOrder::LEAVE;
 }
 
-// When those that are to end have had their time.
+// The deadline of the grace period.
 class Grace {
 public:
     explicit Grace(const Residents& others) : residents(others) {}
 
-    // Those that begin later change nothing.
+    // Later orders do not extend it.
     void Begin() {
         if (isBegun)
             return;
@@ -95,7 +93,7 @@ public:
         look = begun + LOOK_NS;
     }
 
-    // Until the next look; nothing while nobody is to end.
+    // The time until the next check; nothing while no grace period runs.
     std::optional<timespec> Left() const {
         if (!isBegun)
             return std::nullopt;
@@ -120,7 +118,7 @@ private:
     int rest = 0;
 };
 
-// Starts the program; gives its process.
+// Starts the program; returns its process.
 pid_t StartProgram(const InitPlan& plan, const Program& program, FileDescriptor& socket, FileDescriptor& childSignals) {
     const pid_t child = ::fork();
     if (child < 0) {
@@ -131,7 +129,7 @@ pid_t StartProgram(const InitPlan& plan, const Program& program, FileDescriptor&
     if (child == 0) {
         socket.Close();
         childSignals.Close();
-        // Where the kernel does not end all with process 1.
+        // Without a pid namespace the kernel does not kill the rest with process 1.
         if (!plan.hasOwnNumbers)
             ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         RunProgram(plan, program);
@@ -141,9 +139,8 @@ pid_t StartProgram(const InitPlan& plan, const Program& program, FileDescriptor&
     return child;
 }
 
-// Reaps everything until the program and all others have ended; those that outlive the program, or the order to end,
-// for too long are killed. The program may stop and go on; only its end counts. What it orphans comes to this process
-// too.
+// Reaps everything, orphans included, until all processes have ended; kills those that exceed the grace period after
+// the program's end or the order to end. Ignores stops and continuations of the program.
 void WaitForAll(pid_t program, const Residents& residents, int socket, int childSignals) {
     Grace grace(residents);
     for (;;) {
@@ -214,7 +211,7 @@ void SendMounted(int socket, int descriptor) {
 
 void RunInit(const InitPlan& plan, const Program& program, FileDescriptor socket) {
     ::prctl(plan.hasOwnNumbers ? PR_SET_PDEATHSIG : PR_SET_CHILD_SUBREAPER, plan.hasOwnNumbers ? SIGKILL : 1);
-    // A board that died before that line was reached would leave this process behind; then the order does not come.
+    // Race: if the board died before PR_SET_PDEATHSIG, the order never comes.
     if (ReceiveOrder(socket.Get()) != InitOrder::BEGIN)
         ::_exit(0);
 
@@ -225,7 +222,7 @@ void RunInit(const InitPlan& plan, const Program& program, FileDescriptor socket
         ::_exit(1);
     }
 
-    // Blocked, so that they stay pending for the descriptor, and so that nothing else ends this process.
+    // Blocked, so that the signalfd receives them and they do not kill this process.
     sigset_t all, childSignal;
     sigfillset(&all);
     ::sigprocmask(SIG_BLOCK, &all, nullptr);
@@ -238,7 +235,7 @@ void RunInit(const InitPlan& plan, const Program& program, FileDescriptor socket
         const pid_t child = StartProgram(plan, program, socket, childSignals);
         WaitForAll(child, residents, socket.Get(), childSignals.Get());
         Send(socket.Get(), InitMessage::Kind::DOWN, 0, "", -1);
-        // An order to end all may have crossed the message that all has ended.
+        // Race: an order to end everything may have crossed the message that everything has ended.
         do
             order = ReceiveOrder(socket.Get());
         while (order == InitOrder::END_ALL || order == InitOrder::KILL_ALL);

@@ -10,24 +10,24 @@
 
 namespace VelrixBoard {
 
-// What process 1 of a board has to do.
+// The tasks of process 1 of a board.
 struct InitPlan {
-    // Process numbers begin at 1 on the board: process 1 is that by number, and its end is that of all others.
+    // The board has a pid namespace: process 1 has that id, and its end kills all others.
     bool hasOwnNumbers = true;
 
-    // Makes the board, with the socket to the board's process; throws BoardError.
+    // Sets up the board, with the socket to the board's process; throws BoardError.
     std::function<void(int socket)> makeBoard = [](int) {};
 
-    // In each program's process, before it does anything: gives what executes commands there.
+    // Called first in each program's process: returns the function that executes commands there.
     std::function<Execute()> beginProgram = [] { return Execute(::execvp); };
 
-    // In each program's process: undoes what the board changed about signals.
+    // In each program's process: restores the signal mask and dispositions.
     std::function<void()> restoreSignals = [] {};
 };
 
-// What process 1 tells the board, one packet each: the value files are to be served (with a descriptor of their
-// connection); the program runs (with a descriptor of its process); it has ended with a wait status; all that it left
-// running has ended too; or the board could not be made, and why.
+// Messages of process 1 to the board, one packet each: serve the value files (with their connection); the program runs
+// (with its pidfd); it ended with a wait status; all leftover processes have ended; or setting up the board failed, and
+// why.
 struct InitMessage {
     enum class Kind { MOUNTED, STARTED, ENDED, DOWN, FAILED };
 
@@ -36,24 +36,23 @@ struct InitMessage {
     char text[1024];
 };
 
-// What the board tells process 1, one packet each: to make the board and run the program; to end all that runs, as a
-// reboot does; to kill all that runs, as the system call of that name does; and, in answer to DOWN, to run the program
-// again or to leave.
+// Orders of the board to process 1, one packet each: set up the board and run the program; end everything, like a
+// reboot; kill everything, like the reboot system call; and, in answer to DOWN, restart the program or exit.
 enum class InitOrder : char { BEGIN, END_ALL, KILL_ALL, RUN_ANEW, LEAVE };
 
 // False when process 1 is gone.
 bool SendInitOrder(int socket, InitOrder order);
 
-// Tells the board that it is made so far that its value files can be served through the descriptor.
+// Sends the board the connection to serve its value files.
 void SendMounted(int socket, int descriptor);
 
 // Receives one message and the descriptor that comes with it. False at the end: process 1 is gone.
 bool ReceiveInitMessage(int socket, InitMessage& message, FileDescriptor& attached);
 
-// The life of process 1, in a child of the board's process: waits for the order to begin, makes the board, runs the
-// program, reaps everything, and ends soon after the program what that left running. Then the board orders it to run
-// the program again or to leave. When the board dies, by whatever signal, all processes on it are killed: with process
-// numbers of its own by the kernel, which kills process 1; otherwise by process 1.
+// The main function of process 1, in a child of the board's process: waits for the order to begin, sets up the board,
+// runs the program, reaps everything, and kills leftover processes after a grace period. Then the board orders it to
+// restart the program or to exit. When the board dies, by any signal, all processes on it are killed: with a pid
+// namespace by the kernel, which kills process 1; otherwise by process 1.
 [[noreturn]] void RunInit(const InitPlan& plan, const Program& program, FileDescriptor socket);
 
 } // namespace VelrixBoard

@@ -3,11 +3,11 @@
 
 namespace VelrixBoard {
 
-// How a board keeps its names apart from the machine's.
+// How a board isolates its paths from the machine's.
 enum class Isolation {
     AUTO,       // the strongest that the machine allows
-    NAMESPACES, // the kernel shows the board's processes other names; needs its leave, and FUSE
-    PRELOAD // a library in front of the C library's leads the names; for dynamically linked programs, needs no leave
+    NAMESPACES, // mount namespaces; needs the kernel's permission, and FUSE
+    PRELOAD     // a preloaded library redirects paths; for dynamically linked programs, needs no permission
 };
 
 } // namespace VelrixBoard

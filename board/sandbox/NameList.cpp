@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The part of path that comes last and is the same as rest is taken away; nothing where it is not the same.
+// Path without the suffix rest; nothing if it does not end with it.
 fs::path WithoutEnd(fs::path path, fs::path rest) {
     for (; !rest.empty(); path = path.parent_path(), rest = rest.parent_path())
         if (path.filename() != rest.filename())
@@ -25,7 +25,7 @@ fs::path WithoutEnd(fs::path path, fs::path rest) {
     return path;
 }
 
-// The outermost directory of the path that the machine does not have; empty when it has all of them.
+// The outermost missing directory of the path; empty when all exist.
 fs::path FirstMissing(const fs::path& path) {
     fs::path missing;
     std::error_code error;
@@ -69,14 +69,14 @@ private:
         return line + "\n";
     }
 
-    // The name of a value file that is found in a directory that is the board's anyway.
+    // A value file in a directory that belongs to the board.
     bool IsInOwnDirectory(const Placement& placement) const {
         return IsIn(placement.outside, source.device) && BoardLayout::IsInDirectories(placement.inside);
     }
 
     fs::path InFiles(const fs::path& inside) const { return source.files / inside.relative_path(); }
 
-    // The place on the machine that the name leads to.
+    // The path on the machine for the name.
     fs::path PutOutside(const Placement& placement) const {
         const fs::path own = InFiles(placement.inside.lexically_normal());
         std::error_code error;
@@ -94,7 +94,7 @@ private:
         default:
             break;
         }
-        // A program under another name: some do what the name says.
+        // A link: some programs act by the name they are called by.
         if (fs::is_regular_file(placement.outside, error) && placement.outside.filename() != own.filename()) {
             fs::create_directories(own.parent_path(), error);
             fs::create_symlink(placement.outside, own, error);
@@ -103,8 +103,7 @@ private:
         return placement.outside;
     }
 
-    // Also by the name that the path has when the links of the machine in it are resolved; and the directories on the
-    // way that the machine does not have.
+    // Also under the path's canonical name on the machine, and the missing parent directories.
     void AddName(const fs::path& inside, const fs::path& outside, bool isMount) {
         names.emplace(inside, outside);
         std::error_code error;
@@ -124,7 +123,7 @@ private:
         names.emplace(missing, place);
     }
 
-    // A directory of the machine that names of the board lie in.
+    // A directory of the machine that contains names of the board.
     void AddCover(const fs::path& directory) {
         std::error_code error;
         const fs::path resolved = fs::canonical(directory, error);

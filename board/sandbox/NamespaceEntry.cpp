@@ -30,10 +30,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Mounts do not wait for anything but a busy machine.
+// Mounts never block; the timeout is for a busy machine.
 constexpr int TRIAL_LIMIT_MS = 20'000;
 
-// As the program sees it.
+// On the board.
 FuseFiles::Owner OwnerOnBoard(bool asRoot) {
     return asRoot ? FuseFiles::Owner{0, 0} : FuseFiles::Owner{::geteuid(), ::getegid()};
 }
@@ -42,13 +42,12 @@ bool MountProc() {
     return ::mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) == 0;
 }
 
-// What a program may only read, since a write would reach the machine that the board is on: its power states, its
-// devices, the settings of its kernel.
+// Read-only, since writes would change the machine: its power states, devices and sysctls.
 constexpr const char* MACHINE_DEVICES = "/sys";
 constexpr std::array MACHINE_SETTINGS = {"/proc/acpi", "/proc/bus",  "/proc/fs",  "/proc/irq",
                                          "/proc/mtrr", "/proc/scsi", "/proc/sys", "/proc/sysrq-trigger"};
 
-// Without giving up what else the machine restricts there, which the kernel would refuse.
+// Keeps the machine's other mount flags, which the kernel does not allow to drop.
 bool RemountReadOnly(const char* path) {
     struct statvfs status {};
     if (::statvfs(path, &status) != 0)
@@ -60,24 +59,24 @@ bool RemountReadOnly(const char* path) {
     return ::mount(nullptr, path, nullptr, flags, nullptr) == 0;
 }
 
-// This keeps a program from what it does by mistake. One that is root on its board and means it can mount and unmount.
+// This prevents mistakes, not attacks: a program that is root on its board can mount and unmount.
 void MakeReadOnly(const char* path) {
     if (::access(path, F_OK) != 0 || RemountReadOnly(path))
         return;
-    // It is no mount point yet.
+    // Not a mount point yet.
     if (errno != EINVAL || ::mount(path, path, nullptr, MS_BIND | MS_REC, nullptr) != 0 || !RemountReadOnly(path))
         ThrowSystemError(std::string("cannot keep the program from writing to ") + path);
 }
 
-// Of an ordinary user the kernel takes no settings, and where a part of /proc is covered, a board on the board could
-// not have its own.
+// Only for root: the kernel rejects sysctls of ordinary users, and a nested board could not mount /proc where a part is
+// covered.
 void ProtectSettings(uid_t user) {
     for (const char* path : MACHINE_SETTINGS)
         if (user == 0)
             MakeReadOnly(path);
 }
 
-// In process 1. The ids are the user's on the machine; they are not known in the namespace yet.
+// In process 1. The ids are the user's on the machine, not mapped in the namespace yet.
 struct BoardMaker {
     NamespaceEntry::Place place;
     std::vector<Placement> placements;
@@ -91,28 +90,28 @@ struct BoardMaker {
         const fs::path workingDirectory = fs::current_path(error);
         MapIds(user, group, asRoot);
         DetachMounts();
-        // Before the skeletons, which show it in parts.
+        // Before the skeletons, which bind parts of it.
         MakeReadOnly(MACHINE_DEVICES);
         {
-            // Opened here, because the kernel mounts only what was opened in the same user namespace; and closed here,
-            // because a program that held it would keep the file system alive after the board.
+            // Opened here, because the kernel mounts only a descriptor opened in the same user namespace; and closed
+            // here, because an inherited descriptor would keep the file system alive after the board.
             const FileDescriptor connection = MountFuse(place.device, {asRoot ? 0 : user, asRoot ? 0 : group});
             SendMounted(socket, connection.Get());
         }
         Skeleton(place.stage).Mount(placements);
-        // What was bound from here stays.
+        // The bind mounts stay.
         ::umount2(place.device.c_str(), MNT_DETACH);
         MakePseudoTerminals();
         if (ownNumbers && !MountProc())
             ThrowSystemError("cannot mount the board's own /proc");
         ProtectSettings(user);
-        // A working directory inside a covered one would still be that of the machine.
+        // Re-enters the working directory, which could still be a covered one of the machine.
         if (::chdir(workingDirectory.c_str()) != 0 && ::chdir("/") != 0)
             std::abort();
     }
 };
 
-// What the process of a trial says at its end.
+// The result of a trial's process.
 struct Finding {
     bool isAllowed = false;
     bool canHaveOwnNumbers = false;

@@ -10,17 +10,16 @@
 
 namespace VelrixBoard {
 
-// Namespaces of the kernel: the names are mounts that only the board's processes see, the value files a file system. It
-// holds for every program, and needs a kernel that lets this user have it.
+// Isolation by namespaces: the names are mounts in the board's mount namespace, the value files a FUSE file system.
+// Works for every program; needs a kernel that allows it to this user.
 class NamespaceEntry final : public IBoardEntry {
 public:
     struct Place {
-        std::filesystem::path stage;  // an empty directory, where the names are put together
-        std::filesystem::path device; // an empty directory, where the value files are mounted meanwhile
+        std::filesystem::path stage;  // an empty directory to build skeletons in
+        std::filesystem::path device; // an empty directory for the temporary mount of the value files
     };
 
-    // ownNumbers: with process numbers of the board's, which need a /proc of the board's. asRoot: the program sees
-    // itself as user 0.
+    // ownNumbers: a pid namespace, which needs a new /proc. asRoot: the program sees user 0 as its user.
     NamespaceEntry(ValueFiles& files, Place directories, bool ownNumbers, bool asRoot,
                    FuseFiles::BeforeRequest beforeRequest);
 
@@ -32,11 +31,11 @@ public:
     std::optional<BoardTime> Due() const override { return fuse.Due(); }
     void Run(BoardTime now) override { fuse.Run(now); }
 
-    // What a board in namespaces can be on this machine, found out by making one without a program.
+    // The capabilities of this machine, found out by setting up a board without a program.
     struct Trial {
         bool isAllowed;
-        bool canHaveOwnNumbers; // where /proc is partly masked, no other can be mounted
-        std::string reason;     // why it is not allowed, and what to do
+        bool canHaveOwnNumbers; // false where /proc is partly masked, so that no new one can be mounted
+        std::string reason;     // why it is not allowed, and the remedy
     };
     static Trial Try(const Place& directories);
 

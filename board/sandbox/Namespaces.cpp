@@ -28,8 +28,8 @@ void WriteProcFile(const char* path, const std::string& text) {
 } // namespace
 
 pid_t ForkIntoNamespaces(bool ownNumbers) {
-    // The bare system call with no stack of its own behaves as fork does. On every architecture this is built for, the
-    // flags are its first argument.
+    // The raw system call with a null stack behaves like fork. On all supported architectures the flags are its first
+    // argument.
     const long flags = CLONE_NEWUSER | CLONE_NEWNS | (ownNumbers ? CLONE_NEWPID : 0) | SIGCHLD;
     const long child = ::syscall(SYS_clone, flags, 0, 0, 0, 0);
     if (child < 0)
@@ -38,7 +38,7 @@ pid_t ForkIntoNamespaces(bool ownNumbers) {
 }
 
 void MapIds(uid_t user, gid_t group, bool asRoot) {
-    // Without giving up setgroups first, an ordinary user may not map a group.
+    // An ordinary user must disable setgroups before mapping a group.
     WriteProcFile("/proc/self/setgroups", "deny");
     WriteProcFile("/proc/self/uid_map", std::to_string(asRoot ? 0 : user) + " " + std::to_string(user) + " 1\n");
     WriteProcFile("/proc/self/gid_map", std::to_string(asRoot ? 0 : group) + " " + std::to_string(group) + " 1\n");

@@ -24,8 +24,8 @@ namespace {
 
 constexpr const char* PRELOAD_VARIABLE = "LD_PRELOAD";
 
-// The board has a descriptor for each value file that its programs have open, and two for each of their threads that
-// wait for an answer.
+// The board needs a descriptor for each value file that its programs have open, and two for each of their waiting
+// threads.
 constexpr rlim_t MOST_DESCRIPTORS = 65536;
 
 void WriteFile(const fs::path& path, std::string_view content, fs::perms mode) {
@@ -38,7 +38,7 @@ void WriteFile(const fs::path& path, std::string_view content, fs::perms mode) {
     fs::permissions(path, mode, error);
 }
 
-// The dynamic loader takes blanks and colons for the end of a library's path.
+// The dynamic loader splits LD_PRELOAD at blanks and colons.
 void RequireLoadable(const fs::path& directory) {
     constexpr const char* REMEDY = "; name another directory with --directory or TMPDIR";
     if (directory.string().find_first_of(" :") != std::string::npos)
@@ -50,7 +50,7 @@ void RequireLoadable(const fs::path& directory) {
                          ", where nothing may be executed (noexec)" + REMEDY);
 }
 
-// The list that the library of this board comes first in. A board inside of a board does without the outer one's.
+// LD_PRELOAD with this board's library first. A nested board drops the outer one's.
 std::string WithLibrary(const fs::path& library, const char* others) {
     std::string all = library.string(), word;
     std::istringstream words(others != nullptr ? others : "");
@@ -65,8 +65,8 @@ Execute BeginProgram(const fs::path& list, const fs::path& library, const rlimit
     ::setrlimit(RLIMIT_NOFILE, &descriptors);
     ::setenv(Preload::LIST_VARIABLE, list.c_str(), 1);
     ::setenv(PRELOAD_VARIABLE, WithLibrary(library, std::getenv(PRELOAD_VARIABLE)).c_str(), 1);
-    // The library finds programs where the board has them, and refuses those that it cannot serve. It is here already
-    // when this process was preloaded itself.
+    // Executes by the library, which finds the board's programs and rejects those that it cannot serve. It is loaded
+    // already when this process was preloaded itself.
     void* begin = ::dlsym(RTLD_DEFAULT, Preload::BEGIN_FUNCTION);
     void* loaded = begin == nullptr ? ::dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL) : RTLD_DEFAULT;
     if (begin != nullptr)
@@ -79,7 +79,7 @@ Execute BeginProgram(const fs::path& list, const fs::path& library, const rlimit
     return reinterpret_cast<int (*)(const char*, char* const[])>(execute);
 }
 
-// A value file among the board's own files is seen there.
+// A value file may be inside one of the board's directories.
 fs::path PlaceOfName(const BoardLayout& layout, const fs::path& inside) {
     return BoardLayout::IsInDirectories(inside) ? layout.Outside(inside) : layout.Device() / inside.relative_path();
 }

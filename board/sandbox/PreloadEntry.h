@@ -11,8 +11,8 @@
 
 namespace VelrixBoard {
 
-// A library that is preloaded into the board's programs and leads their calls: for a machine that lets the user have no
-// namespaces or no FUSE. Holds for programs that are dynamically linked to the machine's C library.
+// Isolation by a library that is preloaded into the board's programs and redirects their calls: for machines without
+// namespaces or FUSE. Works for programs that are dynamically linked to the machine's C library.
 class PreloadEntry final : public IBoardEntry {
 public:
     // onReboot is called when a program makes the reboot system call. Throws BoardError.
@@ -20,8 +20,8 @@ public:
                  PreloadFiles::Action beforeRequest, PreloadFiles::RebootAction onReboot);
     ~PreloadEntry() override;
 
-    // Whether this process runs on a board with a preloaded library. The kernel does not know that board's names, so no
-    // board in namespaces can be put on them.
+    // Whether this process runs on a board with a preloaded library. The kernel does not know that board's names, so a
+    // nested board in namespaces is not possible.
     static bool IsOnSuchABoard();
 
     InitPlan Plan(const std::vector<Placement>& placements) override;
@@ -37,11 +37,11 @@ private:
     const ValueFiles& values;
     BoardLayout layout;
     bool isRoot;
-    rlimit descriptors{}; // as the board found it, for the program
+    rlimit descriptors{}; // the original limit, for the program
     PreloadFiles files;
 };
 
-// The library, as it is to be in a file; empty where it was not built, which is so for 32-bit machines.
+// The library's bytes; empty if it was not built, as for 32-bit machines.
 std::string_view PreloadLibrary();
 
 } // namespace VelrixBoard

@@ -31,15 +31,15 @@ namespace {
 
 constexpr std::uint64_t LISTENER = 1;
 
-// Rounds at a stretch before the others in the board's loop have their turn, sources in a round, and values that one
-// program wrote past the library in one.
+// Limits per turn of the event loop: rounds, sources per round, and values per round that one program wrote around the
+// library.
 constexpr int ROUNDS_PER_TURN = 64;
 constexpr int SOURCES = 64;
 constexpr int WRITES = 16;
 
 constexpr int BACKLOG = 256;
 
-// An abstract address: its length says where it ends, and it begins with a zero byte.
+// An abstract address: begins with a zero byte and is delimited by its length.
 struct Address {
     sockaddr_un content{};
     socklen_t length;
@@ -52,7 +52,7 @@ struct Address {
     const sockaddr* Get() const { return reinterpret_cast<const sockaddr*>(&content); }
 };
 
-// Everybody sees the names of abstract sockets. It must not be one that another board has.
+// Abstract socket names are global, so the name must be unique.
 std::string NewName() {
     std::array<unsigned char, 8> random{};
     if (::getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size()))
@@ -66,7 +66,7 @@ std::string NewName() {
     return name;
 }
 
-// A program of another user is none of the board's.
+// A program of another user does not belong to the board.
 bool IsOfThisUser(int socket) {
     ucred peer{};
     socklen_t length = sizeof peer;
@@ -98,7 +98,7 @@ void Send(int socket, const Answer& answer, std::string_view text, int descripto
         attached->cmsg_len = CMSG_LEN(sizeof descriptor);
         std::memcpy(CMSG_DATA(attached), &descriptor, sizeof descriptor);
     }
-    // One answer finds room always. The program may be gone; then its connection ends next.
+    // The buffer has room for one answer. If the program is gone, its connection ends next.
     (void)::sendmsg(socket, &header, MSG_NOSIGNAL | MSG_DONTWAIT);
 }
 
@@ -143,7 +143,7 @@ void PreloadFiles::Listen() {
         ThrowSystemError("cannot make the board's socket for the value files");
 }
 
-// Lets the file have its name, or lose it while it is missing.
+// Creates the file's name, or removes it for a missing file.
 void PreloadFiles::MakeName(Number file) const {
     const std::size_t signal = values.Tree().Find(file)->signals.front();
     const fs::path path = places(fs::path(state.Path(signal)).lexically_normal());
@@ -161,15 +161,15 @@ void PreloadFiles::MakeName(Number file) const {
         throw BoardError("cannot make " + path.string() + ": " + error.message());
 }
 
-// One round. False when nothing is waiting.
+// One round. False when nothing is pending.
 bool PreloadFiles::RunOnce() {
     std::array<epoll_event, SOURCES> events;
     const int count = ::epoll_wait(queue.Get(), events.data(), SOURCES, 0);
     if (count <= 0)
         return false;
     const auto end = events.begin() + count;
-    // What was written past the library came before a request that a later program made. The number is copied, since
-    // the kernel's struct is packed.
+    // Writes around the library come before a later program's request. Copies the number, since the kernel's struct is
+    // packed.
     std::stable_partition(events.begin(), end, [this](const epoll_event& event) {
         const std::uint64_t source = event.data.u64;
         return openFiles.count(source) != 0;
@@ -201,7 +201,7 @@ void PreloadFiles::Dispatch(std::uint64_t source, std::uint32_t happened) {
         Close(source);
 }
 
-// Values that came past the library. Nobody waits for an answer.
+// Values written around the library. Nobody waits for an answer.
 void PreloadFiles::ReceiveWrites(std::uint64_t source) {
     std::array<char, ValueFiles::PAGE> text;
     const OpenFile& openFile = openFiles.at(source);
@@ -209,7 +209,7 @@ void PreloadFiles::ReceiveWrites(std::uint64_t source) {
         const ssize_t length = ::recv(openFile.socket.Get(), text.data(), text.size(), MSG_DONTWAIT);
         if (length < 0 && (errno == EAGAIN || errno == EINTR))
             return;
-        // Said once, before what was written, when the file was closed with an event that nobody read.
+        // Reported once, before the pending data, when the file was closed with an unread event.
         if (length < 0 && errno == ECONNRESET)
             continue;
         if (length <= 0) {

@@ -17,23 +17,23 @@
 
 namespace VelrixBoard {
 
-// The value files of a board that has no file system of its own: the board's end of the conversations with the library
-// that is preloaded into its programs (board/preload/Protocol.h).
+// The value files of a board without FUSE: the server side of the protocol with the preloaded library
+// (board/preload/Protocol.h).
 //
-// Each file has an empty one on the machine, for all that asks for names and their status; a missing file has none.
-// Each open file is a pair of sockets. A request is carried out when it is received and answered at once, except for a
-// slow file's, so all writes have one order.
+// Each file has an empty one on the machine, for directory listings and stat; a missing file has none. Each open file
+// is a socket pair. Executes requests in the order received and answers at once, except for slow files, so all writes
+// have a total order.
 class PreloadFiles final : public BoardObserver, public ILoopPart {
 public:
     using Action = std::function<void()>;
     using RebootAction = std::function<void(bool restart)>;
 
-    // Gives the place on the machine for a name of the board.
+    // Maps a name of the board to a path on the machine.
     using Places = std::function<std::filesystem::path(const std::filesystem::path& inside)>;
 
-    // Makes the empty files and listens. beforeRequest is called before each request is carried out, so that what
-    // the program did before, by other ways, is told first; onReboot when a program makes the reboot system call.
-    // Throws BoardError.
+    // Creates the empty files and listens. beforeRequest is called before each request, to dispatch first what the
+    // program did before by other ways, such as logging; onReboot when a program makes the reboot system call. Throws
+    // BoardError.
     PreloadFiles(const BoardState& boardState, ValueFiles& valueFiles, Places placesOfNames, Action beforeRequest,
                  RebootAction onReboot);
     PreloadFiles(const PreloadFiles&) = delete;
@@ -45,7 +45,7 @@ public:
 
     void OnFault(std::size_t signal, BoardTime time) override;
 
-    // A queue of all sockets.
+    // An epoll descriptor of all sockets.
     int Descriptor() const override { return queue.Get(); }
     std::optional<BoardTime> Due() const override { return std::nullopt; }
     void Run(BoardTime now) override;
@@ -53,19 +53,19 @@ public:
 private:
     using Number = ValueFiles::Number;
 
-    // A program's connection, over which it waits for one answer at a time.
+    // A program's connection, with one pending request at a time.
     struct Connection {
         FileDescriptor socket;
         ValueFiles::Ticket waiting = 0;
     };
 
-    // The board's end of an open value file, with what the kernel would keep of one.
+    // The board's end of an open value file: the state of an open file description.
     struct OpenFile {
         FileDescriptor socket;
         Number file;
         std::uint32_t flags;
         std::int64_t position = 0;
-        std::uint64_t seen = 0; // the latest event that was read
+        std::uint64_t seen = 0; // the last event that was read
         bool isEventSent = false;
     };
 
@@ -96,7 +96,7 @@ private:
     std::string name;
     FileDescriptor queue;
     FileDescriptor listener;
-    std::map<std::uint64_t, Connection> connections; // by source, as are the open files: each has a number of its own
+    std::map<std::uint64_t, Connection> connections; // by source, as are the open files: unique numbers
     std::map<std::uint64_t, OpenFile> openFiles;
     std::uint64_t nextSource;
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/sandbox/PreloadEntry.h"
 
-// The library is in the command, so that a board is one file that works wherever it is copied.
+// Embeds the library in the command, so that the command is one relocatable file.
 #ifdef VELRIX_BOARD_PRELOAD_LIBRARY
 asm(".section .rodata, \"a\"\n"
     ".balign 16\n"

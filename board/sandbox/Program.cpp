@@ -11,7 +11,7 @@ namespace VelrixBoard {
 
 namespace {
 
-// The codes that shells use.
+// The shell's exit codes.
 constexpr int NOT_RUNNABLE = 126;
 constexpr int NOT_FOUND = 127;
 
@@ -26,7 +26,7 @@ Program CommandProgram(std::vector<std::string> command) {
         execute(arguments.front(), arguments.data());
         const int error = errno;
         std::fprintf(stderr, "velrix-board: cannot start %s: %s\n", arguments.front(), std::strerror(error));
-        // Not exit: this process shares the board's open streams.
+        // _exit, not exit: this process shares the board's open streams.
         std::fflush(stderr);
         ::_exit(error == ENOENT ? NOT_FOUND : NOT_RUNNABLE);
         return 0;

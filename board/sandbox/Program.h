@@ -7,15 +7,15 @@
 
 namespace VelrixBoard {
 
-// Replaces the process by a program that it finds by PATH on the board, as execvp does; comes back when that fails.
+// Like execvp, with the board's PATH; returns on failure.
 using Execute = std::function<int(const char* file, char* const arguments[])>;
 
-// What runs on a board, in a process of its own.
+// A program for a board's process.
 struct Program {
-    // Called in the program's process; what it returns is the exit code.
+    // Called in the program's process; returns the exit code.
     std::function<int(const Execute& execute)> main;
 
-    // Descriptors that become the program's standard output and standard error; -1 leaves the board's.
+    // Descriptors for the program's standard output and standard error; -1 inherits the board's.
     int standardOutput = -1;
     int standardError = -1;
 };

@@ -16,7 +16,7 @@ bool AreOpenToTheUser() {
 
 void MakePseudoTerminals() {
     const bool onTerminal = ::isatty(STDIN_FILENO) == 1 || ::isatty(STDOUT_FILENO) == 1 || ::isatty(STDERR_FILENO) == 1;
-    // Where it is refused, programs have to do without.
+    // If the kernel refuses, programs have no pseudo-terminals.
     if (!AreOpenToTheUser() && !onTerminal)
         (void)::mount("devpts", "/dev/pts", "devpts", MS_NOSUID | MS_NOEXEC, "newinstance,ptmxmode=0666,mode=0620");
     if (!AreOpenToTheUser())

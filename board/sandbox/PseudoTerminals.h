@@ -3,11 +3,11 @@
 
 namespace VelrixBoard {
 
-// In the board's mount namespace, with /dev covered: lets programs open pseudo-terminals of their own.
+// In the board's mount namespace, with a skeleton on /dev: lets programs open new pseudo-terminals.
 //
-// The kernel looks for a /dev/ptmx's terminals beside the node itself, so one that is bound from elsewhere finds none;
-// it has to be a link to the one in /dev/pts. Where that one is closed to the user, the board gets a /dev/pts of its
-// own, unless it was started on a terminal, whose name would be lost with the machine's.
+// The kernel looks for devpts next to the node of /dev/ptmx, so a bind mount of the node does not work; it must be a
+// link to /dev/pts/ptmx. If the user may not open that, the board mounts a new /dev/pts, unless it was started on a
+// terminal, whose name would disappear with the machine's /dev/pts.
 void MakePseudoTerminals();
 
 } // namespace VelrixBoard

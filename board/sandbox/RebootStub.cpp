@@ -19,7 +19,7 @@ namespace {
 constexpr const char* RECORD = "/dev/velrix-board/reboot";
 constexpr std::string_view COMMANDS[] = {"reboot", "halt", "poweroff", "shutdown"};
 
-// The words of a line of the record, as far as commands and options go: what is escaped in them is no matter.
+// Splits a line of the record into words; escapes do not matter for commands and options.
 std::vector<std::string> Words(std::string_view line) {
     std::vector<std::string> words(1);
     bool escaped = false;
@@ -39,7 +39,7 @@ std::vector<Placement> RebootStub::Placements(const std::filesystem::path& progr
                                               const std::filesystem::path& record) {
     std::vector<Placement> placements;
     placements.push_back({Placement::Kind::BIND, RECORD, record});
-    // Often both are one directory, which is then covered once.
+    // Often both are the same directory.
     for (const char* directory : {"/sbin", "/usr/sbin"})
         for (const std::string_view command : COMMANDS)
             placements.push_back({Placement::Kind::BIND, std::filesystem::path(directory) / command, program});
@@ -47,7 +47,7 @@ std::vector<Placement> RebootStub::Placements(const std::filesystem::path& progr
 }
 
 bool RebootStub::IsCalled() {
-    // An address that the kernel hands over as a number.
+    // The kernel passes the address as a number.
     const auto* path = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
     const std::string name = path != nullptr ? std::filesystem::path(path).filename().string() : "";
     return std::find(std::begin(COMMANDS), std::end(COMMANDS), name) != std::end(COMMANDS);
@@ -91,7 +91,7 @@ RebootStub::Effect RebootStub::EffectOf(std::string_view call) {
 int RebootStub::Main(int argc, char** argv) {
     const std::string line = Record({argv, argv + argc});
     const FileDescriptor record(::open(RECORD, O_WRONLY | O_APPEND | O_CLOEXEC));
-    // One write, so that calls at the same time do not mix.
+    // One write, so that concurrent calls do not mix.
     if (record && ::write(record.Get(), line.data(), line.size()) == static_cast<ssize_t>(line.size()))
         return 0;
     std::perror("velrix-board: cannot record the call");

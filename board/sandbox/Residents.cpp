@@ -30,13 +30,13 @@ struct Process {
     char state;
 };
 
-// What /proc says of a process. False when it says nothing, since the process has just ended.
+// Reads a process from /proc. False when the process has just ended.
 bool ReadProcess(const std::filesystem::path& directory, Process& process) {
     const FileDescriptor file(::open((directory / "stat").c_str(), O_RDONLY | O_CLOEXEC));
     char text[256];
     const ssize_t length = file ? ::read(file.Get(), text, sizeof text) : 0;
     const std::string_view stat(text, length > 0 ? static_cast<std::size_t>(length) : 0);
-    // "NUMBER (NAME) STATE PARENT ...". The name may have any character in it.
+    // "NUMBER (NAME) STATE PARENT ...". The name may contain any character.
     const std::size_t nameEnd = stat.rfind(") ");
     if (nameEnd == std::string_view::npos || stat.size() < nameEnd + 5)
         return false;
@@ -59,7 +59,7 @@ std::vector<Process> AllProcesses() {
     return processes;
 }
 
-// Those that descend from this process.
+// The descendants of this process.
 std::vector<Process> AllDescendants() {
     std::vector<Process> others = AllProcesses(), found;
     std::vector<pid_t> parents = {::getpid()};

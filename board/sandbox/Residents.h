@@ -7,29 +7,28 @@
 
 namespace VelrixBoard {
 
-// All processes on a board but its first, which is the one that asks: it adopts what the others orphan.
+// All processes on a board except process 1, the caller, which is the subreaper.
 //
-// With process numbers of its own the board's processes are all there are. Without, they are the descendants of the
-// first; /proc tells.
+// With a pid namespace these are all processes in it; without, the descendants of process 1, from /proc.
 class Residents final {
 public:
     explicit Residents(bool haveOwnNumbers) : ownNumbers(haveOwnNumbers) {}
 
-    // Sends the signal to each. Who starts others meanwhile may have one that it misses: ask again until none is left.
+    // Sends the signal to each. Race: it may miss processes started meanwhile; repeat until none is left.
     void Signal(int number) const;
 
-    // Whether any of them runs or waits for its turn to. A process counts by the state of its main thread.
+    // Whether any of them is busy: its main thread is runnable.
     bool AnyWorks() const;
 
-    // Kills and reaps all of them, those too that they start meanwhile. Gives up after ten seconds, when what remains
-    // cannot be killed.
+    // Kills and reaps all of them, including those started meanwhile. Timeout of ten seconds, for processes that cannot
+    // be killed.
     void End() const;
 
 private:
     bool ownNumbers;
 };
 
-// The descendants of this process, in no order.
+// The descendants of this process, unordered.
 std::vector<pid_t> Descendants();
 
 } // namespace VelrixBoard

@@ -24,14 +24,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Bound with everything mounted below it: the kernel refuses to bind a tree without the mounts it got from outside.
+// A recursive bind mount: the kernel does not bind a tree without its inherited submounts.
 bool Bind(const fs::path& source, const fs::path& target) {
     return ::mount(source.c_str(), target.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0;
 }
 
-// An entry of the machine in the skeleton. One that cannot be bound, such as the mount point of a dead server or a file
-// that has just gone, is left out; without memory for mounts the board would miss half of the machine, so that is an
-// error.
+// Binds an entry of the machine in the skeleton. Skips one that cannot be bound, such as a stale network mount or a
+// file just removed; running out of mounts is an error, since half of the machine would be missing.
 void BindEntry(const fs::directory_entry& entry, const fs::path& target) {
     std::error_code error;
     if (entry.is_symlink(error)) {
@@ -71,7 +70,7 @@ void Put(const Placement& placement, const fs::path& target) {
     }
 }
 
-// Where a name goes: into which directory that is covered for it, and under which name there.
+// The target of a name: the covered directory and the name in it.
 struct Place {
     fs::path covered;
     fs::path rest;
@@ -79,8 +78,7 @@ struct Place {
     fs::path Whole() const { return covered / rest; }
 };
 
-// The directory that has to be covered is the deepest one that is there. Links in it are resolved, so that two ways to
-// one directory cover it once.
+// Covers the deepest existing directory, by its canonical path, so that aliases of a directory are covered once.
 Place FindPlace(const fs::path& name) {
     std::error_code error;
     fs::path directory = name.parent_path();
@@ -92,8 +90,8 @@ Place FindPlace(const fs::path& name) {
     return {fs::canonical(directory), rest};
 }
 
-// The place of each name. What lies inside of another name goes into what is put there: the machine's directory of that
-// name, if there is one, is out of sight.
+// The target of each name. A name inside of another one goes into that one's placement, which hides the machine's
+// directory.
 std::vector<Place> FindPlaces(const std::vector<Placement>& placements) {
     std::vector<Place> places;
     for (const Placement& placement : placements)
@@ -106,9 +104,8 @@ std::vector<Place> FindPlaces(const std::vector<Placement>& placements) {
     return result;
 }
 
-// The root directory cannot just be mounted over: it would stay the root of those who have it. The kernel exchanges
-// every one but that which it unpacked at its own start, which small machines keep; there the new one is moved over it
-// and entered.
+// Mounting over the root directory does not change the processes' root. pivot_root works except on the initramfs, which
+// small machines keep as root; there move the new one over it and chroot.
 bool EnterNewRoot() {
     if (::syscall(SYS_pivot_root, ".", ".") == 0)
         return ::umount2(".", MNT_DETACH) == 0;
@@ -126,13 +123,13 @@ void Skeleton::Mount(const std::vector<Placement>& placements) {
     if (::mount("velrix-board", stage.c_str(), "tmpfs", MS_NOSUID | MS_NODEV, "mode=0755") != 0)
         throw BoardError(DescribeRefusal("mounting a directory in memory", errno, ::geteuid()));
 
-    std::map<fs::path, Names> covers; // outer directories come first, and are mounted first
+    std::map<fs::path, Names> covers; // sorted, so that outer directories are mounted first
     const std::vector<Place> places = FindPlaces(placements);
     for (std::size_t i = 0; i < places.size(); ++i)
         covers[places[i].covered].insert_or_assign(places[i].rest, placements[i]);
 
-    // All are built from the machine's directories before the first of them is covered; the root comes last, since it
-    // takes in the others as they stand on the stage.
+    // Builds all from the machine's directories before covering the first one; the root last, since it binds the others
+    // from the stage.
     int number = 0;
     std::vector<std::pair<fs::path, fs::path>> mounts;
     for (const auto& [covered, names] : covers)
@@ -146,7 +143,7 @@ void Skeleton::Mount(const std::vector<Placement>& placements) {
         else if (!Bind(skeleton, covered))
             ThrowSystemError("cannot cover " + covered.string());
     }
-    // What was bound from here stays; the stage itself is in nobody's way any more.
+    // The bind mounts stay; the stage is not needed any more.
     ::umount2(stage.c_str(), MNT_DETACH);
 }
 

@@ -10,23 +10,22 @@
 
 namespace VelrixBoard {
 
-// Puts the board's names among those of the machine, inside the board's mount namespace.
+// Adds the board's names to the machine's, in the board's mount namespace.
 //
-// Each directory that gets a new name, or loses one, is covered by a skeleton: a directory in memory with every entry
-// of the one below it, links copied and the rest bound, except that the board's names are the board's. So names can
-// appear where the machine has none and the user may make none, such as /sys/class/leds, and nothing appears on the
-// machine. An overlay would do it only where nothing is mounted below the directory, which is rare: /dev, /sys, a
-// container's /etc.
+// A skeleton covers each directory that gets or loses a name: a tmpfs with every entry of the original, symbolic links
+// copied and the rest bind-mounted, plus the board's names. So names can be added where the user may not create any,
+// such as /sys/class/leds, without changing the machine. overlayfs works only without submounts, which exist in /dev,
+// /sys, a container's /etc.
 class Skeleton final {
 public:
-    // stage is an empty directory to build in; it is covered while Mount runs.
+    // stage is an empty directory to build in; Mount mounts over it temporarily.
     explicit Skeleton(std::filesystem::path stageDirectory) : stage(std::move(stageDirectory)) {}
 
-    // Throws BoardError where a step is refused. Leaves the current directory undefined.
+    // Throws BoardError when a step fails. Leaves the working directory undefined.
     void Mount(const std::vector<Placement>& placements);
 
 private:
-    // The names, relative to a covered directory, that are the board's.
+    // The board's names, relative to a covered directory.
     using Names = std::map<std::filesystem::path, Placement>;
 
     void Build(const std::filesystem::path& covered, const std::filesystem::path& skeleton, const Names& names) const;
