@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Modes, owners, times, sizes and extended attributes of files that a path names.
+// Hooks for modes, owners, times, sizes and extended attributes of files by path.
 #include <sys/inotify.h>
 #include <sys/stat.h>
 #include <sys/time.h>
@@ -40,7 +40,7 @@ Follow FollowOf(int flags) {
     return (flags & AT_SYMLINK_NOFOLLOW) != 0 ? Follow::NO : Follow::YES;
 }
 
-// EPERM if the file is there, else the kernel's error. errno as well.
+// EPERM if the file exists, else the kernel's error. Sets errno.
 int Refuse(const Path& path) {
     struct stat status {};
     return Kernel::Status(path.Text(), true, status) == 0 ? Fail(EPERM) : -1;

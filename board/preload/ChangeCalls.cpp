@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What makes, removes and renames files and directories. Value files and their trees refuse all of it, as the device's
-// kernel does; names of the list that are mount points there cannot be removed or renamed.
+// Hooks that create, remove and rename files and directories. Value files and their trees reject all of it, like the
+// device's kernel; names of the list that are mount points cannot be removed or renamed.
 #include <cstdio>
 #include <cstring>
 
@@ -24,7 +24,7 @@ constinit Next<int(int, const char*, int, const char*)> nextPlainRenameAt{"renam
 constinit Next<int(int, const char*, int, const char*, int)> nextLinkAt{"linkat"};
 constinit Next<int(const char*, int, const char*)> nextSymlinkAt{"symlinkat"};
 
-// What is there; 0, and errno, for nothing.
+// The type of the existing file; 0, and errno, if there is none.
 mode_t TypeOf(const Path& path) {
     struct stat status {};
     return Kernel::Status(path.Text(), false, status) == 0 ? status.st_mode & S_IFMT : 0;
@@ -59,7 +59,7 @@ int UnlinkAt(int directory, const char* path, int flags) {
     });
 }
 
-// The file systems of value files are their own. 0 where neither of the paths is in one.
+// Value files are on separate file systems. 0 where neither path is on one.
 int ErrorAcross(const Path& from, const Path& to) {
     if (!from.IsMadeUp() && !to.IsMadeUp())
         return 0;
@@ -83,7 +83,7 @@ int RenameAt(int fromDirectory, const char* from, int toDirectory, const char* t
             const int error = ErrorAcross(ledFrom, ledTo);
             if (error != 0)
                 return Fail(error);
-            // The older call where it is enough, for kernels and file systems without the newer one.
+            // The older call where it suffices, for kernels and file systems without the newer one.
             return flags == 0
                        ? nextPlainRenameAt(ledFrom.Directory(), ledFrom.Text(), ledTo.Directory(), ledTo.Text())
                        : nextRenameAt(ledFrom.Directory(), ledFrom.Text(), ledTo.Directory(), ledTo.Text(), flags);

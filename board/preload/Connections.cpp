@@ -21,10 +21,10 @@ namespace VelrixBoard::Preload {
 
 namespace {
 
-// A place for a connection: 0 when empty, else twice its descriptor plus 2, plus 1 while it is in use.
+// A slot for a connection: 0 when empty, else twice its descriptor plus 2, plus 1 while it is in use.
 struct Slot {
     std::atomic<std::uint64_t> state;
-    std::atomic<std::uint64_t> inode; // of the socket; only who has it in use looks at it
+    std::atomic<std::uint64_t> inode; // of the socket; only the user of the slot reads it
 };
 constexpr int SLOTS = 64;
 constinit Slot slots[SLOTS] = {};
@@ -39,18 +39,17 @@ constexpr int DescriptorOf(std::uint64_t state) {
     return static_cast<int>(state / 2) - 1;
 }
 
-// High numbers cost the kernel memory for all below them.
+// The kernel's descriptor table grows up to the highest number.
 constexpr std::uint64_t HIGHEST = 4096;
 
-// Longer than any fault that the board makes: with a limit, a signal handler ends a wait that would otherwise go on
-// after it.
+// Longer than any fault of a board. SO_RCVTIMEO also disables SA_RESTART, so that a signal handler interrupts the wait.
 constexpr long LONGEST_WAIT_S = 2L * 60 * 60;
 
-// To get to a board that is busy.
+// Timeout to connect to a busy board.
 constexpr long LONGEST_CONNECT_S = 60;
 constexpr int MOST_SIGNALS = 1000;
 
-// Moves the descriptor to a high number, if there is one free.
+// Moves the descriptor to a free high number, if any.
 int MoveUp(int descriptor) {
     const std::uint64_t limit = std::min(Kernel::Limit(RLIMIT_NOFILE), HIGHEST);
     for (std::uint64_t below = SLOTS; below >= 1 && limit > 2 * below; below /= 4) {
@@ -150,7 +149,7 @@ void Connection::TakeFromPool() {
         std::uint64_t state = slots[i].state.load();
         if (state == 0 || state % 2 != 0 || !slots[i].state.compare_exchange_strong(state, state + 1))
             continue;
-        // The program may have closed it by a system call of its own, and have got the number for something else.
+        // The program may have closed it by a direct system call and reused the number.
         if (Inode(DescriptorOf(state)) == slots[i].inode.load()) {
             socket = DescriptorOf(state);
             slot = i;

@@ -7,25 +7,25 @@ namespace VelrixBoard::Preload {
 
 class Names;
 
-// The connections of this process to its board: as many as its threads need at a time, kept for the next request. Taken
-// and put back without a lock, also by signal handlers. They have high numbers, where they are in nobody's way.
+// A lock-free pool of this process's connections to its board, also for signal handlers: as many as its threads need at
+// a time. Their descriptors have high numbers, to keep low ones free.
 namespace Connections {
 
-// True for a descriptor that is one of them, which the program has no business with.
+// True for a descriptor of the pool, which the program must not touch.
 bool IsOwn(int descriptor);
 
-// Forgets a connection whose number gets another meaning.
+// Drops a connection whose descriptor is being reused.
 void Forget(int descriptor);
 
 // In a fork's child: the connections are its parent's.
 void CloseAll();
 
-// The lowest own descriptor in the range, both ends included; -1 if there is none.
+// The lowest descriptor of the pool in the range, both ends included; -1 if there is none.
 int LowestIn(unsigned first, unsigned last);
 
 } // namespace Connections
 
-// One of them, for one request at a time; goes back to the others at the end.
+// Takes a connection for one request; the destructor returns it to the pool.
 class Connection final {
 public:
     explicit Connection(const Names& names);
@@ -36,7 +36,7 @@ public:
     // -1, and errno, when the board cannot be reached.
     int Socket() const { return socket; }
 
-    // Closes it: it is of no more use.
+    // Closes a broken connection.
     void Discard();
 
 private:

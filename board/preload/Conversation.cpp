@@ -14,10 +14,10 @@ namespace VelrixBoard::Preload {
 
 namespace {
 
-// The C library's, which is a cancellation point.
+// The C library's function, which is a cancellation point.
 constinit Next<ssize_t(int, msghdr*, int)> nextReceive{"recvmsg"};
 
-// Signals that may come in during one request; as many as nobody sends.
+// The limit of signals during one request.
 constexpr int MOST_INTERRUPTIONS = 1'000'000;
 
 bool Send(int socket, const Request& request, const void* text, std::size_t size) {
@@ -35,7 +35,7 @@ bool Send(int socket, const Request& request, const void* text, std::size_t size
     return false;
 }
 
-// The connection is of no use, or not the board's.
+// The connection is broken, or not the board's.
 bool IsBroken(int error) {
     return error == EPIPE || error == ECONNRESET || error == ENOTCONN || error == ENOTSOCK || error == EBADF ||
            error == EDESTADDRREQ;
@@ -47,7 +47,7 @@ void Cancel(int socket) {
     (void)Send(socket, cancel, nullptr, 0);
 }
 
-// Takes over the descriptor that came with a message; closes all it did not ask for.
+// Takes the descriptor of a message; closes unexpected ones.
 void TakeDescriptor(msghdr& message, int& descriptor) {
     for (cmsghdr* part = CMSG_FIRSTHDR(&message); part != nullptr; part = CMSG_NXTHDR(&message, part))
         if (part->cmsg_level == SOL_SOCKET && part->cmsg_type == SCM_RIGHTS &&
@@ -55,7 +55,7 @@ void TakeDescriptor(msghdr& message, int& descriptor) {
             std::memcpy(&descriptor, CMSG_DATA(part), sizeof descriptor);
 }
 
-// In a thread that is cancelled: the answer would be taken for that of the next request.
+// In a cancelled thread: the next request would take the pending answer for its own.
 void GiveUp(void* connection) {
     static_cast<Connection*>(connection)->Discard();
 }
@@ -111,7 +111,7 @@ std::int64_t Ask(const Names& names, const Request& request, Transfer& transfer)
                 return -1;
             const bool isBroken = IsBroken(errno);
             connection.Discard();
-            // The board has surely not received it.
+            // The board has not received it.
             if (isBroken)
                 continue;
             break;

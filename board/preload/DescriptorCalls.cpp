@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What closes and duplicates descriptors. The connections to the board are not the program's: it cannot close them by
-// accident, as programs do that close all numbers from 3 on.
+// Hooks that close and duplicate descriptors. Protects the connections to the board from programs that close all
+// descriptors from 3 on.
 #include <climits>
 #include <cstdarg>
 
@@ -31,7 +31,7 @@ bool HasBoard() {
     return Names::Current() != nullptr;
 }
 
-// Before descriptor to becomes another.
+// Called before descriptor to is replaced.
 void MakeWay(int to) {
     LeaveStandardStream(to);
     Connections::Forget(to);
@@ -69,7 +69,7 @@ VELRIX_PRELOADED(int, close, int descriptor) {
         if (Connections::IsOwn(descriptor))
             return Fail(EBADF);
         LeaveStandardStream(descriptor);
-        // Before, since another thread may get the number at once.
+        // Before the close, since another thread may reuse the number at once.
         Descriptors::Clear(descriptor);
     }
     return nextClose(descriptor);

@@ -21,12 +21,12 @@ namespace VelrixBoard::Preload {
 namespace {
 
 struct Entry {
-    std::atomic<std::uint64_t> inode; // of the socket; 0: no value file
+    std::atomic<std::uint64_t> inode; // of the socket; 0: not a value file
     std::atomic<std::uint64_t> open;
     std::atomic<std::uint32_t> file;
 };
 
-// As many descriptors as the kernel gives at most, unless its administrator raised that; those above are never found.
+// The default fs.nr_open; descriptors above it are not supported.
 constexpr unsigned PAGE_ENTRIES = 512, PAGE_COUNT = 2048;
 constinit std::atomic<Entry*> pages[PAGE_COUNT] = {};
 
@@ -38,7 +38,7 @@ Entry* Existing(int descriptor) {
     return page == nullptr ? nullptr : page + number % PAGE_ENTRIES;
 }
 
-// Null where there is no memory for it.
+// Null when out of memory.
 Entry* Made(int descriptor) {
     const auto number = static_cast<unsigned>(descriptor);
     if (number >= PAGE_ENTRIES * PAGE_COUNT || Existing(descriptor) != nullptr)
@@ -59,13 +59,13 @@ void Put(Entry& entry, std::uint64_t inode, std::uint32_t file, std::uint64_t op
     entry.inode.store(inode, std::memory_order_release);
 }
 
-// The inode of a socket; 0 for everything else.
+// The inode of a socket; 0 for other files.
 std::uint64_t SocketInode(int descriptor) {
     struct stat status {};
     return Kernel::Status(descriptor, status) == 0 && S_ISSOCK(status.st_mode) ? status.st_ino : 0;
 }
 
-// "/NUMBER", and nothing but end behind it.
+// Parses "/NUMBER" followed by end.
 bool TakeNumber(const char*& text, const char* end, std::uint64_t& number) {
     if (text == end || *text++ != '/' || text == end)
         return false;

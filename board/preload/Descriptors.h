@@ -7,32 +7,32 @@ namespace VelrixBoard::Preload {
 
 class Names;
 
-// An open value file, as the board knows it.
+// An open value file, by the board's ids.
 struct ValueFile {
     std::uint32_t file = 0;
     std::uint64_t open = 0;
 };
 
-// Which descriptors of this process are value files. Any number of them, without locks: threads, signal handlers and
-// vfork's children call all of this.
+// The table of this process's value file descriptors. Lock-free: threads, signal handlers and children of vfork call
+// all of this.
 //
-// Libc closes and duplicates some descriptors past this library, so what is written down here is believed only while
-// the descriptor is still that socket. A child that shares this memory, as after vfork, writes nothing down.
+// The C library closes and duplicates some descriptors without calling a hook, so an entry is valid only while the
+// descriptor is still that socket. A child that shares this memory, as after vfork, does not write.
 namespace Descriptors {
 
-// False for what is no value file, as nearly all are; that costs no system call.
+// False for other files, without a system call.
 bool Find(int descriptor, ValueFile& file);
 
-// Writes a new value file down: asks the socket which one it is. False if it is none of this board.
+// Registers a new value file, identified by its socket's peer. False if it is not of this board.
 bool Take(const Names& names, int descriptor);
 
-// Descriptor to is now the same as from.
+// Descriptor to is now a duplicate of from.
 void Copy(int from, int to);
 
 void Clear(int descriptor);
 void Clear(unsigned first, unsigned last);
 
-// Looks at all descriptors of this process, which may have come from the program that executed it.
+// Registers inherited value files among all descriptors of this process.
 void TakeInherited(const Names& names);
 
 } // namespace Descriptors

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What reads directories: opendir, scandir, glob, ftw and fts.
+// Hooks that read directories: opendir, scandir, glob, ftw and fts.
 #include <cstring>
 
 #include <dirent.h>
@@ -37,7 +37,7 @@ DIR* OpenDirectory(const char* path) {
     return WithPath(path, Follow::YES, [](const Path& led) { return nextOpendir(led.Text()); });
 }
 
-// The functions that glob uses in place of the C library's own.
+// Callbacks for GLOB_ALTDIRFUNC.
 void* OpenForGlob(const char* path) {
     return OpenDirectory(path);
 }
@@ -48,8 +48,7 @@ void CloseForGlob(void* directory) {
     nextClosedir(static_cast<DIR*>(directory));
 }
 
-// The walk of ftw or nftw that this thread is on: the C library walks outside, the program's function sees names
-// inside.
+// This thread's current ftw or nftw: the C library walks outside names, the program's callback gets inside names.
 struct Walk {
     Visit* visit;
     VisitNew* visitNew;
@@ -76,7 +75,7 @@ int VisitInside(const char* path, const struct stat* status, int type, FTW* plac
     const Walk current = walk;
     const int result = current.visitNew != nullptr ? current.visitNew(path, &statusInside, type, &placeInside)
                                                    : current.visit(path, &statusInside, type);
-    walk = current; // which a walk inside of the function replaced
+    walk = current; // replaced by a nested walk in the callback
     return result;
 }
 
@@ -130,7 +129,7 @@ VELRIX_PRELOADED(int, nftw, const char* path, VisitNew* visit, int descriptors, 
 }
 VELRIX_PRELOADED_ALIAS(nftw, nftw64);
 
-// The paths in the entries are those outside.
+// The entries have outside paths.
 VELRIX_PRELOADED(FTS*, fts_open, char* const* paths, int options, OrderEntries* order) {
     constexpr std::size_t MOST = 16;
     std::size_t count = 0;

@@ -16,7 +16,7 @@ namespace {
 constexpr const char* PRELOAD = "LD_PRELOAD=";
 constexpr std::size_t MOST_ENTRIES = std::size_t(1) << 20;
 
-// "LD_PRELOAD=" and this library's path, and the entry of the list.
+// The entries "LD_PRELOAD=..." with this library's path and of the list of names.
 constinit char preloadEntry[PATH_MAX + 16] = {};
 constinit char listEntry[PATH_MAX + 32] = {};
 
@@ -41,7 +41,7 @@ bool IsList(const char* entry) {
 
 void RememberEnvironment(const char* listPath) {
     Dl_info library{};
-    // Nothing of a board before may be put back.
+    // Drops the values of a previous board.
     preloadEntry[0] = listEntry[0] = '\0';
     const char* const own =
         ::dladdr(static_cast<const void*>(preloadEntry), &library) != 0 ? library.dli_fname : nullptr;

@@ -5,12 +5,12 @@
 
 namespace VelrixBoard::Preload {
 
-// Remembers by which entries of the environment this process has its board. Before any other thread runs, or after
-// others did the same.
+// Saves the environment entries of this process's board. Call it before any other thread runs, or after another thread
+// did.
 void RememberEnvironment(const char* listPath);
 
-// The environment for a program that is started: the given one, and put back into it what gives programs their board,
-// where that was lost. A library that the program itself wants preloaded stays beside this one.
+// The environment for a new program: the given one, with the board's entries restored. Keeps other libraries in
+// LD_PRELOAD.
 class BoardEnvironment final {
 public:
     explicit BoardEnvironment(char* const* given);

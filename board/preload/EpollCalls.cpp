@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// epoll. The kernel watches the sockets that value files are: for an event, which is something to read there, and for
-// writing, which is always possible, if the program asked for reading or writing. What the kernel reports of them is
-// translated by a table of registrations, whose numbers are given to the kernel in place of the program's data.
+// Hooks for epoll. The kernel polls the sockets behind value files: EPOLLIN for an event, and EPOLLOUT, which is always
+// ready, if the program asked for reading or writing. A table of registrations translates the kernel's events; the
+// kernel gets the index in place of the program's data.
 #include <atomic>
 #include <cstdint>
 
@@ -39,11 +39,11 @@ struct Registration {
 constexpr std::uint32_t REGISTRATIONS = 1024;
 constinit Registration registrations[REGISTRATIONS] = {};
 
-// The upper half of the data that the kernel gets. A program's own data are small numbers or addresses as a rule, and
-// addresses begin with zeros.
+// A tag in the upper half of the kernel's data. A program's data are usually small numbers or addresses, whose upper
+// bits are zero.
 constexpr std::uint64_t MARK = 0x9E58'45B1ull << 32;
 
-// The registration that is no longer of any use: its descriptor is another file, or none.
+// A stale registration: its descriptor is another file, or closed.
 bool IsStale(const Registration& registration) {
     ValueFile file;
     return !Descriptors::Find(registration.descriptor.load(), file) || file.open != registration.open.load();
@@ -91,7 +91,7 @@ int Add(int queue, int descriptor, const ValueFile& file, const epoll_event& eve
     registration->queue.store(queue);
     registration->descriptor.store(descriptor);
     registration->open.store(file.open);
-    // Before the kernel knows it: another thread may wait there already.
+    // Before EPOLL_CTL_ADD: another thread may be waiting already.
     Fill(*registration, event);
     const int result = Change(queue, EPOLL_CTL_ADD, descriptor, *registration, event);
     if (result != 0)
@@ -102,7 +102,7 @@ int Add(int queue, int descriptor, const ValueFile& file, const epoll_event& eve
 int Control(int queue, int operation, int descriptor, const ValueFile& file, const epoll_event* event) {
     Registration* const registration = Find(queue, descriptor);
     if (operation == EPOLL_CTL_ADD && event != nullptr) {
-        // The descriptor was closed since, and the number is another file's.
+        // The descriptor was closed, and the number reused.
         if (registration != nullptr && registration->open.load() != file.open)
             registration->state.store(FREE);
         return Add(queue, descriptor, file, *event);
@@ -119,7 +119,7 @@ int Control(int queue, int operation, int descriptor, const ValueFile& file, con
     return result;
 }
 
-// Gives the program its own data and what happened as value files say it.
+// Restores the program's data and translates the events to those of value files.
 int Translate(epoll_event* events, int count) {
     for (int i = 0; i < count; ++i) {
         const std::uint64_t index = events[i].data.u64 ^ MARK;

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// exec and its kin. Each led like every path; the program started has the board too, or is refused before it starts.
+// Hooks for exec and its variants. Redirects the path; the new program gets the board too, or is rejected before it
+// starts.
 //
-// Nothing here is from the heap: the child of a vfork has its parent's.
+// No heap: the child of a vfork shares its parent's.
 #include <alloca.h>
 #include <cstdarg>
 #include <cstdio>
@@ -39,15 +40,16 @@ constinit Next<FILE*(const char*, const char*)> nextPopen{"popen"};
 constexpr const char* SHELL = "/bin/sh";
 constexpr const char* USUAL_PATH = "/bin:/usr/bin";
 
-// As many arguments as a stack of the usual size has room for.
+// As many arguments as fit on a default stack.
 constexpr std::size_t MOST_WORDS = 65536;
 
-// Says so and gives true when the program could not have the board. Shells take ENOEXEC for a script; so it is EACCES.
+// Prints a message and returns true when the program could not have the board. EACCES, since shells take ENOEXEC for a
+// script.
 bool IsRefused(const char* name, const char* path) {
     if (Names::Current() == nullptr)
         return false;
     const Kernel::KeptErrno kept;
-    char what[512]; // the name of a script's interpreter is in it
+    char what[512]; // includes the name of a script's interpreter
     if (CheckProgram(path, what, sizeof what) == Refusal::NONE)
         return false;
     Kernel::Say({"velrix-board: ", name, " ", what, "\n"});
@@ -74,7 +76,7 @@ std::size_t Count(Words words) {
     return count;
 }
 
-// What is no program is a script of the shell.
+// On ENOEXEC the shell runs the file.
 int ExecuteAsScript(const char* path, Words arguments, Words environment) {
     const std::size_t count = Count(arguments);
     if (count > MOST_WORDS)
@@ -89,7 +91,7 @@ int ExecuteAsScript(const char* path, Words arguments, Words environment) {
     return Execute(SHELL, words, environment);
 }
 
-// True when the search goes on in the next directory.
+// True when the search continues in the next directory.
 bool IsNotHere(int error) {
     return error == ENOENT || error == ENOTDIR || error == EACCES || error == ENODEV || error == ESTALE ||
            error == ETIMEDOUT;
@@ -100,7 +102,7 @@ const char* SearchPath() {
     return path != nullptr ? path : USUAL_PATH;
 }
 
-// Puts the candidate of the next directory together and goes on behind it; false for one that is too long.
+// Builds the candidate in the next directory and advances; false for one that is too long.
 bool TakeCandidate(const char*& directories, const char* name, char* candidate) {
     const std::size_t size = std::strcspn(directories, ":");
     const bool fits = size + std::strlen(name) + 2 <= PATH_MAX;
@@ -150,7 +152,7 @@ int SpawnLed(pid_t* process, const char* path, const posix_spawn_file_actions_t*
                : nextSpawn(process, led.Text(), actions, attributes, arguments, completed.Get());
 }
 
-// The first file of that name in the directories of PATH that may be executed; false for none.
+// The first executable file of that name in PATH; false for none.
 bool FindProgram(const char* name, char* candidate) {
     for (const char* directories = SearchPath(); directories != nullptr;) {
         struct stat status {};
@@ -161,7 +163,7 @@ bool FindProgram(const char* name, char* candidate) {
     return false;
 }
 
-// The C library starts the shell with the environment of the process.
+// Like the C library, starts the shell with the environment of the process.
 template <class Call>
 auto WithBoardEnvironment(Call call) {
     const BoardEnvironment completed(environ);
@@ -174,7 +176,7 @@ auto WithBoardEnvironment(Call call) {
     return result;
 }
 
-// How many words execl and its kin were given, without the null behind the last.
+// The number of arguments of execl and its variants, without the null.
 std::size_t CountWords(const char* first, va_list arguments) {
     va_list rest;
     va_copy(rest, arguments);
@@ -185,7 +187,7 @@ std::size_t CountWords(const char* first, va_list arguments) {
     return count;
 }
 
-// Takes them, and the null; words has room for all.
+// Copies them, and the null; words is large enough.
 Words TakeWords(const char* first, va_list arguments, char** words, std::size_t count) {
     words[0] = const_cast<char*>(first);
     for (std::size_t i = 1; i <= count; ++i)
@@ -274,7 +276,7 @@ VELRIX_PRELOADED(int, posix_spawnp, pid_t* process, const char* name, const posi
     return isFound ? SpawnLed(process, candidate, actions, attributes, arguments, environment) : ENOENT;
 }
 
-// What the C library does in the child, past this library. It cannot open a value file there.
+// File actions, which the C library executes in the child without calling hooks; they cannot open a value file.
 VELRIX_PRELOADED(int, posix_spawn_file_actions_addopen, posix_spawn_file_actions_t* actions, int descriptor,
                  const char* path, int flags, mode_t mode) {
     const Path led(AT_FDCWD, path, Follow::YES);

@@ -81,7 +81,7 @@ void Say(std::initializer_list<const char*> texts) {
     for (const char* text : texts)
         if (count < MOST_TEXTS)
             parts[count++] = {const_cast<char*>(text), std::strlen(text)};
-    // One call, so that the messages of several processes do not mix.
+    // One write, so that messages of several processes do not mix.
     (void)::syscall(SYS_writev, STDERR_FILENO, parts, count);
 }
 

@@ -11,15 +11,15 @@
 #include <sys/stat.h>
 #include <sys/types.h>
 
-// System calls of this library's own: past every function that stands in front of the C library's, this library's and
-// the sanitizers' alike, and no cancellation points. Each gives -1 and sets errno as the C library's does.
+// Direct system calls: bypass the hooks of this library and of sanitizers, and are not cancellation points. Each
+// returns -1 and sets errno like the C library's.
 namespace VelrixBoard::Preload::Kernel {
 
 int Open(int directory, const char* path, int flags);
 int Close(int descriptor);
 ssize_t Read(int descriptor, void* buffer, std::size_t size);
 ssize_t ReadLink(int directory, const char* path, char* buffer, std::size_t size);
-ssize_t CurrentDirectory(char* buffer, std::size_t size); // without the zero at the end
+ssize_t CurrentDirectory(char* buffer, std::size_t size); // without the terminating zero
 int Status(int descriptor, struct stat& status);
 int Status(const char* path, bool follow, struct stat& status);
 int Duplicate(int descriptor, int lowest); // with O_CLOEXEC
@@ -31,10 +31,10 @@ uid_t EffectiveUser();
 gid_t EffectiveGroup();
 std::uint64_t Limit(int resource);
 
-// Writes the texts, one after the other, to standard error. For what ends the program or refuses to start another.
+// Writes the texts to standard error, when the program ends or a new one is rejected.
 void Say(std::initializer_list<const char*> texts);
 
-// Leaves errno as it was.
+// Preserves errno.
 class KeptErrno final {
 public:
     KeptErrno() : kept(errno) {}
@@ -46,7 +46,7 @@ private:
     int kept;
 };
 
-// Memory that is had without the heap: in signal handlers, after vfork, before the C library is ready. It is zero.
+// Zeroed memory by mmap instead of the heap: for signal handlers, after vfork, before the C library is ready.
 class Memory final {
 public:
     Memory() = default;
@@ -67,7 +67,7 @@ public:
         address = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     }
 
-    // It stays for the life of the process.
+    // Never freed.
     void* Release() {
         void* const released = address;
         address = MAP_FAILED;

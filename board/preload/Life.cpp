@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// How this library comes to life in a process: by its constructor, by the first call that comes before that, or later
-// by the call of a program that has become a board's.
+// Initialisation: by the library's constructor, by an earlier first call, or later by a process that joins a board.
 #include "board/preload/Life.h"
 
 #include <atomic>
@@ -36,7 +35,7 @@ const char* ListPath() {
     return nullptr;
 }
 
-// A program that took itself to be on a board would do to the machine what it meant for the board.
+// Ends the program: without the board it would act on the machine.
 [[noreturn]] void EndWithoutList(const char* path, int error) {
     Kernel::Say({"velrix-board: cannot read the names of the board from ", path, ": ",
                  error == EINVAL ? "it is not such a list" : ::strerrordesc_np(error), "; has the board ended? Unset ",
@@ -57,7 +56,7 @@ void PrepareForks() {
 }
 
 const Names* Begin() {
-    // Sanitizers call functions before the C library has its environment.
+    // Sanitizers call hooks before the C library has set environ.
     if (environ == nullptr)
         return nullptr;
     const Kernel::KeptErrno kept;
@@ -73,14 +72,14 @@ const Names* Begin() {
     RememberEnvironment(path);
     Descriptors::TakeInherited(*names);
     const Names* expected = nullptr;
-    // Of several threads that are first, one wins; the lists are equal.
+    // Race of several first threads: one wins; the lists are equal.
     if (current.compare_exchange_strong(expected, names, std::memory_order_acq_rel))
         PrepareForks();
     isDecided.store(true, std::memory_order_release);
     return current.load(std::memory_order_acquire);
 }
 
-// When all the libraries that this one needs are ready, and before main.
+// After the constructors of this library's dependencies, and before main.
 __attribute__((constructor)) void BeginProgram() {
     if (Names::Current() != nullptr)
         ExchangeStandardStreams();
@@ -101,7 +100,7 @@ bool IsOwnMemory() {
 using namespace VelrixBoard::Preload;
 
 VELRIX_PRELOADED(void, velrix_board_preload_begin) {
-    // The process may have been on another board before, which is the machine of the new one.
+    // Nested boards: the process may have been on another board, which is the machine for the new one.
     const Names* const before = current.exchange(nullptr);
     if (before != nullptr)
         Connections::CloseAll();

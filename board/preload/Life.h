@@ -3,8 +3,7 @@
 
 namespace VelrixBoard::Preload {
 
-// True in the process that this memory is of: false in a child that was made without fork, such as vfork's, whose
-// memory may be its parent's.
+// True in the process that owns this memory: false in a child of vfork or clone, which may share its parent's.
 bool IsOwnMemory();
 
 } // namespace VelrixBoard::Preload

@@ -14,7 +14,7 @@ namespace VelrixBoard::Preload {
 
 namespace {
 
-// As many as the kernel follows.
+// The kernel's limit (ELOOP).
 constexpr int MOST_LINKS = 40;
 
 class Walk final {
@@ -23,7 +23,7 @@ public:
         std::strcpy(rest, path);
     }
 
-    // False where it cannot go on.
+    // False on an error.
     bool GoOn(Follow follow) {
         while (*next != '\0')
             if (!TakeStep(follow))
@@ -38,7 +38,7 @@ public:
     }
 
 private:
-    // Along the next part of the path, and to where it leads if it is a link.
+    // Resolves the next component, following it if it is a link.
     bool TakeStep(Follow follow) {
         while (*next == '/')
             ++next;
@@ -58,7 +58,7 @@ private:
         return size <= 0 || FollowLink(static_cast<std::size_t>(size), before);
     }
 
-    // Its target, in link; the size, or not above 0 for what is no link.
+    // Reads its target into link; the size, or at most 0 if it is not a link.
     ssize_t ReadLink() {
         std::memcpy(outside, here.Text(), here.Length() + 1);
         const Place place = names.Find(outside, here.Length());
@@ -70,7 +70,7 @@ private:
         return size;
     }
 
-    // Goes on with the link's target and what is left behind it.
+    // Continues with the link's target and the remaining path.
     bool FollowLink(std::size_t size, std::size_t before) {
         if (++links > MOST_LINKS)
             return false;
@@ -91,7 +91,7 @@ private:
     }
 
     const Names& names;
-    char rest[2 * PATH_MAX]; // what is still to be gone along
+    char rest[2 * PATH_MAX]; // the remaining path
     char link[PATH_MAX];
     char hereText[PATH_MAX] = {};
     char outside[PATH_MAX];
@@ -103,7 +103,7 @@ private:
 } // namespace
 
 std::size_t ResolveLinks(const Names& names, char* path, Follow follow) {
-    // Not on the stack, of which a thread may have little.
+    // Not on the stack, which may be small in a thread.
     const Kernel::Memory memory(sizeof(Walk));
     if (!memory.IsThere())
         return 0;

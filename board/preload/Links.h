@@ -8,11 +8,11 @@
 
 namespace VelrixBoard::Preload {
 
-// Goes along a path from its beginning, as the kernel does, but on the board: reads the links in it where the board
-// keeps them, and finds what they lead to by the names inside.
+// Resolves symbolic links in a path like the kernel, but on the board: reads links at their outside names, and resolves
+// targets as inside names.
 //
-// path is absolute and normal, with room for PATH_MAX bytes, and becomes the one without links. Gives its length, or 0
-// when there is no link in it, or too many.
+// path is absolute and normal, in a buffer of PATH_MAX bytes, and is replaced by the resolved one. Returns its length,
+// or 0 when it has no link, or too many.
 std::size_t ResolveLinks(const Names& names, char* path, Follow follow);
 
 } // namespace VelrixBoard::Preload

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// syslog and its kin. The C library's own connect to /dev/log cannot be led, so this library writes the records: in the
-// same form, by a socket that is kept as the C library keeps it.
+// Hooks for syslog and its variants. The C library's internal connect to /dev/log bypasses hooks, so this library sends
+// the records, in the same format, by a socket of the same lifetime.
 #include "board/preload/LogCalls.h"
 
 #include <cerrno>
@@ -31,15 +31,15 @@ constinit Next<void(int, int, const char*, va_list)> nextVsyslogChecked{"__vsysl
 
 constexpr const char* LOG_PATH = "/dev/log";
 
-// Who waits longer for another thread's record drops its own.
+// Timeout of the lock; then the record is dropped.
 constexpr time_t LONGEST_WAIT_S = 60;
 
-// The board's socket takes no longer ones.
+// The limit of the board's socket.
 constexpr std::size_t LONGEST_RECORD = 65536;
 
-pthread_mutex_t mutex{}; // of zeros, as PTHREAD_MUTEX_INITIALIZER is
+pthread_mutex_t mutex{}; // all zeros, like PTHREAD_MUTEX_INITIALIZER
 
-// As openlog and setlogmask left them.
+// The settings of openlog and setlogmask.
 struct Log {
     const char* tag;
     int options;
@@ -69,7 +69,7 @@ private:
     bool isHeld;
 };
 
-// Whether the log is the board's; else the C library's functions do.
+// Whether the log is the board's; else call the C library's functions.
 bool IsBoards() {
     const Names* const names = Names::Current();
     return names != nullptr && names->Find(LOG_PATH, std::strlen(LOG_PATH)).name != nullptr;
@@ -102,17 +102,17 @@ void Send(const char* record, std::size_t size) {
     for (int attempt = 0; attempt < 2; ++attempt) {
         if (log.socket < 0)
             Connect();
-        // Whatever the program did to the descriptor, nothing but a socket takes this.
+        // Safe if the program reused the descriptor: only sockets accept this.
         if (log.socket < 0 || ::send(log.socket, record, size, MSG_NOSIGNAL) >= 0)
             return;
-        // The number may be another file's, or none.
+        // The descriptor may have been closed or reused.
         if (errno == EBADF || errno == ENOTSOCK)
             log.socket = -1;
         Disconnect();
     }
 }
 
-// "Nov  5 08:01:02 " whatever the program's language is.
+// "Nov  5 08:01:02 ", independent of the locale.
 std::size_t PutTime(char* text, std::size_t size) {
     constexpr const char* MONTHS[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
@@ -184,7 +184,7 @@ void ResetLogInChild() {
 
 using namespace VelrixBoard::Preload;
 
-// The C library's log is opened too, since this process may not be on a board yet.
+// Also opens the C library's log, since this process may join a board later.
 VELRIX_PRELOADED(void, openlog, const char* tag, int options, int facility) {
     const bool isBoards = IsBoards();
     nextOpenlog(tag, isBoards ? options & ~LOG_NDELAY : options, facility);

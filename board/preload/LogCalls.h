@@ -3,7 +3,7 @@
 
 namespace VelrixBoard::Preload {
 
-// In a fork's child: no other thread holds the lock of the log.
+// In the child of a fork: resets the lock of the log, which no other thread holds.
 void ResetLogInChild();
 
 } // namespace VelrixBoard::Preload

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t LONGEST_LIST = std::size_t(1) << 20;
 
-// FNV-1a, byte by byte, so that one pass over a path gives the hash of everything above it as well.
+// FNV-1a, incremental: one pass over a path also gives the hashes of its parents.
 constexpr std::uint32_t HASH_START = 2166136261u;
 constexpr std::uint32_t Hash(std::uint32_t hash, char c) {
     return (hash ^ static_cast<unsigned char>(c)) * 16777619u;
@@ -30,7 +30,7 @@ std::uint32_t HashOf(const char* text) {
     return hash;
 }
 
-// Cuts the next field off a line; null when there is none.
+// Takes the next field of a line; null when there is none.
 char* TakeField(char*& line) {
     if (line == nullptr)
         return nullptr;
@@ -56,7 +56,7 @@ bool TakeNumber(char*& line, std::uint32_t base, std::uint32_t& number) {
     return true;
 }
 
-// The whole file, and a zero behind it; null and errno when that fails.
+// The whole file, zero-terminated; null and errno on failure.
 char* ReadFile(const char* path, std::size_t& size) {
     const int file = Kernel::Open(AT_FDCWD, path, O_RDONLY | O_CLOEXEC);
     struct stat status {};
@@ -155,7 +155,7 @@ bool Names::TakeLine(char* line) {
     return line == nullptr;
 }
 
-// The slot of the name, or the empty one where it belongs. There are more slots than names.
+// The slot of the name, or the empty slot for it. There are more slots than names.
 std::uint32_t* Names::Slot(const char* inside, std::size_t length, std::uint32_t hash) const {
     for (std::uint32_t i = hash & slotMask;; i = (i + 1) & slotMask) {
         const std::uint32_t number = slots[i];
@@ -210,7 +210,7 @@ Place Names::Find(const char* path, std::size_t length) const {
 
 namespace {
 
-// Puts another beginning in place of the path's; the new length, or 0 when there is no room.
+// Replaces the path's prefix; the new length, or 0 when the buffer is too small.
 std::size_t ReplaceBeginning(char* path, std::size_t length, std::size_t size, std::size_t from, const char* to,
                              std::size_t toLength) {
     const std::size_t rest = length - from;

@@ -6,7 +6,7 @@
 
 namespace VelrixBoard::Preload {
 
-// A line, or several, of the board's list about one path of the device.
+// The lines of the board's list for one path of the device.
 struct Name {
     const char* inside = nullptr;
     const char* outside = nullptr; // null without a "name", "mount" or "cover" line
@@ -20,32 +20,32 @@ struct Name {
     bool isValue = false;
 };
 
-// What the list says about a path. It is on the list if it has a name; below a cover that depends on the machine.
+// The look-up result for a path. With a name it is on the list; below a cover that depends on the machine.
 struct Place {
-    const Name* name = nullptr;  // the longest name above or at the path
-    const Name* cover = nullptr; // without a name: the directory of the machine above the path that is covered
-    const Name* tree = nullptr;  // the tree that the path is in or at
+    const Name* name = nullptr;  // the longest name that is the path or a parent
+    const Name* cover = nullptr; // without a name: the covered parent directory of the machine
+    const Name* tree = nullptr;  // the tree that contains the path
     const Name* value = nullptr; // the value file at the path
 };
 
-// The board's list of names, as Protocol.h describes it. Does not change once read.
+// The board's list of names (Protocol.h). Immutable.
 class Names final {
 public:
-    // The list of this process; null when it has no board. Reads it at the first call (Life.cpp).
+    // The list of this process, read at the first call (Life.cpp); null when it has no board.
     static const Names* Current();
 
-    // Reads the list into memory that stays. Null, and errno, when the file cannot be read; EINVAL when it is not such
-    // a list.
+    // Reads the list into memory that is never freed. Null, and errno, when the file cannot be read; EINVAL for a
+    // malformed list.
     static const Names* Read(const char* path);
 
     // The path is absolute and normal.
     Place Find(const char* path, std::size_t length) const;
 
-    // Makes a path that is on the list the one outside; the new length, or 0 when that has no room.
+    // Maps a path on the list to the outside one; the new length, or 0 when the buffer is too small.
     std::size_t ToOutside(const Place& place, char* path, std::size_t length, std::size_t size) const;
 
-    // Makes a path outside, absolute and normal, the one inside; the length then, or 0 when it is not the board's or
-    // has no room. A place that has several names goes by that which comes first on the list.
+    // Maps an outside path, absolute and normal, to the inside one; the length, or 0 when it is not the board's or the
+    // buffer is too small. The first of several names on the list wins.
     std::size_t ToInside(char* path, std::size_t length, std::size_t size) const;
 
     const Name* Value(std::uint32_t file) const;
@@ -60,9 +60,9 @@ private:
 
     const char* socket = nullptr;
     bool isRoot = false;
-    Name* names = nullptr; // in the order of the list
+    Name* names = nullptr; // in list order
     std::uint32_t count = 0;
-    std::uint32_t* slots = nullptr; // a hash table of numbers in names, from 1
+    std::uint32_t* slots = nullptr; // a hash table of indices into names, plus 1
     std::uint32_t slotMask = 0;
 };
 

@@ -5,8 +5,8 @@
 
 namespace VelrixBoard::Preload {
 
-// The address of a function's next definition, after this library's: the C library's, as a rule. Found at the first
-// use, without a lock; several threads may be the first.
+// The function's next definition after this library's (RTLD_NEXT), usually the C library's. Looked up lazily and
+// lock-free.
 class NextAddress {
 public:
     constexpr explicit NextAddress(const char* functionName) : name(functionName) {}
@@ -23,7 +23,7 @@ private:
     std::atomic<void*> found{nullptr};
 };
 
-// The next definition of a function, to be called like it: Next<int(const char*)> nextChdir{"chdir"}.
+// A callable for the next definition of a function: Next<int(const char*)> nextChdir{"chdir"}.
 template <class Function>
 class Next final {
 public:

@@ -6,21 +6,21 @@
 
 namespace VelrixBoard::Preload {
 
-// An absolute path without ".", ".." and double slashes, put together in a buffer of PATH_MAX bytes that is not its
-// own. The text ends with a zero whenever an operation returns.
+// Builds an absolute path without ".", ".." and double slashes in the caller's buffer of PATH_MAX bytes. The text is
+// zero-terminated after every operation.
 class NormalPath final {
 public:
-    // Goes on with the path that is in the buffer already.
+    // Continues with the path in the buffer.
     explicit NormalPath(char* buffer, std::size_t textLength = 0) : text(buffer), length(textLength) {
         if (length == 1 && text[0] == '/')
             length = 0;
         text[length] = '\0';
     }
 
-    // Goes along the path from here; false when the result is longer than a path may be.
+    // Appends and normalises the path; false when the result is too long.
     bool Append(const char* path);
 
-    // The root is an empty text until then. Gives the length.
+    // Turns the empty text into "/". Returns the length.
     std::size_t Finish() {
         if (length == 0) {
             text[length++] = '/';

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// open and its kin.
+// Hooks for open and its variants.
 #include "board/preload/OpenCalls.h"
 
 #include <cstdarg>
@@ -37,7 +37,7 @@ int OpenValue(const Name& value, int flags) {
     return ValueFiles::Open(names, value, flags);
 }
 
-// Nothing can be made below a tree.
+// Nothing can be created in a tree.
 int OpenInTree(const Path& path, int flags) {
     if (IsTemporary(flags))
         return Fail(EOPNOTSUPP);
@@ -45,14 +45,14 @@ int OpenInTree(const Path& path, int flags) {
     if (text[std::strlen(text) - 1] == '/')
         return Fail(EISDIR);
     const int error = path.ErrorOfMaking(EACCES);
-    // What is there and no value file is a directory.
+    // An existing path other than a value file is a directory.
     return Fail(error == EEXIST && (flags & O_EXCL) == 0 ? EISDIR : error);
 }
 
 int OpenAt(int directory, const char* path, int flags, mode_t mode) {
     const int opened = WithPath(directory, path, (flags & O_NOFOLLOW) != 0 ? Follow::NO : Follow::YES,
                                 [&](const Path& led) { return OpenLed(led, flags, mode); });
-    // The number may have been that of a value file that was closed past this library.
+    // The number may be that of a value file that was closed without a hook.
     if (opened >= 0 && (flags & O_PATH) != 0)
         Descriptors::Clear(opened);
     return opened;
@@ -107,7 +107,7 @@ VELRIX_PRELOADED(int, creat, const char* path, mode_t mode) {
 }
 VELRIX_PRELOADED_ALIAS(creat, creat64);
 
-// The variants that the compiler calls where it knows that no mode was given.
+// _FORTIFY_SOURCE variants for calls without a mode.
 VELRIX_PRELOADED(int, __open_2, const char* path, int flags) {
     return OpenAt(AT_FDCWD, path, flags, 0);
 }

@@ -7,11 +7,11 @@
 
 namespace VelrixBoard::Preload {
 
-// Whether the path is a file by which the machine's kernel is set, and is to be opened for writing: a program that is
-// root would set the machine. On a board it cannot; the call fails with EROFS.
+// Whether the path is a sysctl or the like, opened for writing, by which a program as root would change the machine.
+// The hook fails with EROFS.
 bool IsOfTheMachinesKernel(const Path& path, int flags);
 
-// The system call openat, for a path that was led.
+// The system call openat, for a redirected path.
 int OpenLed(const Path& path, int flags, mode_t mode);
 
 } // namespace VelrixBoard::Preload

@@ -12,11 +12,11 @@ namespace VelrixBoard::Preload {
 
 namespace {
 
-// Where /proc shows the descriptors of this process, and what Debian's /dev has that leads there.
+// The directories of this process's descriptors in /proc, and Debian's links to them in /dev.
 constexpr const char* DESCRIPTOR_FOLDERS[] = {"/proc/self/fd/", "/dev/fd/", "/proc/thread-self/fd/"};
 constexpr const char* STANDARD_STREAMS[] = {"/dev/stdin", "/dev/stdout", "/dev/stderr"};
 
-// A decimal number and nothing behind it; -1 for anything else.
+// Parses a decimal number; -1 for any other text.
 int Number(const char* text) {
     int number = 0;
     if (*text == '\0')
@@ -40,7 +40,7 @@ void PutNumber(char* text, unsigned number) {
     *text = '\0';
 }
 
-// The path of the directory that relative paths start from; 0 when it has none.
+// The path of the base directory of relative paths; 0 when it has none.
 std::size_t ReadBase(int directory, char* text) {
     ssize_t length = 0;
     if (directory == AT_FDCWD) {
@@ -85,12 +85,12 @@ Path::Path(int directory, const char* path, Follow follow)
     isReplaced = Lead() || isReplaced;
 }
 
-// Makes the path inside, in text; isReplaced if it starts from a directory of the board.
+// Makes the path absolute, in text; sets isReplaced if its base is a directory of the board.
 bool Path::Compose() {
     std::size_t base = 0;
     const std::size_t givenLength = ::strnlen(given, PATH_MAX);
     if (givenLength == PATH_MAX)
-        return false; // which the kernel refuses
+        return false; // ENAMETOOLONG by the kernel
     if (given[0] != '/') {
         base = ReadBase(givenDirectory, text);
         if (base == 0)
@@ -109,7 +109,7 @@ bool Path::Compose() {
     return true;
 }
 
-// A descriptor of an open value file is named by that file.
+// The path of a value file's descriptor is that of the file.
 void Path::TakeDescriptor() {
     const int descriptor = DescriptorOfPath(text);
     ValueFile file;
@@ -122,7 +122,7 @@ void Path::TakeDescriptor() {
     std::memcpy(text, value->inside, length + 1);
 }
 
-// Makes the path inside the one outside, if it is on the list.
+// Maps the inside path to the outside one, if it is on the list.
 bool Path::Lead() {
     place = names->Find(text, length);
     if (place.cover != nullptr)
@@ -140,12 +140,12 @@ bool Path::Lead() {
     if (isDirectory) {
         text[length++] = '/';
         text[length] = '\0';
-        place.value = nullptr; // which no path with a slash at its end names
+        place.value = nullptr; // a path with a trailing slash does not name a file
     }
     return true;
 }
 
-// In a covered directory of the machine, what the machine does not have is the board's.
+// In a covered directory, names that the machine lacks are the board's.
 void Path::TakeCovered() {
     std::size_t end = place.cover->insideLength + 1;
     while (end < length && text[end] != '/')

@@ -11,16 +11,16 @@
 
 namespace VelrixBoard::Preload {
 
-// Whether a call follows a symbolic link that the path ends in.
+// Whether a call follows a symbolic link as the last component.
 enum class Follow { YES, NO };
 
-// A path that a program gives to a call, led to where the board keeps it.
+// A path argument of a call, redirected to the board.
 //
-// The path is made absolute and normal, without asking the file system, and looked up in the list of names. What is not
-// there goes to the kernel as the program gave it; only where the program's current directory, or the descriptor it
-// names, is one of the board's, the kernel gets the whole path, since ".." of that directory is elsewhere.
+// Makes the path absolute and normal, without file access, and looks it up in the list of names. Other paths go to the
+// kernel unchanged; only if the working directory, or the directory descriptor, is one of the board's, the kernel gets
+// the absolute path, since ".." of that directory differs.
 //
-// It is 4 KB large. It leaves errno alone.
+// 4 KB large. Preserves errno.
 class Path final {
 public:
     Path(int directory, const char* path, Follow follow);
@@ -30,25 +30,25 @@ public:
     int Directory() const { return isReplaced ? AT_FDCWD : givenDirectory; }
     const char* Text() const { return isReplaced ? text : given; }
 
-    // A value file or one of their directories, which no file system has.
+    // A value file or one of their directories, which exist on no file system.
     bool IsMadeUp() const { return IsInTree() || Value() != nullptr; }
 
     bool IsOnList() const { return place.name != nullptr; }
-    bool IsName() const { return isName; }                  // the whole path is a name of the list
-    bool IsInTree() const { return place.tree != nullptr; } // or the tree itself
+    bool IsName() const { return isName; }                  // the path itself is a name of the list
+    bool IsInTree() const { return place.tree != nullptr; } // including the tree itself
     bool IsMountPoint() const { return isName && place.name->isMount; }
     const Name* Tree() const { return place.tree; }
     const Name* Value() const { return place.value; } // null for other files
 
-    // The path that was not led, absolute and normal; an empty text where it has none or none was looked for.
+    // The inside path, absolute and normal; empty if unknown.
     const char* Whole() const { return length != 0 && !isReplaced ? text : ""; }
 
-    // After a call that failed with ENOENT or ENOTDIR: follows the path's symbolic links as the program would find
-    // them. True if that leads to another path, which is on the list.
+    // After a call failed with ENOENT or ENOTDIR: resolves the path's symbolic links on the board. True if the result
+    // is another path on the list.
     bool Resolve(Follow follow);
 
-    // An error of the call that makes something at a path in a tree: EEXIST if something is there, the kernel's error
-    // if there is no directory to make it in, and else the one given.
+    // The error of creating something in a tree: EEXIST if it exists, the kernel's error if the parent directory does
+    // not exist, else the given one.
     int ErrorOfMaking(int error) const;
 
 private:
@@ -63,13 +63,13 @@ private:
     Place place;
     bool isReplaced = false;
     bool isName = false;
-    bool isDirectory = false; // ends in a slash
+    bool isDirectory = false; // has a trailing slash
     std::size_t length = 0;
     char text[PATH_MAX];
 };
 
-// The number of a descriptor of this process that the path names, such as /dev/fd/3 and /dev/stdin; -1 for other paths.
-// The path is absolute and normal.
+// The descriptor of this process for paths such as /dev/fd/3 and /dev/stdin; -1 for others. The path is absolute and
+// normal.
 int DescriptorOfPath(const char* path);
 
 inline bool IsFailure(long result) {
@@ -79,7 +79,7 @@ inline bool IsFailure(const void* result) {
     return result == nullptr;
 }
 
-// Makes the call with the path led; makes it a second time where the program's symbolic links lead onto the board.
+// Calls with the redirected path; retries where symbolic links lead onto the board.
 template <class Call>
 auto WithPath(int directory, const char* path, Follow follow, Call call) {
     Path led(directory, path, follow);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Where the program is and where links lead: chdir, getcwd, realpath, readlink.
+// Hooks for chdir, getcwd, realpath, readlink.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -23,7 +23,7 @@ constinit Next<char*()> nextGetCurrentDirName{"get_current_dir_name"};
 constinit Next<char*(const char*, char*)> nextRealpath{"realpath"};
 constinit Next<ssize_t(int, const char*, char*, size_t)> nextReadlinkAt{"readlinkat"};
 
-// The current directory's path inside; 0 where that is not one of the board's.
+// The inside path of the working directory; 0 if it is not one of the board's.
 std::size_t DirectoryInside(char* path, std::size_t size) {
     const Names* const names = Names::Current();
     if (names == nullptr)
@@ -65,7 +65,7 @@ char* RealPath(const char* path, char* resolved) {
     return resolved == nullptr ? ::strdup(found) : std::strcpy(resolved, found);
 }
 
-// The links of /proc to open files and directories name them as the kernel knows them.
+// Links in /proc to open files and directories have outside names.
 bool IsInProc(const char* path) {
     return std::strncmp(path, "/proc/", 6) == 0 || std::strncmp(path, "/dev/fd/", 8) == 0;
 }

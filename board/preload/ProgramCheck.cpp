@@ -20,15 +20,15 @@ namespace VelrixBoard::Preload {
 
 namespace {
 
-// As many scripts as the kernel lets interpret one another.
+// The kernel's limit of nested script interpreters.
 constexpr int MOST_SCRIPTS = 4;
 
-// Where the first line of a script ends for the kernel.
+// The kernel's limit of a script's first line.
 constexpr std::size_t SCRIPT_LINE = 256;
 
 constexpr int MOST_HEADERS = 256;
 
-// Of the loader's path, its end is compared; longer ones are no C library's.
+// Compares the end of the loader's path; the C library's loaders have shorter paths.
 constexpr std::size_t LONGEST_LOADER = 256;
 
 constexpr const char* STATIC_TEXT =
@@ -43,7 +43,7 @@ constexpr const char* PRIVILEGED_TEXT =
     "would get the rights of another user (set-user-ID, set-group-ID or capabilities); a board that runs without "
     "namespaces cannot run it: use a copy without them";
 
-// A file that is open for reading, by system calls: the functions of that name may be those of the library that asks.
+// A file opened for reading by direct system calls, bypassing the caller's hooks.
 class File final {
 public:
     explicit File(const char* path)
@@ -91,7 +91,7 @@ const char* BaseName(const char* path) {
     return slash == nullptr ? path : slash + 1;
 }
 
-// The loader of this process; null when it was started by naming that.
+// The loader of this process; null when the loader itself was executed.
 const char* OwnLoader() {
     const auto* header = reinterpret_cast<const ElfW(Phdr)*>(::getauxval(AT_PHDR));
     const unsigned long count = ::getauxval(AT_PHNUM);
@@ -117,8 +117,8 @@ ElfW(Half) OwnMachine() {
 #endif
 }
 
-// Whether the loader of a program with this file would ignore LD_PRELOAD, since the process changes its user or group
-// or gains capabilities.
+// Whether the loader would ignore LD_PRELOAD (AT_SECURE), since the process changes its user or group or gains
+// capabilities.
 bool IsPrivileged(const File& file) {
     struct stat status {};
     if (::syscall(SYS_fstat, file.Descriptor(), &status) != 0)
@@ -151,7 +151,7 @@ Refusal CheckLoader(const File& file, const ElfW(Ehdr) & header, const char* pat
         (void)file.Read(loader, std::min<std::size_t>(part.p_filesz, sizeof loader - 1), part.p_offset);
         return own == nullptr || std::strcmp(BaseName(loader), own) == 0 ? Refusal::NONE : Refusal::OTHER_LOADER;
     }
-    // The loader itself, which was named to start a program.
+    // The loader itself was executed.
     return own != nullptr && std::strcmp(BaseName(path), own) == 0 ? Refusal::NONE : Refusal::STATIC;
 }
 
@@ -171,7 +171,7 @@ Refusal CheckElf(const File& file, const char* path, const char*& text) {
     return Refusal::PRIVILEGED;
 }
 
-// The interpreter of a script whose first line this is; false for what has none.
+// The interpreter in a script's first line; false if there is none.
 bool TakeInterpreter(char* line, std::size_t size) {
     if (size < 3 || line[0] != '#' || line[1] != '!')
         return false;

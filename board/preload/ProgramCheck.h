@@ -5,21 +5,21 @@
 
 namespace VelrixBoard::Preload {
 
-// Why a program could not have its board by preloading. Such a program would act on the machine.
+// Why preloading would not work for a program, which would then act on the machine.
 enum class Refusal {
     NONE,
-    STATIC,        // nothing is loaded into it
-    OTHER_MACHINE, // of another word size or processor than this process
-    OTHER_LOADER,  // its loader is another C library's
-    PRIVILEGED     // its loader ignores what is to be preloaded, since it gets the rights of another user
+    STATIC,        // no dynamic loader
+    OTHER_MACHINE, // another word size or processor
+    OTHER_LOADER,  // another C library's loader
+    PRIVILEGED     // its loader ignores LD_PRELOAD, since it gets the rights of another user
 };
 
-// Looks at the program, a script's interpreter in its place, that execve would start for the path. NONE also for what
-// cannot be read or is no program: the kernel refuses it, or the C library takes it for a script.
+// Checks the program, or a script's interpreter, that execve would start for the path. Also NONE for unreadable files
+// and non-programs: the kernel rejects them, or the C library runs the shell.
 //
-// what gets the text to put after the program's name in a message, such as "is statically linked; ...".
+// what gets the text after the program's name in a message, such as "is statically linked; ...".
 //
-// Plain system calls, no heap: it may run after vfork.
+// Direct system calls, no heap: safe after vfork.
 Refusal CheckProgram(const char* path, char* what, std::size_t size);
 
 } // namespace VelrixBoard::Preload

@@ -4,22 +4,21 @@
 #include <cstddef>
 #include <cstdint>
 
-// What a board and the library that it preloads into its programs say to one another.
+// The protocol between a board and the library that it preloads into its programs.
 //
-// The library learns from the environment where the board's list of names is, and from that list which paths are the
-// board's. It asks the board for what happens to value files and waits for each answer, so that all of it has one
-// order.
+// An environment variable names the board's list of names, which lists the board's paths. The library sends operations
+// on value files to the board and waits for each answer, so that they have a total order.
 namespace VelrixBoard::Preload {
 
-// The environment variable that names the list of names. Without it the library does nothing.
+// The environment variable with the path of the list of names. Without it the library is inactive.
 inline constexpr const char* LIST_VARIABLE = "VELRIX_BOARD_NAMES";
 
-// A program that is in the library's process already, such as a test's own code, calls the function of this name, with
-// C linkage and no arguments, once that variable is set.
+// A program that runs already, such as a test, calls this exported function of the library, without arguments, after
+// setting that variable.
 inline constexpr const char* BEGIN_FUNCTION = "velrix_board_preload_begin";
 
-// The list of names: a line each, its fields separated by tabs. Paths are absolute and normal (no ".", "..", "//" or
-// slash at the end); one with a tab or a line feed cannot be on the list. The longest name that fits a path wins.
+// The list of names: one per line, fields separated by tabs. Paths are absolute and normal (no ".", "..", "//" or
+// trailing slash), without tabs and line feeds. The longest name that matches a path wins.
 //
 //     socket  NAME                 the board's abstract socket, without the leading zero byte
 //     name    INSIDE  OUTSIDE      what the program knows as INSIDE, and all below it, is at OUTSIDE. OUTSIDE need not
@@ -41,18 +40,18 @@ inline constexpr const char* VALUE = "value";
 inline constexpr const char* ROOT = "root";
 } // namespace List
 
-// The size that value files show, and the most that one write takes.
+// The st_size of value files, and the largest write.
 inline constexpr std::size_t PAGE = 4096;
 
-// Conversations: a process connects to the board's socket (SOCK_SEQPACKET), sends one request and waits for its answer
-// before it sends the next. It may have several connections at once, for its threads.
+// A process connects to the board's socket (SOCK_SEQPACKET), sends one request and waits for its answer before the
+// next. It may have several connections, for its threads.
 enum class Operation : std::uint32_t {
     OPEN,   // file, flags: the answer brings the descriptor of an open value file
     READ,   // open, size, offset (or AT_POSITION): the answer's text
     WRITE,  // open, offset (or AT_POSITION), text
     SEEK,   // open, offset, flags (SEEK_SET, SEEK_CUR, SEEK_END): the new position
     STATUS, // open: the flags it was opened with, without those that matter for opening alone
-    FLAGS,  // open, flags: O_APPEND is taken over, all others are ignored
+    FLAGS,  // open, flags: sets O_APPEND, ignores all others
     CANCEL, // the request before is not to be waited for any longer. It has no answer of its own: the one to the
             // request comes, -EINTR if it was still waiting
     REBOOT  // flags: 1 a restart, 0 a halt; the reboot system call. The answer may never come
@@ -60,13 +59,13 @@ enum class Operation : std::uint32_t {
 
 inline constexpr std::int64_t AT_POSITION = -1;
 
-// Followed by the text of a write. The board ignores a packet of another size or without the mark.
+// Followed by the text of a write. The board ignores packets with another size or without the mark.
 struct Request {
-    static constexpr std::uint32_t MARK = 0x31585600; // begins with a zero byte, which no level does
+    static constexpr std::uint32_t MARK = 0x31585600; // begins with a zero byte, unlike any level
 
     std::uint32_t mark = MARK;
     Operation operation;
-    std::uint64_t open = 0; // as the name of the descriptor's peer says
+    std::uint64_t open = 0; // from the peer name of the descriptor
     std::int64_t offset = 0;
     std::uint32_t file = 0;
     std::uint32_t flags = 0;
@@ -77,7 +76,7 @@ struct Request {
 // Followed by the text of a read.
 struct Answer {
     std::int64_t result = 0; // at least 0, or the negative error number
-    std::uint64_t event = 0; // of a read: the number of the latest event that it has seen
+    std::uint64_t event = 0; // of a read: the number of the last event that it has seen
 };
 
 // An open value file is one end of a pair of SOCK_SEQPACKET sockets that the board made; the board has the other end,

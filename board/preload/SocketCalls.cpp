@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Unix sockets of the board, such as /dev/log.
+// Hooks for Unix sockets of the board, such as /dev/log.
 #include "board/preload/SocketCalls.h"
 
 #include <algorithm>

@@ -6,8 +6,8 @@
 
 namespace VelrixBoard::Preload {
 
-// The address of a Unix socket that a program gives to a call, led like other paths. An address has room for 107 bytes,
-// less than many a path outside: a longer one goes by a descriptor of its directory, while this object lasts.
+// A Unix socket address argument, redirected like other paths. An address holds 107 bytes; a longer outside path uses a
+// descriptor of its directory during this object's lifetime.
 class SocketAddress final {
 public:
     SocketAddress(const sockaddr* address, socklen_t size);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// stat and its kin, access and its kin.
+// Hooks for stat, access and their variants.
 #include <cstring>
 
 #include <sys/stat.h>
@@ -102,7 +102,7 @@ int AccessAt(int directory, const char* path, int mode, int flags) {
     });
 }
 
-// The first argument of __xstat and its kin: the layout of the structure, of which a 64-bit machine has one. 0 is the
+// The first argument of __xstat and its variants: the struct layout, of which a 64-bit machine has one. 0 is the
 // kernel's, the same.
 bool IsKnownLayout(int version) {
     return version == 0 || version == 1;

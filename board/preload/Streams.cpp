@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The C library's streams on value files. A stream reads and writes inside of the C library, past this one; so that of
-// a value file is made with functions of its own.
+// Hooks for stdio streams on value files. The C library's internal reads and writes bypass hooks, so a value file's
+// stream is made by fopencookie.
 #include "board/preload/Streams.h"
 
 #include <cstdio>
@@ -28,7 +28,7 @@ constinit Next<FILE*(const char*, const char*, FILE*)> nextFreopen{"freopen"};
 constinit Next<FILE*(int, const char*)> nextFdopen{"fdopen"};
 constinit Next<int(FILE*)> nextFclose{"fclose"};
 
-// The flags that a mode of fopen stands for; -1 for what is none.
+// The open flags of an fopen mode; -1 for an invalid one.
 int FlagsOf(const char* mode) {
     int flags = 0;
     switch (mode[0]) {
@@ -55,7 +55,7 @@ int FlagsOf(const char* mode) {
     return flags;
 }
 
-// A stream goes by the number of its descriptor, which the program may have made another file since.
+// The cookie is the descriptor's number, which the program may have reused.
 int DescriptorOf(void* cookie) {
     return static_cast<int>(reinterpret_cast<std::intptr_t>(cookie));
 }
@@ -64,7 +64,7 @@ ssize_t ReadStream(void* cookie, char* buffer, std::size_t size) {
     return ::read(DescriptorOf(cookie), buffer, size);
 }
 
-// The C library takes everything but the whole size for an error.
+// The C library treats every size but the full one as an error.
 ssize_t WriteStream(void* cookie, const char* text, std::size_t size) {
     std::size_t done = 0;
     while (done < size) {
@@ -88,14 +88,14 @@ int CloseStream(void* cookie) {
     return ::close(DescriptorOf(cookie));
 }
 
-// A stream of the value file; null and errno without memory for it.
+// A stream of the value file; null and errno when out of memory.
 FILE* MakeStream(int descriptor, const char* mode, cookie_close_function_t* close = CloseStream) {
     const cookie_io_functions_t functions = {ReadStream, WriteStream, SeekStream, close};
-    // Of the mode it takes what matters here alone.
+    // Keeps only the relevant part of the mode.
     const char plain[] = {mode[0], std::strchr(mode, '+') != nullptr ? '+' : '\0', '\0'};
     FILE* const stream =
         ::fopencookie(reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)), plain, functions);
-    // fileno gives it; the stream's functions are called before anything is done to the descriptor.
+    // For fileno; the cookie functions are called before any use of the descriptor.
     if (stream != nullptr)
         stream->_fileno = descriptor;
     return stream;
@@ -110,7 +110,7 @@ FILE* OpenStream(const Path& led, const char* mode) {
     const int descriptor = OpenLed(led, flags, 0666);
     if (descriptor < 0)
         return nullptr;
-    // It is no value file but for a directory with such a name, or while the board ends.
+    // Not a value file only if it is a directory, or while the board ends.
     FILE* const stream = Opened(descriptor) ? MakeStream(descriptor, mode) : nextFdopen(descriptor, mode);
     if (stream == nullptr)
         ::close(descriptor);
@@ -128,7 +128,7 @@ FILE* Open(const char* path, const char* mode) {
     });
 }
 
-// The stream that stands in for a standard one, and the program's own. The descriptor's number is the index.
+// The replacement of a standard stream, and the original. The index is the descriptor.
 struct Standard {
     FILE** current;
     FILE* made;
@@ -142,7 +142,7 @@ bool IsExchanged(const Standard& standard) {
     return standard.made != nullptr && *standard.current == standard.made;
 }
 
-// The program has closed it, so its own is what there is.
+// The program has closed it: restore the original.
 int CloseStandardStream(void* cookie) {
     Standard& standard = standards[DescriptorOf(cookie)];
     if (IsExchanged(standard))
@@ -169,8 +169,8 @@ FILE* Failed(FILE* stream, int error) {
     return nullptr;
 }
 
-// The value file gets the stream's descriptor. A standard stream is exchanged by that. Any other cannot be, since the
-// program keeps its address: what is written there are values that nobody answers, and it cannot be read.
+// The value file gets the stream's descriptor. That replaces a standard stream. Other streams cannot be replaced, since
+// the program has their address: their writes become values without an answer, and reads fail.
 FILE* Reopen(const Path& led, const char* mode, FILE* stream) {
     const int flags = FlagsOf(mode);
     const int old = ::fileno(stream);
@@ -190,7 +190,7 @@ FILE* Reopen(const Path& led, const char* mode, FILE* stream) {
 }
 
 FILE* Reopened(const char* path, const char* mode, FILE* stream) {
-    // What stands in becomes an ordinary stream, and the program's.
+    // The replacement becomes an ordinary stream of the program.
     for (Standard& standard : standards)
         if (IsExchanged(standard) && standard.made == stream)
             standard.made = nullptr;
@@ -210,7 +210,7 @@ void ExchangeStandardStreams() {
         FollowStandardStream(descriptor);
 }
 
-// The child of a vfork has its parent's streams.
+// The child of a vfork shares its parent's streams.
 void LeaveStandardStream(int descriptor) {
     if (descriptor < 0 || descriptor >= STANDARD_STREAMS || !IsExchanged(standards[descriptor]) || !IsOwnMemory())
         return;

@@ -3,13 +3,12 @@
 
 namespace VelrixBoard::Preload {
 
-// A program whose standard input, output or error is a value file reads and writes it through the C library's streams,
-// which do not call this library. As long as it is one, they are exchanged for streams that do.
+// Replaces stdin, stdout or stderr while it is a value file, since the C library's streams bypass hooks.
 
-// At the beginning, for what the program was started with.
+// At start-up, for inherited descriptors.
 void ExchangeStandardStreams();
 
-// Before and after the descriptor becomes another file. Others than the three are of no interest.
+// Before and after the descriptor is replaced. Ignores other descriptors than the three.
 void LeaveStandardStream(int descriptor);
 void FollowStandardStream(int descriptor);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the program is to the system: its user and group, the reboot call, the libraries that it loads by path.
+// Hooks for user and group, the reboot call, and dlopen.
 #include <dlfcn.h>
 #include <sys/reboot.h>
 #include <unistd.h>
@@ -31,7 +31,7 @@ bool IsRoot() {
 int RebootBoard(const Names& names, int command) {
     if (!names.IsRoot() && Kernel::EffectiveUser() != 0)
         return Fail(EPERM);
-    // As in a namespace of processes: what else there is does not exist there.
+    // As in a pid namespace: other commands fail.
     const bool isRestart = command == RB_AUTOBOOT;
     if (!isRestart && command != static_cast<int>(RB_HALT_SYSTEM) && command != RB_POWER_OFF)
         return Fail(EINVAL);
@@ -42,7 +42,7 @@ int RebootBoard(const Names& names, int command) {
     return Ask(names, request, nothing) < 0 ? -1 : 0;
 }
 
-// Not inlined, as nothing may be left on the stack of dlopen that could be in use still.
+// Not inlined, since dlopen must not have live stack objects.
 __attribute__((noinline)) bool IsOfBoard(const char* file) {
     const char* c = file;
     while (c != nullptr && *c != '\0' && *c != '/')
@@ -90,8 +90,8 @@ VELRIX_PRELOADED(int, getresgid, gid_t* real, gid_t* effective, gid_t* saved) {
     return IsRoot() ? GiveZeros(real, effective, saved) : nextGetresgid(real, effective, saved);
 }
 
-// The loader searches for a plain name as the caller of dlopen is linked, and knows the caller by the address that the
-// call returns to: so the next definition is jumped to, not called.
+// A tail call: the loader uses the return address of dlopen to find the caller, whose run path it searches for a plain
+// name.
 VELRIX_PRELOADED(void*, dlopen, const char* file, int flags) {
     if (__builtin_expect(IsOfBoard(file), 0))
         return LoadLed(file, flags);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The makers of temporary files and directories, which write the name they found into the caller's template.
+// Hooks for mkstemp and its variants, which write the name into the caller's template.
 #include <cstring>
 
 #include "board/preload/Next.h"
@@ -15,7 +15,7 @@ constinit Next<char*(char*)> nextMkdtemp{"mkdtemp"};
 
 constexpr std::size_t RANDOM = 6; // the XXXXXX
 
-// Calls make with the template led, and brings what it made of the X's into the program's template.
+// Calls make with the redirected template, and copies the random part into the program's template.
 template <class Make>
 int MakeTemporary(char* pattern, std::size_t suffix, int treeError, Make make) {
     const Path led(AT_FDCWD, pattern, Follow::NO);

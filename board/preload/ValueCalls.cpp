@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What programs do with the descriptor of an open value file.
+// Hooks for operations on the descriptor of an open value file.
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -58,7 +58,7 @@ ssize_t WriteAt(const Opened& opened, const iovec* parts, int count, std::int64_
     return offset < 0 ? Fail(EINVAL) : ValueFiles::Write(opened, parts, count, offset);
 }
 
-// The kernel cuts longer texts at a page, and each part would be a value.
+// The kernel splits longer texts at a page, and each part would be a value.
 int PrintTo(const Opened& opened, const char* format, va_list arguments) {
     char text[PAGE + 1];
     const int length = std::vsnprintf(text, sizeof text, format, arguments);
@@ -89,7 +89,7 @@ VELRIX_PRELOADED(ssize_t, pread, int descriptor, void* buffer, size_t size, off_
 }
 VELRIX_PRELOADED_ALIAS(pread, pread64);
 
-// The variants that the compiler calls where it knows the buffer's size.
+// _FORTIFY_SOURCE variants for known buffer sizes.
 VELRIX_PRELOADED(ssize_t, __read_chk, int descriptor, void* buffer, size_t size, size_t room) {
     if (size > room)
         std::abort();
@@ -186,7 +186,7 @@ VELRIX_PRELOADED(int, fallocate, int descriptor, int mode, off_t offset, off_t s
 }
 VELRIX_PRELOADED_ALIAS(fallocate, fallocate64);
 
-// Without the kernel's help the C library writes a zero byte where there is none, which is no value.
+// The C library's fallback writes a zero byte, which is not a value.
 VELRIX_PRELOADED(int, posix_fallocate, int descriptor, off_t offset, off_t size) {
     const Opened opened(descriptor);
     if (!opened)
@@ -198,7 +198,7 @@ VELRIX_PRELOADED(int, posix_fallocate, int descriptor, off_t offset, off_t size)
 }
 VELRIX_PRELOADED_ALIAS(posix_fallocate, posix_fallocate64);
 
-// Programs that are refused it read and write.
+// On failure programs fall back to read and write.
 VELRIX_PRELOADED(ssize_t, copy_file_range, int from, off_t* fromOffset, int to, off_t* toOffset, size_t size,
                  unsigned flags) {
     return Opened(from) || Opened(to) ? Fail(EINVAL) : nextCopyFileRange(from, fromOffset, to, toOffset, size, flags);

@@ -19,7 +19,7 @@ namespace VelrixBoard::Preload::ValueFiles {
 
 namespace {
 
-// What the kernel shows of every file that a 64-bit program opens.
+// The kernel reports it for every file that a 64-bit program opens.
 constexpr int LARGE_FILE = 0100000;
 
 int Fail(int error) {
@@ -40,7 +40,7 @@ std::int64_t Ask(const Opened& opened, const Request& request) {
     return Preload::Ask(opened.List(), request, nothing);
 }
 
-// Nothing is transferred, but the file has to be open for it.
+// A transfer of 0 bytes, but the access mode must allow it.
 ssize_t TransferNothing(const Opened& opened, int wrongAccess) {
     const int flags = Flags(opened);
     if (flags < 0)
@@ -48,7 +48,7 @@ ssize_t TransferNothing(const Opened& opened, int wrongAccess) {
     return (flags & O_ACCMODE) == wrongAccess ? Fail(EBADF) : 0;
 }
 
-// Takes the event that waits, if one does; its number, or 0.
+// Consumes a pending event; its number, or 0.
 std::uint64_t TakeEvent(int descriptor) {
     const Kernel::KeptErrno kept;
     Event event;
@@ -59,7 +59,7 @@ std::uint64_t TakeEvent(int descriptor) {
     return Kernel::Receive(descriptor, message, MSG_DONTWAIT) == sizeof event ? event.number : 0;
 }
 
-// The sum of the parts' sizes; -1 for what the kernel refuses.
+// The sum of the parts' sizes; -1 where the kernel returns EINVAL.
 ssize_t TotalSize(const iovec* parts, int count) {
     if (count < 0 || count > IOV_MAX)
         return Fail(EINVAL);
@@ -87,7 +87,7 @@ int Open(const Names& names, const Name& value, int flags) {
     const std::int64_t result = Preload::Ask(names, request, transfer);
     if (result < 0)
         return -1;
-    // The kernel leaves out a descriptor that finds no free number.
+    // The kernel drops the descriptor when no number is free.
     if (transfer.descriptor < 0)
         return Fail(EMFILE);
     Descriptors::Take(names, transfer.descriptor);
@@ -110,7 +110,7 @@ ssize_t Read(const Opened& opened, void* buffer, std::size_t size, std::int64_t 
     const std::int64_t result = Preload::Ask(opened.List(), request, transfer);
     if (result < 0 || TakeEvent(opened.Descriptor()) <= transfer.event)
         return static_cast<ssize_t>(result);
-    // The level changed after it was read, and the event that says so is taken: what is given has to be the new one.
+    // Race: the level changed after the read, and its event is consumed; read the new level.
     if (offset == AT_POSITION && result > 0 && Seek(opened, -result, SEEK_CUR) < 0)
         return static_cast<ssize_t>(result);
     return static_cast<ssize_t>(Preload::Ask(opened.List(), request, transfer));

@@ -11,11 +11,10 @@
 #include "board/preload/Descriptors.h"
 #include "board/preload/Names.h"
 
-// What programs do with value files, carried out by the board. Each gives -1 and errno as the system call does.
+// Operations on value files, executed by the board. Each returns -1 and errno like the system call.
 namespace VelrixBoard::Preload::ValueFiles {
 
-// A descriptor of this process that is a value file of its board, and what the board knows it by. False for all others.
-// Begins the library's life if nothing did before.
+// The board's ids of a value file descriptor. False for other descriptors. Initialises the library if necessary.
 class Opened final {
 public:
     explicit Opened(int number) : names(Names::Current()), descriptor(number) {
@@ -50,13 +49,13 @@ int SetFlags(const Opened& opened, int flags);
 
 int Status(const Opened& opened, struct stat& status);
 
-// Makes the status of the empty file outside that of the value file.
+// Turns the stat result of the empty file outside into that of the value file.
 void Adjust(const Names& names, const Name& value, struct stat& status);
 
-// Whether this process may use the file so, by its mode: R_OK, W_OK and X_OK.
+// access(2) by the file's mode: R_OK, W_OK and X_OK.
 bool MayAccess(const Names& names, const Name& value, int mode);
 
-// Whether an event waits that was not read yet.
+// Whether an unread event is pending.
 bool HasEvent(int descriptor);
 
 } // namespace VelrixBoard::Preload::ValueFiles

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// poll and select. A value file can be read and written at any time; an event that was not read yet is exceptional, and
-// shows as something to read at the socket that the descriptor is.
+// Hooks for poll and select. A value file is always readable and writable; an unread event is an exceptional condition,
+// and makes its socket readable.
 #include <cstring>
 
 #include <poll.h>
@@ -47,7 +47,7 @@ short Happened(const pollfd& wait, short events) {
     return static_cast<short>(always | (hasEvent ? (wait.events & POLLPRI) | POLLERR : 0));
 }
 
-// call waits for what it is given; with true, not at all.
+// call polls the given descriptors; with true, without blocking.
 template <class Call>
 int PollValues(pollfd* waits, nfds_t count, Call call) {
     constexpr nfds_t FEW = 64;
@@ -79,7 +79,7 @@ int PollValues(pollfd* waits, nfds_t count, Call call) {
     return ready;
 }
 
-// The sets of select: as large as the program's largest number needs, which may be beyond FD_SETSIZE.
+// The sets of select, sized for the program's largest descriptor, which may exceed FD_SETSIZE.
 constexpr int MOST_NUMBERS = 65536;
 constexpr std::size_t WORD_BITS = 64;
 using Words = std::uint64_t[MOST_NUMBERS / WORD_BITS];
@@ -113,8 +113,8 @@ bool HasValue(int count, const fd_set* reading, const fd_set* writing, const fd_
     return false;
 }
 
-// Splits the sets: the values go into sets of their own; those whose events are waited for are read by the kernel.
-// True if one of them is ready at once.
+// Splits the sets: value files go into separate sets; the kernel polls the sockets of those with requested events. True
+// if one is ready at once.
 bool Split(Sets& sets, int count, const fd_set* reading, const fd_set* writing, const fd_set* exceptional) {
     bool isReady = false;
     for (int i = 0; i < count; ++i) {
