@@ -47,7 +47,7 @@ TEST(CharacterClasses, HoldExactlyTheirMembersOfAllCodeUnits) {
 }
 
 TEST(CharacterClasses, DoNotFollowTheLocale) {
-    // Whichever of these the machine has: in Latin-1 the C library calls 0xC4 a letter.
+    // Tries the available locales: in Latin-1 the C library classifies 0xC4 as a letter.
     for (const char* locale : {"de_DE.ISO-8859-1", "de_DE", "C.UTF-8"})
         if (std::setlocale(LC_ALL, locale))
             break;

@@ -80,7 +80,7 @@ TEST(ConfigFile, RejectsEverythingElseWithItsPlace) {
         const char* c;
         const char* place;
     } rows[] = {
-        {"key=\n", "\n", "1:0"}, // the place behind the newline
+        {"key=\n", "\n", "1:0"}, // the position after the newline
         {"key=#c", "#", "0:5"},  // a comment is no value
         {"key= # c", "#", "0:6"},    {"key\n", "\n", "1:0"},
         {"key value", "v", "0:5"},   {"key #c", "#", "0:5"},
@@ -162,7 +162,7 @@ TEST(ConfigFile, PassesOnWhyAFileDoesNotOpen) {
     }
 }
 
-// Reading one's own memory at address 0 is a read that opens and then fails.
+// /proc/self/mem opens, and fails to read at address 0.
 TEST(ConfigFile, PassesOnWhyAFileDoesNotRead) {
     try {
         ConfigFile::ReadAll("/proc/self/mem");

@@ -23,8 +23,8 @@ using Velrix::ConfigParser;
 
 namespace {
 
-// What reading a text comes to, as one line: "[]a=1;[led]" with the code units of names and values as they are, or the
-// type of the exception and its message.
+// The result of parsing a text, as one line: "[]a=1;[led]" with names and values verbatim, or the type of the exception
+// and its message.
 using Outcome = std::u16string;
 
 std::u16string Widen(const std::string& text) {
@@ -51,8 +51,8 @@ Outcome Read(const std::string& path) {
     }
 }
 
-// The model: a table of words, read by an interpreter that shares nothing with the parser. A number is the next state,
-// "stay" none; "others" are tried in order, and a character that none of them takes is an error.
+// The model: a table of words for an interpreter that shares no code with the parser. A number is the next state,
+// "stay" none; "others" are tried in order, and no match is an error.
 struct ModelState {
     const char* reachedBy; // a text that ends in this state
     const char* endOfFile;
@@ -172,7 +172,7 @@ std::string Show(const Outcome& outcome) {
 
 } // namespace
 
-// What follows a character tells the states apart that it can lead to: each probe is taken differently by some of them.
+// Probes after a character distinguish the possible next states: each probe has different results in some of them.
 TEST(ConfigParser, TakesEveryByteAndTheEndInEveryStateAsTheModel) {
     const std::string probes[] = {"",   "\n",   " ",     "#",       "=1",  "x",         "]",
                                   "\"", "\\\"", "\nn=2", "\"\nn=2", " =3", "\n[t]\nk=4"};

@@ -10,8 +10,7 @@
 
 namespace TestSupport {
 
-// A settings text that can be opened as a file of this process's own. It is kept in memory, so that a test can read
-// thousands of them, and goes with the object.
+// A settings text as a file in memory (memfd), so that a test can read thousands of them. The destructor removes it.
 class SettingsText final {
 public:
     explicit SettingsText(std::string_view text = {}) : descriptor(memfd_create("settings", MFD_CLOEXEC)) {
@@ -23,7 +22,7 @@ public:
     SettingsText& operator=(const SettingsText&) = delete;
     ~SettingsText() { close(descriptor); }
 
-    // Puts another text in the place of the one that is there.
+    // Replaces the text.
     void Write(std::string_view text) {
         if (ftruncate(descriptor, 0) != 0 ||
             pwrite(descriptor, text.data(), text.size(), 0) != static_cast<ssize_t>(text.size()))

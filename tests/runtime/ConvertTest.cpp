@@ -115,8 +115,8 @@ TEST(Convert, RejectsWhatIsNoNumberAndShowsIt) {
         {u"`", 16, "`"},
         {u"/", 16, "/"},
         {u":", 16, ":"},
-        {u"\x10", 16, "\\x10"},        // a digit less one bit
-        {u"1\u0131", 16, "1\xC4\xB1"}, // whose low byte is a digit
+        {u"\x10", 16, "\\x10"},        // a digit with one bit flipped
+        {u"1\u0131", 16, "1\xC4\xB1"}, // its low byte is a digit
         {u"\u0661", 10, "\xD9\xA1"},   // digits of other scripts
         {u"\uFF11", 10, "\xEF\xBC\x91"},
         {u"\u0141", 16, "\xC5\x81"},

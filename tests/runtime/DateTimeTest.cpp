@@ -42,7 +42,7 @@ TEST(DateTime, SubtractsToASignedSpan) {
 TEST(DateTime, MeasuresAgainAndAgainWithoutAllocating) {
     FakeClock clock;
     const auto start = DateTime::Now();
-    DateTime::Now(); // dropped: its memory is for the next one
+    DateTime::Now(); // freed: the next one reuses its memory
     const TestSupport::AllocationFailure allocations;
 
     for (int i = 1; i <= 3; ++i) {
@@ -95,7 +95,7 @@ TEST(DateTime, KeepsTheNearestTimeThatFitsWhereAClockIsBeyondIt) {
 
 TEST(DateTime, SurvivesEveryAllocationFailure) {
     EXPECT_GT(TestSupport::FailEachAllocation([] {
-                  const auto reserve = DateTime::Now(); // takes the memory that is kept for the next moment
+                  const auto reserve = DateTime::Now(); // takes the spare block
                   DateTime::Now()->ToString();
               }),
               1);

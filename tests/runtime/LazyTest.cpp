@@ -120,7 +120,7 @@ TEST(Lazy, GivesSixteenThreadsTheSameValueMadeOnce) {
     for (int round = 0; round <= 50 / TestSupport::Share(); ++round) {
         std::atomic<int> calls{0};
         std::latch start(16);
-        // Not atomic: the holder alone has to make it safe to read.
+        // Not atomic: only the holder synchronises it.
         int made = 0;
         Lazy<const int*> lazy(LambdaFunc<const int*>::Create([&] {
             ++calls;

@@ -26,13 +26,13 @@ static_assert(sizeof(string_ptr) <= 2 * sizeof(void*));
 static_assert(std::is_nothrow_copy_constructible_v<string_ptr> && std::is_nothrow_copy_assignable_v<string_ptr>);
 static_assert(!std::is_convertible_v<string_ptr, bool>);
 
-// Made before the library's own statics are, and gone after them.
+// Constructed before the library's statics, destroyed after them.
 struct EarlyBird {
     string_ptr empty = "";
     string_ptr text = "early";
     bool armed = false;
 
-    // With the exit status tells whether texts and exceptions still work.
+    // Reports by the exit status whether texts and exceptions still work.
     ~EarlyBird() {
         if (!armed)
             return;

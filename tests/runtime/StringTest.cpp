@@ -102,7 +102,7 @@ TEST(String, SplitsAtEveryWholeSeparator) {
         {"a,b", ",", "[a, b]"},
         {"mainboard 3.0.1", " ", "[mainboard, 3.0.1]"},
         {"a", ",", "[a]"},
-        {"", ",", "[]"}, // one part, the empty one; the test below tells it from none
+        {"", ",", "[]"}, // one empty part; the test below distinguishes it from none
         {",", ",", "[, ]"},
         {",a,,b,", ",", "[, a, , b, ]"},
         {"a<>b<>c", "<>", "[a, b, c]"},

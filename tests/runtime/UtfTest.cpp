@@ -10,7 +10,7 @@ namespace {
 
 using namespace System;
 
-// Both directions are tried with a frame around the text, so that a step too far shows.
+// Tests both directions with guard units around the text, to detect overruns.
 std::u16string Decoded(std::string_view utf8) {
     const std::size_t count = Utf::CountUnits(utf8);
     std::u16string units(count + 1, u'#');
@@ -57,17 +57,17 @@ TEST(Utf, DecodesWellFormedSequencesAtTheirLimits) {
 }
 
 TEST(Utf, DecodesEachMaximalIllFormedPartAsOneReplacement) {
-    // In the expectations a question mark stands for the replacement.
+    // "?" in the expectations is the replacement character.
     const struct {
         const char* utf8;
         const char16_t* expected;
     } CASES[] = {
-        {"\x80", u"?"}, // a continuation on its own
+        {"\x80", u"?"}, // a lone continuation byte
         {"\xBF", u"?"},
         {"a\x80\x80z", u"a??z"},
         {"\xC0\xAF", u"??"}, // overlong in two bytes
         {"\xC1\xBF", u"??"},
-        {"\xC2", u"?"}, // cut off
+        {"\xC2", u"?"}, // truncated
         {"\xC2\x41", u"?A"},
         {"\xC2\x7F", u"?\x7F"},
         {"\xC2\xC0", u"??"},

@@ -34,7 +34,7 @@ void WriteAll(const char* path, int flags, std::string_view text) {
     Check(written, std::string("cannot write ") + path);
 }
 
-// Without capabilities the owner of a file may not read it either when its mode says so.
+// Drops capabilities, so that file modes apply to the owner too.
 void DropCapabilities() {
     __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
     __user_cap_data_struct none[_LINUX_CAPABILITY_U32S_3] = {};

@@ -5,11 +5,11 @@
 
 namespace TestSupport {
 
-// An /etc that this process alone sees, with nothing in it but what the test puts at /etc/velrix.conf.
+// An /etc private to this process, with only the test's /etc/velrix.conf.
 //
-// The first one moves the process into a user and a mount namespace of its own and puts a file system in memory over
-// /etc; where the kernel forbids that, it throws std::runtime_error that says so. Each further one starts with an empty
-// /etc. The process has no privileges afterwards, whoever runs it. To be made before the process has a second thread.
+// The first one moves the process into a new user and mount namespace and mounts a tmpfs on /etc; throws
+// std::runtime_error where the kernel forbids it. Each further one starts with an empty /etc. Drops the process's
+// privileges. Construct it while the process has one thread.
 class PrivateEtc final {
 public:
     PrivateEtc();

@@ -13,7 +13,7 @@ namespace TestSupport {
 
 using Section = System::Collections::Generic::Dictionary<System::string_ptr, System::string_ptr>;
 
-// The pairs of one section, as the reader of the file gives them.
+// The pairs of one section, as from the parser.
 inline std::shared_ptr<Section> MakeSection(std::initializer_list<std::pair<const char*, const char*>> pairs) {
     auto section = Section::Create();
     for (const auto& [key, value] : pairs)
@@ -25,7 +25,7 @@ inline std::string TextOf(const System::string_ptr& text) {
     return text ? text->ToUtf8() : "null";
 }
 
-// "name=value" of each of the table's string fields, one a line.
+// "name=value" of each of the table's string fields, one per line.
 template <class Owner, class Fields>
 std::string FieldsOf(Owner& owner, const Fields& fields) {
     std::string text;
@@ -34,7 +34,7 @@ std::string FieldsOf(Owner& owner, const Fields& fields) {
     return text;
 }
 
-// The same with the values that the table names, but for the one of key.
+// The same with the table's values, except for key.
 template <class Fields>
 std::string DefaultsBut(const Fields& fields, const std::string& key = {}, const std::string& value = {}) {
     std::string text;

@@ -17,8 +17,8 @@ using TestSupport::TextOf;
 using Velrix::Settings::DpramSection;
 using Velrix::Settings::SettingsFile;
 
-// docs/settings.md is what people go by. Its tables have to name exactly the sections and keys that are taken, in the
-// same order, with the defaults that hold.
+// The tables of docs/settings.md must list exactly the accepted sections and keys, in the same order, with the actual
+// defaults.
 
 namespace {
 
@@ -28,8 +28,8 @@ std::string Quoted(const std::string& line, std::size_t position) {
     return begin == std::string::npos ? "" : line.substr(begin + 1, end - begin - 1);
 }
 
-// "[section] key=default key=default [section] ...", as the headings and tables of the page have it; the keys before
-// the first header stand under "[]".
+// "[section] key=default key=default [section] ...", from the headings and tables of the page; the keys before the
+// first header are under "[]".
 std::string ReadDocumentation() {
     std::ifstream page(SETTINGS_DOCUMENTATION);
     std::string read;
@@ -47,8 +47,8 @@ std::string ReadDocumentation() {
     return read;
 }
 
-// The same from the handler tables. The default of a key is that of the one field that changes when the key's handler
-// runs on a second, equal object.
+// The same from the handler tables. A key's default is that of the field that its handler changes in a second, equal
+// object.
 template <class Owner, std::size_t COUNT>
 std::string DescribeStrings(const std::shared_ptr<Owner>& owner, const std::shared_ptr<Owner>& scratch,
                             string_ptr Owner::*const (&fields)[COUNT]) {

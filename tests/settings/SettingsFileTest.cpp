@@ -57,7 +57,7 @@ std::string Window(const DpramSection& section) {
            std::to_string(section.length);
 }
 
-// One value of each of the five sections: enough to tell which were replaced.
+// One value of each of the five sections, to detect which were replaced.
 std::string SectionsOf(SettingsFile& settings) {
     return Window(*settings.oxbo_dpram) + ", " + TestSupport::TextOf(settings.oxbo_pin->reset_n) + ", " +
            Window(*settings.qor_dpram) + ", " + TestSupport::TextOf(settings.qor_pin->reset_n) + ", " +
@@ -73,7 +73,7 @@ void ExpectDefaults(SettingsFile& settings) {
     EXPECT_EQ(SectionsOf(settings), DEFAULT_SECTIONS);
 }
 
-// What is traced while it lives.
+// Records the trace during its lifetime.
 class Recording final {
 public:
     Recording() { Trace::AddListener(listener); }

@@ -25,8 +25,7 @@ using Alignment = std::align_val_t;
 
 #if !VELRIX_COUNTS_LIVE_BLOCKS
 
-// The linker is told to lead the calls that this program makes here first; what the standard library allocates inside
-// of itself neither fails nor counts.
+// The linker's --wrap redirects this program's calls; allocations inside the standard library neither fail nor count.
 extern "C" {
 void* __real__Znwm(Size size);
 void* __wrap__Znwm(Size size) {
@@ -88,8 +87,7 @@ void Free(void* block) noexcept {
 
 } // namespace
 
-// All forms, though the standard library's would come down to the first: the address sanitizer brings its own of those
-// left out.
+// All forms, although the standard library's forward to the first: the address sanitizer defines the missing ones.
 void* operator new(Size size) {
     return Allocate(size, 1);
 }

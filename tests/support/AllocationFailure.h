@@ -3,8 +3,8 @@
 
 #include <functional>
 
-// 1 where memory that is not given back is noticed. The thread sanitizer insists on its own operators, and what the
-// standard library allocates inside of itself then does not count, but may be freed here.
+// 1 where leaks are detected. With the thread sanitizer's operators, allocations inside the standard library do not
+// count, but may be freed here.
 #ifndef __has_feature
 #define __has_feature(feature) 0
 #endif
@@ -19,8 +19,8 @@ namespace TestSupport {
 // Lets one allocation of the calling thread fail: the number-th one from now on throws std::bad_alloc, all others
 // succeed.
 //
-// A test program that names this class gets its operator new, which also counts. Allocations of other threads neither
-// fail nor count. Only one at a time lives in a thread. Number 0 lets none fail, for a test that only wants to count.
+// A test program that uses this class gets its operator new, which also counts. Allocations of other threads neither
+// fail nor count. At most one object per thread. Number 0 fails none, to only count.
 class AllocationFailure final {
 public:
     explicit AllocationFailure(long number = 0) noexcept;
@@ -31,15 +31,14 @@ public:
     // The allocations since construction, the failed one included.
     long Count() const noexcept;
 
-    // Whether the one that was to fail has come.
+    // Whether an allocation has failed.
     bool HasFailed() const noexcept;
 };
 
-// Runs the operation again and again, the first allocation failing, then the second, until it gets by without a
-// failure; returns how many allocations that took. Each of the failing runs may pass std::bad_alloc out or cope; any
-// other exception passes on to the test, and memory that a failing run keeps fails the test. The operation must begin
-// anew each time: what it changes, it must own. A first run that is not held against anything makes what is made once
-// and kept.
+// Repeats the operation, failing the first allocation, then the second, until a run succeeds; returns its number of
+// allocations. A failing run may throw std::bad_alloc or recover; any other exception passes on to the test, and a leak
+// fails the test. The operation must be repeatable. A warm-up run first creates lazily made singletons; its allocations
+// are not counted.
 long FailEachAllocation(const std::function<void()>& operation);
 
 } // namespace TestSupport

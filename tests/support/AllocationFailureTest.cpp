@@ -13,7 +13,7 @@ namespace {
 using TestSupport::AllocationFailure;
 using TestSupport::FailEachAllocation;
 
-// Out of line, since a compiler may leave out an allocation whose whole life it sees.
+// Out of line, since a compiler may elide a local allocation.
 template <class T>
 [[gnu::noinline]] std::unique_ptr<T> Make() {
     return std::make_unique<T>();

@@ -5,10 +5,9 @@
 
 namespace TestSupport {
 
-// What the fakes of a test were asked to do, in one order across all of them: "green high, red low".
+// The calls of a test's fakes, in one order across all of them: "green high, red low".
 //
-// Has room for a thousand characters, so that short calls are written down without an allocation that a test would
-// count.
+// Reserves a thousand characters, so that short logs do not add allocations to a test that counts them.
 class CallLog final {
 public:
     CallLog() { text.reserve(1024); }

@@ -8,8 +8,8 @@
 
 namespace TestSupport {
 
-// Runs the work in a thread that is cancelled before it, and ends at the first function of the C library that looks for
-// that. Returns whether the work was done; the thread ends as a cancelled one in any case, or the test fails.
+// Runs the work in a thread with a pending cancellation, which acts at the first cancellation point. Returns whether
+// the work completed; fails the test if the thread was not cancelled.
 inline bool RunCancelled(const std::function<void()>& work) {
     struct Run {
         const std::function<void()>& work;

@@ -10,7 +10,7 @@
 
 namespace TestSupport {
 
-// Takes what the process writes to its standard error while an object lives.
+// Captures the process's standard error during its lifetime.
 class CapturedStandardError final {
 public:
     CapturedStandardError() {

@@ -10,9 +10,9 @@
 
 namespace TestSupport {
 
-// The command that starts a program of this build. Where the build is for another processor, ctest runs the tests in an
-// emulator, of which the machine's kernel knows nothing; ctest names it in VELRIX_TEST_EMULATOR, and programs that a
-// test starts need it before them too. On the device the variable is not set.
+// The command that starts a program of this build. When cross-compiled, ctest runs the tests in an emulator without
+// binfmt_misc; programs that a test starts need the emulator, which VELRIX_TEST_EMULATOR names, as well. On the device
+// the variable is not set.
 inline std::vector<std::string> Command(std::vector<std::string> command) {
     if (const char* emulator = std::getenv("VELRIX_TEST_EMULATOR")) {
         std::istringstream words(emulator);
@@ -31,7 +31,7 @@ inline std::string ShellCommand(const std::string& program) {
     return line;
 }
 
-// Standard error of a program without the line in which the emulator tells of the signal that ended it.
+// Standard error of a program without the emulator's line about a fatal signal.
 inline std::string WithoutWordsOfTheEmulator(std::string errors) {
     if (std::getenv("VELRIX_TEST_EMULATOR")) {
         const std::size_t begin = errors.find("qemu: uncaught target signal ");

@@ -11,7 +11,7 @@
 
 namespace System {
 
-// A text in a failed comparison is shown as text.
+// Prints texts in failed comparisons.
 inline void PrintTo(const string_ptr& text, std::ostream* stream) {
     if (text)
         *stream << '"' << text->ToUtf8() << '"';

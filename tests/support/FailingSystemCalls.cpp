@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The functions below stand in front of the C library's; with its inline variants of them they could not be defined.
+// The definitions below interpose the C library's functions and would conflict with its inline variants.
 #undef _FORTIFY_SOURCE
 
 #include "tests/support/FailingSystemCalls.h"
@@ -21,11 +21,11 @@ namespace {
 
 thread_local FailingSystemCalls* watcher = nullptr;
 
-// Where files have 64-bit offsets on a 32-bit machine, the header leads callers to functions of other names, as it does
-// with the definitions below.
+// With 64-bit file offsets on a 32-bit machine, the header redirects callers, and the definitions below, to other
+// symbols.
 constexpr bool IS_LARGE_FILE_32 = sizeof(off_t) > sizeof(long);
 
-// Found at the first call of each; several threads may be the first.
+// Looked up lazily, by several threads maybe.
 template <class Function>
 Function* Real(std::atomic<Function*>& real, const char* name, const char* largeFileName) {
     Function* found = real.load(std::memory_order_relaxed);
@@ -105,7 +105,7 @@ int open(const char* path, int flags, ...) {
 
 int close(int descriptor) {
     static std::atomic<int (*)(int)> real{nullptr};
-    // The descriptor is gone also when close fails, as on every Linux.
+    // On Linux close releases the descriptor even on failure.
     const int result = Real(real, "close", "close")(descriptor);
     return SystemCallWatch::Fails("close") ? -1 : result;
 }

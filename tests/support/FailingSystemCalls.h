@@ -5,13 +5,13 @@
 
 namespace TestSupport {
 
-// Watches the file operations of the calling thread, and lets one of them fail.
+// Logs the file operations of the calling thread, and makes one of them fail.
 //
-// A test program that names this class gets its open, close, read, pread, write, lseek, fstat, stat and dup3. Only one
-// object lives at a time in a thread; other threads are neither watched nor disturbed.
+// A test program that uses this class gets its open, close, read, pread, write, lseek, fstat, stat and dup3. At most
+// one object per thread; other threads are not affected.
 class FailingSystemCalls final {
 public:
-    // Only watches.
+    // Only logs.
     FailingSystemCalls() noexcept;
     // The number-th call of that name from now on fails with error and does nothing; number 1 is the next one.
     FailingSystemCalls(const char* name, int number, int error) noexcept;
@@ -19,13 +19,13 @@ public:
     FailingSystemCalls& operator=(const FailingSystemCalls&) = delete;
     ~FailingSystemCalls();
 
-    // From now on a write takes no more than that many bytes, which may be none at all.
+    // Limits each later write to that many bytes, possibly 0.
     void LimitWrites(int bytes) noexcept;
 
     // The names of the calls so far, the failed one included: "open, fstat, pread".
     std::string Log() const;
 
-    // Whether the call that was to fail has come.
+    // Whether a call has failed.
     bool HasFailed() const noexcept;
 
 private:
@@ -41,7 +41,7 @@ private:
     const int error;
     int writeLimit = -1; // -1: none
     bool hasFailed = false;
-    // Without an allocation, which a test may be counting.
+    // No allocation, which a test may be counting.
     const char* calls[MAX_CALLS] = {};
     int callCount = 0;
 };

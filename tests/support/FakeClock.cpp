@@ -13,10 +13,10 @@ namespace {
 
 constexpr long long NANOSECONDS_PER_SECOND = 1'000'000'000;
 
-// Seconds apart from nanoseconds, so that a test can set times that do not fit into 64 bits of nanoseconds.
+// Separate seconds and nanoseconds, so that a test can set times beyond 64 bits of nanoseconds.
 std::atomic<bool> active{false};
 std::atomic<long long> base{0};  // seconds
-std::atomic<long long> shift{0}; // nanoseconds behind base
+std::atomic<long long> shift{0}; // nanoseconds after base
 std::atomic<long long> step{0};
 std::atomic<int> calls{0};
 
@@ -54,8 +54,8 @@ int FakeClock::CallCount() const noexcept {
 
 using namespace TestSupport;
 
-// In front of the C library's. Where time has 64 bits on a 32-bit machine, the header gives this function another name
-// of its own, which is just the one that callers of the same header call.
+// Interposes the C library's. With 64-bit time on a 32-bit machine, the header renames this definition and its callers
+// alike.
 extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept {
     if (clock != CLOCK_REALTIME || !active) {
 #ifdef SYS_clock_gettime64

@@ -3,11 +3,10 @@
 
 namespace TestSupport {
 
-// The wall clock in the test's hands: while an object lives, CLOCK_REALTIME stands still but for what the test does to
-// it.
+// A fake wall clock: during its lifetime CLOCK_REALTIME changes only by the operations below.
 //
-// A test program that names this class gets its clock_gettime, for all of its threads. Only one object lives at a time.
-// It begins on 2026-11-21T08:15:30.042Z.
+// A test program that uses this class gets its clock_gettime, for all threads. At most one object at a time. Starts at
+// 2026-11-21T08:15:30.042Z.
 class FakeClock final {
 public:
     FakeClock() noexcept;
@@ -22,10 +21,10 @@ public:
     void AdvanceNanoseconds(long long span) noexcept;
     void AdvanceMilliseconds(long long span) noexcept { AdvanceNanoseconds(span * 1'000'000); }
 
-    // What every reading adds to the time behind it, so that a loop that waits for the clock ends.
+    // Every reading advances the clock, so that a loop that polls it ends.
     void AdvanceAtEachReading(long long nanoseconds) noexcept;
 
-    // How often the clock was read since the object was made.
+    // The number of readings since construction.
     int CallCount() const noexcept;
 };
 

@@ -13,9 +13,8 @@
 
 namespace TestSupport {
 
-// An LED that writes down what it is told: "MS Green", "NS FlashingRed 500", "MS SetSequence 3" with the number of
-// steps. One that fails throws System::Exception with its name as the message and writes nothing down. Its colour
-// property is what was set in Shown.
+// A fake LED that logs its calls: "MS Green", "NS FlashingRed 500", "MS SetSequence 3" with the number of steps. With
+// Fails it throws System::Exception with its name as the message and logs nothing. Shown is its colour property.
 class FakeLed final : public Velrix::Gpio::ILed {
 public:
     using Steps = System::Collections::Generic::IList<std::shared_ptr<Velrix::Gpio::LedColorProperty>>;

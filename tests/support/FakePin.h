@@ -15,8 +15,8 @@
 
 namespace TestSupport {
 
-// An output pin that writes down what it is told: "green high". One that fails throws System::Exception with its name
-// as the message, and neither writes that down nor changes its level.
+// A fake output pin that logs its calls: "green high". With Fails it throws System::Exception with its name as the
+// message, logs nothing and keeps its level.
 class FakeOutputPin final : public Velrix::Gpio::IOutputPin {
 public:
     static std::shared_ptr<FakeOutputPin> Create(std::string name, std::shared_ptr<CallLog> log) {
@@ -28,7 +28,7 @@ public:
     void SetHigh() override { Drive(true); }
     void SetLow() override { Drive(false); }
 
-    bool Level = true; // until the first write, so that a pin that nobody drove low shows
+    bool Level = true; // initially high, so that a missing write of low shows
     bool Fails = false;
 
 private:
@@ -46,7 +46,7 @@ private:
     const std::shared_ptr<CallLog> log;
 };
 
-// An input pin that reads the levels given, one a call, and then the last one of them for ever; low if none was given.
+// A fake input pin: reads the given levels, one per call, then repeats the last one; low if none was given.
 class FakeInputPin final : public Velrix::Gpio::IInputPin {
 public:
     static std::shared_ptr<FakeInputPin> Create(std::string name, std::shared_ptr<CallLog> log,

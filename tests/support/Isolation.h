@@ -9,15 +9,14 @@
 
 namespace TestSupport {
 
-// Whether the boards of this run of the tests reach their programs through a preloaded library. ctest runs the cases on
-// a board once in each isolation, which VELRIX_TEST_ISOLATION names; without it the board chooses for itself.
+// Whether boards of this test run use the preloaded library. ctest runs cases on a board once per isolation, named by
+// VELRIX_TEST_ISOLATION; without it the board chooses.
 inline bool BoardsArePreloaded() {
     const char* isolation = std::getenv("VELRIX_TEST_ISOLATION");
     return isolation != nullptr && std::string(isolation) == "preload";
 }
 
-// The command with the isolation that the tests run in, where it runs a program on a board and does not name one
-// itself.
+// Adds the test run's isolation to a velrix-board command without one.
 inline std::vector<std::string> WithIsolation(std::vector<std::string> command) {
     const char* isolation = std::getenv("VELRIX_TEST_ISOLATION");
     if (isolation == nullptr || command.size() < 2 || std::filesystem::path(command[0]).filename() != "velrix-board" ||

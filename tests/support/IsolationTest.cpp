@@ -7,7 +7,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-// Each case has a process of its own.
+// Each case runs in a separate process.
 TEST(Isolation, IsNamedToWhatRunsAProgramOnABoard) {
     const struct {
         Words command;

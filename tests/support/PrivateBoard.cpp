@@ -82,7 +82,7 @@ void PrivateBoard::Start(const std::vector<std::string>& command) {
     if (process < 0)
         throw std::runtime_error("cannot fork");
     if (process == 0) {
-        // A test that is killed takes its board along.
+        // Ends the board when the test is killed.
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         const int outputFile = open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
         const int errorsFile = open(errors.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
@@ -94,7 +94,7 @@ void PrivateBoard::Start(const std::vector<std::string>& command) {
 }
 
 void PrivateBoard::Signal(int number) {
-    // None is everybody to the kernel.
+    // kill(-1) would signal every process.
     if (process <= 0)
         throw std::runtime_error("nothing runs on the board");
     kill(process, number);

@@ -15,8 +15,8 @@ struct BoardResult {
     std::string errors;
 };
 
-// A private board of the test's own, which goes with it: runs one program at the device's paths by the command
-// velrix-board, and shows from outside what the program left there.
+// A private board for one test: runs one program at the device's paths by the command velrix-board, and gives access to
+// its files from outside.
 class PrivateBoard final {
 public:
     PrivateBoard();
@@ -27,47 +27,45 @@ public:
     // The text of /etc/velrix.conf; without a call there is no such file.
     void SetSettings(const std::string& text);
 
-    // A value file that is to be missing.
+    // Omits a value file.
     void LeaveOut(const std::string& path);
 
-    // Any other option of the command; an empty value is not handed over.
+    // Any other option of the command; an empty value is omitted.
     void AddOption(const std::string& option, const std::string& value = {});
 
-    // Runs the program and waits for its end; once a board.
+    // Runs the program and waits for its end; once per board.
     BoardResult Run(const std::vector<std::string>& command);
 
-    // Starts the program without waiting; Signal sends to it, Wait gives its end.
+    // Starts the program without waiting; Signal sends it a signal, Wait waits for its end.
     void Start(const std::vector<std::string>& command);
     void Signal(int number);
     BoardResult Wait();
 
-    // What a file of the board, but for value files, holds now, by its path on the device; empty for one that is
-    // missing.
+    // The content of a file of the board, except value files, by its path on the device; empty if it is missing.
     std::string Content(const std::string& path) const;
 
-    // Where such a file lies on the machine.
+    // The path of such a file on the machine.
     std::filesystem::path Outside(const std::string& path) const;
 
     // A command to the running board: "set OXBO_MOD_1=1", "fault MS.red=EIO".
     void Control(const std::string& command) const;
 
-    // What was written to an output's value file, in order: "0110". By the path that the file has without settings.
+    // All writes to an output's value file, in order: "0110". By the default path of the file.
     std::string Written(const std::string& path) const;
 
-    // The level of an output that was written last, '0' or '1'; outputs begin low.
+    // The level of an output, '0' or '1'; outputs start low.
     char Level(const std::string& path) const;
 
-    // Every change of a level in its order, "MS.green 1" a line.
+    // All changes of levels, in order, one per line: "MS.green 1".
     std::string Changes() const;
 
-    // The calls of the reboot command, a line each.
+    // The calls of the reboot command, one per line.
     std::string Reboots() const;
 
-    // What was sent to /dev/log, a line each.
+    // The records sent to /dev/log, one per line.
     std::string Syslog() const;
 
-    // Waits until the condition holds, for what a running program does some time; false when the limit is over,
-    // which should be far more than it ever takes.
+    // Polls until the condition holds; false on a timeout, which should be far longer than it ever takes.
     static bool WaitFor(const std::function<bool()>& condition, std::chrono::seconds limit = std::chrono::seconds(60));
 
     // The process of the command.

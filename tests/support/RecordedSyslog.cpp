@@ -47,7 +47,7 @@ extern "C" void syslog(int priority, const char* format, ...) {
     va_end(arguments);
 }
 
-// What syslog becomes in a build with _FORTIFY_SOURCE.
+// The _FORTIFY_SOURCE variant of syslog.
 extern "C" void __syslog_chk(int priority, int, const char* format, ...);
 extern "C" void __syslog_chk(int priority, int, const char* format, ...) {
     va_list arguments;

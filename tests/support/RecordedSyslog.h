@@ -5,12 +5,12 @@
 
 namespace TestSupport {
 
-// A test program that names this variable gets the C library's openlog, closelog and syslog, so that nothing reaches
-// the log of the machine. Each call is appended here, a line each: "open NAME OPTIONS FACILITY", "close", and
-// "FACILITY.SEVERITY TEXT" with numbers. A call needs no memory that is not reserved in this string.
+// A test program that uses this variable replaces openlog, closelog and syslog, so that nothing reaches the machine's
+// log. Calls are appended here, one per line: "open NAME OPTIONS FACILITY", "close", and "FACILITY.SEVERITY TEXT" with
+// numbers. Reserve memory in this string to avoid allocations.
 extern std::string syslogCalls;
 
-// What has been called since the last time.
+// The calls since the last Take.
 std::string TakeSyslogCalls();
 
 } // namespace TestSupport

@@ -9,8 +9,8 @@
 
 namespace TestSupport {
 
-// A listener that writes all it hears into one log, "INFORMATION hello, FATAL bye, flush, close", which a test compares
-// as one string. Any thread may trace to it.
+// A listener that logs its calls: "INFORMATION hello, FATAL bye, flush, close". A test compares the log as one string.
+// Any thread.
 class RecordingListener final : public System::Diagnostics::TraceListener {
 public:
     static std::shared_ptr<RecordingListener> Create() {
@@ -22,7 +22,7 @@ public:
         return log;
     }
 
-    // Begins anew, with no memory held.
+    // Clears the log and frees its memory.
     void Forget() {
         const std::lock_guard lock(mutex);
         std::string().swap(log);

@@ -6,8 +6,8 @@
 
 namespace TestSupport {
 
-// Of how many repetitions of a long test one is done: 1, which is all of them, unless VELRIX_TEST_SHARE says otherwise,
-// as on the emulated board, whose processor is a hundred times slower than the one that emulates it.
+// The divisor of a long test's repetitions: VELRIX_TEST_SHARE, or 1. The emulated board sets it, whose processor is a
+// hundred times slower than the host's.
 inline int Share() {
     const char* share = std::getenv("VELRIX_TEST_SHARE");
     return share ? std::max(1, std::atoi(share)) : 1;

@@ -5,7 +5,7 @@
 
 namespace TestSupport {
 
-// A folder of the test's own, gone with everything in it when the object goes. Failures fail the test.
+// A temporary folder, removed by the destructor. Failures fail the test.
 class TemporaryFolder final {
 public:
     TemporaryFolder();

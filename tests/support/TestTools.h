@@ -5,8 +5,8 @@
 
 namespace TestSupport {
 
-// Lines for the head of a shell script that starts the tool: PATH with the folder of scripts/test-tools in front and,
-// for daemons that are installed, /usr/sbin behind, which is not in every user's.
+// The first lines of a shell script that starts the tool: PATH with the folder of scripts/test-tools first and, for
+// installed daemons, /usr/sbin last, which is not in every user's PATH.
 inline std::string NeedTool(const std::string& tool) {
     return "PATH=" VELRIX_TEST_TOOLS ":$PATH:/usr/sbin\n"
            "command -v " +

@@ -7,13 +7,13 @@
 
 namespace TestSupport {
 
-// A way in which the program trace-life forks, executes or ends, and what has to be left of its records.
+// A way in which the program trace-life forks, executes or ends, and the records that must survive.
 struct TraceLifeWay {
     const char* way;
     const char* argument;
     int exitCode;          // 128 and the signal's number for a program that a signal ended
     const char* records;   // in a file and in the event log
-    const char* ownOutput; // of a listener of the program's own, which says when it is closed and destroyed
+    const char* ownOutput; // of the program's listener, which logs Close and its destruction
 };
 
 inline constexpr TraceLifeWay TRACE_LIFE_WAYS[] = {
@@ -33,7 +33,7 @@ inline std::ostream& operator<<(std::ostream& stream, const TraceLifeWay& way) {
     return stream << way.way << " " << way.argument;
 }
 
-// The texts of records, one a line, each without what stands before the end of the process's id.
+// The texts of records, one per line, without the prefix up to the process id.
 inline std::string RecordTexts(const std::string& content, const std::string& endOfId) {
     std::string texts;
     for (std::size_t start = 0; start < content.size();) {

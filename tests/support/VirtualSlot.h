@@ -6,11 +6,10 @@
 
 namespace TestSupport {
 
-// The place of a virtual operation in the table of its class, counted from 0; -1 for an operation that is not virtual.
+// The vtable slot of a virtual operation, from 0; -1 for a non-virtual one.
 //
-// As the C++ ABI of GCC and Clang lays out a pointer to a member function: the offset into the table, marked as such by
-// the lowest bit of this word or, on ARM, where that bit of a function's address means something else, of the second
-// one.
+// By the Itanium C++ ABI's member function pointers: the vtable offset, marked by the lowest bit of the first word or,
+// on ARM, where that bit selects Thumb, of the second one.
 template <class Member>
 int SlotOf(Member member) {
     static_assert(sizeof(Member) == 2 * sizeof(std::ptrdiff_t));

@@ -7,9 +7,8 @@
 
 #include <velrix/gpio/LedColorProperty.h>
 
-// Prints one step of an LED. Text comes from libenv, the step from libvelrix; the exceptions cross from the one into
-// the program, which fails when the library and the program do not agree on their types. One dictionary is the
-// library's own, the other one the program's.
+// Prints one step of an LED. Uses text of libenv, a step of libvelrix, exceptions across the library boundary, which
+// fail when types do not match, and a dictionary instance of the library and one of the program.
 int main() {
     using System::string_ptr;
     using System::Collections::Generic::Dictionary;

@@ -122,7 +122,7 @@ TEST_F(EntryTableTest, TakesTheRoomOfABlockAgainWhoseEntriesAreGone) {
     EXPECT_EQ(Add(2), first);
 }
 
-// With a tenth of the memory of all that came and went, and one old pair that stays.
+// With a tenth of the memory of all former pairs, and one old pair that stays.
 TEST_F(EntryTableTest, GivesBlocksBackWhosePairsHaveComeAndGone) {
     Entry* const kept = Add(0);
     std::deque<Entry*> queue;
@@ -140,12 +140,12 @@ TEST_F(EntryTableTest, GivesBlocksBackWhosePairsHaveComeAndGone) {
     EXPECT_EQ(table.Next(nullptr), kept);
     const int last = 4999;
     EXPECT_EQ(table.Find(4999, &last), queue.back());
-    if (before != 0) { // a sanitizer's heap does not say
+    if (before != 0) { // a sanitizer's heap has no statistics
         EXPECT_LT(::mallinfo2().uordblks - before, 500 * sizeof(Item));
     }
 }
 
-// Every way in which neighbours of the index can stand to their homes comes up; each removal closes its gap.
+// Covers every arrangement of neighbouring slots and home slots; each removal closes its gap.
 TEST_F(EntryTableTest, FindsAllOthersAfterEachRemoval) {
     for (std::size_t spread = 1; spread <= 5; ++spread) {
         std::vector<Entry*> entries;

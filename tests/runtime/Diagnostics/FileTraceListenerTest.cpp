@@ -49,7 +49,7 @@ protected:
                std::to_string(::gettid()) + "] ";
     }
 
-    // The record of an event at the clock's beginning.
+    // The record of an event at the clock's start time.
     static std::string Record(const std::string& text, const std::string& level = "INFORMATION") {
         return "2026-11-21T08:15:30.042Z " + level + " " + Origin() + text + "\n";
     }
@@ -60,7 +60,7 @@ protected:
         listener.TraceEvent(TraceEventArgs::Create(), TraceEventType::INFORMATION, text);
     }
 
-    // A listener that has written its first record, at which it looks at the file closely.
+    // A listener after its first record, at which it examines the file.
     std::shared_ptr<FileTraceListener> CreateUsed() const {
         auto listener = Create();
         Write(*listener, "first");
@@ -238,7 +238,7 @@ TEST_F(FileTraceListenerTest, LetsACancelledThreadEndInEveryCallAndGoesOn) {
     }
 }
 
-// A listener's failure is written to standard error, which a program may be started without.
+// Failures of a listener go to standard error, which may be closed at a program's start.
 TEST_F(FileTraceListenerTest, NeverTakesThePlaceOfAStandardStream) {
     const int kept = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 10);
     ::close(STDERR_FILENO);
@@ -419,7 +419,7 @@ TEST_F(FileTraceListenerRotation, BeginsOnALineOfItsOwnInAFileThatEndsInsideALin
     EXPECT_EQ(folder.Read("log"), "thei\n" + Record("two"));
 }
 
-// What a process leaves that is killed while it writes.
+// The remains of a process killed while it writes.
 TEST_F(FileTraceListenerTest, BeginsOnALineOfItsOwnBehindARecordThatEndsAtTheEdgeOfAPage) {
     const auto listener = Create();
     Write(*listener, "one");
@@ -662,7 +662,7 @@ TEST_F(FileTraceListenerFailures, CountsAnEndThatCannotBeReadAsALineEnd) {
 }
 
 TEST_F(FileTraceListenerFailures, RecoversWhenThereIsRoomAgain) {
-    // In a child, whose files may not become longer than 600 bytes for a while.
+    // In a child with a temporary file size limit of 600 bytes.
     const auto listener = Create();
     const pid_t child = ::fork();
     if (child == 0) {
@@ -688,7 +688,7 @@ TEST_F(FileTraceListenerFailures, RecoversWhenThereIsRoomAgain) {
     ::waitpid(child, &status, 0);
     ASSERT_EQ(status, 0);
 
-    // Whole records, then a part of one up to the limit, then the last one on a line of its own.
+    // Complete records, then a part of one up to the limit, then the last one on a new line.
     const std::string content = folder.Read("log");
     ASSERT_GT(content.size(), 601u);
     EXPECT_EQ(content[600], '\n');
@@ -756,7 +756,7 @@ TEST_F(FileTraceListenerTest, ClosesTheFileWithTheLastPointer) {
     EXPECT_EQ(calls.Log(), "close");
 }
 
-// Runs an action when it is asked for its text.
+// Runs an action in ToString().
 class ActingText final : public Object {
 public:
     explicit ActingText(std::function<void()> ownAction) : action(std::move(ownAction)) {}
@@ -792,7 +792,7 @@ TEST_F(FileTraceListenerTest, IsClosedBehindTheRecordThatIsUnderWay) {
     ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
     const int reader = ::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK);
     const auto listener = Create();
-    // Full, so that the record has to wait.
+    // Full, so that the write blocks.
     const std::string filling(4096, '.');
     while (::write(reader, filling.data(), filling.size()) > 0) {
     }
@@ -823,8 +823,8 @@ TEST_F(FileTraceListenerTest, IsClosedBehindTheRecordThatIsUnderWay) {
 }
 
 TEST_F(FileTraceListenerTest, WritesNothingIntoAForeignFileWhileItIsClosed) {
-    // Every round a thread writes while another closes; the descriptor must not be closed under the writer, who would
-    // write into whatever was opened next.
+    // Every round one thread writes while another closes; closing the descriptor under the writer would let it write
+    // into the next opened file.
     for (int round = 0; round < 100; ++round) {
         const auto listener = Create();
         std::thread writer([&] {
@@ -854,7 +854,7 @@ TEST_F(FileTraceListenerTest, KeepsTheRecordsOfManyThreadsWholeWhileTheFileIsRot
                 Write(*listener, std::to_string(thread) + "." + std::to_string(i) + ".");
         });
     for (int i = 0; i < 20; ++i) {
-        std::error_code error; // nobody may have written since the last round
+        std::error_code error; // maybe no writes since the last round
         std::filesystem::rename(path, path + "." + std::to_string(i), error);
         std::this_thread::yield();
     }

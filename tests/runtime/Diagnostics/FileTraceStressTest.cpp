@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// One log file, many writers, and what happens to log files in the field.
+// One log file, many writers, and rotation, kills and full disks.
 
 #include <algorithm>
 #include <atomic>
@@ -48,9 +48,8 @@ bool IsWhole(const std::string& line) {
     return line.substr(text + 2) == TextOf(line.substr(text + 2, number - text - 3), std::atoi(line.c_str() + number));
 }
 
-// The whole records of a line that begins at that place of its file. Where the kernel ended the write of a process that
-// was killed, at the edge of a page, a part of a record stands before nothing or before the record of a process that
-// was waiting to write.
+// The complete records of a line that begins at that offset. Where the kernel cut the write of a killed process at a
+// page boundary, an incomplete record is at the end of the line or before the record of a waiting process.
 std::vector<std::string> WholeRecords(const std::string& line, std::size_t place, int& killed) {
     constexpr std::size_t PAGE = 4096;
     if (IsWhole(line))
@@ -68,8 +67,8 @@ std::vector<std::string> WholeRecords(const std::string& line, std::size_t place
     return records;
 }
 
-// What the files of a folder hold: every line must be whole, but for one of each process that was killed, and the
-// numbers of a writer must rise by one in each file; returns how many records of each writer there are.
+// Checks the files of a folder: every line is complete, except one per killed process, and the numbers of a writer
+// increase by one in each file. Returns the number of records per writer.
 std::map<std::string, int> CountRecords(const TemporaryFolder& folder, int killed = 0) {
     const bool mayBeCut = killed > 0;
     std::map<std::string, int> counts;
@@ -80,7 +79,7 @@ std::map<std::string, int> CountRecords(const TemporaryFolder& folder, int kille
         std::size_t place = 0;
         for (std::string line; std::getline(file, line); place += line.size() + 1) {
             EXPECT_FALSE(file.eof()) << "no line end behind " << line;
-            // Of two processes that wanted to write behind a part of a record, both have ended its line.
+            // Two processes that both followed an incomplete record have both ended its line.
             if (line.empty() && mayBeCut)
                 continue;
             for (const std::string& record : WholeRecords(line, place, killed)) {
@@ -102,8 +101,7 @@ std::map<std::string, int> CountRecords(const TemporaryFolder& folder, int kille
     return counts;
 }
 
-// Eight threads of this process and four processes, each writing its records to one file; meanwhile is called until
-// they are through.
+// Eight threads of this process and four processes write records to one file; calls meanwhile until they are done.
 template <class Meanwhile>
 void WriteAll(const std::string& path, const Meanwhile& meanwhile) {
     std::vector<std::unique_ptr<TraceProgram>> programs;
@@ -159,7 +157,7 @@ TEST(FileTraceStress, LosesNothingWhileTheFileIsMovedAndRemoved) {
         std::this_thread::yield();
         if (round == 200)
             return;
-        // By turns a move, and a removal of which a second name keeps the content for this test.
+        // Alternates a move and a removal; a hard link keeps the content for this test.
         const std::string other = path + "." + std::to_string(round);
         std::error_code error; // there may be no file yet
         if (round % 2 == 0) {
@@ -177,13 +175,13 @@ TEST(FileTraceStress, LosesNothingWhileTheFileIsMovedAndRemoved) {
     ExpectAllRecords(folder);
 }
 
-// Until the growing file at the path holds the text.
+// Waits until the growing file at the path contains the text.
 void WaitForText(const std::string& path, const std::string& text) {
     std::ifstream file(path, std::ios::binary);
     std::vector<char> block(1 << 16);
     std::string window;
     while (window.find(text) == std::string::npos) {
-        window.erase(0, window.size() - std::min(window.size(), text.size())); // the text may stand across two blocks
+        window.erase(0, window.size() - std::min(window.size(), text.size())); // the text may span two blocks
         file.clear();
         file.read(block.data(), static_cast<std::streamsize>(block.size()));
         window.append(block.data(), static_cast<std::size_t>(file.gcount()));
@@ -203,7 +201,7 @@ TEST(FileTraceStress, KeepsOtherLinesWholeWhenWritersAreKilled) {
 
     std::uintmax_t size = std::filesystem::file_size(path);
     for (auto& program : programs) {
-        // In the middle of writing: the file has grown since the last one died.
+        // During writes: the file has grown since the last kill.
         const std::uintmax_t before = size;
         while (size < before + 100'000 / static_cast<unsigned>(TestSupport::Share()))
             size = std::filesystem::file_size(path);
@@ -225,7 +223,7 @@ TEST(FileTraceStress, RunsOnWithAFullDiskAndReportsItOnce) {
                              "Cannot write: /dev/full: No space left on device\n");
 }
 
-// Runs a script as the root of a mount namespace of its own.
+// Runs a script as root in a new mount namespace.
 TraceProgram::Result RunWithMounts(const std::string& script) {
     return TraceProgram({"unshare", "--user", "--map-root-user", "--mount", "sh", "-ec", script}).Wait();
 }
@@ -274,7 +272,7 @@ TEST(FileTraceStress, RecordsFlowAgainWhenTheDiskHasRoom) {
                              "Cannot write: " +
                                  log + ": No space left on device\n");
 
-    // All lines are whole but the one that filled the disk, and the last two are those after there was room.
+    // All lines are complete except the one that filled the disk; the last two came after there was room again.
     std::vector<std::string> lines;
     for (std::size_t start = 0; start < result.output.size();) {
         const std::size_t end = result.output.find('\n', start);

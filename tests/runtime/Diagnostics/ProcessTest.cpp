@@ -22,7 +22,7 @@ TEST(Process, NamesTheProgramWithoutItsFolder) {
               string_ptr(std::filesystem::read_symlink("/proc/self/exe").filename().string()));
 }
 
-// The case above, and the one on the name in the system's log, once more in a program with that first argument.
+// Repeats the case above, and the one on the name in syslog, in a program with that argv[0].
 TEST(Process, IsNamedByItsFileWhateverTheFirstArgumentSays) {
     const std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
     for (const char* first : {"", "/", "another", "/usr/bin/another", "-sh"}) {

@@ -82,7 +82,7 @@ TEST(TraceEventArgs, GivesAllThreadsTheSameTimestamp) {
 }
 
 TEST(TraceEventArgs, SurvivesEveryAllocationFailure) {
-    const auto reserve = TraceEventArgs::Create(); // what is kept in reserve is in use
+    const auto reserve = TraceEventArgs::Create(); // takes the spare block
 
     EXPECT_GE(TestSupport::FailEachAllocation([] {
                   const auto other = TraceEventArgs::Create();

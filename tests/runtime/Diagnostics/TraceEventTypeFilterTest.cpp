@@ -20,7 +20,7 @@ using TestSupport::ExpectException;
 const std::shared_ptr<TraceEventType> TYPES[] = {TraceEventType::DEBUG, TraceEventType::INFORMATION,
                                                  TraceEventType::WARNING, TraceEventType::ERROR, TraceEventType::FATAL};
 
-// Which of the five types pass, from DEBUG on.
+// The types that pass, from DEBUG on.
 std::string Passing(TraceEventTypeFilter& filter) {
     std::string passing;
     for (const auto& type : TYPES)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A program that traces and ends in many ways, for the tests of what becomes of the records.
+// A program that traces and ends in many ways, for the tests of surviving records.
 //
 //     trace-life file:PATH|log:FACILITY|own WAY [ARGUMENT...]
 
@@ -26,7 +26,7 @@ namespace {
 using namespace System;
 using namespace System::Diagnostics;
 
-// Writes records to standard output, and says when it goes.
+// Writes records to standard output, and a line in its destructor.
 class OwnListener final : public TraceListener {
 public:
     ~OwnListener() override { Say("destroyed"); }
@@ -52,7 +52,7 @@ std::shared_ptr<TraceListener> MakeListener(const std::string& description) {
     return std::make_shared<OwnListener>();
 }
 
-// Made before main, and destroyed behind everything that main made.
+// Constructed before main, destroyed after everything of main.
 struct Witness {
     ~Witness() {
         if (speaks)
@@ -73,7 +73,7 @@ bool HasOpenFiles() {
 }
 
 void TraceNumbered(int count, const std::string& writer) {
-    // Of many lengths, so that records cross the edges of pages at every place.
+    // Many lengths, so that records cross page boundaries at every offset.
     const std::string padding(300, '.');
     for (int i = 0; i < count; ++i)
         Trace::TraceInformation(writer + " " + std::to_string(i) + " " +
@@ -135,7 +135,7 @@ int main(int argc, char** argv) {
     if (way == "exec")
         return Execute(argv);
     if (way == "executed") {
-        Trace::Close(); // opened again by this program; of the one before nothing may be left
+        Trace::Close(); // reopened by this program; nothing of the previous one may be left
         const bool inherited = HasOpenFiles();
         Trace::AddListener(MakeListener(argv[1]));
         Trace::TraceInformation(inherited ? "inherited" : "after");
@@ -191,7 +191,7 @@ int main(int argc, char** argv) {
         TraceNumbered(std::stoi(argument), argc > 4 ? argv[4] : "");
         return 0;
     }
-    if (way == "listen") { // every line of standard input, answered on standard output when it is traced
+    if (way == "listen") { // traces every line of standard input, then answers on standard output
         for (std::string line; std::getline(std::cin, line);) {
             Trace::TraceInformation(line);
             std::cout << "traced " << line << std::endl;

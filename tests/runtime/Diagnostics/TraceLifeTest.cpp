@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What becomes of records when a process forks, executes another program or ends: docs/tracing.md as tests.
+// Records when a process forks, executes another program or ends: the table of docs/tracing.md.
 
 #include <filesystem>
 #include <string>

@@ -12,7 +12,7 @@ namespace {
 using namespace System;
 using namespace System::Diagnostics;
 
-// No more than a listener must have.
+// A minimal listener.
 class SmallestListener final : public TraceListener {
 public:
     void TraceEvent(std::shared_ptr<TraceEventArgs>, std::shared_ptr<TraceEventType>,

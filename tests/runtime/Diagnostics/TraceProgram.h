@@ -13,7 +13,7 @@
 #include "tests/support/Emulator.h"
 #include "tests/support/TemporaryFolder.h"
 
-// A run of the program trace-life, or of another one that leads to it.
+// A run of the program trace-life, maybe by a wrapper.
 class TraceProgram final {
 public:
     struct Result {

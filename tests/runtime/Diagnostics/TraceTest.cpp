@@ -37,10 +37,10 @@ using TestSupport::ExpectException;
 using TestSupport::FakeClock;
 using TestSupport::RecordingListener;
 
-// Not in an unnamed namespace: the name of the class is part of what is tested.
+// Not in an unnamed namespace: the tests check the name of the class.
 namespace Device {
 
-// Does what the test says.
+// Runs the test's functions.
 class ScriptedListener final : public TraceListener {
 public:
     using Event = std::function<void(const std::shared_ptr<TraceEventArgs>&, const std::shared_ptr<TraceEventType>&,
@@ -100,7 +100,7 @@ using Device::Reading;
 using Device::ScriptedFilter;
 using Device::ScriptedListener;
 
-// Begins and ends without listeners.
+// Starts and ends without listeners.
 class TraceTest : public testing::Test {
 protected:
     ~TraceTest() override {
@@ -580,7 +580,7 @@ TEST_F(TraceTest, TracesTheMessageOfAnExceptionThatThereIsNoMemoryToDescribe) {
 
 TEST_F(TraceTest, CountsTheMissingMemoryForAnEventAsTheListenersFailure) {
     const CapturedStandardError standardError;
-    // The one that is kept in reserve is in use.
+    // Takes the spare block.
     std::shared_ptr<TraceEventArgs> reserve;
     auto first = Add([&](const auto& eventArgs, const auto&, const auto&) { reserve = eventArgs; });
     Trace::TraceDebug("w");
@@ -671,7 +671,7 @@ TEST_F(TraceTest, ServesManyThreadsWhileListenersComeAndGo) {
     for (int i = 0; i < 2; ++i)
         threads.emplace_back([&passing] {
             for (int round = 0; round < EVENTS; ++round) {
-                // It dies with its last event, on whichever thread that is.
+                // Destroyed with its last event, on any thread.
                 const auto guest = std::make_shared<ScriptedListener>(
                     [&passing](const auto&, const auto&, const auto&) { ++passing; });
                 Trace::AddListener(guest);
@@ -729,7 +729,7 @@ TEST_F(TraceTest, ServesAChildThatIsForkedWhileOtherThreadsTrace) {
     for (int i = 0; i < 20; ++i) {
         const pid_t child = ::fork();
         if (child == 0) {
-            ::alarm(20); // a child that waits for a lock for ever is killed
+            ::alarm(20); // kills a child in a deadlock
             Trace::TraceInformation("y");
             ::_exit(Trace::Listeners().size() == 1 ? 0 : 1);
         }

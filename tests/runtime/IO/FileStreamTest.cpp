@@ -84,7 +84,7 @@ protected:
     const std::string path = folder.Path("file");
 };
 
-// A FIFO whose other end the test holds.
+// A FIFO; the test has the other end.
 struct Fifo {
     Fifo() {
         EXPECT_EQ(mkfifo(folder.Path("fifo").c_str(), 0600), 0);
@@ -190,12 +190,12 @@ TEST_F(FileStreamTest, ClosesTheFileWhenItsKindCannotBeFoundOut) {
 TEST_F(FileStreamTest, OpensCloseOnExec) {
     const int before = open("/dev/null", O_RDONLY);
     close(before);
-    const auto stream = Reader("x"); // gets the number that was free before
+    const auto stream = Reader("x"); // gets the lowest free number
 
     EXPECT_EQ(fcntl(before, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
 }
 
-// What others print to a stream that the program was started without must not end up in a file of ours.
+// Output to a standard stream that was closed at the start must not end up in our file.
 TEST_F(FileStreamTest, NeverTakesThePlaceOfAStandardStream) {
     int kept[3];
     for (int standard = 0; standard < 3; ++standard) {
@@ -397,7 +397,7 @@ TEST_F(FileStreamTest, LetsReadAndReadByteAgreeOnThePosition) {
     EXPECT_EQ(stream->ReadByte(), 'a');
     EXPECT_EQ(ReadSome(*stream, 2), "bc");
     EXPECT_EQ(stream->ReadByte(), 'd');
-    EXPECT_EQ(ReadSome(*stream, 9), "efgh"); // what was read ahead, and no waiting for more
+    EXPECT_EQ(ReadSome(*stream, 9), "efgh"); // the read-ahead, without blocking for more
     EXPECT_EQ(ReadSome(*stream, 9), "");
 }
 

@@ -18,7 +18,7 @@ using Collections::Generic::Array;
 using Collections::Generic::IArray;
 using System::Text::Encoding;
 
-// What another file's static sees when it is made.
+// Used in the constructor of another file's static.
 const std::shared_ptr<Array<unsigned char>> earlyBytes = Encoding::ASCII->GetBytes("early");
 
 std::string Bytes(const std::shared_ptr<Encoding>& encoding, string_ptr text) {

@@ -5,7 +5,7 @@ using System::Object;
 
 namespace {
 
-// As an application writes classes of its own, on an object and on a virtual base.
+// Application classes, with an object and with a virtual base.
 class Plain final : public Object {
 public:
     std::shared_ptr<Plain> Me() { return Self<Plain>(); }

@@ -18,7 +18,7 @@ using namespace System;
 using namespace System::Collections::Generic;
 using TestSupport::Counted;
 
-// Counts its instances; the one that is made when fuse has burnt down throws.
+// Counts its instances; the constructor throws when fuse reaches 0.
 struct Fused {
     Fused() {
         if (--fuse == 0)

@@ -6,7 +6,7 @@
 
 namespace TestSupport {
 
-// An element that counts how many of it live, that cannot be made without a number, and whose copying fails on demand.
+// An element that counts live instances, has no default constructor, and whose copying fails on demand.
 struct Counted {
     explicit Counted(int ownNumber) : number(ownNumber) { ++live; }
     Counted(const Counted& other) : number(other.number) {

@@ -22,7 +22,7 @@ struct std::hash<TestSupport::Counted> {
     std::size_t operator()(const TestSupport::Counted& element) const {
         if (element.number == 13)
             throw std::runtime_error("no hash");
-        return 1; // all in one place, so that only == tells them apart
+        return 1; // all collide, so that only == distinguishes them
     }
 };
 
@@ -73,7 +73,7 @@ TEST(Dictionary, IsWalkedByIteratorsAndByItsPairs) {
     EXPECT_EQ(Make({})->Next(nullptr), nullptr);
 }
 
-// A dictionary of somebody else, written from the operations of the interface.
+// Another implementation of the interface.
 class Single final : public Texts {
 public:
     int Count() override { return 1; }
@@ -265,7 +265,7 @@ TEST(Dictionary, RemovesAPairByItsOwnKey) {
     EXPECT_EQ(Shown(dictionary), "b=2 ");
 }
 
-// A value that looks at its dictionary when it goes.
+// A value that reads its dictionary in its destructor.
 TEST(Dictionary, IsWholeWhileARemovedValueGoes) {
     const auto dictionary = Dictionary<int, std::shared_ptr<int>>::Create();
     int seen = -1;
@@ -281,7 +281,7 @@ TEST(Dictionary, IsWholeWhileARemovedValueGoes) {
     EXPECT_EQ(dictionary->begin()->Key, 2);
 }
 
-// Hashes of numbers are the numbers; keys that differ in their upper bits alone must not meet in the index.
+// The hash of a number is the number; keys that differ only in their upper bits must not collide in the index.
 TEST(Dictionary, FindsNumbersThatAreMultiples) {
     const auto dictionary = Dictionary<unsigned, unsigned>::Create();
     for (unsigned i = 0; i < 4096; ++i)

@@ -62,7 +62,7 @@ TEST(TextOf, ShowsTheShortestTextOfAFraction) {
     EXPECT_EQ(TextOf(std::numeric_limits<double>::quiet_NaN()), "nan");
 }
 
-// Neither the digits nor the exponent may ever not fit.
+// The digits and the exponent always fit.
 TEST(TextOf, HasRoomForTheLongestFractions) {
     using Limits = std::numeric_limits<long double>;
 

@@ -5,7 +5,7 @@ using System::string_ptr;
 using System::Collections::Generic::Dictionary;
 using System::Collections::Generic::IDictionary;
 
-// One that the library holds, and one that the program makes for itself.
+// An instance of the library, and one of the program.
 template <class K>
 int UseEverything(const std::shared_ptr<Dictionary<K, string_ptr>>& dictionary, K key) {
     dictionary->Add(key, "a");
