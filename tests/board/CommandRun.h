@@ -23,7 +23,7 @@
 #include "tests/support/Isolation.h"
 #include "tests/support/TemporaryFolder.h"
 
-// How a command ended and what it printed.
+// The result and output of a command.
 struct CommandEnd {
     int status = 0; // as wait gives it
     std::string output;
@@ -33,7 +33,7 @@ struct CommandEnd {
     int Signal() const { return WIFSIGNALED(status) ? WTERMSIG(status) : 0; }
 };
 
-// Where /dev/fuse is root's alone, puts a node that is everybody's in its place, for this process and those it starts.
+// Where only root may open /dev/fuse, mounts a public node over it, for this process and its children.
 inline bool OpenFuseToAll() {
     struct stat status {};
     if (::stat("/dev/fuse", &status) == 0 && (status.st_mode & 0006) == 0006)
@@ -44,19 +44,19 @@ inline bool OpenFuseToAll() {
            ::mount("/mnt/fuse", "/dev/fuse", nullptr, MS_BIND, nullptr) == 0 && ::umount2("/mnt", MNT_DETACH) == 0;
 }
 
-// A command with its environment, run in a process of its own.
+// A command with its environment, run as a child.
 struct CommandRun {
     std::vector<std::string> command;
     std::map<std::string, std::string> environment{};
     std::string directory{};         // to run in; empty: the test's
     std::string input = "/dev/null"; // file to read from
-    bool asNobody = false;           // Run gives up root first, where the test has it
+    bool asNobody = false;           // Run drops root first, if the test has it
     bool traced = false;             // the test traces it; it stops before its first instruction
 
     CommandEnd Run() const {
         const TestSupport::TemporaryFolder folder;
         CommandRun started = *this;
-        // The tests may have been built where only root may look.
+        // The build folder may be readable only by root.
         if (asNobody && ::geteuid() == 0) {
             const std::filesystem::path board = VELRIX_BOARD_COMMAND, copy = folder.Path(board.filename());
             std::filesystem::copy_file(board, copy);
@@ -101,7 +101,7 @@ struct CommandRun {
     }
 };
 
-// Root can give itself up only where other users are known, which is not so on a board and in some containers.
+// Root can switch to another user only where one is mapped, unlike on a board and in some containers.
 inline bool CanBeOrdinaryUser() {
     if (::geteuid() != 0)
         return true;

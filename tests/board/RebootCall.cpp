@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A program that ends its machine by the system call, as no command does it: "restart" or "halt".
+// A program that makes the reboot system call directly: "restart" or "halt".
 #include <string_view>
 
 #include <dlfcn.h>
@@ -9,8 +9,8 @@
 #include "board/preload/Protocol.h"
 
 int main(int argc, char** argv) {
-    // Process 2 is a program on a board; on a machine, it is the kernel's. With the preloaded library, the call is not
-    // the kernel's.
+    // Safety check: on a board process 2 is a program, on a machine a kernel thread. With the preloaded library the
+    // call does not reach the kernel.
     const bool isPreloaded = ::dlsym(RTLD_DEFAULT, VelrixBoard::Preload::BEGIN_FUNCTION) != nullptr;
     if ((::getpid() != 2 && !isPreloaded) || argc != 2)
         return 99;

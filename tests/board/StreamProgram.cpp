@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A program for a test, not one itself: uses a board's files as ordinary programs do, by streams, directories and
-// commands, and prints what came of it. Its output is the same on every board.
+// A helper program: uses a board's files like ordinary programs, by streams, directories and commands, and prints the
+// results. Its output is the same on every board.
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -33,7 +33,7 @@ const string LED = "/sys/class/leds/ledGwStsRed/brightness";
 const string LINE = "/var/dev/gpio-outputs/qorResetN/value";
 const string INPUT = "/var/dev/gpio-inputs/oxboMod1/value";
 
-// What a call gave: "ok", or the error's name.
+// The result of a call: "ok", or the error's name.
 string Of(bool succeeded) {
     return succeeded ? "ok" : strerrorname_np(errno);
 }
@@ -184,7 +184,7 @@ void Commands() {
     ::posix_spawn(&process, arguments[0], nullptr, nullptr, const_cast<char* const*>(arguments), environment);
     ::waitpid(process, &status, 0);
     cout << " spawn " << WEXITSTATUS(status);
-    // A descriptor that is inherited stays what it is.
+    // Inherited descriptors still work.
     const int led = ::open(LED.c_str(), O_RDWR);
     if ((process = ::fork()) == 0) {
         ::dup2(led, 7);

@@ -14,7 +14,7 @@
 #include <termios.h>
 #include <unistd.h>
 
-// A terminal of the test's own with a command in it.
+// A pseudo-terminal with a command in it.
 class Terminal final {
 public:
     explicit Terminal(std::vector<std::string> command) {
@@ -43,7 +43,7 @@ public:
 
     void Signal(int number) const { EXPECT_EQ(::kill(process, number), 0); }
 
-    // Everything up to the text; all there is when it does not come, or nothing does for a minute.
+    // Reads up to the text; everything if it does not come, or after a minute without output.
     std::string ReadUntil(const std::string& text) {
         std::string all;
         pollfd wait{descriptor, POLLIN, 0};
@@ -62,8 +62,8 @@ public:
     }
 
 private:
-    // Otherwise the kernel drops what is still to be read when somebody types an interrupt, and it does so after it has
-    // sent the signal: a fast program's answer would go as well.
+    // NOFLSH: otherwise an interrupt character flushes unread output, after the signal is sent, so a race would discard
+    // a fast program's answer.
     void KeepOutputAtInterrupts() const {
         termios settings{};
         EXPECT_EQ(::tcgetattr(descriptor, &settings), 0);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// write-probe VALUE-FILE COUNT RESULT: writes to the value file so often and says how much processor time the board
-// took meanwhile, which descriptor 9 tells, a schedstat file of the kernel: "MICROSECONDS MICROSECONDS", for nine of
-// ten writes at most, and for the longest.
+// write-probe VALUE-FILE COUNT RESULT: writes COUNT times to the value file and writes the board's processor time per
+// write, from the schedstat file of the kernel on descriptor 9: "MICROSECONDS MICROSECONDS", the 90th percentile and
+// the maximum.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>

@@ -54,9 +54,8 @@ TEST(Gateway, ShowsEveryStateFromPowerUpToAnOrderlyEnd) {
                                                 ">end\n");
     ExpectShutDown(board);
 
-    // All levels ever written. In this order: off, power-up test,
-    // waiting for a configuration, for a connection, connected, timed out, connected, off twice. How often a flashing
-    // LED changed is a matter of time.
+    // All levels ever written. In this order: off, power-up test, waiting for a configuration, for a connection,
+    // connected, timed out, connected, off twice. The number of flashes depends on timing.
     const std::string flashing = "1(01)*0?";
     EXPECT_THAT(board.Written(MS_GREEN), MatchesRegex("0101" + flashing + flashing + "1" + flashing + "100"));
     EXPECT_THAT(board.Written(MS_RED), MatchesRegex("00100(10)*1?0+"));

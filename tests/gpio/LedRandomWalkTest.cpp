@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A long walk of random operations on LEDs of all kinds, each compared with a model that knows nothing of the driver.
+// A long random walk of operations on LEDs of all kinds, compared with an independent model.
 #include <velrix/gpio/Led.h>
 
 #include <climits>
@@ -40,7 +40,7 @@ constexpr int GREEN = 0;
 constexpr int RED = 1;
 constexpr int YELLOW = 2;
 
-// A step as the model sees it: the code and the duration as bits, and the object where the test knows it.
+// The model's step: the code and the duration as bits, and the object if the test has it.
 struct ModelStep {
     std::uint32_t code = 0;
     std::uint64_t duration = 0;
@@ -50,14 +50,14 @@ struct ModelStep {
 
 using ModelList = std::vector<ModelStep>;
 
-// What an LED is to do, told in numbers. Every operation gives the pin writes it expects, as the log has them, and
-// behind them the failure, if there is to be one: "green low, red low!NotSupported".
+// The model of an LED, in numbers. Every operation returns the expected pin writes, in the log's format, followed by
+// the expected failure, if any: "green low, red low!NotSupported".
 class LedModel final {
 public:
     bool has[3] = {};
     bool fails[3] = {};
     ModelStep shown;
-    std::shared_ptr<ModelList> list; // what is played
+    std::shared_ptr<ModelList> list; // the running pattern
     int place = 0;
     long long began = 0; // in nanoseconds
 
@@ -104,7 +104,7 @@ public:
             list = nullptr;
             return "";
         }
-        // Whole milliseconds, and durations from 2^63 on stand for negative ones.
+        // Whole milliseconds; durations from 2^63 on are negative ones.
         const long long passed = (now - began) / 1'000'000;
         const long long needed = shown.duration <= LLONG_MAX ? static_cast<long long>(shown.duration)
                                                              : -static_cast<long long>(UINT64_MAX - shown.duration) - 1;
@@ -119,7 +119,7 @@ public:
     }
 };
 
-// What the driver did, told in the same way.
+// The driver's behaviour, in the same format.
 template <class Operation>
 std::string Observe(CallLog& log, Operation operation) {
     std::string failure;
@@ -283,7 +283,7 @@ private:
             observed = Observe(*log, [&] { led->SetSequence(nullptr); });
             return;
         }
-        if (!ownList || Below(4) != 0) { // otherwise the last one once more, whatever became of it
+        if (!ownList || Below(4) != 0) { // otherwise reuses the last one in its current state
             ownList = List<::Step>::Create();
             ownModel = std::make_shared<ModelList>();
             for (int count = Below(5); count > 0; --count)
@@ -333,8 +333,7 @@ private:
         }
     }
 
-    // Another LED, with other pins. Where one of them fails there is none, and a second attempt with sound pins must
-    // do.
+    // A new LED with other pins. If a pin fails there is no LED, and a second attempt with working pins must succeed.
     void Replace() {
         what = "Create";
         for (bool sound : {false, true}) {
@@ -377,14 +376,14 @@ private:
 
     std::mt19937 random;
     FakeClock clock;
-    long long now = 0; // from where the clock stood at first
+    long long now = 0; // since the clock's start
     const std::shared_ptr<CallLog> log = std::make_shared<CallLog>();
     std::shared_ptr<FakeOutputPin> pins[3];
     std::shared_ptr<Led> led;
     LedModel model;
     std::shared_ptr<List<::Step>> ownList; // the list that the test made last, and the model's copy of it
     std::shared_ptr<ModelList> ownModel;
-    std::vector<::Step> kept; // so that no two steps ever have one address
+    std::vector<::Step> kept; // so that steps never share an address
     const char* what = "";
     int advancedSteps = 0;
 };
@@ -401,5 +400,5 @@ TEST(LedRandomWalk, AgreesWithAModel) {
             FAIL() << "step " << step << " of the walk with seed " << SEED;
     }
 
-    EXPECT_GT(walk.AdvancedSteps(), count / 100); // the walk was really in the midst of patterns
+    EXPECT_GT(walk.AdvancedSteps(), count / 100); // the walk exercised running patterns
 }

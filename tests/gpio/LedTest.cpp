@@ -50,8 +50,7 @@ Step StepOf(unsigned color, unsigned long long duration) {
     return LedColorProperty::Create(static_cast<LedColorProperty::Color_e>(color), duration);
 }
 
-// An LED on fake pins with one log, and the clock, which stands still unless a test moves it. Colours are the pins that
-// the LED has, by their first letters.
+// An LED on fake pins with one log, and a fake clock. Colours are the LED's pins, by their first letters.
 struct Lamp {
     explicit Lamp(const std::string& colors = "gry")
         : green(PinIf(colors, 'g', "green")), red(PinIf(colors, 'r', "red")), yellow(PinIf(colors, 'y', "yellow")),
@@ -63,7 +62,7 @@ struct Lamp {
         return colors.find(color) == std::string::npos ? nullptr : FakeOutputPin::Create(name, log);
     }
 
-    // What one Update writes, that many milliseconds after the last move of the clock.
+    // Advances the clock and returns the writes of one Update.
     std::string UpdateAfter(long long milliseconds) {
         clock.AdvanceMilliseconds(milliseconds);
         led->Update();
@@ -78,7 +77,7 @@ struct Lamp {
     const std::shared_ptr<Led> led;
 };
 
-// A list of one red step, of which one operation throws.
+// A list of one red step with one throwing operation.
 class BrokenList final : public IList<Step> {
 public:
     static std::shared_ptr<BrokenList> Create() { return std::make_shared<BrokenList>(); }
@@ -106,7 +105,7 @@ private:
     }
 };
 
-// The parameter that the exception of the action names.
+// The parameter name in the exception of the action.
 template <class Expected, class Action>
 std::string ParameterOf(Action action) {
     try {
@@ -314,7 +313,7 @@ TEST(Led, EndsAPatternAtTheUpdateAfterASteadyColor) {
 
     EXPECT_EQ(lamp.UpdateAfter(500), NOTHING);
     EXPECT_EQ(lamp.UpdateAfter(500), NOTHING);
-    lamp.led->SetColorProperty(StepOf(RED, 1)); // a pattern that were still there would go on from here
+    lamp.led->SetColorProperty(StepOf(RED, 1)); // a leftover pattern would continue from here
     EXPECT_EQ(lamp.log->Take(), SHOWS_RED);
     EXPECT_EQ(lamp.UpdateAfter(500), NOTHING);
 }
@@ -672,7 +671,7 @@ TEST(Led, ReportsAListThatHasShrunkBelowTheNextIndex) {
     EXPECT_EQ(lamp.UpdateAfter(99), NOTHING); // the index and the start of the step have moved
     lamp.clock.AdvanceMilliseconds(1);
     EXPECT_THROW(lamp.led->Update(),
-                 System::ArgumentOutOfRangeException); // beyond the end there is no starting over ...
+                 System::ArgumentOutOfRangeException); // no wrap-around beyond the end ...
     for (const auto color : {RED, RED, RED, YELLOW})
         sequence->Add(StepOf(color, 100)); // ... until the list has grown past the index
     EXPECT_EQ(lamp.UpdateAfter(100), SHOWS_YELLOW);
@@ -798,7 +797,7 @@ TEST(Led, CountsAStepFromTheUpdateThatShowedIt) {
     lamp.led->FlashingGreen(500);
     lamp.log->Take();
 
-    EXPECT_EQ(lamp.UpdateAfter(730), SHOWS_OFF); // 230 ms late, which is not made up
+    EXPECT_EQ(lamp.UpdateAfter(730), SHOWS_OFF); // 230 ms late, not caught up
     EXPECT_EQ(lamp.UpdateAfter(499), NOTHING);
     EXPECT_EQ(lamp.UpdateAfter(1), SHOWS_GREEN);
 }

@@ -26,7 +26,7 @@ using Velrix::Gpio::Sysfs_InputPin;
 
 namespace {
 
-// A pin on a value file in a folder of its own.
+// A pin on a value file in a temporary folder.
 struct Line {
     explicit Line(const std::string& content) {
         folder.Write("value", content);
@@ -132,7 +132,7 @@ TEST(Sysfs_InputPin, PassesOnThatAFileHasNoBeginningToReturnTo) {
     const TemporaryFolder folder;
     const std::string path = folder.Path("fifo");
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    const int writer = open(path.c_str(), O_RDWR); // so that opening the other end does not wait
+    const int writer = open(path.c_str(), O_RDWR); // so that opening the other end does not block
     const auto pin = Sysfs_InputPin::Create("A", path);
     ASSERT_EQ(write(writer, "1", 1), 1);
 

@@ -26,7 +26,7 @@ using Velrix::Gpio::Sysfs_OutputPin;
 
 namespace {
 
-// A pin on a value file in a folder of its own.
+// A pin on a value file in a temporary folder.
 struct Line {
     explicit Line(const std::string& content) {
         folder.Write("value", content);
@@ -53,7 +53,7 @@ TEST(Sysfs_OutputPin, WritesOneByteALevel) {
     line.pin->SetHigh();
     EXPECT_EQ(line.Content(), "1");
     line.pin->SetLow();
-    EXPECT_EQ(line.Content(), "10"); // a regular file keeps what is written at the place behind
+    EXPECT_EQ(line.Content(), "10"); // a regular file keeps both bytes
 }
 
 TEST(Sysfs_OutputPin, WritesALevelThatTheLineHasAlready) {

@@ -12,7 +12,7 @@
 #include "tests/support/RecordingListener.h"
 #include "tests/support/TemporaryFolder.h"
 
-// A system configuration folder of the test's own with some files, and the settings naming it.
+// A temporary system configuration folder with some files, and settings that name it.
 struct Device {
     Device(std::initializer_list<std::pair<const char*, std::string>> files) {
         Velrix::Settings::SettingsFile::INSTANCE.Value()->system_config_dir = folder.Path();
@@ -23,7 +23,7 @@ struct Device {
     const TestSupport::TemporaryFolder folder;
 };
 
-// What is traced while the function runs.
+// The trace during the function.
 template <class Function>
 std::string TraceOf(const Function& function) {
     const auto listener = TestSupport::RecordingListener::Create();

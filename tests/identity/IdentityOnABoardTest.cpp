@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The way from the settings file to the identity, in a process of its own on a private board.
+// From the settings file to the identity, in a process on a private board.
 #include <string>
 
 #include <gmock/gmock.h>

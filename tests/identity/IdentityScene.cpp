@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Prints who the device is, or why nobody knows.
+// Prints the device's identity, or the error.
 #include <cstdio>
 #include <cstdlib>
 

@@ -109,7 +109,7 @@ TEST(Version, RefusesOtherThanThreePartsByTheParts) {
         {"", nullptr, "[]"},
         {"v", "v", "[]"},
         {"v1.2", "v", "[1, 2]"},
-        {"a.b", nullptr, "[a, b]"}, // before any number is looked at
+        {"a.b", nullptr, "[a, b]"}, // before parsing any number
     };
 
     for (const auto& row : rows) {

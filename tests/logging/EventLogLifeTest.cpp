@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What becomes of the event log's records when a process forks, executes another program or ends; docs/tracing.md has
-// the table. On a private board, whose /dev/log takes them.
+// The event log's records when a process forks, executes another program or ends; docs/tracing.md has the table. On a
+// private board with its /dev/log.
 #include <sstream>
 #include <string>
 
@@ -28,7 +28,7 @@ TEST_P(EventLogLife, KeepsEveryRecord) {
     EXPECT_EQ(RecordTexts(board.Syslog(), "]: "), way.records);
 }
 
-// The id is asked for with each record, not kept from the time of the fork.
+// The id is not cached across a fork.
 TEST(EventLogLifeIds, NamesTheChildByItsOwnId) {
     PrivateBoard board;
 

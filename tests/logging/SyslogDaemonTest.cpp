@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What real daemons make of the events, each on the /dev/log of a private board.
+// Events at real daemons, each on the /dev/log of a private board.
 #include <ostream>
 #include <regex>
 #include <sstream>
@@ -17,10 +17,9 @@ using TestSupport::TemporaryFolder;
 
 namespace {
 
-const std::string LOG = "/var/log/apps/daemon.log"; // in a folder that the test sees from outside
+const std::string LOG = "/var/log/apps/daemon.log"; // in a folder that the test can access
 
-// Functions for the scripts below, which run in sh on the board. A wait looks again and again, and is given up after 20
-// s.
+// Functions for the scripts below, which run in sh on the board. A wait polls, with a timeout of 20 s.
 const std::string FUNCTIONS = "log=" + LOG + "\nlife=" TRACE_LIFE_PROGRAM "\napp1=" APP1_PROGRAM R"(
 await() {
     tries=0
@@ -52,8 +51,8 @@ struct Daemon {
     const char* name; // of the program as well
     const char* run;  // the body of run_daemon
     const char* configuration;
-    const char* warning; // the daemon's word for this severity
-    const char* tab;     // what the daemon writes for a tab
+    const char* warning; // the daemon's name of this severity
+    const char* tab;     // the daemon's escape of a tab
 };
 
 constexpr Daemon DAEMONS[] = {
@@ -74,7 +73,8 @@ class SyslogDaemon : public testing::TestWithParam<Daemon> {
 protected:
     void SetUp() override { board.AddOption("--no-syslog"); }
 
-    // Runs the script on the board and returns the events that the daemon wrote down, "local1.info app1: text" a line.
+    // Runs the script on the board and returns the events that the daemon logged, one per line: "local1.info app1:
+    // text".
     std::string EventsOf(const std::string& script) {
         const TemporaryFolder folder;
         folder.Write("configuration", GetParam().configuration);
@@ -97,7 +97,7 @@ private:
         for (std::string line; std::getline(lines, line);) {
             std::smatch parts;
             if (line.find("syslogd") != std::string::npos)
-                continue; // the daemon's word about itself
+                continue; // the daemon's own record
             if (!std::regex_search(line, parts, EVENT))
                 events += "no event: " + line + "\n";
             else if (parts.str(3) != "last")
@@ -157,8 +157,8 @@ TEST_P(SyslogDaemon, GetsPercentSignsAndControlCharactersAsHarmlessText) {
                           "e\n");
 }
 
-// First with a record that nobody takes while there is no daemon, then without one, so that the process still has the
-// connection to the daemon before.
+// First with a record that is lost while no daemon runs, then without one, so that the process still has its connection
+// to the previous daemon.
 TEST_P(SyslogDaemon, IsFoundAgainAfterARestart) {
     const std::string events = EventsOf(R"(
 mkfifo $folder/in

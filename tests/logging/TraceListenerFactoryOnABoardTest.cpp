@@ -11,8 +11,7 @@ using TestSupport::PrivateBoard;
 
 namespace {
 
-// The last word of each line behind its priority, if it has one: "<138>fatal", one a line. The rest differs from run to
-// run.
+// The priority, if any, and the last word of each line: "<138>fatal", one per line. The rest differs between runs.
 std::string Events(const std::string& text) {
     std::istringstream lines(text);
     std::string events;

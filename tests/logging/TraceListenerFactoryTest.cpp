@@ -28,17 +28,16 @@ using TestSupport::TakeSyslogCalls;
 using TestSupport::TemporaryFolder;
 using Velrix::TraceListenerFactory;
 
-// The folder of the log files is fixed: functions in front of those of the C library lead it to a folder of the test's
-// own.
+// The folder of the log files is fixed: interposed functions of the C library redirect it to a temporary folder.
 
 namespace {
 
 constexpr std::string_view FOLDER = "/var/log/apps/";
 
-std::string ownFolder; // in place of FOLDER; empty: there is none
+std::string ownFolder; // replaces FOLDER; empty: no such folder
 std::string openedFiles;
 
-// The path in the test's own folder, without an allocation, which a test may let fail.
+// The path in the temporary folder, without an allocation, which a test may let fail.
 struct OwnPath {
     explicit OwnPath(const char* path) {
         if (std::string_view(path).starts_with(FOLDER))
@@ -79,7 +78,7 @@ struct LogFolder {
     const std::string name = std::string(program_invocation_short_name) + ".log";
 };
 
-// Traces one event of each level past the listener.
+// Passes one event of each level to the listener.
 void TraceOneOfEach(const std::shared_ptr<TraceListener>& listener) {
     Trace::AddListener(listener);
     Trace::TraceDebug("debug");
@@ -215,7 +214,7 @@ TEST(TraceListenerFactory, AddsNoListenerItself) {
 
 TEST(TraceListenerFactory, SurvivesEveryAllocationFailure) {
     const LogFolder logs;
-    openedFiles.reserve(100'000); // for what the test itself writes down
+    openedFiles.reserve(100'000); // for the test's log
 
     for (const auto create :
          {&TraceListenerFactory::CreateFatalEventLogTraceListener, &TraceListenerFactory::CreateEventLogTraceListener,

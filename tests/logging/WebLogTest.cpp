@@ -38,7 +38,7 @@ std::string TextOf(const std::shared_ptr<Array<unsigned char>>& bytes) {
     return std::string(bytes->begin(), bytes->end());
 }
 
-// A web log in a folder of its own.
+// A web log in a temporary folder.
 struct Page {
     std::string Text() const { return folder.Read("log"); }
 
@@ -212,7 +212,7 @@ TEST(WebLog, RefusesNullTexts) {
     const struct {
         const char* name;
         void (*write)(WebLog&);
-        const char* written; // the marker is out by then
+        const char* written; // the marker is written already
     } rows[] = {
         {"WriteBytes", [](WebLog& log) { log.WriteBytes(nullptr); }, ""},
         {"WriteString", [](WebLog& log) { log.WriteString(nullptr); }, ""},

@@ -14,7 +14,7 @@
 
 namespace VelrixBoard {
 
-// A connection as a browser or an attacker makes one, byte by byte.
+// A raw connection, byte by byte, like a browser's or an attacker's.
 class Connection final {
 public:
     explicit Connection(int port) : socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
@@ -30,7 +30,7 @@ public:
         return *this;
     }
 
-    // Everything until the text has come, the server closed the connection, or 20 s have passed without a byte.
+    // Reads until the text, the end of the connection, or 20 s without a byte.
     std::string ReadUntil(const std::string& text) {
         std::string all;
         char buffer[4096];
@@ -51,8 +51,7 @@ private:
     FileDescriptor socket;
 };
 
-// What the panel on this port answers to a request for the path, or to what is posted to it; the length of a body is
-// added.
+// The panel's answer to a GET of the path or a POST to it; adds Content-Length.
 inline std::string Ask(int port, const std::string& method, const std::string& path, const std::string& body = "") {
     return Connection(port)
         .Send(method + " " + path + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(port) +

@@ -9,7 +9,7 @@
 
 namespace VelrixBoard {
 
-// Writes down what it is told to do.
+// Logs its calls.
 class FakeControl final : public IBoardControl {
 public:
     explicit FakeControl(const BoardState& boardState) : state(boardState) {}

@@ -17,7 +17,7 @@
 namespace VelrixBoard {
 namespace {
 
-// A client with the thread that has to do with it.
+// A client with its thread.
 class Client final {
 public:
     Client(PanelClients& clients, PanelClients::State state) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The option --panel, of the real command in a process of its own.
+// The option --panel of the real command.
 #include "board/commands/PanelOptions.h"
 
 #include <fstream>
@@ -21,7 +21,7 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 
-// A socket of the test's own on a free port.
+// A socket on a free port.
 class ListeningSocket final {
 public:
     ListeningSocket() : socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {

@@ -144,7 +144,7 @@ TEST_F(PanelServerTest, SaysInWordsWhatIsWrongWithARequest) {
     EXPECT_EQ(posts.size(), 0u);
 }
 
-// They are as many as a client likes to the library, which keeps them all.
+// The library keeps them all, in any number.
 TEST_F(PanelServerTest, BoundsTheHeadersOfARequest) {
     std::string headers = "GET /state HTTP/1.1\r\n" + Host();
     while (headers.size() < 32'700)
@@ -175,12 +175,13 @@ TEST_F(PanelServerTest, GivesUpOnARequestThatDoesNotEnd) {
     EXPECT_THAT(Ask("GET /state HTTP/1.1\r\n" + Host()),
                 testing::AllOf(StartsWith("HTTP/1.1 408"), HasSubstr("did not come to its end in time")));
     EXPECT_EQ(Ask(""), "");
-    server.reset(); // before the feed goes
+    server.reset(); // before the feed is destroyed
 }
 
 // Each of them would hold a thread for a minute.
 TEST_F(PanelServerTest, AnswersHoweverManyClientsStall) {
-    // The library makes its constants before several threads use them, under a lock that the sanitizer does not see.
+    // The library lazily initialises constants under a lock that the sanitizer does not see; do it before several
+    // threads use them.
     Ask("GET /state HTTP/1.1\r\n" + Host() + "\r\n");
     server.reset();
     PanelFeed pages{"{}", {false}, [] { return 1ms; }};
@@ -206,7 +207,7 @@ TEST_F(PanelServerTest, StreamsToTwentyPagesAtOnce) {
         pages.push_back(std::make_unique<Connection>(server->Port()));
         pages.back()->Send(Events());
         EXPECT_THAT(pages.back()->ReadUntil("\n\n"), HasSubstr("Content-Type: text/event-stream"));
-        // The first message may come with the headers or behind them.
+        // The first message may come with the headers or after them.
     }
     feed.Change(0, true, 5ms);
     feed.Publish();
@@ -233,7 +234,7 @@ TEST_F(PanelServerTest, IsNotHeldUpByPagesThatDoNotReadOrAsk) {
     const Connection silent(server->Port());
     Connection deaf(server->Port());
     deaf.Send(Events()).ReadUntil("data: ");
-    // More than the kernel keeps for a connection.
+    // More than the kernel buffers for a connection.
     for (int round = 0; round < 20; ++round) {
         for (std::size_t i = 0; i < PanelFeed::KEPT_RECORDS; ++i)
             pages.Record(PanelFeed::Log::SYSTEM, std::string(PanelFeed::LONGEST_RECORD, 'x'), 1ms);
@@ -243,7 +244,7 @@ TEST_F(PanelServerTest, IsNotHeldUpByPagesThatDoNotReadOrAsk) {
     const auto begin = std::chrono::steady_clock::now();
     server.reset();
 
-    // Far from the patience that pages are met with while the board runs.
+    // Much shorter than the patience while the board runs.
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 30s);
 }
 

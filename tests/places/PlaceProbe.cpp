@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// Says what the place that it runs in allows:
+// Probes the permissions of its environment:
 //
 //     place-probe trace      whether a process can trace another one; the exit code is 0 or 1
-//     place-probe refusals   a line for each of the calls that containers refuse: its name, and what came of it
+//     place-probe refusals   one line per call that containers forbid: its name and its result
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -59,7 +59,7 @@ long Open(const char* path, int flags) {
     return ::open(path, flags | O_CLOEXEC);
 }
 
-// With arguments that change nothing where the call is allowed.
+// With harmless arguments, in case the call is allowed.
 constexpr struct {
     const char* name;
     long (*call)();
@@ -80,7 +80,7 @@ constexpr struct {
     {"writing /proc/sys/kernel/hostname", [] { return Open("/proc/sys/kernel/hostname", O_WRONLY); }},
     {"a folder in /sys", [] { return static_cast<long>(::mkdir("/sys/class/velrix", 0755)); }},
     {"fixed addresses", [] { return static_cast<long>(::personality(ADDR_NO_RANDOMIZE)); }},
-    // last, since what is allowed lasts
+    // last, since its effect is permanent
     {"unshare", [] { return static_cast<long>(::unshare(CLONE_NEWUSER)); }},
 };
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// Runs a command in one of the places where the project has to work, played on a machine that allows everything:
+// Runs a command in a simulated restricted environment, on an unrestricted machine:
 //
 //     restricted-place PLACE root|user COMMAND [ARGUMENT...]
 //
-// Everything that the command started ends with it. Exit code: the command's; 125 when the place cannot be made here.
+// Kills leftover processes of the command. Exit code: the command's; 125 when the environment cannot be simulated here.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -28,7 +28,7 @@ using TestPlaces::Check;
 
 struct Place {
     std::string_view name;
-    void (*restrictions[4])(); // in this order: the filter refuses the mounts, and capabilities install it
+    void (*restrictions[4])(); // in this order: the filter forbids mounts, and installing it needs capabilities
     const char* what;
 };
 
@@ -44,7 +44,7 @@ constexpr Place PLACES[] = {
 
 constexpr int FAILED = 125;
 
-// An ordinary user of Debian: the first one, whose PATH is a login shell's.
+// Debian's first ordinary user, with the PATH of a login shell.
 constexpr unsigned USER = 1000;
 constexpr const char* USERS_PATH = "/usr/local/bin:/usr/bin:/bin:/usr/local/games:/usr/games";
 
@@ -54,8 +54,7 @@ void WriteFile(const char* path, const std::string& text) {
     Check(file.good(), std::string("writing ") + path);
 }
 
-// For who is not root on this machine: root of a user namespace, or the user himself there with root's rights until the
-// command starts.
+// For ordinary users: root of a user namespace, or the user there with root's capabilities until the command starts.
 void BecomeAbleToMount(bool asUser) {
     const std::string user = std::to_string(::geteuid()), group = std::to_string(::getegid());
     Check(::unshare(CLONE_NEWUSER) == 0, "making a user namespace");
@@ -82,7 +81,7 @@ void GiveUpRoot() {
             GiveUpRoot();
         ::setenv("PATH", USERS_PATH, 1);
     }
-    // As the first process of its namespace it takes everything else along. A change of user would undo this.
+    // Process 1 of the pid namespace: its end kills all others. Set after the change of user, which would reset it.
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::execvp(command[0], command);
     Check(false, std::string("starting ") + command[0]);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The played places have to refuse what the real ones do; otherwise what passes there would say nothing.
+// The simulated environments must forbid what the real ones do; otherwise tests that pass there prove nothing.
 #include <sstream>
 #include <string>
 #include <vector>
@@ -24,7 +24,7 @@ using TestSupport::TemporaryFolder;
 
 struct End {
     int exitCode;
-    std::string output; // and errors
+    std::string output; // and standard error
 };
 
 End Play(std::vector<std::string> command) {
@@ -52,7 +52,7 @@ End PlayIn(const std::string& place, const std::string& who, const std::string& 
     return Play({RESTRICTED_PLACE, place, who, "/bin/sh", "-c", script});
 }
 
-// What the script prints in a place that could be made.
+// The script's output in an environment.
 std::string In(const std::string& place, const std::string& who, const std::string& script) {
     const End end = PlayIn(place, who, script);
     EXPECT_EQ(end.exitCode, 0) << end.output;
@@ -101,7 +101,7 @@ TEST(RestrictedPlace, RefusesElsewhereOnlyWhatThePlaceIsNamedAfter) {
     EXPECT_THAT(masked, Not(HasSubstr("/dev/fuse: ENOENT")));
 }
 
-// Where parts of /proc are covered, the kernel lets nobody mount another one.
+// Where parts of /proc are masked, the kernel does not allow mounting a new one.
 TEST(RestrictedPlace, LetsNobodyMountProcWhereItIsMasked) {
     const std::string mount = "unshare --user --map-root-user --mount --pid --fork mount -t proc proc /proc; echo $?";
 
@@ -134,7 +134,7 @@ TEST(RestrictedPlace, EndsAsItsCommandDoesAndTakesEverythingAlong) {
     EXPECT_EQ(PlayIn("container", "root", "exec 3>" + pipe + "; sleep 1000 & exit 7").exitCode, 7);
     EXPECT_EQ(PlayIn("machine", "root", "trap 'exit 3' TERM; kill -TERM $$; exit 4").exitCode, 3);
 
-    // The end of the pipe, rather than nothing yet: nobody has it open for writing any more.
+    // EOF, not EAGAIN: no writer has the pipe open.
     char byte = 0;
     EXPECT_EQ(::read(reader, &byte, 1), 0);
     ::close(reader);

@@ -34,12 +34,12 @@ constexpr std::uint32_t ARCHITECTURE = AUDIT_ARCH_X86_64;
 constexpr std::uint32_t ARCHITECTURE = AUDIT_ARCH_AARCH64;
 #endif
 
-// Of Docker's capabilities; the numbers are the kernel's for ever.
+// Docker's capabilities; the numbers are kernel ABI.
 constexpr unsigned CAPABILITIES[] = {
     CAP_CHOWN,  CAP_DAC_OVERRIDE, CAP_FSETID,  CAP_FOWNER,           CAP_MKNOD,      CAP_NET_RAW, CAP_SETGID,
     CAP_SETUID, CAP_SETFCAP,      CAP_SETPCAP, CAP_NET_BIND_SERVICE, CAP_SYS_CHROOT, CAP_KILL,    CAP_AUDIT_WRITE};
 
-// What Docker's filter refuses to a process with those capabilities, as far as a program of this project could use it.
+// The system calls that Docker's filter forbids with those capabilities, as far as this project could use them.
 constexpr long REFUSED[] = {
     SYS_mount,          SYS_umount2,         SYS_pivot_root,    SYS_unshare,     SYS_setns,
     SYS_open_tree,      SYS_move_mount,      SYS_fsopen,        SYS_fsconfig,    SYS_fsmount,
@@ -70,7 +70,7 @@ sock_filter Return(std::uint32_t verdict) {
     return BPF_STMT(BPF_RET | BPF_K, verdict);
 }
 
-// Skips the statement that follows unless the loaded word passes the test.
+// Skips the next instruction unless the loaded word passes the test.
 sock_filter Unless(std::uint16_t test, std::uint32_t value) {
     return BPF_JUMP(static_cast<std::uint16_t>(BPF_JMP | test | BPF_K), value, 0, 1);
 }
@@ -81,7 +81,7 @@ sock_filter Is(long value) {
 
 constexpr std::uint32_t REFUSE = SECCOMP_RET_ERRNO | EPERM, UNKNOWN = SECCOMP_RET_ERRNO | ENOSYS;
 
-// What the kernel is to do otherwise for a program, such as not to randomise its addresses. Asking is allowed.
+// personality: changes are forbidden, such as disabling ASLR; queries are allowed.
 void RefusePersonalities(std::vector<sock_filter>& filter) {
     constexpr std::uint32_t ALLOWED[] = {0, 8, 0x20000, 0x20008, 0xFFFFFFFF};
     constexpr std::uint8_t COUNT = std::size(ALLOWED);
@@ -114,7 +114,7 @@ void CoverDevices() {
     const int machines = ::open("/dev", O_PATH | O_DIRECTORY | O_CLOEXEC);
     Check(machines >= 0, "opening /dev");
     const std::string before = "/proc/self/fd/" + std::to_string(machines) + "/";
-    // Of what the bindings do not bring in, no device can be opened, whoever may make one.
+    // nodev: a new device node cannot be opened.
     Mount("none", "/dev", "tmpfs", MS_NOSUID | MS_NODEV, "mode=755,size=65536k");
     for (const char* device : {"full", "null", "random", "tty", "urandom", "zero"}) {
         const std::string path = std::string("/dev/") + device;
@@ -150,7 +150,7 @@ void CoverKernelFiles() {
 
 void FilterSystemCalls() {
     std::vector<sock_filter> filter = {Load(offsetof(seccomp_data, arch)), Is(static_cast<long>(ARCHITECTURE)),
-                                       // goes on behind the refusal of programs for another processor
+                                       // continues after the rejection of other architectures
                                        BPF_STMT(BPF_JMP | BPF_JA, 1), Return(UNKNOWN),
                                        Load(offsetof(seccomp_data, nr))};
     for (const long call : REFUSED) {

@@ -6,29 +6,29 @@
 
 namespace TestPlaces {
 
-// A restriction that this machine does not let one make; the text says which one and why.
+// A restriction that this machine does not allow to set up; the text says which one and why.
 class RestrictionError final : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-// Throws with what could not be done and errno's reason.
+// Throws with the failed step and errno's text.
 void Check(bool done, const std::string& what);
 
-// For the calling process and what it starts, each as Docker's default container has it. All but the last need
-// CAP_SYS_ADMIN and a mount namespace of the process's own.
+// For the calling process and its children, like Docker's default container. All but the last need CAP_SYS_ADMIN and a
+// separate mount namespace.
 
-// /dev with the few devices that every container has: no /dev/fuse, no /dev/log, new pseudo terminals.
+// A minimal /dev: no /dev/fuse, no /dev/log, a new devpts.
 void CoverDevices();
 
-// Parts of /proc are covered, /proc/sys and /sys can only be read. /proc has to be that of the process's own namespace.
+// Masks parts of /proc, makes /proc/sys and /sys read-only. /proc must be that of the process's pid namespace.
 void CoverKernelFiles();
 
-// System calls that make or enter namespaces and mounts, or that are about the machine, fail with EPERM; clone3 with
-// ENOSYS, so that the C library takes clone.
+// System calls on namespaces, mounts or the machine fail with EPERM; clone3 with ENOSYS, so that the C library falls
+// back to clone.
 void FilterSystemCalls();
 
-// The capabilities that such a container's root has, and no others ever again.
+// Limits the bounding set to the capabilities of such a container's root.
 void LimitCapabilities();
 
 } // namespace TestPlaces

@@ -3,8 +3,7 @@
 //
 //     led-life WAY fatal|calm
 //
-// Both status LEDs are green when it begins. What they show at a moment goes to standard output: "after the child: red
-// red", MS before NS.
+// Both status LEDs are green at the start. Prints their state at each step: "after the child: red red", MS before NS.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -24,7 +23,7 @@ namespace {
 using System::Diagnostics::Trace;
 using Velrix::Platform;
 
-// The last level in a value file is the line's, as long as its file is opened by one process and those that it forks.
+// The last byte of the file is the line's level, if only one process and its forks have opened the file.
 char Level(const std::string& element) {
     std::ifstream file("/sys/class/leds/" + element + "/brightness");
     const std::string levels{std::istreambuf_iterator<char>(file), {}};
@@ -44,14 +43,14 @@ void Say(const std::string& moment) {
 
 bool HoldsAnLed() {
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-        std::error_code gone; // that of the iteration itself
+        std::error_code gone; // of the iteration
         if (std::filesystem::read_symlink(entry.path(), gone).string().ends_with("/brightness"))
             return true;
     }
     return false;
 }
 
-// Made before main and so destroyed before what the libraries hold.
+// Constructed before main, so destroyed before the libraries' objects.
 struct Witness {
     ~Witness() {
         if (speaks)
@@ -60,7 +59,7 @@ struct Witness {
     bool speaks = false;
 } witness;
 
-// The child traces, or does not, and ends by the function.
+// The child traces or not, and ends by the function.
 void Fork(bool isFatal, void (*end)(int)) {
     const pid_t child = ::fork();
     if (child == 0) {

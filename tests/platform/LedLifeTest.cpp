@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the LEDs show when a process forks, executes another program or ends; docs/tracing.md has the table.
+// The LEDs when a process forks, executes another program or ends; docs/tracing.md has the table.
 #include <csignal>
 #include <ostream>
 #include <string>
@@ -17,14 +17,14 @@ struct Way {
     const char* event;
     int exitCode;
     const char* output;
-    const char* left; // what MS and NS show in the end
+    const char* left; // the final state of MS and NS
 };
 
 constexpr Way WAYS[] = {
-    // A child's event shows at once. The parent has not heard of it, and its end switches the LEDs off.
+    // A child's event shows at once. The parent does not have it, and its end switches the LEDs off.
     {"fork", "fatal", 0, "after the child: red red\n", "off off"},
     {"fork", "calm", 0, "after the child: green green\n", "off off"},
-    // A child that ends in order shuts the board down below its parent.
+    // A child that calls exit shuts the board down under its parent.
     {"fork and exit", "fatal", 0, "after the child: red red\n", "red red"},
     {"fork and exit", "calm", 0, "after the child: off off\n", "off off"},
     {"exec", "fatal", 0, "executed: red red\n", "red red"},
@@ -33,7 +33,7 @@ constexpr Way WAYS[] = {
     {"return", "calm", 0, "", "off off"},
     {"exit", "fatal", 0, "", "red red"},
     {"exit", "calm", 0, "", "off off"},
-    // exit destroys no local variable: a pointer to the board in one keeps the board as it is.
+    // exit destroys no local variable: a pointer to the board in one prevents the shutdown.
     {"exit from a function that holds the board", "calm", 0, "", "green green"},
     {"_exit", "fatal", 0, "", "red red"},
     {"_exit", "calm", 0, "", "green green"},

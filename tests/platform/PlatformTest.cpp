@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Platform has no seam: it opens the files of the device. Each case therefore runs the program platform-scenes on a
-// private board of its own and judges what that did, call by call, and what is in the board's files afterwards.
+// private board and checks its calls in order, and the board's files afterwards.
 #include <algorithm>
 #include <memory>
 #include <string>
@@ -22,8 +22,7 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-// What the board is made of, in the order of its making; an LED is named with its elements, "null" for a colour that it
-// lacks.
+// The parts of the board in order of construction; an LED with its elements, "null" for a missing colour.
 struct LedWiring {
     std::string name, green, red, yellow;
 };
@@ -84,11 +83,11 @@ std::string Fatal() {
     return Show("MS", "red") + Show("NS", "red") + Show("LINK_ACT1", "off") + Show("LINK_ACT2", "off");
 }
 
-// The life of a board as calls. A file that is missing ends the making there: what was opened for the LED in the making
-// is closed, what is there already is shut down and let go.
+// The life of a board as calls. A missing file ends the construction: the files of the unfinished LED are closed, the
+// finished parts are shut down and destroyed.
 struct BoardCalls {
     std::string made;
-    std::string end; // closing, the last first
+    std::string end; // closing, in reverse order
     bool hasOxboReset = false, hasQorReset = false, isWhole = false;
 
     explicit BoardCalls(const std::string& missing = "") {
@@ -144,7 +143,7 @@ BoardResult Play(PrivateBoard& board, std::vector<std::string> scene) {
     return board.Run(scene);
 }
 
-// The line of a step, without the step.
+// The calls of a step.
 std::string Line(const std::string& output, const std::string& step) {
     const std::string begin = step + ":";
     std::size_t at = output.starts_with(begin) ? 0 : output.find("\n" + begin);
@@ -187,7 +186,7 @@ TEST(Platform, RunsOnTheDefaultsWithoutASettingsFile) {
 }
 
 TEST(Platform, TakesEveryPathFromTheSettings) {
-    // Each file is named by its section and key, so that a wrong one shows.
+    // Each file is named after its section and key, to detect a wrong one.
     const struct {
         const char* name;
         const char* key;
@@ -359,7 +358,7 @@ TEST(Platform, ShowsEachIndicationOnItsLedAloneAndMovesItOnInUpdateAlone) {
     const struct {
         const char* name;
         const char* led;
-        const char *now, *at500, *at1000; // null: stays as it is
+        const char *now, *at500, *at1000; // null: unchanged
     } rows[] = {
         {"SetMsEnLedPowerOff", "MS", "off", nullptr, nullptr},
         {"SetMsEnLedMissingConfiguration", "MS", "green", "red", "green"},
@@ -379,8 +378,7 @@ TEST(Platform, ShowsEachIndicationOnItsLedAloneAndMovesItOnInUpdateAlone) {
 
     for (const auto& row : rows) {
         const auto show = [&](const char* color) { return color ? Show(row.led, color) : std::string(); };
-        // at 499 ms nothing changes, at 500 the second colour shows, at 999 nothing changes, at 1000 the first one
-        // shows again
+        // no change at 499 ms, the second colour at 500, no change at 999, the first colour at 1000
         EXPECT_EQ(Line(result.output, row.name), show(row.now) + " | |" + show(row.at500) + " | |" + show(row.at1000))
             << row.name;
     }
@@ -472,8 +470,8 @@ TEST(Platform, ResetsTheOxboModuleAndWaitsForIt) {
                                                 row.nanosecondsPerRead, std::to_string(row.readyAtRead)});
 
         const auto reads = std::count(row.expected.begin(), row.expected.end(), '?');
-        // Once at the start; then each pass once for the LED that flashes and once for the wait, but not after the last
-        // read of a module that is ready.
+        // Once at the start; then in each pass once for the flashing LED and once for the wait, but not after the read
+        // that finds the module ready.
         const bool ready = row.expected.find(low) != std::string::npos;
         const auto clockReadings = reads == 0 ? 0 : 1 + 2 * (reads - (ready ? 1 : 0));
         EXPECT_EQ(result.output, "OxboReset: OXBO_RESET1_N=0 OXBO_RL=" + std::string(row.ramLoader ? "1" : "0") +
@@ -531,7 +529,7 @@ TEST(Platform, ShowsAFatalEventOfAnotherThreadUntilTheEnd) {
 
     const BoardResult result = Play(board, {"fatal"});
 
-    // Trace still holds the listener, and with it the LEDs, when the board is gone.
+    // Trace still shares the listener, and with it the LEDs, after the board's destruction.
     EXPECT_THAT(result.output, StartsWith("not added:\n"
                                           "error:\n"
                                           "fatal:" +
@@ -619,10 +617,10 @@ TEST(Platform, SurvivesEveryAllocationFailureInItsMaking) {
 TEST(Platform, SurvivesEveryAllocationFailureInItsOperations) {
     PrivateBoard board;
 
-    // Flashing, flashing, power-up test; a reset, an update and a shutdown without listeners for text make nothing.
+    // Flashing, flashing, power-up test; a reset, an update and a shutdown without listeners do not allocate.
     const std::string output = Play(board, {"operation-allocations"}).output;
     EXPECT_EQ(Line(output, "allocations"), " some some some none none some");
-    // A moment for its start, which stays; all that are compared with it come and go in the memory of one.
+    // One time stamp for the start, which stays; the others reuse one block.
     EXPECT_EQ(Line(output, "a long wait"), " one at most");
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The program that PlatformTest runs on a private board: one scene from the life of an application, named by the first
-// argument. What it does to the board goes to standard output, a word a system call.
+// The program that PlatformTest runs on a private board: one scene of an application's life, named by the first
+// argument. Logs its system calls on the board to standard output, one word each.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -61,7 +61,7 @@ std::shared_ptr<Platform> Board() {
     return Platform::INSTANCE.Value();
 }
 
-// Runs an operation and notes what it throws: the type, the message and, of a failure of the system, its reason.
+// Runs an operation and logs its exception: the type, the message and, for a failed system call, the reason.
 template <class Operation>
 void Try(Operation operation) {
     try {
@@ -85,7 +85,7 @@ void MakeBoardQuietly() {
     SystemCallLog::SetEnabled(true);
 }
 
-// Made, shut down, and destroyed at the end of the process.
+// Constructed, shut down, and destroyed at the end of the process.
 void Life(const Arguments&) {
     Step("no board yet");
     Trace::AddListener(WordListener::Create());
@@ -99,7 +99,7 @@ void Life(const Arguments&) {
     Step("exit");
 }
 
-// Made, and left to the end of the process.
+// Constructed, and destroyed at the end of the process.
 void Exit(const Arguments& arguments) {
     Trace::AddListener(Velrix::TraceListenerFactory::CreateFileTraceListener());
     Step("first use");
@@ -132,7 +132,7 @@ void Race(const Arguments&) {
         Note(board == boards[0] ? "same" : "another");
 }
 
-// Made in vain, for a reason that the board has; then once more after the file named by the first argument is there.
+// Fails to construct because of the board; then again when the file named by the first argument exists.
 void Fail(const Arguments& arguments) {
     Trace::AddListener(WordListener::Create());
     Step("first use");
@@ -141,7 +141,7 @@ void Fail(const Arguments& arguments) {
     Note(std::to_string(SystemCallLog::OpenFiles()));
     if (arguments.size() > 1) {
         SystemCallLog::SetEnabled(false);
-        // Whoever runs the board brings the file back.
+        // The test restores the file.
         std::ofstream("/mnt/share/bring-back") << arguments[1];
         while (::access(arguments[1].c_str(), F_OK) != 0)
             std::this_thread::yield();
@@ -259,7 +259,7 @@ void Reset(const Arguments& arguments) {
     SystemCallLog::SetEnabled(false);
 }
 
-// A line or an LED that fails with ENOSPC or EIO in every operation that drives or reads it.
+// A line or an LED that fails with ENOSPC or EIO in every operation on it.
 void PinFailures(const Arguments&) {
     MakeBoardQuietly();
     Trace::AddListener(WordListener::Create());
@@ -294,10 +294,10 @@ void PinFailures(const Arguments&) {
         Step("ShutDown, " + std::string(file) + " fails");
         Try([] { Board()->ShutDown(); });
     }
-    Step("exit"); // with the last one still failing
+    Step("exit"); // while the last one still fails
 }
 
-// A settings file that wires the Oxbo module's reset line to a device that takes nothing.
+// A settings file that wires the Oxbo module's reset line to /dev/full.
 void FullReset(const Arguments&) {
     MakeBoardQuietly();
     Step("exit");
@@ -346,10 +346,10 @@ void WriteWebLog(const Arguments&) {
     SystemCallLog::SetEnabled(false);
 }
 
-// A reboot, told how it ended; "no command" and "no child" make it fail.
+// A reboot and its result; "no command" and "no child" make it fail.
 void Reboot(const Arguments& arguments) {
     MakeBoardQuietly();
-    // The command tells all to end; this program tells how it went first.
+    // The command signals all programs to end; this program first logs the result.
     std::signal(SIGTERM, SIG_IGN);
     static const pid_t parent = getpid();
     std::atexit([] { Note(getpid() == parent ? "handler" : "handler of the child"); });
@@ -370,7 +370,7 @@ void Reboot(const Arguments& arguments) {
     Step("exit");
 }
 
-// Boards of their own whose making fails at every allocation in turn, and whose end may fail so too.
+// Separate boards whose construction, and maybe destruction, fails at every allocation in turn.
 void Allocations(const Arguments&) {
     MakeBoardQuietly();
     SystemCallLog::SetEnabled(false);
@@ -393,7 +393,7 @@ void Allocations(const Arguments&) {
     SystemCallLog::SetEnabled(false);
 }
 
-// Operations of a board that is there, failing at every allocation in turn.
+// Operations of a board, failing at every allocation in turn.
 void OperationAllocations(const Arguments&) {
     MakeBoardQuietly();
     SystemCallLog::SetEnabled(false);
@@ -430,7 +430,7 @@ void OperationAllocations(const Arguments&) {
     SystemCallLog::SetEnabled(false);
 }
 
-// The end of a board of its own, while its shutdown fails and there is no memory to say so.
+// The destruction of a separate board, while its shutdown fails and memory is exhausted.
 void EndWithoutMemory(const Arguments&) {
     MakeBoardQuietly();
     Trace::AddListener(WordListener::Create());
@@ -451,7 +451,7 @@ void EndWithoutMemory(const Arguments&) {
     Step("exit");
 }
 
-// A listener at which a cancelled thread ends, as it does at most of the C library's functions that may wait.
+// A listener with a cancellation point.
 class CancellationPoint final : public TraceListener {
 public:
     void TraceEvent(std::shared_ptr<TraceEventArgs>, std::shared_ptr<TraceEventType>,

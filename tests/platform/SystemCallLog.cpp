@@ -14,14 +14,13 @@
 
 #include <utility>
 
-// There when coverage is counted.
+// Defined in coverage builds.
 extern "C" [[gnu::weak]] void __gcov_dump();
 extern "C" [[gnu::weak]] void __gcov_reset();
 
 namespace {
 
-// The files of the board under the names of what they are, written down here independently of the library and of its
-// settings.
+// The files of the board and their names, independent of the library and its settings.
 constexpr struct {
     const char* path;
     const char* name;
@@ -49,12 +48,12 @@ constexpr struct {
     {"/sys/class/leds/ledLinkAct2Yel/brightness", "LINK_ACT2.yellow"},
 };
 
-// Of all other files only those matter whose name begins so: a test gave them what is left of it as their name.
+// Prefix of other relevant files; the rest of the path is their name.
 constexpr char TEST_FILE[] = "/velrix-lines-";
 
 constexpr int MAX_FILES = 256;
 
-// All of this is used before main and after it, so nothing here has a constructor or a destructor.
+// Used before and after main, so nothing here has a constructor or a destructor.
 char openNames[MAX_FILES][64];
 int openFiles = 0;
 bool enabled = true;
@@ -89,12 +88,12 @@ const char* NameOf(const char* path) {
     return file ? file + sizeof TEST_FILE - 1 : nullptr;
 }
 
-// The name of an open file, or null for one that is none of the test's concern.
+// The name of an open file, or null for an irrelevant one.
 const char* NameOf(int descriptor) {
     return descriptor >= 0 && descriptor < MAX_FILES && openNames[descriptor][0] ? openNames[descriptor] : nullptr;
 }
 
-// The counters are written at the exit of a program, which neither another program in its place nor _exit comes to.
+// Coverage counters are written at exit, but not on exec and _exit.
 void WriteCoverage() {
     if (__gcov_dump && __gcov_reset) {
         __gcov_dump();
@@ -158,7 +157,7 @@ TestSupport::FakeClock& Clock() {
 
 } // namespace SystemCallLog
 
-// The functions in front of the C library's. Each hands on to one that no source of the libraries uses.
+// The interposed functions. Each forwards to another function that the libraries do not use.
 extern "C" {
 
 int open(const char* path, int flags, ...) {

@@ -6,14 +6,14 @@
 
 #include "tests/support/FakeClock.h"
 
-// What a scene makes the system do, written to standard output at once and in one order across all files, threads and
-// child processes, from before main to the destructors of statics:
+// Logs a scene's system calls to standard output, unbuffered and in one order across all files, threads and child
+// processes, from before main to the destructors of statics:
 //
 //     ShutDown: OXBO_RESET1_N=0 QOR_RESET0_N=0 MS.green=0 MS.red=0 null=0
 //
 // A line is a step of the scene, a word a call: open(FILE) with "!" behind it if it failed, close(FILE), FILE=1 for a
-// value written, FILE?1 for one read, sleep(1000) in microseconds. The program that links this gets functions of its
-// own in front of those of the C library, and a clock that stands still except when it sleeps or is told to go on.
+// value written, FILE?1 for one read, sleep(1000) in microseconds. A program that links this interposes functions of
+// the C library, and has a fake clock that only sleeps and explicit steps advance.
 namespace SystemCallLog {
 
 // Begins a line.
@@ -22,10 +22,10 @@ void Step(const std::string& text);
 // Adds a word to the line.
 void Note(const std::string& word);
 
-// While it is off nothing is written; files are counted all the same.
+// Disables logging; open files are still counted.
 void SetEnabled(bool enabled);
 
-// Files that were opened and are not closed yet.
+// The number of open files.
 int OpenFiles();
 
 // Lets every later write to, or read from, the file fail with that error number; 0 ends that.
@@ -36,10 +36,10 @@ void FailReads(const std::string& file, int errorNumber);
 void FailFork();
 void FailExec();
 
-// Gives the character that a read of a value finds, in place of what is in the file.
+// Replaces the character that reads of a value return.
 void AnswerReads(std::function<char()> answer);
 
-// The clock. It stands still from the first call on.
+// The fake clock, active from the first call on.
 TestSupport::FakeClock& Clock();
 
 } // namespace SystemCallLog

@@ -108,7 +108,7 @@ void AskForStatus(const std::string&) {
            Of(::pathconf("/mnt/share", _PC_NAME_MAX))});
 }
 
-// A value file's status is that of the device's files, by all ways to ask for it.
+// The status of value files equals the device's, by all variants of stat.
 void AskForValueStatus(const std::string&) {
     const auto print = [](const struct stat& status) {
         std::array<char, 80> text{};
@@ -138,7 +138,7 @@ void AskForValueStatus(const std::string&) {
            Of(::access("/var/dev/none", F_OK))});
 }
 
-// What makes, removes and renames, in a directory of the board.
+// Creating, removing and renaming in a directory of the board.
 void Change(const std::string&) {
     WriteFile("/mnt/share/a", "a");
     Print({Of(::mkdir("/mnt/share/d", 0755)), Of(::mkdirat(AT_FDCWD, "/mnt/share/d", 0755)),
@@ -162,7 +162,7 @@ void Change(const std::string&) {
            Of(::unlinkat(AT_FDCWD, "/mnt/share/none", 0)), Of(::rmdir("/mnt/share"))});
 }
 
-// What the device's kernel refuses on value files and in their directories.
+// Operations that the device's kernel rejects on value files and in their directories.
 void ChangeValueFiles(const std::string& folder) {
     const char* none = "/var/dev/none";
     Print({Of(::open(OUTPUT, O_WRONLY | O_CREAT | O_EXCL, 0600)), Of(::open(OUTPUT, O_RDONLY | O_DIRECTORY)),
@@ -188,7 +188,7 @@ void ChangeValueFiles(const std::string& folder) {
     Print({Of(::mkstemp(pattern)), Of(static_cast<const void*>(::mkdtemp(directory)))});
 }
 
-// The names that temporary files and directories get are names inside.
+// Names of temporary files and directories are inside names.
 void MakeTemporary(const std::string&) {
     char file[] = "/mnt/share/fileXXXXXX", suffixed[] = "/mnt/share/XXXXXX.txt", folder[] = "/mnt/share/folderXXXXXX";
     Print({Closed(::mkstemp(file)), Closed(::mkstemps(suffixed, 4)), Of(static_cast<const void*>(::mkdtemp(folder)))});
@@ -280,7 +280,7 @@ std::string Link(const std::string& path) {
     return size < 0 ? Of(size) : std::string(text.data(), static_cast<std::size_t>(size));
 }
 
-// Links of the user's that lead onto the board, and what the kernel's links say about the board's files.
+// The user's symbolic links onto the board, and the kernel's links to the board's files.
 void FollowLinks(const std::string& folder) {
     (void)::symlink(OUTPUT, (folder + "/led").c_str());
     (void)::symlink("/mnt/share", (folder + "/share").c_str());

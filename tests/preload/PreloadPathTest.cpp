@@ -146,7 +146,7 @@ TEST_F(PreloadPathTest, KeepsNewNamesInACoveredDirectoryToTheBoard) {
     EXPECT_FALSE(fs::exists(machine + "/d"));
 }
 
-// The tools that people look at a board with.
+// Common command line tools.
 TEST_F(PreloadPathTest, ServesTheShellsCommands) {
     const std::string output = StandInBoard::OUTPUT_PATH;
     EXPECT_EQ(Shell("echo text > /mnt/share/a; cp /mnt/share/a /mnt/share/b; mv /mnt/share/b /mnt/share/c; "

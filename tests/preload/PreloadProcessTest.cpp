@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Programs with the preloaded library that start others, log, and use what is left of the system.
+// Programs with the preloaded library that start others, log, and use other system interfaces.
 #include <filesystem>
 #include <regex>
 
@@ -61,7 +61,7 @@ TEST_F(PreloadProcessTest, ExecutesProgramsOfTheBoard) {
 }
 
 TEST_F(PreloadProcessTest, RefusesProgramsThatCannotHaveTheBoard) {
-    // The loader of no C library of this machine.
+    // Not a loader of this machine's C library.
     const std::string program = folder.Path("program");
     fs::copy_file("/bin/true", program);
     std::string text = folder.Read("program");

@@ -77,7 +77,7 @@ TEST_F(PreloadValueTest, ServesStreams) {
     EXPECT_EQ(Step("iostreams"), "1 0 1 0\n");
 }
 
-// What a program gets from the one that executed it.
+// Inherited across exec.
 TEST_F(PreloadValueTest, ServesStandardStreamsOfProgramsTheyAreGivenTo) {
     PreloadedRun run = Shell("/bin/echo 1 > " + output + " && /usr/bin/printf 0 > " + output);
     EXPECT_EQ(run.status, 0) << run.All();
@@ -97,7 +97,7 @@ TEST_F(PreloadValueTest, ServesStandardStreamsOfProgramsTheyAreGivenTo) {
     EXPECT_EQ(Shell("echo 0 > " + output + "; (echo 1 > /dev/stdout) > " + output + "; cat " + output).output, "1\n");
 }
 
-// By a shell whose own commands print to the C library's stream.
+// By a shell whose builtins print to stdout.
 TEST_F(PreloadValueTest, ServesStandardStreamsThatBecomeValueFiles) {
     const PreloadedRun run =
         RunOnBoard(board, {"/bin/bash", "-c",

@@ -10,9 +10,9 @@
 
 namespace VelrixBoard::Preload {
 
-// A program that was run with the preloaded library, on the stand-in board or on none.
+// A finished program with the preloaded library, on the fake board or without one.
 struct PreloadedRun {
-    std::string output; // standard output, and behind it what came by standard error
+    std::string output; // standard output, followed by standard error
     std::string errors;
     int status = -1; // the exit code, or minus the signal
 
@@ -23,11 +23,11 @@ struct PreloadedRun {
 // removes.
 PreloadedRun RunPreloaded(const std::vector<std::string>& command, const std::vector<std::string>& environment);
 
-// On the board, as "velrix-board run" would start it.
+// On the board, like "velrix-board run".
 PreloadedRun RunOnBoard(const StandInBoard& board, const std::vector<std::string>& command,
                         std::vector<std::string> environment = {});
 
-// What a step of the program PreloadedSteps.cpp prints.
+// The output of a step of PreloadedSteps.cpp.
 std::string StepOnBoard(const StandInBoard& board, const std::string& step, const std::string& argument = "");
 
 } // namespace VelrixBoard::Preload

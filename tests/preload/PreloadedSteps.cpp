@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A program for the tests, not one of them: does what its first argument names.
+// A helper program: runs the step named by its first argument.
 #include <cerrno>
 #include <cstdio>
 #include <cstring>

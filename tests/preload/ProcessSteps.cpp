@@ -28,7 +28,7 @@ namespace VelrixBoard::Preload {
 
 namespace {
 
-// The exit code of a child that runs start, which replaces it or gives the error.
+// The exit code of a child that runs start, which execs or returns the error.
 template <class Start>
 std::string Child(Start start) {
     std::fflush(stdout);
@@ -50,7 +50,7 @@ std::string Waited(int error, const pid_t& process) {
     return std::to_string(WEXITSTATUS(status));
 }
 
-// Starts a script on the board, whose exit code is its first argument, in every way.
+// Starts a script on the board in every way; its exit code is its first argument.
 void Execute(const std::string&) {
     const char* path = "/mnt/share/script";
     const int file = ::open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0700);
@@ -93,7 +93,7 @@ void Execute(const std::string&) {
            std::to_string(environ == nullptr || *environ == nullptr)});
 }
 
-// A script without its first line, which the functions that search give to the shell.
+// A script without a #! line, which execvp and its like run by the shell.
 void ExecutePlainText(const std::string&) {
     const int file = ::open("/mnt/share/text", O_WRONLY | O_CREAT | O_CLOEXEC, 0700);
     (void)!::write(file, "exit $1\n", 8);
@@ -156,7 +156,7 @@ void Log(const std::string&) {
     ::dup2(errors, STDERR_FILENO);
 }
 
-// What programs do with the log's socket by themselves.
+// Direct use of the log's socket.
 void UseSockets(const std::string&) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -194,7 +194,7 @@ void AskForUser(const std::string&) {
            std::to_string(status.st_uid), Of(::access(StandInBoard::INPUT_PATH, W_OK))});
 }
 
-// Never the machine's: before, the program gives up what that takes.
+// Never the machine's: the program first drops its capabilities.
 void Reboot(const std::string&) {
     if (::syscall(SYS_geteuid) == 0 && ::syscall(SYS_setresuid, 65534, 65534, 65534) != 0)
         return;
@@ -205,11 +205,11 @@ void Reboot(const std::string&) {
 void Load(const std::string& library) {
     const auto isLoaded = [](const char* file) { return ::dlopen(file, RTLD_NOW) != nullptr ? "loaded" : "none"; };
     Print({isLoaded(library.c_str()), isLoaded("/mnt/share/none.so"), isLoaded("libm.so.6"), isLoaded(nullptr)});
-    // Found by the run path of this program alone.
+    // Only found by this program's run path.
     Print({isLoaded("preloaded-plugin.so")});
 }
 
-// A program that was preloaded without a board becomes a board's.
+// A preloaded program without a board joins a board.
 void BeginLater(const std::string& list) {
     struct stat status {};
     std::string results = Of(::stat("/mnt/share", &status)) + " ";

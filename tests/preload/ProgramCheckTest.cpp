@@ -25,7 +25,7 @@ using testing::StartsWith;
 
 class ProgramCheckTest : public testing::Test {
 protected:
-    // A program that is no more than what is looked at.
+    // A minimal program file for the check.
     std::string Make(const std::string& loader, int elfClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32,
                      int machine = 0) {
         ElfW(Ehdr) header{};

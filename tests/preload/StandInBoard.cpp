@@ -193,7 +193,7 @@ void StandInBoard::Dispatch(const std::vector<int>& readable) {
     char c = 0;
     while (::read(wake[0], &c, 1) > 0) {
     }
-    // What was sent to the log before a request comes before it.
+    // Log records sent before a request are dispatched before it.
     std::string record(LONGEST_PACKET, '\0');
     for (ssize_t size = 0; (size = ::recv(logSocket, record.data(), record.size(), 0)) >= 0;)
         Note("log=" + record.substr(0, static_cast<std::size_t>(size)));
@@ -374,13 +374,13 @@ void StandInBoard::Reply(int conversation, std::int64_t result, std::uint64_t ev
         part->cmsg_len = CMSG_LEN(sizeof descriptor);
         std::memcpy(CMSG_DATA(part), &descriptor, sizeof descriptor);
     }
-    // Before, so that nothing can be sent in between.
+    // Before, to exclude a race.
     if (manner == Manner::CLOSE_AFTER_ANSWER)
         ::shutdown(conversation, SHUT_RD);
     (void)::sendmsg(conversation, &message, MSG_NOSIGNAL);
 }
 
-// To all who have the file open and do not know the latest event.
+// To all open descriptions that have not seen the latest event.
 void StandInBoard::Tell(std::uint32_t file) {
     const Event event{states[file].events};
     for (auto& [number, open] : opens)

@@ -13,11 +13,11 @@
 
 namespace VelrixBoard::Preload {
 
-// The board's side of what it says with its preloaded library, as simple as it can be, in a thread: three value files,
-// a few other names, and one log of what came in. Each level of the LED is that of the input, too.
+// A minimal fake of the board's side of the protocol, in a thread: three value files, a few other names, and one log of
+// requests. The input follows the LED.
 //
-// In the folder that it is given: "device" with the empty files of the value files, "share", "conf", "log" (the
-// socket), and the list of names.
+// In the given folder: "device" with the empty files of the value files, "share", "conf", "log" (the socket), and the
+// list of names.
 class StandInBoard final {
 public:
     enum File : std::uint32_t { OUTPUT, LED, INPUT, FILES };
@@ -36,20 +36,20 @@ public:
     // Appends a line to the list of names.
     void AddToList(const std::string& line);
 
-    // Every request for the file is answered by the error, an opening only by ENOENT and EACCES; 0 for none.
+    // Answers every request for the file with the error, an open only with ENOENT and EACCES; 0 for none.
     void Break(File file, int error);
-    // Requests to read and write it are not answered before they are cancelled. The input gets high when one waits.
+    // Does not answer reads and writes of it before they are cancelled. Sets the input high when one is pending.
     void Hold(File file);
-    // Another level between the answer of the file's read of that number, from 1, and the reader's look at its events.
+    // Changes the level between the answer of the file's n-th read, from 1, and the reader's check of events.
     void ChangeAfterRead(File file, int number);
-    // Closes each conversation after an answer, or in place of the answer to a write.
+    // Closes each connection after an answer, or instead of the answer to a write.
     enum class Manner { KEEP, CLOSE_AFTER_ANSWER, CLOSE_FOR_ANSWER };
     void Behave(Manner newManner);
 
-    // What came in, in its order, separated by spaces: "open.0", "write.0=1", "past.0=1" for a write past the library,
-    // "log=TEXT", "reboot=1", "cancel". Reads, seeks and questions for flags are left out.
+    // The requests in order, separated by spaces: "open.0", "write.0=1", "past.0=1" for a write past the library,
+    // "log=TEXT", "reboot=1", "cancel". Without reads, seeks and queries of flags.
     std::string Log();
-    // The same, once it has so many entries.
+    // Waits until it has so many entries.
     std::string LogOf(int entries);
 
 private:
@@ -58,7 +58,7 @@ private:
         std::uint32_t flags;
         std::int64_t position = 0;
         std::uint64_t seen = 0; // of the file's events
-        bool isTold = false;    // an event waits there
+        bool isTold = false;    // an event is pending
         int socket = -1;
     };
     struct Held {

@@ -6,7 +6,7 @@
 
 namespace VelrixBoard::Preload {
 
-// What a program on the stand-in board does at a test's request, by name. Each prints what came of its calls.
+// The steps of a program on the fake board, by name. Each prints the results of its calls.
 struct Step {
     const char* name;
     void (*run)(const std::string& argument);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The thread sanitizer now and then reports a race on a descriptor between the stand-in's socketpair and a file that
-// the test opens once the program has ended. Both look right, and a number that one closed and the other got is the
-// likely cause, but that was not shown.
+// the test opens once the program has ended. Both look correct; reuse of a descriptor's number is the likely cause, but
+// not proven.
 #if defined(__has_feature)
 #if __has_feature(thread_sanitizer)
 extern "C" const char* __tsan_default_suppressions();

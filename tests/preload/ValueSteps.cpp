@@ -36,7 +36,7 @@ constexpr const char* OUTPUT = StandInBoard::OUTPUT_PATH;
 constexpr const char* LED = StandInBoard::LED_PATH;
 constexpr const char* INPUT = StandInBoard::INPUT_PATH;
 
-// What a sanitizer's own functions need besides.
+// Additional stack for sanitizers.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr std::size_t SANITIZER_STACK = 65536;
 #elif defined(__has_feature)
@@ -108,7 +108,7 @@ void Duplicate(const std::string&) {
     ::close(file);
     Print({Of(::write(copy, "1", 1)), Of(::write(second, "0", 1)), Of(::write(third, "1", 1)),
            Of(::write(fourth, "0", 1)), Of(::write(fifth, "x", 1)), Of(::write(file, "1", 1))});
-    // What was a value file is another file now, also where the library did not see it.
+    // The descriptor of a value file was reused, maybe without a hook.
     const int null = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     Print({Of(::dup2(null, copy) == copy), Of(::write(copy, "x", 1)), Of(::close_range(50, 51, 0)),
            Of(::write(second, "1", 1)), Of(::write(fourth, "1", 1))});
@@ -137,7 +137,7 @@ std::vector<int> OpenDescriptors() {
     return numbers;
 }
 
-// The connections to the board are in nobody's way, and cannot be closed.
+// The connections to the board do not occupy low numbers, and cannot be closed.
 void KeepConnections(const std::string&) {
     ::closefrom(3);
     Print({std::to_string(OpenDescriptors().size()), std::to_string(LowestFree())});
@@ -188,7 +188,7 @@ void UseStreams(const std::string&) {
            Of(static_cast<const void*>(std::fopen("/var/dev/none", "w"))),
            Of(static_cast<const void*>(std::fopen(OUTPUT, "wx"))),
            Of(static_cast<const void*>(std::fopen(OUTPUT, "q")))});
-    // A stream whose address the program keeps: its writes are values, which nobody answers.
+    // A stream whose address the program has: its writes become values without an answer.
     FILE* const kept = std::fopen("/dev/null", "w");
     Print({Of(std::freopen(LED, "w", kept) == kept), Of(std::fputs("0", kept)), Of(std::fclose(kept))});
 }
@@ -206,7 +206,7 @@ void UseStandardOutput(const std::string&) {
     std::fclose(errors);
 }
 
-// Standard output is a value file for a while, by closing and opening; then what it was.
+// Standard output is temporarily a value file, by close and open.
 void ExchangeStandardOutput(const std::string&) {
     FILE* const before = stdout;
     const int kept = ::dup(STDOUT_FILENO);
@@ -239,7 +239,7 @@ void UseIostreams(const std::string&) {
     Print({std::to_string(first), std::to_string(second), level, std::to_string(none.good())});
 }
 
-// Reads the level that is there when it returns, even if it changed at the last moment.
+// Reads the latest level, even if it changes during the read.
 void ReadLate(const std::string& way) {
     const int file = Open(INPUT, O_RDONLY);
     (void)ReadAt(file, 0);
@@ -269,7 +269,7 @@ void WriteInThreads(const std::string&) {
 int handlersFile = -1;
 ssize_t handlersResult = 0;
 
-// A signal ends the wait for a slow file, whose handler uses another.
+// A signal interrupts the wait for a slow file; its handler uses another file.
 void BeInterrupted(const std::string&) {
     struct sigaction action {};
     action.sa_flags = SA_RESTART;
@@ -294,7 +294,7 @@ void BeInterrupted(const std::string&) {
 void LoseConnections(const std::string&) {
     const int file = Open(OUTPUT);
     Print({Of(::write(file, "1", 1)), Of(::write(file, "0", 1)), Of(::write(file, "1", 1))});
-    // By a system call of the program's own, which the library does not see; the number is another file's then.
+    // By a direct system call, without a hook; then the number is reused.
     const std::vector<int> numbers = OpenDescriptors();
     const int own = *std::max_element(numbers.begin(), numbers.end());
     ::syscall(SYS_close, own);
@@ -316,7 +316,7 @@ void BeCancelled(const std::string&) {
         },
         nullptr);
     pollfd wait{input, POLLPRI, 0};
-    (void)::poll(&wait, 1, 60000); // until the board has its request
+    (void)::poll(&wait, 1, 60000); // until the board has received the request
     ::pthread_cancel(thread);
     void* result = nullptr;
     ::pthread_join(thread, &result);
@@ -324,7 +324,7 @@ void BeCancelled(const std::string&) {
     Print({result == PTHREAD_CANCELED ? "cancelled" : "ended", Of(::write(led, "1", 1)), ReadAt(led, 0)});
 }
 
-// The least stack that a thread can have is enough.
+// The minimum stack of a thread suffices.
 void UseSmallStack(const std::string&) {
     pthread_attr_t attributes;
     ::pthread_attr_init(&attributes);

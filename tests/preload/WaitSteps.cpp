@@ -135,7 +135,7 @@ void UseEpoll(const std::string&) {
            control(EPOLL_CTL_ADD, pipe[1], EPOLLOUT, 15), Wait(queue)});
     Print({control(EPOLL_CTL_DEL, pipe[1], 0, 0), control(EPOLL_CTL_MOD, file, EPOLLIN | EPOLLONESHOT, 16), Wait(queue),
            Wait(queue), control(EPOLL_CTL_DEL, file, 0, 0), control(EPOLL_CTL_DEL, file, 0, 0), Wait(queue)});
-    // The number of a closed file, used again.
+    // A reused descriptor.
     Print({control(EPOLL_CTL_ADD, file, EPOLLIN, 17), Of(::close(file)), Of(Open() == file), Wait(queue),
            control(EPOLL_CTL_ADD, file, EPOLLOUT, 18), Wait(queue)});
     std::string results;

@@ -15,7 +15,7 @@ using std::chrono::seconds;
 
 namespace {
 
-// A step as it was understood, in one line.
+// A parsed step, in one line.
 struct Understood {
     std::string operator()(const Do& step) const {
         std::string text = step.at ? "at " + TextOf(*step.at) + " " : "";

@@ -15,7 +15,7 @@ using std::chrono::milliseconds;
 
 namespace {
 
-// What the scenario does to the board, in one order.
+// The log of the scenario's actions.
 class FakeBoard final : public IScenarioBoard {
 public:
     void Set(const std::string& line, bool high) override { Put("set " + line + (high ? " high" : " low")); }
@@ -32,7 +32,7 @@ private:
     void Put(const std::string& entry) { log += (log.empty() ? "" : ", ") + entry; }
 };
 
-// A run of a scenario, by events whose times are milliseconds.
+// A run of a scenario, by events with times in milliseconds.
 struct Play {
     explicit Play(const std::string& text) : scenario(ParseScenario("x", text, NAMES)), runner(scenario, NAMES, board) {
         for (const auto& led : NAMES.leds)
@@ -44,7 +44,7 @@ struct Play {
             runner.OnLevel(line, true, ScenarioTime(0));
     }
 
-    // As a board does: the clock stops wherever the runner asked it to.
+    // Like a board: stops the clock at the runner's NextTime.
     void Until(int ms) {
         while (const auto next = runner.NextTime()) {
             if (*next >= milliseconds(ms))
@@ -58,7 +58,7 @@ struct Play {
         runner.OnLevel(signal, high, milliseconds(ms));
     }
 
-    // A letter a step: p(assed), f(ailed), n(ot reached).
+    // One letter per step: p(assed), f(ailed), n(ot reached).
     std::string Verdicts() const {
         std::string text;
         for (const auto& result : runner.Results())
@@ -97,7 +97,7 @@ TEST(ScenarioRunner, PlaysItsStepsInOrder) {
     EXPECT_TRUE(run.runner.IsDone());
     EXPECT_EQ(run.Verdicts(), "ppppp");
     EXPECT_TRUE(run.runner.HasPassed());
-    EXPECT_EQ(run.runner.Results()[0].time, milliseconds(105)); // when the colour had lasted
+    EXPECT_EQ(run.runner.Results()[0].time, milliseconds(105)); // when the colour was stable
 }
 
 TEST(ScenarioRunner, SaysWhatItExpectedAndWhatItSaw) {
@@ -259,7 +259,7 @@ TEST(ScenarioRunner, PassesNeversAtTheEndOfTheRun) {
     Play run("never MS is red\nnever program exits with 1");
 
     run.Level(100, "MS.green", true);
-    EXPECT_FALSE(run.runner.IsDone()); // without steps in a row the program runs to its end
+    EXPECT_FALSE(run.runner.IsDone()); // without sequential steps the program runs to its end
     run.runner.OnExit(0, milliseconds(300));
     EXPECT_TRUE(run.runner.IsDone());
     run.runner.Finish(milliseconds(300));
@@ -286,7 +286,7 @@ TEST(ScenarioRunner, JudgesEveryWholePulse) {
         Play run("expect OXBO_RESET1_N pulses high" + std::string(row.limits));
         for (const int ms : {10, 20, 30})
             run.Level(ms, "OXBO_RESET1_N", true), run.Level(ms + ms / 10, "OXBO_RESET1_N", false);
-        run.Level(40, "OXBO_RESET1_N", true); // not whole, and so no pulse
+        run.Level(40, "OXBO_RESET1_N", true); // incomplete, so not a pulse
         run.runner.Finish(milliseconds(500));
         EXPECT_EQ(run.Verdicts(), row.verdict) << row.limits;
         EXPECT_EQ(run.Message(), row.message);
@@ -295,7 +295,7 @@ TEST(ScenarioRunner, JudgesEveryWholePulse) {
 
 TEST(ScenarioRunner, MissesAPulseThatNeverCame) {
     Play run("expect OXBO_RESET1_N pulses low");
-    run.Level(10, "OXBO_RESET1_N", true); // low from the beginning is no pulse
+    run.Level(10, "OXBO_RESET1_N", true); // low from the beginning is not a pulse
 
     run.runner.Finish(milliseconds(500));
 
@@ -344,7 +344,7 @@ TEST(ScenarioRunner, SaysOfAFailedWaitThatTheProgramHadEnded) {
                                      std::string(row.said));
     }
 
-    Play late("within 1s OXBO_RL is high"); // the end is told before anything else, but was later
+    Play late("within 1s OXBO_RL is high"); // the end is reported first, but was later
     late.runner.OnExit(3, milliseconds(1'200));
     EXPECT_EQ(late.Message(), "expected within 1.000 s: OXBO_RL is high; seen at 1.000 s: OXBO_RL low since 0.0 ms");
 }
@@ -397,7 +397,7 @@ TEST(ScenarioRunner, TakesNoEndForACrashThatAPassedStepAwaited) {
         EXPECT_EQ(exited.Verdicts(), "pp") << exited.Message();
     }
 
-    // A wait for it that never began does not count.
+    // A wait that never began does not count.
     Play unreached("never MS is red\nwithin 1ms MS is red\nwithin 1s program is killed by SEGV");
     unreached.runner.OnKilled(SIGSEGV, milliseconds(20));
     unreached.runner.Finish(milliseconds(30));

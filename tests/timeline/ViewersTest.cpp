@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Recordings opened by the programs that people look at them with: GTKWave's converter and the command line of sigrok,
-// which PulseView is built on.
+// Recordings in real viewers: GTKWave's converter and the command line of sigrok, the base of PulseView.
 #include <array>
 #include <cstdio>
 #include <sstream>
@@ -58,7 +57,7 @@ TEST(Viewers, SigrokCountsEverySample) {
 
     const std::string output = OutputOf("sigrok-cli", "-i " + vcd + " -I vcd -O csv:header=false:label=off:time=false");
 
-    // One row a microsecond: reset, green.
+    // One row per microsecond: reset, green.
     std::string rows;
     std::istringstream lines(output);
     for (std::string line; std::getline(lines, line);)

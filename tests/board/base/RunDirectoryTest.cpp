@@ -84,7 +84,7 @@ TEST_F(RunDirectoryTest, SweepsOnlyWhatDeadBoardsLeft) {
     EXPECT_TRUE(Exists("velrix-board-link"));
 }
 
-// A sweep that is killed must leave what the next one knows as a dead board's.
+// A killed sweep must leave a directory that the next one recognises as a dead board's.
 TEST_F(RunDirectoryTest, RemovesTheLockOfADeadBoardLast) {
     const std::string dead = folder.Path("velrix-board-dead");
     fs::create_directory(dead);
@@ -119,7 +119,7 @@ TEST_F(RunDirectoryTest, GivesUpWhereItCannotBeLocked) {
     try {
         (void)RunDirectory::Private();
     } catch (const BoardError& error) {
-        // First, since the sanitizer looks at memory through a descriptor.
+        // First, since the sanitizer accesses memory through a descriptor.
         ::setrlimit(RLIMIT_NOFILE, &usual);
         said = error.what();
     }

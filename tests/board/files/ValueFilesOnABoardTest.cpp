@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Value files as programs find them: the test's own code runs on a real board.
+// Value files from a program's view: the test's code runs on a real board.
 #include "board/files/ValueFiles.h"
 
 #include <array>
@@ -46,7 +46,7 @@ constexpr const char* IRQ = "/var/dev/gpio-inputs/oxboIrqN/value";
 constexpr const char* MOD1 = "/var/dev/gpio-inputs/oxboMod1/value";
 constexpr const char* MS_RED = "/sys/class/leds/ledGwStsRed/brightness";
 
-// What came of a call: its result, or the error's name.
+// The result of a call, or the error's name.
 std::string Of(long result) {
     const int error = errno;
     return result < 0 ? ::strerrorname_np(error) : std::to_string(result);
@@ -59,7 +59,7 @@ std::string Repeated(const std::string& text, int times) {
     return all;
 }
 
-// The library is to be in this process, whose code is to be led by it: starts the test's program again with it.
+// Re-executes the test program with the library preloaded, so that it hooks the test's code.
 void PreloadItself() {
     if (::dlsym(RTLD_DEFAULT, Preload::BEGIN_FUNCTION) != nullptr) {
         ::unsetenv("LD_PRELOAD");
@@ -91,7 +91,7 @@ protected:
         PreloadItself();
     }
 
-    // Runs the code on a board in a process of its own; gives what it wrote.
+    // Runs the code on a board in a child; returns its output.
     std::string OnBoard(const std::function<void(std::ostream&)>& code) {
         options.directory = folder.Path("board");
         const std::string output = folder.Path("output");
@@ -136,7 +136,7 @@ std::string ReadAll(int file) {
 }
 
 TEST_F(ValueFilesOnABoardTest, TakesEveryWriteAsOneNewValueWhereverItGoes) {
-    // So that all changes are the program's, however long it takes.
+    // So that only the program causes changes, on a slow machine too.
     options.oxboReadyAfter.reset();
 
     const std::string output = OnBoard([](std::ostream& out) {
@@ -179,7 +179,7 @@ TEST_F(ValueFilesOnABoardTest, ReadsALevelAndALineFeedAtEveryTime) {
 }
 
 TEST_F(ValueFilesOnABoardTest, LetsNothingBeMadeRemovedOrChanged) {
-    options.asRoot = true; // whom no mode of a file stops
+    options.asRoot = true; // file modes do not apply to root
     const std::string output = OnBoard([](std::ostream& out) {
         out << Of(::open(IRQ, O_WRONLY | O_CLOEXEC)) << " " << Of(::open(IRQ, O_RDWR | O_CLOEXEC)) << " "
             << Of(::open("/var/dev/new", O_WRONLY | O_CREAT | O_CLOEXEC, 0644)) << " "
@@ -199,7 +199,7 @@ TEST_F(ValueFilesOnABoardTest, WakesWhoWaitsForAnInput) {
         const int irq = ::open(IRQ, O_RDONLY | O_CLOEXEC);
         const int reset = ::open(RESET, O_WRONLY | O_CLOEXEC);
         pollfd wait = {irq, POLLPRI, 0};
-        // A file just opened has not been read.
+        // A newly opened file is unread.
         out << ::poll(&wait, 1, 0) << ((wait.revents & POLLPRI) != 0) << ReadAll(irq);
         out << ::poll(&wait, 1, 0) << " " << Of(::write(reset, "1", 1)) << ::poll(&wait, 1, 20000)
             << ((wait.revents & (POLLPRI | POLLERR)) == (POLLPRI | POLLERR)) << ReadAll(irq);
@@ -250,7 +250,7 @@ TEST_F(ValueFilesOnABoardTest, TakesATextThatLiesAcrossPagesAsOneValue) {
     EXPECT_EQ(Record("writes"), "MS.red 1\n");
 }
 
-// Writes what it hears into a file at the end.
+// Writes its events into a file at the end.
 class OrderRecorder final : public IBoardAttachment {
 public:
     explicit OrderRecorder(std::string orderFile) : file(std::move(orderFile)) {}
@@ -269,7 +269,7 @@ private:
     std::string order;
 };
 
-// As the C library does it, whose functions the test's support has of its own.
+// Like the C library's function, which test-support replaces.
 int ConnectToLog() {
     const int log = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     const sockaddr_un address{AF_UNIX, "/dev/log"};
@@ -299,7 +299,7 @@ TEST_F(ValueFilesOnABoardTest, TellsTheSystemLogBeforeTheWriteThatFollows) {
 
 TEST_F(ValueFilesOnABoardTest, KeepsAnyOrderOfRecordsAndWrites) {
     constexpr int STEPS = 2000;
-    // Runs of up to eleven of a kind: more than the socket keeps without being read.
+    // Runs of up to eleven of a kind: more than the socket's queue.
     std::string expected;
     std::vector<bool> isRecord;
     for (unsigned random = 1; isRecord.size() < STEPS; random = random * 1103515245 + 12345) {

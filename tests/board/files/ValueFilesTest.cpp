@@ -25,7 +25,7 @@ class ValueFilesTest : public testing::Test {
 protected:
     ValueFiles::Number File(const std::string& signal) const { return *files.Tree().FileOf(FindSignal(state, signal)); }
 
-    // Keeps what is answered: "0", "1", or the error's name.
+    // Logs answers: "0", "1", or the error's name.
     ValueFiles::Answer Keep() {
         return [this](int error, bool level) {
             answers += (error != 0 ? strerrorname_np(error) : level ? "1" : "0") + std::string(" ");
@@ -47,7 +47,7 @@ TEST_F(ValueFilesTest, ReadsAndWritesLevels) {
     EXPECT_EQ(Read(OUTPUT), 0u);
     Write(OUTPUT, "0x10\n");
     Read(OUTPUT);
-    Write(LED, "0x10\n"); // decimal numbers alone
+    Write(LED, "0x10\n"); // only decimal numbers
     Write(LED, "7");
     Read(LED);
     Write(OUTPUT, "99999999999");
@@ -61,7 +61,7 @@ TEST_F(ValueFilesTest, TakesOnePageOfAWrite) {
     text[0] = '1';
     text.append("x");
     Write(LED, text);
-    // What is behind the page would make it no number.
+    // The bytes after the page would make it invalid.
     text.assign(ValueFiles::PAGE, '0');
     text.append("junk");
     Write(LED, text);
@@ -154,7 +154,7 @@ TEST_F(ValueFilesTest, AnswersMayAskForMore) {
     now = 10ms;
     files.Run(10ms);
 
-    // Both were due, and the one asked for in between is not yet.
+    // Both were due, and the one requested in between is not yet.
     EXPECT_EQ(answers, "0 ");
     EXPECT_EQ(files.Due(), 20ms);
 }

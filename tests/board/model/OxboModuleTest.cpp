@@ -18,7 +18,7 @@ protected:
         told += "; ";
     }
 
-    // Drives the reset line as the program does, and the interrupt line as the module wants it.
+    // Drives the reset line like the program, and the interrupt line for the module.
     void Connect(std::optional<std::chrono::milliseconds> readyAfter) {
         module.emplace(state, readyAfter, [this](std::size_t signal, bool level) {
             log += state.Name(signal) + (level ? " 1 " : " 0 ");

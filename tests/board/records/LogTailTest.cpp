@@ -14,7 +14,7 @@ namespace {
 
 class LogTailTest : public testing::Test {
 protected:
-    // What reading passes on, each line in brackets.
+    // The lines of one reading, each in brackets.
     std::string Read() {
         log.clear();
         for (bool more = true; more;)
@@ -69,7 +69,7 @@ TEST_F(LogTailTest, StartsAnewWhenTheFileIsOverwritten) {
     }
 }
 
-// So that a long log costs no more than a short one.
+// A long log must not cost more than a short one.
 TEST_F(LogTailTest, LooksForWhatWasOverwrittenAtTheEndAlone) {
     const std::string end(4095, 'x');
     Append("one\n" + end + "\n");
@@ -85,7 +85,7 @@ TEST_F(LogTailTest, StartsAnewWhenAnotherFileHasTheName) {
     folder.Write("log", ">start\n+a\n");
     EXPECT_EQ(Read(), "<>start><+a>");
 
-    // Made anew in one go, with the same content: on most file systems it has the number of the one before.
+    // Removed and recreated at once with the same content: most file systems reuse the inode number.
     folder.Remove("log");
     folder.Write("log", ">start\n+a\n");
     EXPECT_EQ(Read(), "<>start><+a>");
@@ -149,7 +149,7 @@ TEST_F(LogTailTest, CutsALineThatIsTooLong) {
     EXPECT_EQ(Finish(), cut);
 }
 
-// A program that writes faster than lines can be shown must not hold the board.
+// A program that writes faster than lines can be shown must not starve the board.
 TEST_F(LogTailTest, ComesBackAfterATurnsBytes) {
     const std::string line(999, 'x');
     int lines = 0;
@@ -191,7 +191,7 @@ TEST_F(LogTailTest, ComesToTheNewFileAfterTheRestOfTheOld) {
     EXPECT_EQ(log, "<last><new>");
 }
 
-// A sparse file of that length takes no room on the disk, but would take hours to read.
+// A sparse file of that length takes no disk space, but would take hours to read.
 TEST_F(LogTailTest, EndsBeforeTheEndOfAnEndlessLog) {
     folder.Write("log", "first\n");
     std::filesystem::resize_file(folder.Path("log"), std::uintmax_t{1} << 40U);

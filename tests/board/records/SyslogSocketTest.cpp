@@ -70,7 +70,7 @@ TEST(SyslogSocketTest, CutsARecordThatIsTooLong) {
                        " ... (cut: longer than 65536 bytes)><next>");
 }
 
-// A program that sends as fast as the board reads must not hold the board.
+// A program that sends as fast as the board reads must not starve the board.
 TEST(SyslogSocketTest, ComesBackAfterATurnsRecords) {
     const TemporaryFolder folder;
     int records = 0;

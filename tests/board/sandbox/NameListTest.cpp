@@ -19,7 +19,7 @@ using testing::Not;
 
 class NameListTest : public testing::Test {
 protected:
-    // The list for these placements, with the settings that the model was given.
+    // The list for these placements, with the model's settings.
     std::string Make(std::vector<Placement> placements, bool asRoot = false) const {
         BoardState state(model);
         const ValueFiles values(state, [] { return BoardTime(0); }, {});

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The board's end of the conversations. The test is the program's end, and lets the board have its turn.
+// The server side of the protocol. The test is the client, and runs the server's turns.
 #include "board/sandbox/PreloadFiles.h"
 
 #include <cerrno>
@@ -30,7 +30,7 @@ using Preload::Request;
 constexpr const char* OUTPUT = "OXBO_RESET1_N";
 constexpr const char* INPUT = "OXBO_MOD_1";
 
-// An answer with what came with it.
+// An answer with its attachments.
 struct Received {
     std::int64_t result = 0;
     std::string text;
@@ -54,7 +54,7 @@ public:
         EXPECT_EQ(::send(socket.Get(), packet.data(), packet.size(), 0), static_cast<ssize_t>(packet.size()));
     }
 
-    // -1 as result while there is none; -2 when the board has ended the conversation.
+    // The result is -1 while there is none; -2 when the board has closed the connection.
     Received Receive() const {
         struct {
             Answer answer;
@@ -117,7 +117,7 @@ protected:
         return Ask(request);
     }
 
-    // As a program learns it.
+    // Like a program.
     static std::uint64_t NumberOf(const Received& opened) {
         sockaddr_un address{};
         socklen_t length = sizeof address;
@@ -126,7 +126,7 @@ protected:
         return std::stoull(name.substr(name.rfind('/') + 1));
     }
 
-    // Lets the file be open until the test ends.
+    // Keeps the file open until the test ends.
     std::uint64_t Keep(Received opened) {
         kept.push_back(std::move(opened));
         return NumberOf(kept.back());
@@ -141,7 +141,7 @@ protected:
         return Ask(Of(Operation::WRITE, open, offset), text).result;
     }
 
-    // The number of the event that waits; 0 for none.
+    // The number of the pending event; 0 for none.
     static std::uint64_t EventAt(const Received& opened) {
         Event event;
         return ::recv(opened.descriptor.Get(), &event, sizeof event, MSG_DONTWAIT) == sizeof event ? event.number : 0;
@@ -260,7 +260,7 @@ TEST_F(PreloadFilesTest, TellsANewLevelUntilItIsRead) {
     const std::uint64_t open = NumberOf(opened);
     const std::size_t input = FindSignal(state, INPUT);
 
-    // That the file was opened; once, and no more before that was read.
+    // The event of the open; once, and no more before it was read.
     EXPECT_EQ(EventAt(opened), 1u);
     files.DriveInput(input, true);
     EXPECT_EQ(EventAt(opened), 0u);
@@ -298,7 +298,7 @@ TEST_F(PreloadFilesTest, CancelsARequestToASlowFile) {
     files.Run(0ms);
 
     EXPECT_EQ(conversation.Receive().result, -EINTR);
-    // Without a request that waits it has neither answer nor effect.
+    // Without a pending request it has neither answer nor effect.
     EXPECT_EQ(Ask(Of(Operation::CANCEL)).result, -1);
     EXPECT_EQ(Ask(Of(Operation::STATUS, open)).result, O_RDWR);
 }
@@ -319,7 +319,7 @@ TEST_F(PreloadFilesTest, TakesValuesThatComePastTheLibrary) {
     const std::uint64_t other = Keep(Open("OXBO_RL", O_WRONLY));
 
     ASSERT_EQ(::write(opened.descriptor.Get(), "1", 1), 1);
-    // A later request of another program comes after it, though both wait.
+    // A later request of another program comes after it, though both are pending.
     EXPECT_EQ(Write(other, "1"), 1);
     ASSERT_EQ(::write(readOnly.descriptor.Get(), "0", 1), 1);
     board.Run(now);
@@ -329,7 +329,7 @@ TEST_F(PreloadFilesTest, TakesValuesThatComePastTheLibrary) {
 
 TEST_F(PreloadFilesTest, TakesAValueOfAFileThatIsClosedAtOnce) {
     {
-        // With an event that nobody reads.
+        // With an unread event.
         const Received opened = Open(OUTPUT, O_WRONLY);
         ASSERT_EQ(::write(opened.descriptor.Get(), "1", 1), 1);
     }

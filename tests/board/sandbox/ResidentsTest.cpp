@@ -64,7 +64,7 @@ TEST_F(ResidentsTest, SendsASignalToAll) {
 
     residents.Signal(SIGTERM);
 
-    // The child of the child is this process's when its parent has ended.
+    // This process, the subreaper, adopts the grandchild when its parent has ended.
     for (int i = 0; i < 2; ++i) {
         int status = 0;
         ASSERT_GT(::waitpid(-1, &status, 0), 0);
@@ -88,7 +88,7 @@ TEST_F(ResidentsTest, TellsWhoWorksFromWhoWaits) {
 
 TEST_F(ResidentsTest, EndsThoseToThatOthersStartMeanwhile) {
     Child([] {
-        // Each starts the next and goes.
+        // Each starts the next one and exits.
         for (int i = 0; i < 100'000; ++i)
             if (::fork() != 0)
                 ::_exit(0);

@@ -16,12 +16,12 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-// What is seen on a terminal that wraps what it shows anew when its width changes.
+// A model of a terminal that rewraps its rows when its width changes.
 class WrappingScreen final {
 public:
     int columns = 0;
 
-    // Takes text, and the codes of the view: for colours, and for erasing rows above the cursor.
+    // Handles text and the view's escape sequences: colours, and erasing rows above the cursor.
     void Write(std::string_view text) {
         for (; !text.empty(); text.remove_prefix(1)) {
             if (text.starts_with("\033[")) {
@@ -45,7 +45,7 @@ public:
     }
 
 private:
-    // Up from the cursor, which stands in an empty row.
+    // Up from the cursor, which is in an empty row.
     void EraseRows(int count) {
         lines.pop_back();
         const auto width = static_cast<std::size_t>(columns);
@@ -60,7 +60,7 @@ private:
     std::vector<std::string> lines{""}; // unwrapped, one byte for a column
 };
 
-// Takes text at once, or stands still until it is read.
+// Accepts text at once, or blocks until it is read.
 class FakeOutput final : public ITextOutput {
 public:
     std::string text;
@@ -351,7 +351,7 @@ TEST_F(TerminalViewTest, LeavesNothingBehindOnATerminalThatWrapsItsRowsAnew) {
         screen.Write(Written());
         EXPECT_EQ(screen.Text(), printed + fresh()) << columns;
     }
-    // Narrower twice before the board hears of it, which is when the program prints.
+    // Narrower twice before the board notices it, when the program prints.
     resize(60);
     resize(50);
     view->Print("next\n");
@@ -462,7 +462,7 @@ TEST_F(TerminalViewTest, SaysWhatTheBoardHasToSayAboveTheBlock) {
 
     EXPECT_THAT(Written(), StartsWith("\033[4A\r\033[Jone\ntwo\n   0.008 s"));
     EXPECT_TRUE(view->TakesOutput());
-    // The line was ended by what the board said.
+    // A message of the board ended the line.
     view->Print("answer\n");
     EXPECT_THAT(written, StartsWith("\033[4A\r\033[Janswer\n   "));
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What everybody needs to be able to use the panel, by the rules of axe-core, for each look of the page.
+// Accessibility of the panel by the rules of axe-core, for each theme and size.
 import assert from 'node:assert/strict';
 import { readFile } from 'node:fs/promises';
 import { after, before, test } from 'node:test';
@@ -18,7 +18,7 @@ const LOOKS = [
   ['dark, phone', { viewport: PHONE, colorScheme: 'dark' }],
 ];
 
-// The page's policy forbids foreign scripts, so that axe comes in by the debugger and not as an element.
+// The Content-Security-Policy forbids foreign scripts; therefore inject axe by the debugger.
 async function violations(page, axe) {
   await page.evaluate(axe);
   const found = await page.evaluate(async () => (await window.axe.run()).violations);
@@ -32,7 +32,7 @@ for (const [name, look] of LOOKS) {
     const window = await browser.window({ ...look, reducedMotion: 'reduce' });
     try {
       const page = await window.open(board);
-      // With something of everything that the page can show.
+      // With every kind of content.
       await board.write('MS.green', 1);
       await board.write('NS.red', 1);
       await board.write('QOR_BL_N', 1);

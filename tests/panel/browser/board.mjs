@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A board with its panel. The program on it is a shell, which does what a test says, or what else a test runs.
+// A board with its panel. The program on it is a shell, controlled by the test, or another program.
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
 import { createInterface } from 'node:readline';
@@ -8,14 +8,14 @@ const DONE = 'the shell has done it';
 
 const running = new Set();
 
-// Ends the boards that tests have left behind where they failed.
+// Ends leftover boards of failed tests.
 export async function endBoards() {
   for (const board of running) board.process.kill('SIGKILL');
   await Promise.all([...running].map((board) => board.ended));
 }
 
 export class Board {
-  // command: that of velrix-board, with its arguments. Throws with what the board says when it does not start.
+  // command: that of velrix-board, with its arguments. Throws with the board's message when it does not start.
   static async start({ port = 0, command = ['run'], program = ['sh'] } = {}) {
     const board = new Board();
     board.process = spawn(process.env.VELRIX_BOARD, [...command, `--panel=${port}`, '--', ...program]);
@@ -34,7 +34,7 @@ export class Board {
     return board;
   }
 
-  // Has the shell run a command; returns what that printed once it has ended.
+  // Runs a command in the shell and returns its output.
   async do(command) {
     this.process.stdin.write(`${command}\necho '${DONE}'\n`);
     const printed = [];
@@ -56,7 +56,7 @@ export class Board {
     return this.signals.find((signal) => signal.name === name).path;
   }
 
-  // As an application does: one byte into the value file.
+  // Like an application: one byte into the value file.
   async write(name, level) {
     await this.do(`printf ${level} >${await this.path(name)}`);
   }
@@ -69,7 +69,7 @@ export class Board {
     await this.do(`printf '%s\\n' ${records.map((record) => `'${record}'`).join(' ')} >>/mnt/share/logger`);
   }
 
-  // Lets the program end, and the board with it.
+  // Ends the program, and with it the board.
   async stop() {
     this.process.stdin.end();
     await this.ended;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The browser that the tests use, and what they hold of every page at all times.
+// The tests' browser, and invariants of every page.
 import assert from 'node:assert/strict';
 import { createRequire } from 'node:module';
 import { mkdtemp, rm } from 'node:fs/promises';
@@ -14,7 +14,7 @@ const { chromium } = load('playwright-core');
 export const DESKTOP = { width: 1280, height: 900 };
 export const PHONE = { width: 390, height: 844 };
 const UNPACKED = fileURLToPath(new URL('../../../build/test-tools/bin/chromium', import.meta.url)); // by scripts/test-tools
-const PATIENCE = 20_000; // milliseconds that anything may take on a machine that is busy
+const PATIENCE = 20_000; // timeout in milliseconds, for a busy machine
 
 const FLAGS = [
   '--disable-gpu', '--disable-quic', '--no-first-run', '--disable-background-networking', '--disable-component-update',
@@ -24,7 +24,7 @@ const FLAGS = [
 export class Browser {
   static async launch() {
     const browser = new Browser();
-    // Chromium wants a home of its user's own, which not every user has.
+    // Chromium needs a home directory, which not every user has.
     browser.home = await mkdtemp(join(tmpdir(), 'velrix-panel-'));
     browser.chromium = await chromium.launch({
       executablePath: process.env.VELRIX_CHROMIUM ?? UNPACKED,
@@ -39,7 +39,7 @@ export class Browser {
     await rm(this.home, { recursive: true, force: true, maxRetries: 5 });
   }
 
-  // A window of its own: with no past, and with nothing in common with other windows.
+  // A separate browser context, without history and shared state.
   async window(options = {}) {
     const context = await this.chromium.newContext({ viewport: DESKTOP, ...options });
     context.setDefaultTimeout(PATIENCE);
@@ -47,7 +47,7 @@ export class Browser {
   }
 }
 
-// The tabs of one window, with all that went wrong in them.
+// The tabs of one window, with their errors.
 class Window {
   constructor(context) {
     this.context = context;
@@ -60,7 +60,7 @@ class Window {
     context.on('weberror', (error) => this.wrong.push(String(error.error())));
   }
 
-  // Returns a page that shows the board and hears of it.
+  // Returns a page that shows the board and receives its events.
   async open(board) {
     const page = await this.context.newPage();
     await page.goto(board.address);
@@ -68,8 +68,8 @@ class Window {
     return page;
   }
 
-  // No page complained, and none asked anybody but the board for anything. Where a request was to fail, because the board had
-  // ended or by the test's own doing, Chromium's message on that is none of the page's.
+  // No page logged errors, and none sent requests to other hosts. Ignores Chromium's messages on expected failures of
+  // requests.
   async close(board, { withFailedRequests = false } = {}) {
     await this.context.close();
     assert.deepEqual(this.wrong.filter((text) => !withFailedRequests || !text.startsWith('Failed to load resource: ')), []);
@@ -77,7 +77,7 @@ class Window {
   }
 }
 
-// Looks again and again for what cannot be waited for by itself.
+// Polls for conditions without an event.
 export async function eventually(what, condition) {
   for (const end = performance.now() + PATIENCE; !(await condition()); await setTimeout(20))
     assert.ok(performance.now() < end, `${what} did not happen within ${PATIENCE} ms`);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The panel while the example application runs, as a newcomer sees it.
+// The panel while the example application runs.
 import { after, before, test } from 'node:test';
 import { Board, endBoards } from './board.mjs';
 import { Browser, PHONE, eventually, hasText } from './browser.mjs';
@@ -16,7 +16,7 @@ test('the panel shows the life of the gateway', async () => {
     const page = await window.open(board);
     const pattern = (name) => page.locator(`.leds [data-led="${name}"]`);
     const webLog = page.getByRole('log', { name: 'Web log' });
-    // All that was said of an LED, also what went by too fast for a look now and then.
+    // Everything announced of an LED, also states too short for polling.
     const said = { announcement: [], pattern: [] };
     await page.exposeFunction('note', (kind, text) => said[kind].push(text));
     await page.evaluate(() => {

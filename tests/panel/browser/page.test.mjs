@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// The parts of the page that need no browser: what it makes of histories of levels and of log records.
+// The parts of the page that need no browser: histories of levels and log records.
 import assert from 'node:assert/strict';
 import { readFile } from 'node:fs/promises';
 import { test } from 'node:test';
 
-// The page's modules are named by what a browser takes them for, which is not what Node.js takes them for.
+// Imports data URLs, since Node.js would treat the .js files as CommonJS.
 async function module(name) {
   const source = await readFile(new URL(`../../../board/panel/page/${name}`, import.meta.url), 'utf8');
   return import(`data:text/javascript,${encodeURIComponent(source)}`);
@@ -22,13 +22,13 @@ function element(color, changes) {
 }
 
 const PATTERNS = [
-  // green, red, time in milliseconds, what is said
+  // green, red, time in milliseconds, announcement
   ['', '', 5000, 'off'],
   ['100+', '', 5000, 'steady green'],
   ['100+ 600-', '', 5000, 'off'],
   ['100+ 602- 1104+', '', 1200, 'flashing green, 500 ms'],
   ['100+ 602- 1104+ 1606-', '', 1700, 'flashing green, 500 ms'],
-  ['100+ 602- 1104+', '', 1904, 'steady green'], // a step that lasts too long ends the pattern
+  ['100+ 602- 1104+', '', 1904, 'steady green'], // a too long step ends the pattern
   ['100+ 602- 1104+ 1606-', '', 2406, 'off'],
   ['100+ 355- 605+', '', 700, 'flashing green, 250 ms'],
   ['', '100+ 300- 1100+ 1300- 2100+', 2200, 'flashing red, 200 ms on, 800 ms off'],
@@ -36,7 +36,7 @@ const PATTERNS = [
   ['100+ 1800- 2300+', '', 2400, 'flashing green, 500 ms'], // after it was steady
   ['100+ 600- 1100+ 2800- 3300+', '', 3400, 'flashing green, 500 ms'], // after it flashed and was steady
   ['100+ 350- 600+ 850- 1100+', '350+ 600- 850+ 1100-', 1200, 'alternating green and red, 250 ms'],
-  // one element goes dark before the other is lit, which nobody sees
+  // one element goes dark before the other is lit: a glitch
   ['100+ 350- 600+ 850- 1100+', '352+ 598- 852+ 1098-', 1200, 'alternating green and red, 250 ms'],
   ['100+', '100+', 5000, 'steady green with red'],
   ['100+ 5100- 10100+', '', 10200, 'steady green'], // too slow to be a pattern

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The panel as somebody sees and operates it, with a shell as the program on the board.
+// Viewing and operating the panel, with a shell as the program on the board.
 import assert from 'node:assert/strict';
 import { mkdtemp, readFile, rm } from 'node:fs/promises';
 import { tmpdir } from 'node:os';

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// node screenshot.mjs FILE.png [light|dark [WIDTH]]: the panel in the life of the gateway, when one status LED flashes green and
-// the other one red.
+// node screenshot.mjs FILE.png [light|dark [WIDTH]]: the panel of the gateway when one status LED flashes green and the
+// other one red.
 import { Board } from './board.mjs';
 import { Browser } from './browser.mjs';
 
 const [file, colorScheme = 'light', width = '1280'] = process.argv.slice(2);
 const ATTEMPTS = 5;
-const LIFE = 7000; // milliseconds in which the moment comes, or not on a busy machine, as it is a tenth of a second long
+const LIFE = 7000; // milliseconds in which the moment, a tenth of a second long, comes; a busy machine may miss it
 
-// In the page: waits for the moment and lets it last, as the page does while nobody sees it. False when it did not come.
+// In the page: waits for the moment and freezes it, like a hidden page. False when it did not come.
 function catchMoment(longest) {
   const shows = (name, color) => document.querySelector(`#front [data-led="${name}"][data-color="${color}"]`) &&
     document.querySelector(`.leds [data-led="${name}"] .pattern`).textContent === `flashing ${color}, 500 ms`;
