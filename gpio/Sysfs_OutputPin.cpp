@@ -15,14 +15,16 @@ namespace Velrix::Gpio {
 
 namespace {
 
-// The bytes for a level, shared by all pins. Never destroyed: pins outlive this library's statics.
-struct Levels {
+// What all pins share: what they write for a level, and the name of those without a label. Never destroyed: pins are
+// still used when the statics of this library go.
+struct Common {
     const std::shared_ptr<Array<unsigned char>> low = Array<unsigned char>::Create({'0'});
     const std::shared_ptr<Array<unsigned char>> high = Array<unsigned char>::Create({'1'});
+    const string_ptr noName = "N/A";
 };
-const Levels& GetLevels() {
-    static const Levels& levels = *new Levels;
-    return levels;
+const Common& GetCommon() {
+    static const Common& common = *new Common;
+    return common;
 }
 
 } // namespace
@@ -32,12 +34,12 @@ std::shared_ptr<Sysfs_OutputPin> Sysfs_OutputPin::Create(string_ptr name, string
 }
 
 std::shared_ptr<Sysfs_OutputPin> Sysfs_OutputPin::Create(string_ptr path) {
-    return Create("N/A", std::move(path));
+    return Create(GetCommon().noName, std::move(path));
 }
 
 Sysfs_OutputPin::Sysfs_OutputPin(string_ptr ownName, string_ptr path)
     : name(std::move(ownName)), stream(FileStream::Create(std::move(path), FileMode::OPEN, FileAccess::WRITE)),
-      lowBuffer(GetLevels().low), highBuffer(GetLevels().high) {}
+      lowBuffer(GetCommon().low), highBuffer(GetCommon().high) {}
 
 Sysfs_OutputPin::~Sysfs_OutputPin() = default;
 
