@@ -58,10 +58,6 @@ void Open(std::shared_ptr<IOutputPin>& pin, const char* label, const string_ptr&
     pin = Sysfs_OutputPin::Create(label, path);
 }
 
-std::shared_ptr<IOutputPin> OpenElement(const LedSection& paths, string_ptr LedSection::*element) {
-    return Sysfs_OutputPin::Create(element ? paths.*element : string_ptr(NO_ELEMENT));
-}
-
 } // namespace
 
 System::Lazy<std::shared_ptr<Platform>> Platform::INSTANCE{
@@ -104,10 +100,14 @@ std::shared_ptr<Platform> Platform::Create() {
         {&Platform::moduleStatusLed,  "MS",        &Key::module_status_green,  &Key::module_status_red,  NONE},
         {&Platform::networkStatusLed, "NS",        &Key::network_status_green, &Key::network_status_red, NONE},
     };
+    const string_ptr noElement = NO_ELEMENT;
+    const auto open = [&](string_ptr Key::*element) {
+        return Sysfs_OutputPin::Create(element ? (*led).*element : noElement);
+    };
     for (const auto& row : LEDS) {
-        const std::shared_ptr<IOutputPin> green = OpenElement(*led, row.green);
-        const std::shared_ptr<IOutputPin> red = OpenElement(*led, row.red);
-        const std::shared_ptr<IOutputPin> yellow = OpenElement(*led, row.yellow);
+        const std::shared_ptr<IOutputPin> green = open(row.green);
+        const std::shared_ptr<IOutputPin> red = open(row.red);
+        const std::shared_ptr<IOutputPin> yellow = open(row.yellow);
         (*platform).*row.led = Led::Create(row.label, green, red, yellow);
     }
 
