@@ -138,12 +138,6 @@ Step Led::GetColorProperty() {
     return current;
 }
 
-// Hot: called from the application's main loop, mostly with nothing to do.
-void Led::Update() {
-    if (sequence)
-        AdvanceWhenDue();
-}
-
 void Led::AdvanceWhenDue() {
     if (current->Duration == 0) {
         sequence.reset();

@@ -52,8 +52,12 @@ public:
 
     // When the next step cannot be shown, the exception passes out and the pattern is at that step, while the one
     // before stays shown for its duration once more. A list that has shrunk below that step:
-    // ArgumentOutOfRangeException.
-    void Update() override;
+    // ArgumentOutOfRangeException. In the header, since most calls have nothing to do; exported as well, since inline
+    // functions are not by themselves.
+    VELRIX_EXPORT void Update() override {
+        if (sequence)
+            AdvanceWhenDue();
+    }
 
     // Drive the green, the red and the yellow pin, in this order, high or low; a colour that the LED lacks is skipped.
     void SetGreenRedYellow(bool greenOn, bool redOn, bool yellowOn);
