@@ -2,9 +2,9 @@
 // Updates of an LED.
 //
 //     led-bench                 the time of an update without a pattern and of one while a step runs, each against a
-//     reading of
-//                               the clock: the best of twenty rounds
+//                               reading of the clock: the best of twenty rounds
 //     led-bench idle | running  a thousand updates, for a tool that counts within Led::Update
+//     led-bench platform        a thousand updates of a whole board without a pattern, to count within Platform::Update
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -16,6 +16,9 @@
 
 #include <velrix/gpio/Led.h>
 #include <velrix/gpio/Sysfs_OutputPin.h>
+#include <velrix/platform/Platform.h>
+
+#include "bench/DevicePaths.h"
 
 using namespace Velrix::Gpio;
 
@@ -56,8 +59,15 @@ int main(int argc, char** argv) {
             led.Update();
         return EXIT_SUCCESS;
     }
+    if (what == "platform") {
+        Bench::UseDevices(*Velrix::Settings::SettingsFile::INSTANCE.Value());
+        const auto platform = Velrix::Platform::Create();
+        for (int i = 0; i < 1000; ++i)
+            platform->Update();
+        return EXIT_SUCCESS;
+    }
     if (!what.empty()) {
-        std::fputs("usage: led-bench [idle | running]\n", stderr);
+        std::fputs("usage: led-bench [idle | running | platform]\n", stderr);
         return EXIT_FAILURE;
     }
 

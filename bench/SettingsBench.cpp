@@ -20,30 +20,11 @@
 
 #include <velrix/config/ConfigFile.h>
 
+#include "bench/SettingsText.h"
+
 namespace {
 
 long long allocations = 0;
-
-// Names and values as they are in real files: paths, numbers, quoted text, here and there a comment or an empty line.
-std::string MakeText(int lines, int sections) {
-    std::string text;
-    for (int line = 0; line < lines; ++line) {
-        const std::string suffix = std::to_string(line);
-        if (line % (lines / sections) == 0)
-            text += "[section_" + suffix + "]\n";
-        else if (line % 40 == 7)
-            text += "# what the next keys are for\n";
-        else if (line % 40 == 8)
-            text += "\n";
-        else if (line % 3 == 0)
-            text += "line_" + suffix + "=/var/dev/gpio/" + suffix + "\n";
-        else if (line % 3 == 1)
-            text += "offset_" + suffix + " = 44000000 # hex\n";
-        else
-            text += "name_" + suffix + " = \"unit " + suffix + "_a\"\n";
-    }
-    return text;
-}
 
 [[gnu::noinline]] int ReadOnce(const System::string_ptr& path) {
     return Velrix::ConfigFile::ReadAll(path)->Count();
@@ -93,7 +74,7 @@ int main(int argc, char** argv) {
 
     char path[] = "/tmp/settings-bench-XXXXXX";
     const int descriptor = mkstemp(path);
-    std::string text = MakeText(lines, sectionCount);
+    std::string text = Bench::MakeSettings(lines, sectionCount);
     const std::size_t size = text.size();
     if (descriptor < 0 || write(descriptor, text.data(), size) != static_cast<ssize_t>(size)) {
         std::perror(path);
