@@ -30,7 +30,7 @@ Operation StartAndWait(const std::string& program) {
 
 void CompareStart(const char* folder) {
     const std::string path = folder;
-    Run({"program with the whole Platform, from exec to exit", 60, 1, true},
+    Run({"program with the whole Platform, from exec to exit", 200, 1, true},
         {{"ours", [&](const std::string&) { return StartAndWait(path + "/start-bench"); }},
          {"limit", [&](const std::string&) { return StartAndWait(path + "/start-bench-bare"); }}});
 }
