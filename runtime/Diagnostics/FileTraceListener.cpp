@@ -344,7 +344,7 @@ void FileTraceListener::TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs, st
 
     char* end = record;
     *end++ = '\n'; // used only behind a part of a record
-    end = WriteDateTime(end, eventArgs->nanoseconds);
+    end = WriteDateTime(end, eventArgs->timestamp.Nanoseconds());
     *end++ = ' ';
     std::memcpy(end, level.text, sizeof level.text);
     end += level.length;

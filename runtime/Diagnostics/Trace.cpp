@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <exception>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <typeinfo>
@@ -16,7 +17,6 @@
 #include <System/Raisers.h>
 
 #include "runtime/Escape.h"
-#include "runtime/Threading/Lock.h"
 #include "runtime/TypeName.h"
 
 namespace System::Diagnostics {
@@ -37,11 +37,11 @@ union Lasting {
     T value;
 };
 
-constinit Threading::Mutex mutex;
+constinit std::mutex mutex;
 constinit Lasting<SharedList> current; // guarded by mutex; null: no listener
 
 SharedList Snapshot() {
-    const Threading::Lock lock(mutex);
+    const std::scoped_lock lock(mutex);
     return current.value;
 }
 
@@ -50,7 +50,7 @@ SharedList Snapshot() {
 struct ReleaseAtExit {
     ~ReleaseAtExit() {
         SharedList list; // released after the lock
-        const Threading::Lock lock(mutex);
+        const std::scoped_lock lock(mutex);
         list.swap(current.value);
     }
 };
@@ -102,8 +102,7 @@ void CallSafely(TraceListener& listener, std::atomic<bool>& failureReported, con
 // The child of a fork must not inherit the lock from a thread that it does not have. If there is no memory for the
 // handler, the risk remains; tracing works all the same.
 void KeepLockUsableInForkedChildren() {
-    static const int result =
-        ::pthread_atfork([] { mutex.Acquire(); }, [] { mutex.Release(); }, [] { mutex.Release(); });
+    static const int result = ::pthread_atfork([] { mutex.lock(); }, [] { mutex.unlock(); }, [] { mutex.unlock(); });
     static_cast<void>(result);
 }
 
@@ -116,7 +115,7 @@ void Trace::AddListener(std::shared_ptr<TraceListener> listener) {
         _throw_argument_null_exception("listener");
     KeepLockUsableInForkedChildren();
     SharedList before; // released after the lock: a destructor may trace
-    const Threading::Lock lock(mutex);
+    const std::scoped_lock lock(mutex);
     auto list = current.value ? std::make_shared<ListenerList>(*current.value) : std::make_shared<ListenerList>();
     list->push_back(std::move(listener));
     before = std::exchange(current.value, std::move(list));
@@ -125,7 +124,7 @@ void Trace::AddListener(std::shared_ptr<TraceListener> listener) {
 
 void Trace::RemoveListener(const std::shared_ptr<TraceListener>& listener) {
     SharedList before; // released after the lock: a destructor may trace
-    const Threading::Lock lock(mutex);
+    const std::scoped_lock lock(mutex);
     if (!current.value)
         return;
     const auto found = std::find(current.value->begin(), current.value->end(), listener);
@@ -195,7 +194,7 @@ void Trace::Flush() {
 void Trace::Close() {
     SharedList list;
     {
-        const Threading::Lock lock(mutex);
+        const std::scoped_lock lock(mutex);
         list = std::exchange(current.value, nullptr);
         listenerCount.store(0, std::memory_order_relaxed);
     }

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include "runtime/SpareAllocator.h"
-#include "runtime/Threading/Lock.h"
 #include "runtime/WallClock.h"
 
 namespace System::Diagnostics {
@@ -37,20 +36,12 @@ const Ids& CurrentIds() noexcept {
 
 std::shared_ptr<TraceEventArgs> TraceEventArgs::Create() {
     const Ids& own = CurrentIds();
-    return std::allocate_shared<TraceEventArgs>(SpareAllocator<TraceEventArgs>(), Passkey(), ReadWallClock(),
-                                                own.process, own.thread);
+    return std::allocate_shared<TraceEventArgs>(SpareAllocator<TraceEventArgs>(), Passkey(), own.process, own.thread);
 }
 
-TraceEventArgs::TraceEventArgs(Passkey, long long ownNanoseconds, int ownProcessId, int ownThreadId) noexcept
-    : nanoseconds(ownNanoseconds), processId(ownProcessId), threadId(ownThreadId) {}
+TraceEventArgs::TraceEventArgs(Passkey, int ownProcessId, int ownThreadId) noexcept
+    : timestamp(DateTime::Passkey(), ReadWallClock()), processId(ownProcessId), threadId(ownThreadId) {}
 
 TraceEventArgs::~TraceEventArgs() = default;
-
-const std::shared_ptr<DateTime>& TraceEventArgs::Timestamp() const {
-    const Threading::Lock lock(mutex);
-    if (!timestamp)
-        timestamp = std::make_shared<DateTime>(DateTime::Passkey(), nanoseconds);
-    return timestamp;
-}
 
 } // namespace System::Diagnostics

@@ -32,37 +32,28 @@ public:
     // A snapshot of the listeners.
     static std::vector<std::shared_ptr<TraceListener>> Listeners();
 
-    // One event. Of an exception the listeners get the text that its ToString() gives. A literal becomes a text only
-    // for a listener that wants it.
-    static void TraceDebug(const char* utf8) { TraceText(TraceEventType::DEBUG, utf8); }
-    static void TraceDebug(const string_ptr& text) { TraceText(TraceEventType::DEBUG, text); }
-    static void TraceDebug(const std::shared_ptr<Object>& data) { TraceObject(TraceEventType::DEBUG, data); }
-    static void TraceDebug(const Exception& exception) { TraceException(TraceEventType::DEBUG, exception); }
-    static void TraceInformation(const char* utf8) { TraceText(TraceEventType::INFORMATION, utf8); }
-    static void TraceInformation(const string_ptr& text) { TraceText(TraceEventType::INFORMATION, text); }
-    static void TraceInformation(const std::shared_ptr<Object>& data) {
-        TraceObject(TraceEventType::INFORMATION, data);
+    // One event with a text, a shared pointer to an object, an exception, of which the listeners get the text that its
+    // ToString() gives, or nullptr for an empty text. A literal becomes a text only for a listener that wants it.
+    template <class Data>
+    static void TraceDebug(const Data& data) {
+        Event(TraceEventType::DEBUG, data);
     }
-    static void TraceInformation(const Exception& exception) { TraceException(TraceEventType::INFORMATION, exception); }
-    static void TraceWarning(const char* utf8) { TraceText(TraceEventType::WARNING, utf8); }
-    static void TraceWarning(const string_ptr& text) { TraceText(TraceEventType::WARNING, text); }
-    static void TraceWarning(const std::shared_ptr<Object>& data) { TraceObject(TraceEventType::WARNING, data); }
-    static void TraceWarning(const Exception& exception) { TraceException(TraceEventType::WARNING, exception); }
-    static void TraceError(const char* utf8) { TraceText(TraceEventType::ERROR, utf8); }
-    static void TraceError(const string_ptr& text) { TraceText(TraceEventType::ERROR, text); }
-    static void TraceError(const std::shared_ptr<Object>& data) { TraceObject(TraceEventType::ERROR, data); }
-    static void TraceError(const Exception& exception) { TraceException(TraceEventType::ERROR, exception); }
-    static void TraceFatal(const char* utf8) { TraceText(TraceEventType::FATAL, utf8); }
-    static void TraceFatal(const string_ptr& text) { TraceText(TraceEventType::FATAL, text); }
-    static void TraceFatal(const std::shared_ptr<Object>& data) { TraceObject(TraceEventType::FATAL, data); }
-    static void TraceFatal(const Exception& exception) { TraceException(TraceEventType::FATAL, exception); }
-
-    // One event with an empty text.
-    static void TraceDebug(std::nullptr_t) { TraceText(TraceEventType::DEBUG, String::EMPTY); }
-    static void TraceInformation(std::nullptr_t) { TraceText(TraceEventType::INFORMATION, String::EMPTY); }
-    static void TraceWarning(std::nullptr_t) { TraceText(TraceEventType::WARNING, String::EMPTY); }
-    static void TraceError(std::nullptr_t) { TraceText(TraceEventType::ERROR, String::EMPTY); }
-    static void TraceFatal(std::nullptr_t) { TraceText(TraceEventType::FATAL, String::EMPTY); }
+    template <class Data>
+    static void TraceInformation(const Data& data) {
+        Event(TraceEventType::INFORMATION, data);
+    }
+    template <class Data>
+    static void TraceWarning(const Data& data) {
+        Event(TraceEventType::WARNING, data);
+    }
+    template <class Data>
+    static void TraceError(const Data& data) {
+        Event(TraceEventType::ERROR, data);
+    }
+    template <class Data>
+    static void TraceFatal(const Data& data) {
+        Event(TraceEventType::FATAL, data);
+    }
 
     // Every listener's Flush.
     static void Flush();
@@ -73,23 +64,16 @@ public:
 private:
     using Type = std::shared_ptr<TraceEventType>;
 
-    template <class Text>
-    static void TraceText(const Type& type, const Text& text) {
-        if (listenerCount.load(std::memory_order_relaxed) != 0)
-            Dispatch(type, text);
-    }
-    static void TraceObject(const Type& type, const std::shared_ptr<Object>& data) {
+    template <class Data>
+    static void Event(const Type& type, const Data& data) {
         if (listenerCount.load(std::memory_order_relaxed) != 0)
             Dispatch(type, data);
-    }
-    static void TraceException(const Type& type, const Exception& exception) {
-        if (listenerCount.load(std::memory_order_relaxed) != 0)
-            Dispatch(type, exception);
     }
     static void Dispatch(const Type& type, const char* utf8);
     static void Dispatch(const Type& type, const string_ptr& text);
     static void Dispatch(const Type& type, const std::shared_ptr<Object>& data);
     static void Dispatch(const Type& type, const Exception& exception);
+    static void Dispatch(const Type& type, std::nullptr_t) { Dispatch(type, String::EMPTY); }
     template <class MakeData>
     static void Deliver(const Type& type, const MakeData& makeData);
 

@@ -6,7 +6,6 @@
 #include <System/DateTime.h>
 #include <System/Export.h>
 #include <System/Object.h>
-#include <System/Threading/Mutex.h>
 
 namespace System::Diagnostics {
 
@@ -21,10 +20,11 @@ public:
     static std::shared_ptr<TraceEventArgs> Create();
 
     // For this class alone: only it can name the first argument's type.
-    TraceEventArgs(Passkey, long long ownNanoseconds, int ownProcessId, int ownThreadId) noexcept;
+    TraceEventArgs(Passkey, int ownProcessId, int ownThreadId) noexcept;
     ~TraceEventArgs() override;
 
-    const std::shared_ptr<DateTime>& Timestamp() const;
+    // The moment of the event; keeps these arguments alive, which it is a part of.
+    std::shared_ptr<DateTime> Timestamp() const { return {shared_from_this(), &timestamp}; }
 
     int ProcessId() const noexcept { return processId; }
 
@@ -34,12 +34,9 @@ public:
 private:
     friend class FileTraceListener;
 
-    const long long nanoseconds;
+    mutable DateTime timestamp; // immutable; its virtual operations are not const
     const int processId;
     const int threadId;
-    // Created lazily: most listeners only format the time.
-    mutable Threading::Mutex mutex;
-    mutable std::shared_ptr<DateTime> timestamp; // guarded by mutex until set, constant afterwards
 };
 
 } // namespace System::Diagnostics

@@ -89,7 +89,7 @@ TEST(TraceEventArgs, SurvivesEveryAllocationFailure) {
                   const auto eventArgs = TraceEventArgs::Create();
                   eventArgs->Timestamp();
               }),
-              2);
+              1);
 }
 
 } // namespace
