@@ -8,7 +8,6 @@
 
 namespace System {
 
-Object::Object() noexcept = default;
 Object::~Object() = default;
 
 std::shared_ptr<Object> Object::OwnObject(Object* object) {

@@ -2,6 +2,7 @@
 #include <System/String.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <new>
@@ -21,14 +22,12 @@ namespace System {
 using Collections::Generic::Array;
 using Collections::Generic::IArray;
 
-// Multiplicative hash, four code units at a time, then one by one: keys are short, and the standard library's hash
-// takes twice as long for them. A product's upper half depends on all bits below it; each step shifts it down for the
-// next.
+// Four code units at a time: keys are short, and the standard library's hash takes twice as long for them. A product's
+// upper half depends on all bits below it; the rotation brings it down for the next step.
 static int HashOf(std::u16string_view text) noexcept {
     std::uint64_t mixed = text.size();
     const auto mix = [&mixed](std::uint64_t units) {
-        mixed = (mixed ^ units) * 0x9E3779B97F4A7C15; // 2 to the 64th over the golden ratio
-        mixed ^= mixed >> 32;
+        mixed = (std::rotl(mixed, 32) ^ units) * 0x9E3779B97F4A7C15; // 2 to the 64th over the golden ratio
     };
     for (std::uint64_t four; text.size() >= 4; text.remove_prefix(4)) {
         std::memcpy(&four, text.data(), sizeof four);
@@ -36,32 +35,25 @@ static int HashOf(std::u16string_view text) noexcept {
     }
     for (const char16_t unit : text)
         mix(unit);
-    return static_cast<int>(mixed);
+    return static_cast<int>(mixed ^ mixed >> 32);
 }
 
 [[gnu::init_priority(150)]] const string_ptr String::EMPTY = String::FromUnits({});
 
-string_ptr::string_ptr(const char* utf8) {
-    if (utf8)
-        *this = String::FromUtf8(utf8);
-}
+string_ptr::string_ptr(const char* utf8) : string_ptr(utf8 ? String::FromUtf8(utf8) : nullptr) {}
 
 string_ptr::string_ptr(std::string_view utf8) : string_ptr(String::FromUtf8(utf8)) {}
 
 string_ptr::string_ptr(const std::string& utf8) : string_ptr(String::FromUtf8(utf8)) {}
 
-string_ptr::string_ptr(const char16_t* units) {
-    if (units)
-        *this = String::FromUnits(units);
-}
+string_ptr::string_ptr(const char16_t* units) : string_ptr(units ? String::FromUnits(units) : nullptr) {}
 
 string_ptr::string_ptr(std::u16string_view units) : string_ptr(String::FromUnits(units)) {}
 
 string_ptr::operator std::shared_ptr<Object>() const {
     if (!text)
         return nullptr;
-    const auto handle = std::allocate_shared<string_ptr>(SpareAllocator<string_ptr>(), *this);
-    return std::shared_ptr<Object>(handle, handle->text);
+    return {std::allocate_shared<string_ptr>(SpareAllocator<string_ptr>(), *this), text};
 }
 
 string_ptr operator+(const string_ptr& left, const string_ptr& right) {
@@ -78,10 +70,9 @@ void string_ptr::Release() noexcept {
     if (text->holders.load(std::memory_order_acquire) != 1 &&
         text->holders.fetch_sub(1, std::memory_order_acq_rel) != 1)
         return;
-    const unsigned offset = text->offset;
-    text->~String();
-    if (offset != 0)
-        Detail::TextMaker::Release(reinterpret_cast<char*>(text) - offset, 1);
+    // Without a destructor, which would have nothing to do: no std::shared_ptr owns a text.
+    if (text->offset != 0)
+        Detail::TextMaker::Release(reinterpret_cast<char*>(text) - text->offset, 1);
     else
         ::operator delete(text);
 }
@@ -96,8 +87,6 @@ bool string_ptr::SameUnits(const String& left, const String& right) noexcept {
     return first.size() == second.size() &&
            std::memcmp(first.data(), second.data(), first.size() * sizeof(char16_t)) == 0;
 }
-
-String::~String() = default;
 
 string_ptr String::Allocate(std::size_t unitCount, char16_t*& units) {
     const auto make = [&units](std::size_t count, int ownLength) {
@@ -130,11 +119,12 @@ string_ptr String::FromBytes(std::string_view source) {
 }
 
 string_ptr String::FromUtf8(std::string_view source) {
-    // Three bytes make at least one code unit, so this many are too many whatever they are.
-    CheckedLength(source.size() / 3, "text");
-    if (Utf::IsAscii(source))
-        return FromBytes(source);
     char16_t* units = nullptr;
+    // Longer than a text can be only if it is no ASCII: three bytes make at least one code unit.
+    if (source.size() <= MAX_LENGTH)
+        if (string_ptr text = Allocate(source.size(), units); Utf::Widen(source, units))
+            return text;
+    CheckedLength(source.size() / 3, "text");
     string_ptr text = Allocate(Utf::CountUnits(source), units);
     Utf::Decode(source, units);
     return text;

@@ -35,7 +35,7 @@ public:
     virtual ~Object();
 
 protected:
-    Object() noexcept;
+    Object() noexcept = default;
 
     // Gives a new object its owner; every Create ends with it. All classes share one type of control block, to save
     // code. Out of memory: deletes the object and throws std::bad_alloc.

@@ -110,8 +110,9 @@ SYSTEM_EXPORT string_ptr operator+(const string_ptr& left, const string_ptr& rig
 // An immutable text of UTF-16 code units; always reached through a string_ptr.
 //
 // Lengths and indices count code units, not characters: a character outside of the basic plane takes two. A text needs
-// one allocation, its hash is computed at most once, and all empty texts share one object. Any thread. The text holds
-// its reference count: the control block of a std::shared_ptr would be a third of a short text's memory.
+// one allocation, two if made from UTF-8 beyond ASCII; its hash is computed at most once, and all empty texts share one
+// object. Any thread. The text holds its reference count: the control block of a std::shared_ptr would be a third of a
+// short text's memory.
 class SYSTEM_EXPORT String final : public Object {
 public:
     // The empty text.
@@ -124,8 +125,6 @@ public:
     // the array: ArgumentOutOfRangeException.
     static string_ptr FromArray(std::shared_ptr<Collections::Generic::IArray<unsigned short>> chars, int index,
                                 int length);
-
-    ~String() override;
 
     // The number of code units.
     int Length() const noexcept { return length; }

@@ -65,11 +65,12 @@ inline std::size_t EntryTable::HomeOf(std::uint32_t hash) const noexcept {
 
 Entry* EntryTable::Find(std::size_t hash, const void* key) const {
     const std::uint32_t folded = Fold(hash);
-    if (!index) {
-        Entry* entry = Next(nullptr);
-        while (entry && !(entry->hash == folded && kind.hasKey(entry, key)))
-            entry = Next(entry);
-        return entry;
+    if (!index) { // nor more than one block
+        for (std::uint32_t place = 0; newest && place < newest->used; ++place)
+            if (Entry* const entry = EntryAt(newest, place);
+                entry->hash == folded && entry->place == place && kind.hasKey(entry, key))
+                return entry;
+        return nullptr;
     }
     std::size_t slot = HomeOf(folded);
     while (index[slot] && !(index[slot]->hash == folded && kind.hasKey(index[slot], key)))

@@ -40,7 +40,8 @@ string_ptr TextMaker::Make(std::string_view bytes) {
     auto* const text = ::new (block + used) String(static_cast<int>(bytes.size()), static_cast<unsigned>(used));
     used += needed;
     --unborn;
-    Utf::Widen(bytes, reinterpret_cast<char16_t*>(text + 1));
+    Utf::CopyPlain(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size(),
+                   reinterpret_cast<char16_t*>(text + 1), [](unsigned char) { return 0; });
     return string_ptr(text);
 }
 

@@ -33,14 +33,7 @@ namespace {
 // A record of the usual length is built on the stack.
 constexpr std::size_t SHORT_RECORD_SIZE = 1024;
 
-// The most that one code unit takes: \x1b, or three bytes of UTF-8.
-constexpr std::size_t BYTES_PER_UNIT = 4;
-
-// Room for a process's name and its numbers, which take up to 26 bytes.
-constexpr std::size_t ORIGIN_ROOM = 64;
-constexpr std::size_t LONGEST_KEPT_NAME = ORIGIN_ROOM - 26;
-
-// Everything of a record but a long process name and the text: line ends, the time, the level, process and thread, each
+// Everything of a record but the process name and the text: line ends, the time, the level, process and thread, each
 // with the slack that a copy of fixed length overwrites.
 constexpr std::size_t FRAME_SIZE = 128;
 
@@ -66,74 +59,20 @@ constexpr struct {
     std::size_t length;
 } LEVELS[] = {{"DEBUG ", 6}, {"INFORMATION ", 12}, {"WARNING ", 8}, {"ERROR ", 6}, {"FATAL ", 6}};
 
-// Sixteen code units at once, for the compiler's vectoriser.
-constexpr std::size_t GROUP_SIZE = 16;
-
-// Copies the units if none needs escaping; else returns false and leaves target as it was.
-bool WriteGroup(char* target, const char16_t* units) noexcept {
-    using UnitVector [[gnu::vector_size(GROUP_SIZE)]] = short;
-    using ByteVector [[gnu::vector_size(GROUP_SIZE / 2)]] = signed char;
-    // Signed, so that the units above U+7FFF are less than all of them.
-    constexpr short FIRST = u' ', LAST = u'~', BACKSLASH = u'\\';
-    UnitVector left, right;
-    std::memcpy(&left, units, sizeof left);
-    std::memcpy(&right, units + GROUP_SIZE / 2, sizeof right);
-    const auto special =
-        (left < FIRST) | (left > LAST) | (left == BACKSLASH) | (right < FIRST) | (right > LAST) | (right == BACKSLASH);
-    unsigned long long parts[2];
-    static_assert(sizeof parts == sizeof special);
-    std::memcpy(parts, &special, sizeof special);
-    if ((parts[0] | parts[1]) != 0)
-        return false;
-    const ByteVector leftBytes = __builtin_convertvector(left, ByteVector);
-    const ByteVector rightBytes = __builtin_convertvector(right, ByteVector);
-    std::memcpy(target, &leftBytes, sizeof leftBytes);
-    std::memcpy(target + sizeof leftBytes, &rightBytes, sizeof rightBytes);
-    return true;
-}
-
-[[gnu::noinline]] char* WriteRare(char* target, std::u16string_view text) {
-    std::string escaped;
-    AppendEscaped(escaped, text);
-    return std::copy(escaped.begin(), escaped.end(), target);
-}
-
-// The text with control characters and backslashes escaped. Most texts have none.
-char* WriteEscaped(char* target, std::u16string_view text) {
-    if (text.size() >= GROUP_SIZE) {
-        // The rest is copied as a last full group that overlaps the one before.
-        const std::size_t last = text.size() - GROUP_SIZE;
-        std::size_t next = 0;
-        while (WriteGroup(target + next, text.data() + next)) {
-            if (next == last)
-                return target + text.size();
-            next = std::min(next + GROUP_SIZE, last);
-        }
-        target += next;
-        text.remove_prefix(next);
-    }
-    while (!text.empty() && text.front() >= u' ' && text.front() <= u'~' && text.front() != u'\\') {
-        *target++ = static_cast<char>(text.front());
-        text.remove_prefix(1);
-    }
-    return text.empty() ? target : WriteRare(target, text);
-}
-
 char* WriteNumber(char* target, int number) noexcept {
     return std::to_chars(target, target + 11, number).ptr;
 }
 
-// "gateway[1234:1240] ". Cached per thread, with a name of the usual length.
-char* WriteOrigin(char* target, const std::string& processName, int processId, int threadId) noexcept {
+// "[1234:1240] ". Cached per thread.
+char* WriteIds(char* target, int processId, int threadId) noexcept {
     [[gnu::tls_model("initial-exec")]] static thread_local constinit struct {
-        unsigned long long ids = 0; // the process's and the thread's; a fork changes both
+        int process = 0; // 0: nothing written yet
+        int thread = 0;
+        char text[32] = {}; // up to 26 are used
         std::size_t length = 0;
-        char text[ORIGIN_ROOM] = {};
     } last;
-    const unsigned long long ids = static_cast<unsigned long long>(processId) << 32 | static_cast<unsigned>(threadId);
-    if (last.ids != ids) {
-        const std::size_t kept = processName.size() <= LONGEST_KEPT_NAME ? processName.size() : 0;
-        char* end = std::copy_n(processName.begin(), kept, last.text);
+    if (last.process != processId || last.thread != threadId) {
+        char* end = last.text;
         *end++ = '[';
         end = WriteNumber(end, processId);
         *end++ = ':';
@@ -141,10 +80,9 @@ char* WriteOrigin(char* target, const std::string& processName, int processId, i
         *end++ = ']';
         *end++ = ' ';
         last.length = static_cast<std::size_t>(end - last.text);
-        last.ids = ids;
+        last.process = processId;
+        last.thread = threadId;
     }
-    if (processName.size() > LONGEST_KEPT_NAME)
-        target = std::copy(processName.begin(), processName.end(), target);
     std::memcpy(target, last.text, sizeof last.text);
     return target + last.length;
 }
@@ -348,7 +286,8 @@ void FileTraceListener::TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs, st
     *end++ = ' ';
     std::memcpy(end, level.text, sizeof level.text);
     end += level.length;
-    end = WriteOrigin(end, file->processName, eventArgs->ProcessId(), eventArgs->ThreadId());
+    end = std::copy(file->processName.begin(), file->processName.end(), end);
+    end = WriteIds(end, eventArgs->ProcessId(), eventArgs->ThreadId());
     end = WriteEscaped(end, units);
     *end++ = '\n';
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <System/Text/Encoding.h>
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -26,24 +27,19 @@ std::shared_ptr<Array<unsigned char>> Encoding::GetBytes(string_ptr text) const 
         _throw_argument_null_exception("text");
     std::u16string_view units = text->View();
 
-    // Only ASCII takes as many bytes as code units, and there both encodings agree.
-    std::size_t count = Utf::CountBytes(units);
-    const bool isUtf8 = kind == Kind::UTF8 || count == units.size();
-    if (!isUtf8) {
-        count = 0;
-        for (std::u16string_view rest = units; !rest.empty(); ++count)
-            Utf::TakeCodePoint(rest);
-    }
+    auto bytes = Array<unsigned char>::Create(text->Length());
+    if (Utf::Narrow(units, reinterpret_cast<char*>(bytes->Data())))
+        return bytes; // in ASCII, and in both encodings that is the same
 
-    auto bytes = Array<unsigned char>::Create(CheckedLength(count, "text"));
-    unsigned char* target = bytes->Data();
-    if (isUtf8)
-        Utf::Encode(units, reinterpret_cast<char*>(target));
-    else
-        while (!units.empty()) {
-            const char32_t codePoint = Utf::TakeCodePoint(units);
-            *target++ = static_cast<unsigned char>(codePoint > 127 ? U'?' : codePoint);
-        }
+    std::string encoded;
+    if (kind == Kind::UTF8)
+        Utf::Append(encoded, units);
+    while (!units.empty() && kind == Kind::ASCII) {
+        const char32_t codePoint = Utf::TakeCodePoint(units);
+        encoded += codePoint > 127 ? '?' : static_cast<char>(codePoint);
+    }
+    bytes = Array<unsigned char>::Create(CheckedLength(encoded.size(), "text"));
+    std::copy(encoded.begin(), encoded.end(), bytes->Data());
     return bytes;
 }
 

@@ -21,12 +21,10 @@ std::u16string Decoded(std::string_view utf8) {
 }
 
 std::string Encoded(std::u16string_view units) {
-    const std::size_t count = Utf::CountBytes(units);
-    std::string utf8(count + 1, '#');
-    EXPECT_EQ(Utf::Encode(units, utf8.data()), utf8.data() + count);
-    EXPECT_EQ(utf8.back(), '#');
-    utf8.pop_back();
-    return utf8;
+    std::string utf8 = "#";
+    Utf::Append(utf8, units);
+    EXPECT_EQ(utf8.front(), '#');
+    return utf8.substr(1);
 }
 
 TEST(Utf, DecodesWellFormedSequencesAtTheirLimits) {
@@ -153,15 +151,33 @@ TEST(Utf, SeesACharacterBeyondAsciiAtEveryPlaceOfARow) {
         for (std::size_t place = 0; place < 20; ++place) {
             std::u16string units(20, u'a');
             units[place] = odd;
+            std::string narrow(20, '#');
+            EXPECT_FALSE(Utf::Narrow(units, narrow.data())) << place;
             const std::string utf8 = Encoded(units);
             EXPECT_EQ(utf8.size(), 20 + (odd < 0x800 ? 1u : 2u));
             EXPECT_TRUE(Decoded(utf8) == units) << place;
 
             std::string broken(20, 'a');
             broken[place] = '\x80';
+            std::u16string wide(20, u'#');
+            EXPECT_FALSE(Utf::Widen(broken, wide.data())) << place;
+            EXPECT_EQ(wide[place], 0x80) << place;
             units[place] = Utf::REPLACEMENT;
             EXPECT_TRUE(Decoded(broken) == units) << place;
         }
+}
+
+TEST(Utf, CopiesAsciiOfEveryLengthAndNoMore) {
+    const std::u16string units = u"as many characters as three strides\u007F";
+    const std::string bytes = "as many characters as three strides\x7F";
+    for (std::size_t length = 0; length <= bytes.size(); ++length) {
+        std::u16string wide(length + 1, u'#');
+        std::string narrow(length + 1, '#');
+        EXPECT_TRUE(Utf::Widen(std::string_view(bytes).substr(0, length), wide.data())) << length;
+        EXPECT_TRUE(Utf::Narrow(std::u16string_view(units).substr(0, length), narrow.data())) << length;
+        EXPECT_TRUE(wide == units.substr(0, length) + u'#') << length;
+        EXPECT_EQ(narrow, bytes.substr(0, length) + '#');
+    }
 }
 
 TEST(Utf, CutsAWellFormedTextAnywhereWithoutAStepTooFar) {
