@@ -6,6 +6,7 @@
 #include <string_view>
 #include <type_traits>
 
+#include <System/Convert.h>
 #include <System/Export.h>
 #include <System/Object.h>
 #include <System/String.h>
@@ -20,15 +21,8 @@ namespace System::Text {
 //     auto builder = StringBuilder::Create();
 //     builder->Append("line ").Append(12).Append(u':');
 class SYSTEM_EXPORT StringBuilder final : public Object {
-    // Any integer, or an enumerator that is a number.
-    template <class T>
-    using IfNumber =
-        std::enable_if_t<std::is_convertible_v<T, long long> && !std::is_floating_point_v<T> && !std::is_class_v<T>,
-                         int>;
-
 public:
     static std::shared_ptr<StringBuilder> Create();
-    ~StringBuilder() override;
 
     // The number of code units so far.
     int Length() const noexcept { return static_cast<int>(units.size()); }
@@ -39,42 +33,34 @@ public:
     // Empties the builder; its capacity stays.
     void Clear() noexcept { units.clear(); }
 
-    StringBuilder& Append(const string_ptr& text) { return Insert(Length(), text); }
-    StringBuilder& Append(char16_t unit) { return Insert(Length(), unit); }
-    StringBuilder& Append(unsigned short unit) { return Insert(Length(), unit); }
-    template <class Number, IfNumber<Number> = 0>
-    StringBuilder& Append(Number number) {
-        return Insert(Length(), number);
-    }
-    template <class T, class = std::enable_if_t<std::is_base_of_v<Object, T>>>
-    StringBuilder& Append(const std::shared_ptr<T>& object) {
-        return Insert(Length(), object);
-    }
-    // A char could mean a character or a number: write a text or a number.
-    StringBuilder& Append(char) = delete;
-
     // Before the code unit at index, 0 to Length(); elsewhere ArgumentOutOfRangeException, and the text stays as it
     // was.
-    StringBuilder& Insert(int index, const string_ptr& text);
-    StringBuilder& Insert(int index, char16_t unit);
+    StringBuilder& Insert(int index, const string_ptr& text) {
+        return InsertUnits(index, text ? text->View() : std::u16string_view());
+    }
+    StringBuilder& Insert(int index, char16_t unit) { return InsertUnits(index, {&unit, 1}); }
     StringBuilder& Insert(int index, unsigned short unit) { return Insert(index, static_cast<char16_t>(unit)); }
-    template <class Number, IfNumber<Number> = 0>
+    // Any integer, or an enumerator that is a number.
+    template <class Number, class = std::enable_if_t<std::is_convertible_v<Number, long long> &&
+                                                     !std::is_floating_point_v<Number> && !std::is_class_v<Number>>>
     StringBuilder& Insert(int index, Number number) {
-        if constexpr (std::is_signed_v<decltype(+number)>)
-            return InsertSigned(index, number);
-        else
-            return InsertUnsigned(index, number);
+        return Insert(index, Convert::ToString(+number));
     }
     template <class T, class = std::enable_if_t<std::is_base_of_v<Object, T>>>
     StringBuilder& Insert(int index, const std::shared_ptr<T>& object) {
         return Insert(index, object ? static_cast<Object&>(*object).ToString() : string_ptr());
     }
+    // A char could mean a character or a number: write a text or a number.
     StringBuilder& Insert(int index, char) = delete;
 
+    // Behind the text so far: any piece that Insert takes.
+    template <class Piece>
+    auto Append(const Piece& piece) -> decltype(this->Insert(0, piece)) {
+        return Insert(Length(), piece);
+    }
+
 private:
-    StringBuilder() noexcept;
-    StringBuilder& InsertSigned(int index, long long number);
-    StringBuilder& InsertUnsigned(int index, unsigned long long number);
+    StringBuilder() noexcept = default;
     StringBuilder& InsertUnits(int index, std::u16string_view piece);
 
     std::u16string units;
