@@ -48,11 +48,6 @@ std::string FromRoot(const std::string& path) {
     return folder && !path.empty() ? folder.get() + ('/' + path) : path;
 }
 
-// May wait, for the reader of a FIFO, and can be cancelled.
-int OpenForAppending(const char* name) {
-    return IO::Open(name, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY);
-}
-
 // The level's text in a record, by severity from TraceEventType::DEBUG on.
 constexpr struct {
     char text[16];
@@ -94,12 +89,7 @@ char* WriteIds(char* target, int processId, int threadId) noexcept {
 struct FileTraceListener::LogFile {
     explicit LogFile(string_ptr ownPath) : path(std::move(ownPath)), name(FromRoot(path->ToUtf8())) {
         AppendEscaped(processName, Process::CURRENT_PROCESS->ProcessName()->View());
-        // The system would cut the path at the zero.
-        if (name.find('\0') != std::string::npos)
-            IO::RaiseIO("Cannot open", path, EINVAL);
-        descriptor = OpenForAppending(name.c_str());
-        if (descriptor < 0)
-            IO::RaiseIO("Cannot open", path, errno);
+        descriptor = OpenForAppending();
     }
     LogFile(const LogFile&) = delete;
     LogFile& operator=(const LogFile&) = delete;
@@ -152,6 +142,9 @@ struct FileTraceListener::LogFile {
     std::string processName;
 
 private:
+    // May wait, for the reader of a FIFO, and can be cancelled.
+    int OpenForAppending() const { return IO::Open(path, name, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY); }
+
     [[gnu::noinline]] void CloseDescriptor() noexcept {
         const Threading::Uncancelled uncancelled;
         ::close(descriptor);
@@ -179,9 +172,7 @@ private:
 
     // Two threads may come here at once: then both open the same file, and one descriptor replaces the other.
     [[gnu::noinline]] void GoOnInNewFile() {
-        const int fresh = OpenForAppending(name.c_str());
-        if (fresh < 0)
-            IO::RaiseIO("Cannot open", path, errno);
+        const int fresh = OpenForAppending();
         const Threading::Uncancelled uncancelled;
         const int result = ::dup3(fresh, descriptor, O_CLOEXEC);
         const int error = errno;
@@ -300,7 +291,5 @@ void FileTraceListener::TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs, st
     file->FollowRotation();
     file->Append(record, static_cast<std::size_t>(end - record) - 1);
 }
-
-void FileTraceListener::Flush() {}
 
 } // namespace System::Diagnostics

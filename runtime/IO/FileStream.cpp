@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
-#include <string>
 #include <utility>
 
 #include <fcntl.h>
@@ -29,25 +28,13 @@ namespace {
 constexpr int BLOCK_SIZE = 8192;
 
 int FlagsOf(FileMode mode, FileAccess access) {
-    // A terminal must not become the controlling terminal.
-    int flags = O_CLOEXEC | O_NOCTTY;
-    switch (mode) {
-    case FileMode::OPEN:
-        break;
-    case FileMode::APPEND:
-        flags |= O_APPEND | O_CREAT;
-        break;
-    default:
+    if (mode != FileMode::OPEN && mode != FileMode::APPEND)
         throw ArgumentOutOfRangeException("mode");
-    }
-    switch (access) {
-    case FileAccess::READ:
-        return flags | O_RDONLY;
-    case FileAccess::WRITE:
-        return flags | O_WRONLY;
-    default:
+    if (access != FileAccess::READ && access != FileAccess::WRITE)
         throw ArgumentOutOfRangeException("access");
-    }
+    // A terminal must not become the controlling terminal.
+    return O_CLOEXEC | O_NOCTTY | (mode == FileMode::APPEND ? O_APPEND | O_CREAT : 0) |
+           (access == FileAccess::WRITE ? O_WRONLY : O_RDONLY);
 }
 
 // Out of line: exception objects in a hot operation would make every call set up and check a stack guard.
@@ -72,18 +59,9 @@ int FlagsOf(FileMode mode, FileAccess access) {
         path);
 }
 
-int WhenceOf(SeekOrigin origin) {
-    switch (origin) {
-    case SeekOrigin::BEGIN:
-        return SEEK_SET;
-    case SeekOrigin::CURRENT:
-        return SEEK_CUR;
-    case SeekOrigin::END:
-        return SEEK_END;
-    default:
-        RaiseOutOfRange("origin");
-    }
-}
+// So that an origin can be passed on to the system.
+static_assert(static_cast<int>(SeekOrigin::BEGIN) == SEEK_SET && static_cast<int>(SeekOrigin::CURRENT) == SEEK_CUR &&
+              static_cast<int>(SeekOrigin::END) == SEEK_END);
 
 // The part of the buffer that an operation uses.
 inline unsigned char* PartOf(const std::shared_ptr<IArray<unsigned char>>& buffer, int offset, int count) {
@@ -103,24 +81,16 @@ std::shared_ptr<FileStream> FileStream::Create(string_ptr path, FileMode mode, F
     if (!path)
         _throw_argument_null_exception("path");
     const int flags = FlagsOf(mode, access);
-    const std::string name = path->ToUtf8();
-    // The system would cut the path at the zero.
-    if (name.find('\0') != std::string::npos)
-        RaiseIO("Cannot open", path, EINVAL);
-
     // Allocate first: after open nothing may throw before the descriptor has an owner.
     const auto stream = Own(new FileStream(std::move(path), access, -1));
-    stream->descriptor = Open(name.c_str(), flags);
-    if (stream->descriptor < 0)
-        RaiseIO("Cannot open", stream->path, errno);
+    stream->descriptor = Open(stream->path, stream->path->ToUtf8(), flags);
 
     // The system refuses a folder only when it is opened for writing.
     if (access == FileAccess::READ) {
         struct stat status;
-        if (::fstat(stream->descriptor, &status) != 0)
-            RaiseIO("Cannot open", stream->path, errno);
-        if (S_ISDIR(status.st_mode))
-            RaiseIO("Cannot open", stream->path, EISDIR);
+        const bool isKnown = ::fstat(stream->descriptor, &status) == 0;
+        if (!isKnown || S_ISDIR(status.st_mode))
+            RaiseIO("Cannot open", stream->path, isKnown ? EISDIR : errno);
     }
     return stream;
 }
@@ -172,34 +142,30 @@ long long FileStream::Seek(long long offset, SeekOrigin origin) {
 
 long long FileStream::SeekElsewhere(long long offset, SeekOrigin origin) {
     CheckUse(access);
-    const int whence = WhenceOf(origin);
-    const std::ptrdiff_t ahead = lastByte - nextByte;
-
-    long long target = offset;
-    bool known = origin == SeekOrigin::BEGIN;
-    if (origin == SeekOrigin::CURRENT && position >= 0) {
-        known = true;
-        if (__builtin_add_overflow(position - ahead, offset, &target))
+    if (origin < SeekOrigin::BEGIN || origin > SeekOrigin::END)
+        RaiseOutOfRange("origin");
+    if (origin == SeekOrigin::CURRENT) {
+        // The system counts a position that this stream does not know, from behind the read-ahead.
+        const long long here = std::max(position, 0LL) - (lastByte - nextByte);
+        if (__builtin_add_overflow(here, offset, &offset))
             RaiseOutOfRange("offset");
+        if (position >= 0)
+            origin = SeekOrigin::BEGIN;
     }
-    if (known && target < 0)
+    if (origin == SeekOrigin::BEGIN && offset < 0)
         RaiseOutOfRange("offset");
-
-    // Every other case uses the system's file offset, which is behind the read-ahead.
-    if (!known || access == FileAccess::WRITE) {
-        if (origin == SeekOrigin::CURRENT && __builtin_sub_overflow(offset, ahead, &offset))
-            RaiseOutOfRange("offset");
-        target = ::lseek(descriptor, offset, whence);
-        if (target < 0) {
+    if (origin != SeekOrigin::BEGIN || access == FileAccess::WRITE) {
+        offset = ::lseek(descriptor, offset, static_cast<int>(origin));
+        if (offset < 0) {
             if (errno == EINVAL)
                 RaiseOutOfRange("offset");
             RaiseIO("Cannot seek", path, errno);
         }
     }
     if (access == FileAccess::READ)
-        position = target;
+        position = offset;
     nextByte = lastByte;
-    return target;
+    return offset;
 }
 
 int FileStream::Read(const std::shared_ptr<IArray<unsigned char>>& buffer, int offset, int count) {

@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "runtime/IO/RaiseIO.h"
 #include "runtime/Threading/Uncancelled.h"
 
 namespace System::IO {
@@ -17,18 +18,24 @@ constexpr int MODE = 0666; // before the umask
 
 } // namespace
 
-int Open(const char* name, int flags) {
+int Open(const string_ptr& path, const std::string& name, int flags) {
+    // The system would take the part before the zero for the whole path.
+    if (name.find('\0') != std::string::npos)
+        RaiseIO("Cannot open", path, EINVAL);
     int descriptor;
     do
-        descriptor = ::open(name, flags, MODE);
+        descriptor = ::open(name.c_str(), flags, MODE);
     while (descriptor < 0 && errno == EINTR);
-    if (descriptor < 0 || descriptor >= FIRST_OWN)
+    if (descriptor < 0)
+        RaiseIO("Cannot open", path, errno);
+    if (descriptor >= FIRST_OWN)
         return descriptor;
     const Threading::Uncancelled uncancelled;
     const int moved = ::fcntl(descriptor, F_DUPFD_CLOEXEC, FIRST_OWN);
     const int error = errno;
     ::close(descriptor);
-    errno = error;
+    if (moved < 0)
+        RaiseIO("Cannot open", path, error);
     return moved;
 }
 

@@ -14,9 +14,10 @@ namespace System::Diagnostics {
 //
 //     2026-11-21T08:15:30.042Z INFORMATION gateway[1234:1240] the text
 //
-// A record is one write. Control characters of the text are escaped (\n, \r, \t, \x1b) and the backslash is doubled, so
-// that a record is always one line and can be read back. When the file was moved or removed, the next record goes to a
-// new file at the path. A failed write is the listener's failure; the next record tries again.
+// A record is one write, and never kept back. Control characters of the text are escaped (\n, \r, \t, \x1b) and the
+// backslash is doubled, so that a record is always one line and can be read back. When the file was moved or removed,
+// the next record goes to a new file at the path. A failed write is the listener's failure; the next record tries
+// again.
 class SYSTEM_EXPORT FileTraceListener final : public TraceListener {
 public:
     // Opens the file, and creates it if missing. Failures are those of FileStream.
@@ -27,8 +28,6 @@ public:
     void Close() override;
     void TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs, std::shared_ptr<TraceEventType> eventType,
                     std::shared_ptr<Object> data) override;
-    // Does nothing: records are not buffered.
-    void Flush() override;
 
 private:
     struct LogFile;
