@@ -24,36 +24,10 @@ constexpr long long Limit(bool negative) noexcept {
     return negative ? std::numeric_limits<long long>::min() : std::numeric_limits<long long>::max();
 }
 
-char* WriteTwoDigits(char* target, unsigned number) noexcept {
-    target[0] = static_cast<char>('0' + number / 10);
-    target[1] = static_cast<char>('0' + number % 10);
-    return target + 2;
-}
-
-// The formatted second, "2026-11-21T08:15:30.".
-constexpr std::size_t SECOND_TEXT_LENGTH = DATE_TIME_TEXT_LENGTH - 4;
-
-void WriteSecond(char* target, long long seconds) noexcept {
-    using namespace std::chrono;
-    const sys_seconds moment{std::chrono::seconds(seconds)};
-    const auto day = floor<days>(moment);
-    const year_month_day date{day};
-    const unsigned year = static_cast<unsigned>(static_cast<int>(date.year()));
-    const unsigned ofDay = static_cast<unsigned>((moment - day).count());
-
-    target = WriteTwoDigits(target, year / 100);
-    target = WriteTwoDigits(target, year % 100);
-    *target++ = '-';
-    target = WriteTwoDigits(target, static_cast<unsigned>(date.month()));
-    *target++ = '-';
-    target = WriteTwoDigits(target, static_cast<unsigned>(date.day()));
-    *target++ = 'T';
-    target = WriteTwoDigits(target, ofDay / 3600);
-    *target++ = ':';
-    target = WriteTwoDigits(target, ofDay / 60 % 60);
-    *target++ = ':';
-    target = WriteTwoDigits(target, ofDay % 60);
-    *target++ = '.';
+// Writes the number over so many digits, which end at end.
+void WriteDigits(char* end, int digits, unsigned number) noexcept {
+    for (; digits > 0; --digits, number /= 10)
+        *--end = static_cast<char>('0' + number % 10);
 }
 
 } // namespace
@@ -61,8 +35,6 @@ void WriteSecond(char* target, long long seconds) noexcept {
 std::shared_ptr<DateTime> DateTime::Now() {
     return std::allocate_shared<DateTime>(SpareAllocator<DateTime>(), Passkey(), ReadWallClock());
 }
-
-DateTime::~DateTime() = default;
 
 TimeSpan DateTime::Subtract(const std::shared_ptr<DateTime>& other) const {
     if (!other)
@@ -92,30 +64,31 @@ long long ReadWallClock() noexcept {
 }
 
 char* WriteDateTime(char* target, long long nanoseconds) noexcept {
+    using namespace std::chrono;
     // Rounded towards the past, so that the milliseconds of a moment before 1970 count forwards too.
-    long long seconds = nanoseconds / NANOSECONDS_PER_SECOND;
-    long long rest = nanoseconds % NANOSECONDS_PER_SECOND;
-    if (rest < 0) {
-        rest += NANOSECONDS_PER_SECOND;
-        --seconds;
-    }
+    const std::chrono::nanoseconds moment(nanoseconds);
+    const auto second = floor<seconds>(moment);
 
     // Caches the formatted second per thread. Small, because static thread-local storage is scarce.
     [[gnu::tls_model("initial-exec")]] static thread_local constinit struct {
-        long long seconds = 0;
-        char text[SECOND_TEXT_LENGTH + 1] = "1970-01-01T00:00:00.";
+        seconds second{0};
+        char text[DATE_TIME_TEXT_LENGTH + 1] = "1970-01-01T00:00:00.000Z";
     } last;
-    if (last.seconds != seconds) {
-        WriteSecond(last.text, seconds);
-        last.seconds = seconds;
+    if (last.second != second) {
+        const auto day = floor<days>(second);
+        const year_month_day date{sys_days(day)};
+        const unsigned ofDay = static_cast<unsigned>((second - day).count());
+        WriteDigits(last.text + 4, 4, static_cast<unsigned>(static_cast<int>(date.year())));
+        WriteDigits(last.text + 7, 2, static_cast<unsigned>(date.month()));
+        WriteDigits(last.text + 10, 2, static_cast<unsigned>(date.day()));
+        WriteDigits(last.text + 13, 2, ofDay / 3600);
+        WriteDigits(last.text + 16, 2, ofDay / 60 % 60);
+        WriteDigits(last.text + 19, 2, ofDay % 60);
+        last.second = second;
     }
-    std::memcpy(target, last.text, SECOND_TEXT_LENGTH);
-    target += SECOND_TEXT_LENGTH;
-    const unsigned milliseconds = static_cast<unsigned>(rest) / 1'000'000;
-    *target++ = static_cast<char>('0' + milliseconds / 100);
-    target = WriteTwoDigits(target, milliseconds % 100);
-    *target++ = 'Z';
-    return target;
+    std::memcpy(target, last.text, DATE_TIME_TEXT_LENGTH);
+    WriteDigits(target + 23, 3, static_cast<unsigned>((moment - second) / 1ms));
+    return target + DATE_TIME_TEXT_LENGTH;
 }
 
 } // namespace System

@@ -64,9 +64,6 @@ string_ptr Exception::ToString() const {
     return text;
 }
 
-ArgumentException::ArgumentException(string_ptr message, std::shared_ptr<const Exception> inner)
-    : Exception(std::move(message), std::move(inner)) {}
-
 ArgumentNullException::ArgumentNullException(string_ptr ownParamName)
     : ArgumentException(ArgumentMessage(ownParamName, "must not be null")),
       paramName(OrEmpty(std::move(ownParamName))) {}

@@ -29,7 +29,6 @@ public:
 
     // For this class alone: only it can name the first argument's type.
     DateTime(Passkey, long long ownNanoseconds) noexcept : nanoseconds(ownNanoseconds) {}
-    ~DateTime() override;
 
     // How long after other this moment is; negative when it is before. A null other: ArgumentNullException "other".
     TimeSpan Subtract(const std::shared_ptr<DateTime>& other) const;

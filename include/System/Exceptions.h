@@ -42,7 +42,7 @@ private:
 // An argument that the operation cannot work with.
 class SYSTEM_EXPORT ArgumentException : public Exception {
 public:
-    explicit ArgumentException(string_ptr message = String::EMPTY, std::shared_ptr<const Exception> inner = nullptr);
+    using Exception::Exception;
     ~ArgumentException() override;
 };
 

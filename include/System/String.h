@@ -83,10 +83,6 @@ public:
         return left.text == right.text || (left.text && right.text && SameUnits(*left.text, *right.text));
     }
     friend bool operator!=(const string_ptr& left, const string_ptr& right) noexcept { return !(left == right); }
-    friend bool operator==(const string_ptr& left, std::nullptr_t) noexcept { return !left.text; }
-    friend bool operator!=(const string_ptr& left, std::nullptr_t) noexcept { return !!left.text; }
-    friend bool operator==(std::nullptr_t, const string_ptr& right) noexcept { return !right.text; }
-    friend bool operator!=(std::nullptr_t, const string_ptr& right) noexcept { return !!right.text; }
 
     // The two texts one after the other; null counts as empty.
     friend SYSTEM_EXPORT string_ptr operator+(const string_ptr& left, const string_ptr& right);

@@ -29,18 +29,13 @@ bool IsFacility(int facility) noexcept {
 std::shared_ptr<EventLogTraceListener> EventLogTraceListener::Create(int facility) {
     if (!IsFacility(facility))
         throw ArgumentOutOfRangeException("facility");
-    // openlog's facility is per process and shared by all listeners; therefore each event carries its own.
-    // openlog keeps the pointer to the name, which must outlive every static; this one does.
+    // What openlog sets is shared by all listeners of the process: each event carries its own facility, and Close leaves
+    // the log open. openlog keeps the pointer to the name, which must outlive every static; this one does.
     ::openlog(ProgramName(), LOG_PID, LOG_USER);
     return Own(new EventLogTraceListener(facility));
 }
 
 EventLogTraceListener::EventLogTraceListener(int ownFacility) noexcept : facility(ownFacility) {}
-
-EventLogTraceListener::~EventLogTraceListener() = default;
-
-// Does not close the connection: other listeners and the application share it.
-void EventLogTraceListener::Close() {}
 
 void EventLogTraceListener::TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs,
                                        std::shared_ptr<TraceEventType> eventType, std::shared_ptr<Object> data) {
@@ -53,7 +48,5 @@ void EventLogTraceListener::TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs
         AppendOnOneLine(line, text->View());
     ::syslog(facility | PRIORITIES[eventType->Severity()], "%s", line.c_str());
 }
-
-void EventLogTraceListener::Flush() {}
 
 } // namespace System::Diagnostics

@@ -158,7 +158,10 @@ void Trace::Deliver(const Type& type, const MakeData& makeData) {
                 data = makeData();
                 eventArgs = TraceEventArgs::Create();
             }
-            listener->TraceEvent(eventArgs, type, data);
+            if (&listener == &list->back()) // the last one takes over what nobody else needs
+                listener->TraceEvent(std::move(eventArgs), type, std::move(data));
+            else
+                listener->TraceEvent(eventArgs, type, data);
         });
 }
 

@@ -19,8 +19,6 @@ namespace System::Diagnostics {
 TraceEventType::TraceEventType(string_ptr ownName, int ownSeverity) noexcept
     : name(std::move(ownName)), severity(ownSeverity) {}
 
-TraceEventType::~TraceEventType() = default;
-
 string_ptr TraceEventType::ToString() {
     return name;
 }

@@ -30,8 +30,6 @@ TraceEventTypeFilter::FromEqualOrHigherType(std::shared_ptr<TraceEventType> even
 TraceEventTypeFilter::TraceEventTypeFilter(int ownLowest, int ownHighest) noexcept
     : lowest(ownLowest), highest(ownHighest) {}
 
-TraceEventTypeFilter::~TraceEventTypeFilter() = default;
-
 bool TraceEventTypeFilter::ShouldTrace(const std::shared_ptr<TraceEventType>& eventType) {
     const int severity = SeverityOf(eventType);
     return lowest <= severity && severity <= highest;

@@ -18,12 +18,9 @@ public:
     // facility as in <syslog.h>, already shifted: LOG_LOCAL0 is 128. LOG_KERN is the kernel's own; the C library sends
     // as LOG_USER instead. Anything that is no facility: ArgumentOutOfRangeException "facility".
     static std::shared_ptr<EventLogTraceListener> Create(int facility);
-    ~EventLogTraceListener() override;
 
-    void Close() override;
     void TraceEvent(std::shared_ptr<TraceEventArgs> eventArgs, std::shared_ptr<TraceEventType> eventType,
                     std::shared_ptr<Object> data) override;
-    void Flush() override;
 
 private:
     explicit EventLogTraceListener(int ownFacility) noexcept;

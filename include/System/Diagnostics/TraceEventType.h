@@ -18,8 +18,6 @@ public:
     static const std::shared_ptr<TraceEventType> ERROR;
     static const std::shared_ptr<TraceEventType> FATAL;
 
-    ~TraceEventType() override;
-
     // "DEBUG", "INFORMATION" and so on.
     const string_ptr& Name() const noexcept { return name; }
 

@@ -18,8 +18,6 @@ public:
     // Passes events of that type and of every more severe one. A null type: ArgumentNullException "eventType".
     static std::shared_ptr<TraceEventTypeFilter> FromEqualOrHigherType(std::shared_ptr<TraceEventType> eventType);
 
-    ~TraceEventTypeFilter() override;
-
     bool ShouldTrace(const std::shared_ptr<TraceEventType>& eventType) override;
 
 private:
