@@ -14,6 +14,7 @@
 
 namespace System {
 
+// Array.h and IArray.h need this header: include them for FromArray, Split and ToCharArray.
 namespace Collections::Generic {
 template <class T>
 class Array;

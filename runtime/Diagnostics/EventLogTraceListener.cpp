@@ -29,8 +29,8 @@ bool IsFacility(int facility) noexcept {
 std::shared_ptr<EventLogTraceListener> EventLogTraceListener::Create(int facility) {
     if (!IsFacility(facility))
         throw ArgumentOutOfRangeException("facility");
-    // What openlog sets is shared by all listeners of the process: each event carries its own facility, and Close leaves
-    // the log open. openlog keeps the pointer to the name, which must outlive every static; this one does.
+    // What openlog sets is shared by all listeners of the process: each event carries its own facility, and Close
+    // leaves the log open. openlog keeps the pointer to the name, which must outlive every static; this one does.
     ::openlog(ProgramName(), LOG_PID, LOG_USER);
     return Own(new EventLogTraceListener(facility));
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <System/IO/Exceptions.h>
 #include <System/Object.h>
 
 #include <velrix/Export.h>
@@ -14,7 +15,8 @@ class VELRIX_EXPORT IInputPin : public System::Object {
 public:
     ~IInputPin() override;
 
-    // The level of the line now: true is high, also on a line that is active when low.
+    // The level of the line now: true is high, also on a line that is active when low. Throws an exception of
+    // System::IO when the level cannot be read.
     virtual bool Get() = 0;
 
 protected:

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <System/IO/Exceptions.h>
 #include <System/Object.h>
 
 #include <velrix/Export.h>
@@ -15,7 +16,8 @@ class VELRIX_EXPORT IOutputPin : public System::Object {
 public:
     ~IOutputPin() override;
 
-    // Drive the line high or low, whatever its level was.
+    // Drive the line high or low, whatever its level was. Both throw an exception of System::IO when the level cannot
+    // be written; the line may then have either level.
     virtual void SetHigh() = 0;
     virtual void SetLow() = 0;
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <System/Collections/Generic/Exceptions.h>
 #include <System/Collections/Generic/KeyValuePair.h>
 #include <System/Object.h>
 
