@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/loop/EventLoop.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <ctime>
+
+#include "board/base/BoardError.h"
+
+namespace VelrixBoard {
+
+void EventLoop::Remove(const ILoopPart& part) {
+    std::replace_if(
+        parts.begin(), parts.end(), [&part](const ILoopPart* each) { return each == &part; }, nullptr);
+}
+
+void EventLoop::Round(std::optional<BoardTime> longest) {
+    AwaitParts(longest);
+    // By number, since a part may add others. Only parts that are ready have a turn: each costs a system call, and a
+    // board may have to do with writes to value files alone.
+    const std::size_t count = parts.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        if (parts[i] == nullptr)
+            continue;
+        const std::optional<BoardTime> due = parts[i]->Due();
+        if (waits[count - 1 - i].revents != 0 || (due && *due <= clock()) || parts[i]->RunsInEveryRound())
+            parts[i]->Run(clock());
+    }
+}
+
+// The kernel looks at the descriptors one after the other. From the last part's to the first part's, so that one that
+// became ready meanwhile is not found without those that were ready before it.
+void EventLoop::AwaitParts(std::optional<BoardTime> longest) {
+    parts.erase(std::remove(parts.begin(), parts.end(), nullptr), parts.end());
+    waits.clear();
+    std::optional<BoardTime> soonest;
+    std::for_each(parts.rbegin(), parts.rend(), [&](const ILoopPart* part) {
+        waits.push_back({part->Descriptor(), static_cast<short>(part->AwaitsRoom() ? POLLOUT : POLLIN), 0});
+        if (const auto due = part->Due())
+            soonest = soonest ? std::min(*soonest, *due) : due;
+    });
+    if (soonest) {
+        const BoardTime left = std::max(*soonest - clock(), BoardTime::zero());
+        longest = longest ? std::min(*longest, left) : left;
+    }
+    if (wait(waits, longest) >= 0)
+        return;
+    if (errno != EINTR)
+        ThrowSystemError("the board cannot wait for its program");
+    for (pollfd& each : waits)
+        each.revents = 0;
+}
+
+int EventLoop::Poll(std::vector<pollfd>& descriptors, const std::optional<BoardTime>& longest) {
+    timespec limit{};
+    if (longest) {
+        const auto seconds = std::chrono::floor<std::chrono::seconds>(*longest);
+        limit = {static_cast<time_t>(seconds.count()), static_cast<long>((*longest - seconds).count())};
+    }
+    return ::ppoll(descriptors.data(), descriptors.size(), longest ? &limit : nullptr, nullptr);
+}
+
+} // namespace VelrixBoard
