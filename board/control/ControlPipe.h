@@ -30,7 +30,6 @@ public:
                 TellUser tellUser);
 
     int Descriptor() const override { return pipe.Get(); }
-    std::optional<BoardTime> Due() const override { return std::nullopt; }
     void Run(BoardTime now) override;
 
 private:

@@ -44,7 +44,6 @@ public:
     void OnProgramStarted(BoardTime time) override;
     void OnProgramEnded(int waitStatus, BoardTime time) override;
 
-    int Descriptor() const override { return -1; }
     std::optional<BoardTime> Due() const override;
     void Run(BoardTime now) override;
 

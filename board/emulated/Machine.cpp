@@ -566,8 +566,7 @@ void Machine::Process::Turn(std::chrono::microseconds until) {
         for (ILoopPart* part : parts)
             if (!running->result)
                 part->Run(running->Now());
-        for (IBoardObserver* observer : running->state->Observers())
-            observer->OnSettled(running->Now());
+        running->state->Tell(&IBoardObserver::OnSettled, running->Now());
     }
     if (debugger->Stands())
         GoOn();
@@ -637,16 +636,16 @@ MachineResult Machine::Process::Run(const MachineProgram& program, BoardState& s
         Fail("the emulated board's lines cannot be reset");
 
     Running observed{program, &state, &lines, clock, clock.At(HostTime())};
-    for (IBoardObserver* observer : state.Observers())
-        observer->OnProgramStarted(BoardTime(0));
+    state.Tell(&IBoardObserver::OnProgramStarted, BoardTime(0));
     Play(observed);
     const int code = observed.result->exitCode;
     const bool restarted = observed.result->why == MachineResult::Why::RESTARTED;
-    for (IBoardObserver* observer : state.Observers())
-        if (restarted || observed.result->why == MachineResult::Why::HALTED)
-            observer->OnReboot(restarted ? "the machine restarted" : "the machine halted", observed.result->end);
-        else
-            observer->OnProgramEnded(code > SIGNALLED ? code - SIGNALLED : W_EXITCODE(code, 0), observed.result->end);
+    if (restarted || observed.result->why == MachineResult::Why::HALTED)
+        state.Tell(&IBoardObserver::OnReboot, restarted ? "the machine restarted" : "the machine halted",
+                   observed.result->end);
+    else
+        state.Tell(&IBoardObserver::OnProgramEnded, code > SIGNALLED ? code - SIGNALLED : W_EXITCODE(code, 0),
+                   observed.result->end);
     return *observed.result;
 }
 

@@ -43,7 +43,6 @@ public:
 
     // The connection; -1 before and after it.
     int Descriptor() const override;
-    std::optional<BoardTime> Due() const override { return std::nullopt; }
     void Run(BoardTime now) override;
 
 private:

@@ -13,6 +13,9 @@ namespace VelrixBoard {
 
 namespace {
 
+// The time of a request that was interrupted: before all others.
+constexpr BoardTime INTERRUPTED{-1};
+
 // The fault's error of a read or a write; 0 if the fault lets it succeed.
 int ErrorOf(const Fault& fault, bool isWrite) {
     switch (fault.kind) {
@@ -67,7 +70,7 @@ ValueFiles::Ticket ValueFiles::Write(Number file, std::string_view text, Answer 
 
 void ValueFiles::Interrupt(Ticket ticket) {
     if (const auto request = FindLate(ticket); request != late.end())
-        request->interrupted = true;
+        request->due = INTERRUPTED;
 }
 
 void ValueFiles::Drop(Ticket ticket) {
@@ -96,8 +99,7 @@ void ValueFiles::SetFault(std::size_t signal, const std::optional<Fault>& fault)
     if (fault && fault->kind == Fault::Kind::NO_SPACE && state.IsInput(signal))
         throw BoardError(state.Name(signal) + " is an input; only writes find a device full");
     faults[signal] = fault;
-    for (IBoardObserver* observer : state.Observers())
-        observer->OnFault(signal, clock());
+    state.Tell(&IBoardObserver::OnFault, signal, clock());
 }
 
 std::optional<BoardTime> ValueFiles::Due() const {
@@ -112,12 +114,12 @@ void ValueFiles::Run(BoardTime now) {
     std::list<Request> due;
     for (auto request = late.begin(); request != late.end();) {
         const auto next = std::next(request);
-        if (request->interrupted || now >= request->due)
+        if (now >= request->due)
             due.splice(due.end(), late, request);
         request = next;
     }
     for (const Request& request : due) {
-        if (request.interrupted)
+        if (request.due == INTERRUPTED)
             request.answer(EINTR, false);
         else
             Carry(request);

@@ -84,7 +84,6 @@ public:
     std::optional<Fault> FaultOf(std::size_t signal) const { return faults[signal]; }
 
     // Answers due requests to slow files; has only a timer.
-    int Descriptor() const override { return -1; }
     std::optional<BoardTime> Due() const override;
     void Run(BoardTime now) override;
 
@@ -95,7 +94,6 @@ private:
         Answer answer;
         Ticket ticket = 0;
         BoardTime due{};
-        bool interrupted = false;
     };
 
     Ticket Take(Request request);

@@ -32,7 +32,6 @@ public:
 
     int Descriptor() const override;
     bool AwaitsRoom() const override { return true; }
-    std::optional<BoardTime> Due() const override { return std::nullopt; }
 
     // Writes once.
     void Run(BoardTime now) override;

@@ -80,7 +80,13 @@ public:
 
     // Events reach observers in the order in which they were added. They must outlive the state.
     void Add(IBoardObserver& observer) { observers.push_back(&observer); }
-    const std::vector<IBoardObserver*>& Observers() const { return observers; }
+
+    // Tells all observers of an event: Tell(&IBoardObserver::OnSettled, time).
+    template <class... Parameters, class... Arguments>
+    void Tell(void (IBoardObserver::*event)(Parameters...), const Arguments&... arguments) const {
+        for (IBoardObserver* observer : observers)
+            (observer->*event)(arguments...);
+    }
 
     // Stores the level; calls OnChange only if it changed.
     void Set(std::size_t signal, bool level, BoardTime time);

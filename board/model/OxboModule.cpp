@@ -15,12 +15,12 @@ void OxboModule::SetReadyAfter(std::optional<std::chrono::milliseconds> readyAft
     module.due.reset();
     if (!module.inReset && !module.ready && delay)
         module.due = released + *delay;
-    Tell(now);
+    state.Tell(&IBoardObserver::OnModule, now);
 }
 
 void OxboModule::PowerUp(BoardTime now) {
     module = ModuleState();
-    Tell(now);
+    state.Tell(&IBoardObserver::OnModule, now);
 }
 
 void OxboModule::OnChange(std::size_t signal, bool level, BoardTime time) {
@@ -37,7 +37,7 @@ void OxboModule::OnChange(std::size_t signal, bool level, BoardTime time) {
     } else if (!state.Level(irq)) {
         drive(irq, true);
     }
-    Tell(time);
+    state.Tell(&IBoardObserver::OnModule, time);
 }
 
 void OxboModule::Run(BoardTime now) {
@@ -46,12 +46,7 @@ void OxboModule::Run(BoardTime now) {
     module.due.reset();
     module.ready = true;
     drive(irq, false);
-    Tell(now);
-}
-
-void OxboModule::Tell(BoardTime time) const {
-    for (IBoardObserver* observer : state.Observers())
-        observer->OnModule(time);
+    state.Tell(&IBoardObserver::OnModule, now);
 }
 
 } // namespace VelrixBoard

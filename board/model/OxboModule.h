@@ -33,13 +33,10 @@ public:
 
     void OnChange(std::size_t signal, bool level, BoardTime time) override;
 
-    int Descriptor() const override { return -1; }
     std::optional<BoardTime> Due() const override { return module.due; }
     void Run(BoardTime now) override;
 
 private:
-    void Tell(BoardTime time) const;
-
     const BoardState& state;
     std::optional<std::chrono::milliseconds> delay;
     DriveInput drive;

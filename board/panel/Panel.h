@@ -34,7 +34,6 @@ public:
     void OnProgramEnded(int waitStatus, BoardTime time) override;
 
     int Descriptor() const override { return queue.Descriptor(); }
-    std::optional<BoardTime> Due() const override { return std::nullopt; }
     void Run(BoardTime now) override;
 
 private:

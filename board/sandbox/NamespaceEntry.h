@@ -28,7 +28,6 @@ public:
     void Serve(FileDescriptor connection) override { fuse.Serve(std::move(connection)); }
 
     int Descriptor() const override { return fuse.Descriptor(); }
-    std::optional<BoardTime> Due() const override { return fuse.Due(); }
     void Run(BoardTime now) override { fuse.Run(now); }
 
     // The capabilities of this machine, found out by setting up a board without a program.

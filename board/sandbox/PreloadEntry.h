@@ -29,7 +29,6 @@ public:
     void Serve(FileDescriptor) override {}
 
     int Descriptor() const override { return files.Descriptor(); }
-    std::optional<BoardTime> Due() const override { return files.Due(); }
     void Run(BoardTime now) override { files.Run(now); }
 
 private:

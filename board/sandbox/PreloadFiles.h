@@ -47,7 +47,6 @@ public:
 
     // An epoll descriptor of all sockets.
     int Descriptor() const override { return queue.Get(); }
-    std::optional<BoardTime> Due() const override { return std::nullopt; }
     void Run(BoardTime now) override;
 
 private:

@@ -25,7 +25,6 @@ public:
     void CloseWritingEnd() { writing.Close(); }
 
     int Descriptor() const override { return view.TakesOutput() ? reading.Get() : -1; }
-    std::optional<BoardTime> Due() const override { return std::nullopt; }
     void Run(BoardTime) override { (void)ReadSome(); }
 
     // Prints once. False when there is nothing to print, or the view takes nothing.

@@ -54,7 +54,6 @@ public:
     void OnModule(BoardTime time) override;
     void OnProgramStarted(BoardTime time) override;
 
-    int Descriptor() const override { return -1; }
     // When the newest colour passes the glitch filter.
     std::optional<BoardTime> Due() const override;
     void Run(BoardTime) override {}

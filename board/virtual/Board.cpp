@@ -322,8 +322,7 @@ private:
     }
 
     void Tell(void (IBoardObserver::*event)(std::string_view, BoardTime), std::string_view text) {
-        for (IBoardObserver* observer : state.Observers())
-            (observer->*event)(text, Now());
+        state.Tell(event, text, Now());
     }
 
     // The socket is bound before it is put in place: a socket bound later would be another file than the one that is
@@ -460,8 +459,7 @@ private:
     }
 
     void Settle() {
-        for (IBoardObserver* observer : state.Observers())
-            observer->OnSettled(Now());
+        state.Tell(&IBoardObserver::OnSettled, Now());
     }
 
     // What the program recorded by other ways than value files.
@@ -536,8 +534,7 @@ private:
             programProcess = std::move(attached);
             if (isToldToEnd)
                 SignalProgram(SIGTERM);
-            for (IBoardObserver* observer : state.Observers())
-                observer->OnProgramStarted(Now());
+            state.Tell(&IBoardObserver::OnProgramStarted, Now());
             break;
         case InitMessage::Kind::ENDED:
             OnEnd(AfterReboot(message.status));
@@ -568,8 +565,7 @@ private:
     void OnEnd(int waitStatus) {
         ended = true;
         endStatus = waitStatus;
-        for (IBoardObserver* observer : state.Observers())
-            observer->OnProgramEnded(endStatus, Now());
+        state.Tell(&IBoardObserver::OnProgramEnded, endStatus, Now());
     }
 
     // A call of one of the reboot commands: all that runs on the board is ended.
