@@ -12,4 +12,10 @@ using BoardTime = std::chrono::nanoseconds;
 // Gives the time since the board was started.
 using Clock = std::function<BoardTime()>;
 
+// A clock of a board that is started now.
+inline Clock StartClock() {
+    using Source = std::chrono::steady_clock;
+    return [start = Source::now()] { return std::chrono::duration_cast<BoardTime>(Source::now() - start); };
+}
+
 } // namespace VelrixBoard

@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/virtual/BoardParts.h"
+
+#include <cstdio>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "board/base/BoardError.h"
+#include "board/base/Paths.h"
+#include "board/model/SettingsReader.h"
+#include "board/sandbox/NamespaceEntry.h"
+#include "board/sandbox/PreloadEntry.h"
+#include "board/virtual/BoardPlacements.h"
+
+namespace VelrixBoard {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+void CopySettings(const fs::path& from, const fs::path& to) {
+    std::error_code error;
+    fs::copy_file(from, to, error);
+    if (error)
+        throw BoardError("cannot read the settings file " + from.string() + ": " + error.message());
+    fs::permissions(to, fs::perms(0644), error);
+}
+
+// The model of the board for these options. Programs are run against faulty settings files too, to see what they do;
+// the board then keeps the wiring it has without a file.
+BoardModel MakeModel(const BoardOptions& options, const BoardLayout& layout) {
+    BoardModel model;
+    if (options.settings) {
+        CopySettings(*options.settings, layout.Settings());
+        try {
+            ApplySettings(*options.settings, model);
+        } catch (const BoardError& error) {
+            std::fprintf(stderr, "velrix-board: %s; the board keeps its usual wiring\n", error.what());
+        }
+    }
+    for (const auto& [label, level] : options.levels)
+        model.SetInitialLevel(label, level);
+    return model;
+}
+
+} // namespace
+
+BoardParts::BoardParts(const BoardOptions& boardOptions, RunDirectory runDirectory, const EventLoop& loop,
+                       ProgramActions programActions)
+    : options(boardOptions), actions(std::move(programActions)), clock([&loop] { return loop.Now(); }),
+      directory(std::move(runDirectory)), layout(directory.Path()), model(MakeModel(options, layout)), state(model),
+      recorder(layout, state, options.directory.has_value(), [this](const std::string& text) { user.Say(text); }),
+      files(state, clock, options.without),
+      oxbo(state, options.oxboReadyAfter, [this](std::size_t signal, bool level) { DriveForModule(signal, level); }),
+      reboots(layout.Reboots(), actions.reboot),
+      webLog(layout.Outside(model.WebLogFile()),
+             [this](std::string_view record) { state.Tell(&IBoardObserver::OnWebLog, record, clock()); }),
+      syslogPart([this] { return syslog ? syslog->Descriptor() : -1; }, [this](BoardTime) { TellRecords(); }),
+      watcherPart([this] { return watcher.Descriptor(); }, [this](BoardTime) { TellRecords(); }),
+      settlePart([this](BoardTime) { Settle(); }) {
+    RequireKnownPaths(options, layout, state);
+    state.Add(recorder);
+    state.Add(oxbo);
+    fs::create_directory(layout.Stage());
+    fs::create_directory(layout.Device());
+    entry = MakeEntry();
+    for (const auto& [name, fault] : options.faults)
+        files.SetFault(FindSignal(state, name), fault);
+    MakeWatchers();
+    WatchLogs();
+    placements = MakePlacements(options, layout, state, files.Tree());
+}
+
+std::unique_ptr<IBoardEntry> BoardParts::MakeEntry() {
+    const auto before = [this] { TellRecords(); };
+    const NamespaceEntry::Place place{layout.Stage(), layout.Device()};
+    if (options.isolation != Isolation::PRELOAD) {
+        const NamespaceEntry::Trial trial =
+            PreloadEntry::IsOnSuchABoard()
+                ? NamespaceEntry::Trial{false, false, "this board is itself on one that has a preloaded library"}
+                : NamespaceEntry::Try(place);
+        if (!trial.isAllowed && (options.isolation == Isolation::NAMESPACES || PreloadLibrary().empty()))
+            throw BoardError(trial.reason);
+        if (!trial.isAllowed)
+            user.Say("runs the program by a preloaded library (--isolation preload), since the machine refuses the "
+                     "stronger way: " +
+                     trial.reason);
+        else if (options.saysIsolation && options.isolation == Isolation::AUTO)
+            user.Say("runs the program in namespaces (--isolation namespaces), the strongest way that there is");
+        if (trial.isAllowed)
+            return std::make_unique<NamespaceEntry>(files, place, trial.canHaveOwnNumbers, options.asRoot, before);
+    }
+    if (PreloadLibrary().empty())
+        throw BoardError("this velrix-board has no library to preload, as it was built for a 32-bit machine; use "
+                         "--isolation namespaces");
+    return std::make_unique<PreloadEntry>(state, files, layout, options.asRoot, before, actions.rebootBySystemCall);
+}
+
+// Those who watch and operate the board on behalf of its user.
+void BoardParts::MakeWatchers() {
+    if (options.timeline) {
+        timeline.emplace(*options.timeline, state);
+        state.Add(*timeline);
+    }
+    if (options.recording) {
+        inputs.emplace(*options.recording, state, *this, clock);
+        state.Add(*inputs);
+    }
+    // After the recorder, which writes down what comes by it.
+    control.emplace(layout.Control(), state, Control(), [this](const std::string& text) { user.Say(text); });
+    if (options.scenario) {
+        player.emplace(*options.scenario, state, Control());
+        state.Add(*player);
+    }
+}
+
+void BoardParts::WatchLogs() {
+    MakeFile(layout.Reboots());
+    watcher.WatchFile(layout.Reboots(), [this] { ReadOn(reboots); });
+    if (CanKeepWebLog(model)) {
+        const fs::path outside = layout.Outside(fs::path(model.WebLogFile()).lexically_normal());
+        fs::create_directories(outside.parent_path());
+        watcher.WatchName(outside, [this] { ReadOn(webLog); });
+    }
+    if (options.syslog)
+        syslog.emplace(layout.SyslogSocket(),
+                       [this](std::string_view record) { state.Tell(&IBoardObserver::OnSyslog, record, clock()); });
+}
+
+void BoardParts::Show(Program& program) {
+    if (options.terminal)
+        user.Show(state, *this, program, clock());
+}
+
+void BoardParts::Attach() {
+    for (const AttachmentFactory& make : options.attachments) {
+        attachments.push_back(make(state, Control(), clock));
+        state.Add(*attachments.back());
+        user.Say(attachments.back()->Announcement());
+    }
+}
+
+void BoardParts::AddTo(EventLoop& loop) {
+    // Requests to slow files are answered after those of the program that came meanwhile.
+    loop.Add(*entry);
+    loop.Add(files);
+    loop.Add(oxbo);
+    loop.Add(*control);
+    if (player)
+        loop.Add(*player);
+    for (ILoopPart* part : user.Parts())
+        loop.Add(*part);
+    for (const auto& attachment : attachments)
+        loop.Add(*attachment);
+    loop.Add(syslogPart);
+    loop.Add(watcherPart);
+    loop.Add(settlePart);
+}
+
+void BoardParts::TellRecords() {
+    if (syslog)
+        syslog->Dispatch();
+    watcher.Dispatch();
+}
+
+// In several turns where there is much.
+void BoardParts::ReadOn(LogTail& log) {
+    if (log.Read())
+        watcher.CallAgain();
+}
+
+void BoardParts::DriveInput(std::size_t signal, bool level) {
+    if (!state.IsInput(signal))
+        throw BoardError(state.Name(signal) + " is an output, which only the program drives");
+    files.DriveInput(signal, level);
+}
+
+// A line that the user set is the user's.
+void BoardParts::DriveForModule(std::size_t signal, bool level) {
+    if (options.levels.count(state.Name(signal)) == 0)
+        files.DriveInput(signal, level);
+}
+
+void BoardParts::PowerUp() {
+    const BoardState initial(model);
+    for (std::size_t signal = 0; signal < state.Count(); ++signal)
+        if (!state.IsInput(signal))
+            state.Set(signal, initial.Level(signal), clock());
+    oxbo.PowerUp(clock());
+    for (std::size_t signal = 0; signal < state.Count(); ++signal)
+        if (state.IsInput(signal))
+            files.DriveInput(signal, initial.Level(signal));
+}
+
+void BoardParts::RecordSystemCall(bool restart) const {
+    const std::string_view text = restart ? "reboot(2) restart\n" : "reboot(2) halt\n";
+    const FileDescriptor file(::open(layout.Reboots().c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+    (void)!::write(file.Get(), text.data(), text.size());
+}
+
+void BoardParts::FinishOutput(const StreamWriter::Patience& patience) {
+    const auto goesOn = [&] {
+        Settle();
+        return user.AwaitReader(patience) && !patience.isStopped();
+    };
+    if (!webLog.Finish(goesOn))
+        user.Say(patience.isStopped()
+                     ? "the end of the web log is not read any more, as the board was told to end; it is in the file"
+                     : "the end of the web log is too long to be read; what is missing is in the file");
+    Settle();
+    user.Finish(clock, patience);
+}
+
+void BoardParts::RemoveOwnFiles() const {
+    std::error_code error;
+    fs::remove(layout.Stage(), error);
+    RemoveTree(layout.Device());
+    fs::remove(layout.NameList(), error);
+    fs::remove(layout.PreloadLibrary(), error);
+    fs::remove(layout.Control(), error);
+}
+
+std::optional<int> BoardParts::Finish() {
+    if (timeline)
+        timeline->Finish(clock());
+    if (inputs)
+        inputs->Finish();
+    return player ? std::optional(player->Finish(clock())) : std::nullopt;
+}
+
+} // namespace VelrixBoard

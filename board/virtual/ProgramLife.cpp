@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board/virtual/ProgramLife.h"
+
+#include <csignal>
+#include <utility>
+
+#include <sys/wait.h>
+
+#include "board/base/BoardError.h"
+
+namespace VelrixBoard {
+
+using Effect = RebootStub::Effect;
+
+void ProgramLife::Obey(const InitMessage& message) {
+    switch (message.kind) {
+    case InitMessage::Kind::MOUNTED: // nothing to do with the program
+        break;
+    case InitMessage::Kind::STARTED:
+        OnStarted();
+        break;
+    case InitMessage::Kind::ENDED:
+        current = State::ENDED;
+        OnEnded(AfterReboot(message.status));
+        break;
+    case InitMessage::Kind::DOWN:
+        OnDown();
+        break;
+    case InitMessage::Kind::FAILED:
+        failure = message.text;
+        break;
+    }
+}
+
+void ProgramLife::OnStarted() {
+    current = State::RUNNING;
+    if (isToldToEnd)
+        host.Signal(SIGTERM);
+    state.Tell(&IBoardObserver::OnProgramStarted, clock());
+}
+
+void ProgramLife::OnEnded(int waitStatus) {
+    endStatus = waitStatus;
+    state.Tell(&IBoardObserver::OnProgramEnded, waitStatus, clock());
+}
+
+void ProgramLife::OnDown() {
+    // Process 1 reaped the program among all others that it killed.
+    if (isKilled && !endStatus)
+        OnEnded(W_EXITCODE(0, SIGKILL));
+    if (reboot != Effect::RESTART || isRebootedBySystemCall || isToldToEnd || !restartsAfterReboot) {
+        current = State::DOWN;
+        host.Order(InitOrder::LEAVE);
+        return;
+    }
+    host.PowerUp();
+    current = State::RESTARTING;
+    endStatus.reset();
+    reboot = Effect::NONE;
+    host.Order(InitOrder::RUN_ANEW);
+}
+
+void ProgramLife::Signal(int number) {
+    if (current == State::RUNNING)
+        host.Signal(number);
+}
+
+void ProgramLife::End(bool atOnce, const std::string& reason) {
+    isToldToEnd = true;
+    if (atOnce || endStatus)
+        KillAll(reason);
+    else
+        Signal(SIGTERM);
+}
+
+void ProgramLife::KillAll(const std::string& reason) {
+    if (std::exchange(isKilled, true))
+        return;
+    host.Say(endStatus ? "kills what the program left running (SIGTERM)"
+                       : "kills all that runs on the board (" + reason + ")");
+    // Process 1 takes orders while there is a program.
+    if (TakesSignals())
+        host.Order(InitOrder::KILL_ALL);
+    else
+        host.KillInit();
+}
+
+void ProgramLife::Reboot(std::string_view call) {
+    state.Tell(&IBoardObserver::OnReboot, call, clock());
+    const Effect effect = RebootStub::EffectOf(call);
+    if (effect == Effect::NONE || reboot != Effect::NONE)
+        return;
+    reboot = effect;
+    host.Order(InitOrder::END_ALL);
+}
+
+void ProgramLife::RebootBySystemCall(bool restart) {
+    host.RecordSystemCall(restart);
+    reboot = restart ? Effect::RESTART : Effect::HALT;
+    isRebootedBySystemCall = true;
+    host.Order(InitOrder::KILL_ALL);
+}
+
+// A program that the reboot ended, which it asked for, has come to a good end.
+int ProgramLife::AfterReboot(int waitStatus) const {
+    const bool byReboot =
+        WIFSIGNALED(waitStatus) && (WTERMSIG(waitStatus) == SIGTERM || WTERMSIG(waitStatus) == SIGKILL);
+    return reboot != Effect::NONE && byReboot ? W_EXITCODE(0, 0) : waitStatus;
+}
+
+void ProgramLife::RequireBoard() const {
+    if (!failure.empty())
+        throw BoardError(failure);
+}
+
+int ProgramLife::Status(int initStatus) const {
+    if (endStatus)
+        return *endStatus;
+    // Process 1 went before the program did. The reboot system call ends a namespace that way, with a signal that tells
+    // a restart from a halt; the program asked for it, so that counts as a good end.
+    if (isRebootedBySystemCall)
+        return 0;
+    if (isKilled)
+        throw BoardError("told to end (SIGTERM) before the program ran");
+    const bool restart = WIFSIGNALED(initStatus) && WTERMSIG(initStatus) == SIGHUP;
+    const bool halt = WIFSIGNALED(initStatus) && WTERMSIG(initStatus) == SIGINT;
+    if (!restart && !halt)
+        throw BoardError("the board's first process ended unexpectedly");
+    host.RecordSystemCall(restart);
+    return 0;
+}
+
+} // namespace VelrixBoard
