@@ -19,6 +19,9 @@
 
 namespace VelrixBoard {
 
+class MachineConnections;
+struct RunningProgram;
+
 // What one program does on the emulated machine, and who listens.
 struct MachineProgram {
     // Found in the machine, by its PATH or by a whole path.
@@ -57,7 +60,8 @@ struct MachineResult {
     };
 
     Why why = Why::EXITED;
-    // 128 and the signal's number after a signal, as in a shell.
+    // SIGNALLED and the signal's number after a signal, as in a shell.
+    static constexpr int SIGNALLED = 128;
     int exitCode = 0;
     BoardTime end{};
 };
@@ -98,9 +102,11 @@ public:
     BoardTime Now() const;
 
 private:
-    class Process;
+    void Play(RunningProgram& running);
+    int RunQuietly(std::vector<std::string> words);
+    void Prepare();
 
-    std::unique_ptr<Process> process;
+    std::unique_ptr<MachineConnections> connections;
 };
 
 // The folder of the image when nothing else is said.

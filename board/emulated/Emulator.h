@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+#include "board/base/FileDescriptor.h"
+#include "board/base/RunDirectory.h"
+#include "board/emulated/CpioArchive.h"
+
+namespace VelrixBoard {
+
+// The emulator's process. It goes with the object.
+class Emulator final {
+public:
+    // Our ends of its connections. None of them blocks.
+    struct Connections {
+        FileDescriptor console;
+        FileDescriptor output; // of the program
+        FileDescriptor errors;
+        FileDescriptor agent;
+        FileDescriptor control; // by QMP
+        FileDescriptor debugger;
+        FileDescriptor trace;
+    };
+
+    // Starts it with the image that scripts/emulated-board-image made and further files for the machine. Throws
+    // BoardError when the emulator or a part of the image is missing.
+    Emulator(const std::filesystem::path& image, const CpioArchive& files, Connections& connections);
+    Emulator(const Emulator&) = delete;
+    Emulator& operator=(const Emulator&) = delete;
+    ~Emulator();
+
+    void Kill() const;
+
+    // The end of what it said, for error messages.
+    std::string LastWords() const;
+
+private:
+    void Start(const std::vector<std::string>& arguments, const std::vector<FileDescriptor>& kept);
+
+    RunDirectory directory = RunDirectory::Private();
+    pid_t pid = -1;
+};
+
+} // namespace VelrixBoard

@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "board/emulated/AgentPort.h"
+#include "board/emulated/Emulator.h"
+#include "board/emulated/GdbClient.h"
+#include "board/emulated/Machine.h"
+#include "board/emulated/MachineClock.h"
+#include "board/emulated/MachineConsole.h"
+#include "board/emulated/QmpClient.h"
+#include "board/loop/EventLoop.h"
+#include "board/loop/FunctionPart.h"
+
+namespace VelrixBoard {
+
+// Since 1970, as the emulator's trace has it.
+std::chrono::microseconds HostTime();
+
+// A program that runs on the machine, and what is known of it.
+struct RunningProgram {
+    const MachineProgram& program;
+    BoardState* state; // null: nobody is told of it
+    const GpioLines* lines;
+    std::chrono::microseconds start; // by the machine's clock
+    std::optional<MachineResult> result{};
+    int answersDue = 0;                                     // to signals
+    std::optional<std::chrono::microseconds> answerLimit{}; // for them
+    std::optional<std::chrono::microseconds> killLimit{};   // for the end of a program that was killed
+};
+
+// All connections to the emulated machine, each a part of one loop, and what comes by them: the machine's life, what
+// the GPIO controller sees, and what the program that runs prints and how it ends.
+class MachineConnections final {
+public:
+    MachineConnections(const std::filesystem::path& image, const CpioArchive& files);
+
+    // The machine has come up.
+    bool IsUp() const { return !addresses.empty() && !halted; }
+    bool HasHalted() const { return halted; }
+
+    // Waits for something to come, at most until then by the host's time, and deals with it.
+    void Turn(std::chrono::microseconds until);
+
+    // Turns until the emulator has carried out what it was asked for.
+    void AwaitEmulator();
+
+    // The program, whose line is to follow, runs from now on; none does any longer.
+    void Begin(RunningProgram& program);
+    void Finish();
+    RunningProgram* Running() { return running; }
+
+    // The time since the start of the program that runs, without that in which the machine stood still.
+    BoardTime Now() const { return running ? At(HostTime()) : BoardTime(0); }
+    std::chrono::microseconds MachineTime() const { return clock.At(HostTime()); }
+
+    void SetLine(unsigned line, bool level) { qmp.SetLine(line, level); }
+
+    // Sends the program a signal, "TERM".
+    void Signal(const std::string& name);
+
+    // Gives the machine's agent a line.
+    void Command(const std::string& line);
+
+    // A word that begins the next program's line.
+    const std::string& NewWord() { return agentPort.NewWord(); }
+
+    // The machine has not been set up in this life of it; from now on it has.
+    bool IsNew() const { return !prepared; }
+    void SetPrepared() { prepared = true; }
+
+    // Throws BoardError when something that must have come has not.
+    void CheckLimits();
+
+    // Throws BoardError with the emulator's last words. The machine is of no more use.
+    [[noreturn]] void Fail(const std::string& what);
+
+private:
+    BoardTime At(std::chrono::microseconds hostTime) const { return clock.At(hostTime) - running->start; }
+    int IfOutputIsTaken(const FileDescriptor& stream) const;
+
+    void FinishWrite();
+    void ReadTrace();
+    void ReadTraceLine(std::string_view line);
+    void ReadOutput();
+    void ReadConsole();
+    void ReadEvents();
+    void ReadAgent();
+    void Obey(const AgentPort::Message& message);
+    void WatchWrites(const std::string& text);
+    void PassOnSignal();
+    void EndOnRequest();
+    void EndProgram(MachineResult::Why why, int code);
+    void GoOn();
+
+    Emulator::Connections ends;
+    Emulator emulator;
+    QmpClient qmp;
+    GdbClient debugger;
+    MachineClock clock;
+    AgentPort agentPort;
+    MachineConsole console;
+    std::string traceText;
+    std::string addresses; // of the GPIO controller's data register in this life of the machine; empty: it is not up
+    bool halted = false;
+    bool prepared = false; // in this life of the machine
+    RunningProgram* running = nullptr;
+
+    EventLoop loop{[this] { return Now(); }};
+    // In the order of their turns.
+    FunctionPart writePart{[this] { return debugger.Descriptor(); }, [this](BoardTime) { FinishWrite(); }};
+    FunctionPart tracePart{[this] { return ends.trace.Get(); }, [this](BoardTime) { ReadTrace(); }};
+    FunctionPart outputPart{[this] { return IfOutputIsTaken(ends.output); }, [this](BoardTime) { ReadOutput(); }};
+    FunctionPart errorsPart{[this] { return IfOutputIsTaken(ends.errors); }, [this](BoardTime) { ReadOutput(); }};
+    FunctionPart consolePart{[this] { return ends.console.Get(); }, [this](BoardTime) { ReadConsole(); }};
+    FunctionPart eventPart{[this] { return qmp.Descriptor(); }, [this](BoardTime) { ReadEvents(); }};
+    FunctionPart agentPart{[this] { return ends.agent.Get(); }, [this](BoardTime) { ReadAgent(); }};
+    // While a program runs. The kernel keeps one signal of a kind until the last was answered; the agent would queue all.
+    FunctionPart signalPart{[this] { return running->answersDue == 0 ? running->program.signals : -1; },
+                            [this](BoardTime) { PassOnSignal(); }};
+    FunctionPart stopPart{[this] { return running->program.stop ? running->program.stop->Descriptor() : -1; },
+                          [this](BoardTime) { EndOnRequest(); }};
+    FunctionPart settlePart{[this](BoardTime now) {
+        if (running->state)
+            running->state->Tell(&IBoardObserver::OnSettled, now);
+    }};
+};
+
+} // namespace VelrixBoard
