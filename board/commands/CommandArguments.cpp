@@ -29,7 +29,8 @@ void BeginningOptions::AddTo(CLI::App& command) {
     command.add_option(SET, levels, "Level of an input from the start, such as OXBO_IRQ_N=0")->type_name("LABEL=0|1");
     command
         .add_option("--oxbo-ready-after", readyAfter,
-                    "When the Oxbo module pulls its interrupt line low after its reset; 40ms if not given")
+                    "When the Oxbo module pulls its interrupt line low after its reset; " + readyAfter +
+                        " if not given")
         ->type_name("TIME|never");
 }
 

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "board/model/OxboModule.h"
+
 namespace CLI {
 class App;
 class Error;
@@ -32,7 +34,7 @@ public:
 
 private:
     std::vector<std::string> levels;
-    std::string readyAfter = "40ms";
+    std::string readyAfter = std::to_string(OxboModule::READY_AFTER.count()) + "ms";
 };
 
 // What the user is told of arguments that are not understood: what is wrong, and where help is. For CLI::App's

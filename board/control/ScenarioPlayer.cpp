@@ -126,11 +126,11 @@ int ScenarioPlayer::Finish(BoardTime now) {
 }
 
 void ScenarioPlayer::Set(const std::string& line, bool high) {
-    control.DriveInput(SignalOf(line), high);
+    control.DriveInput(FindSignal(state, line), high);
 }
 
 void ScenarioPlayer::SetFault(const std::string& signal, const std::optional<Fault>& fault) {
-    control.SetFault(SignalOf(signal), fault);
+    control.SetFault(FindSignal(state, signal), fault);
 }
 
 void ScenarioPlayer::Send(int signal) {
@@ -146,13 +146,6 @@ void ScenarioPlayer::Tell() {
 
 ScenarioTime ScenarioPlayer::TimeOf(BoardTime time) const {
     return std::chrono::duration_cast<ScenarioTime>(std::max(time - *began, BoardTime(0)));
-}
-
-std::size_t ScenarioPlayer::SignalOf(const std::string& name) const {
-    for (std::size_t signal = 0; signal < state.Count(); ++signal)
-        if (state.Name(signal) == name)
-            return signal;
-    throw BoardError(name + " is no line and no LED element of the board");
 }
 
 } // namespace VelrixBoard

@@ -64,7 +64,6 @@ private:
     void Tell();
     void EndProgram(BoardTime now);
     ScenarioTime TimeOf(BoardTime time) const;
-    std::size_t SignalOf(const std::string& name) const;
 
     const BoardState& state;
     IBoardControl& control;

@@ -96,15 +96,15 @@ MachineResult Machine::Run(const MachineProgram& program, BoardState& state, con
     Prepare();
 
     RunningProgram observed{program, &state, &lines, connections->MachineTime()};
-    state.Tell(&IBoardObserver::OnProgramStarted, BoardTime(0));
+    state.Tell(&BoardObserver::OnProgramStarted, BoardTime(0));
     Play(observed);
     const MachineResult result = *observed.result;
     const bool restarted = result.why == MachineResult::Why::RESTARTED;
     const int signal = result.exitCode - MachineResult::SIGNALLED;
     if (restarted || result.why == MachineResult::Why::HALTED)
-        state.Tell(&IBoardObserver::OnReboot, restarted ? "the machine restarted" : "the machine halted", result.end);
+        state.Tell(&BoardObserver::OnReboot, restarted ? "the machine restarted" : "the machine halted", result.end);
     else
-        state.Tell(&IBoardObserver::OnProgramEnded, signal > 0 ? signal : W_EXITCODE(result.exitCode, 0), result.end);
+        state.Tell(&BoardObserver::OnProgramEnded, signal > 0 ? signal : W_EXITCODE(result.exitCode, 0), result.end);
     return result;
 }
 

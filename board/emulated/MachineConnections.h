@@ -127,7 +127,7 @@ private:
                           [this](BoardTime) { EndOnRequest(); }};
     FunctionPart settlePart{[this](BoardTime now) {
         if (running->state)
-            running->state->Tell(&IBoardObserver::OnSettled, now);
+            running->state->Tell(&BoardObserver::OnSettled, now);
     }};
 };
 

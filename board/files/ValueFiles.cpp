@@ -99,7 +99,7 @@ void ValueFiles::SetFault(std::size_t signal, const std::optional<Fault>& fault)
     if (fault && fault->kind == Fault::Kind::NO_SPACE && state.IsInput(signal))
         throw BoardError(state.Name(signal) + " is an input; only writes find a device full");
     faults[signal] = fault;
-    state.Tell(&IBoardObserver::OnFault, signal, clock());
+    state.Tell(&BoardObserver::OnFault, signal, clock());
 }
 
 std::optional<BoardTime> ValueFiles::Due() const {

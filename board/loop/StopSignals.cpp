@@ -144,10 +144,6 @@ bool IsIgnored(int signal) {
     return signal != SIGTERM && ::sigaction(signal, nullptr, &found) == 0 && found.sa_handler == SIG_IGN;
 }
 
-const char* NameOf(int signal) {
-    return signal == SIGINT ? "SIGINT" : signal == SIGQUIT ? "SIGQUIT" : "SIGTERM";
-}
-
 } // namespace
 
 StopSignals::StopSignals(const char* commandName, std::initializer_list<int> signals)
@@ -200,7 +196,7 @@ void StopSignals::Answered() {
 std::string StopSignals::Reason() const {
     using std::chrono::duration_cast;
     using std::chrono::seconds;
-    const std::string signal = NameOf(cause == Cause::SECOND ? lastSignal : firstSignal);
+    const std::string signal = std::string("SIG") + ::sigabbrev_np(cause == Cause::SECOND ? lastSignal : firstSignal);
     if (cause == Cause::SECOND)
         return "a second " + signal;
     const milliseconds limit = cause == Cause::GRACE ? GRACE : ANSWER_LIMIT;

@@ -46,7 +46,7 @@ std::string BoardState::LedColor(std::string_view led) const {
 }
 
 void BoardState::Write(std::size_t signal, bool level, BoardTime time) {
-    Tell(&IBoardObserver::OnWrite, signal, level, time);
+    Tell(&BoardObserver::OnWrite, signal, level, time);
     Set(signal, level, time);
 }
 
@@ -54,7 +54,7 @@ void BoardState::Set(std::size_t signal, bool level, BoardTime time) {
     if (levels[signal] == level)
         return;
     levels[signal] = level;
-    Tell(&IBoardObserver::OnChange, signal, level, time);
+    Tell(&BoardObserver::OnChange, signal, level, time);
 }
 
 std::size_t FindSignal(const BoardState& state, std::string_view name) {

@@ -12,47 +12,33 @@
 
 namespace VelrixBoard {
 
-// Receives all events of a board, on the board's event loop; must neither block nor throw.
-class IBoardObserver {
+// An observer of a board: each event does nothing until a derived class overrides it. Called on the board's event
+// loop; must neither block nor throw.
+class BoardObserver {
 public:
-    virtual ~IBoardObserver() = default;
+    virtual ~BoardObserver() = default;
 
     // The program wrote a level into a value file. OnChange follows if the level changed.
-    virtual void OnWrite(std::size_t signal, bool level, BoardTime time) = 0;
+    virtual void OnWrite(std::size_t, bool, BoardTime) {}
 
     // A line or an LED element changed its level. The state has the new one already.
-    virtual void OnChange(std::size_t signal, bool level, BoardTime time) = 0;
+    virtual void OnChange(std::size_t, bool, BoardTime) {}
 
     // All pending events have been delivered; views redraw now, so that they do not show instants.
-    virtual void OnSettled(BoardTime time) = 0;
+    virtual void OnSettled(BoardTime) {}
 
     // The program wrote a line into the web log, called the reboot command, or logged to the system log.
-    virtual void OnWebLog(std::string_view record, BoardTime time) = 0;
-    virtual void OnReboot(std::string_view call, BoardTime time) = 0;
-    virtual void OnSyslog(std::string_view record, BoardTime time) = 0;
+    virtual void OnWebLog(std::string_view, BoardTime) {}
+    virtual void OnReboot(std::string_view, BoardTime) {}
+    virtual void OnSyslog(std::string_view, BoardTime) {}
 
     // A fault was injected or removed; the simulated module changed its state. Query IBoardControl for details.
-    virtual void OnFault(std::size_t signal, BoardTime time) = 0;
-    virtual void OnModule(BoardTime time) = 0;
+    virtual void OnFault(std::size_t, BoardTime) {}
+    virtual void OnModule(BoardTime) {}
 
     // The program started; it ended, with a wait status. A board may restart it.
-    virtual void OnProgramStarted(BoardTime time) = 0;
-    virtual void OnProgramEnded(int waitStatus, BoardTime time) = 0;
-};
-
-// An observer that ignores everything, to derive from.
-class BoardObserver : public IBoardObserver {
-public:
-    void OnWrite(std::size_t, bool, BoardTime) override {}
-    void OnChange(std::size_t, bool, BoardTime) override {}
-    void OnSettled(BoardTime) override {}
-    void OnWebLog(std::string_view, BoardTime) override {}
-    void OnReboot(std::string_view, BoardTime) override {}
-    void OnSyslog(std::string_view, BoardTime) override {}
-    void OnFault(std::size_t, BoardTime) override {}
-    void OnModule(BoardTime) override {}
-    void OnProgramStarted(BoardTime) override {}
-    void OnProgramEnded(int, BoardTime) override {}
+    virtual void OnProgramStarted(BoardTime) {}
+    virtual void OnProgramEnded(int, BoardTime) {}
 };
 
 // The levels of all lines and LED elements of one board, and the stream of their changes.
@@ -79,12 +65,12 @@ public:
     std::string LedColor(std::string_view led) const;
 
     // Events reach observers in the order in which they were added. They must outlive the state.
-    void Add(IBoardObserver& observer) { observers.push_back(&observer); }
+    void Add(BoardObserver& observer) { observers.push_back(&observer); }
 
-    // Tells all observers of an event: Tell(&IBoardObserver::OnSettled, time).
+    // Tells all observers of an event: Tell(&BoardObserver::OnSettled, time).
     template <class... Parameters, class... Arguments>
-    void Tell(void (IBoardObserver::*event)(Parameters...), const Arguments&... arguments) const {
-        for (IBoardObserver* observer : observers)
+    void Tell(void (BoardObserver::*event)(Parameters...), const Arguments&... arguments) const {
+        for (BoardObserver* observer : observers)
             (observer->*event)(arguments...);
     }
 
@@ -97,7 +83,7 @@ public:
 private:
     const BoardModel& model;
     std::vector<bool> levels;
-    std::vector<IBoardObserver*> observers;
+    std::vector<BoardObserver*> observers;
 };
 
 // The signal of that name. Throws BoardError that names those there are.

@@ -15,12 +15,12 @@ void OxboModule::SetReadyAfter(std::optional<std::chrono::milliseconds> readyAft
     module.due.reset();
     if (!module.inReset && !module.ready && delay)
         module.due = released + *delay;
-    state.Tell(&IBoardObserver::OnModule, now);
+    state.Tell(&BoardObserver::OnModule, now);
 }
 
 void OxboModule::PowerUp(BoardTime now) {
     module = ModuleState();
-    state.Tell(&IBoardObserver::OnModule, now);
+    state.Tell(&BoardObserver::OnModule, now);
 }
 
 void OxboModule::OnChange(std::size_t signal, bool level, BoardTime time) {
@@ -37,7 +37,7 @@ void OxboModule::OnChange(std::size_t signal, bool level, BoardTime time) {
     } else if (!state.Level(irq)) {
         drive(irq, true);
     }
-    state.Tell(&IBoardObserver::OnModule, time);
+    state.Tell(&BoardObserver::OnModule, time);
 }
 
 void OxboModule::Run(BoardTime now) {
@@ -46,7 +46,7 @@ void OxboModule::Run(BoardTime now) {
     module.due.reset();
     module.ready = true;
     drive(irq, false);
-    state.Tell(&IBoardObserver::OnModule, now);
+    state.Tell(&BoardObserver::OnModule, now);
 }
 
 } // namespace VelrixBoard

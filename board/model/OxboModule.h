@@ -16,6 +16,9 @@ namespace VelrixBoard {
 // its changes, and drives the line through the given function.
 class OxboModule final : public BoardObserver, public ILoopPart {
 public:
+    // After a reset, where nothing else is said.
+    static constexpr std::chrono::milliseconds READY_AFTER{40};
+
     using DriveInput = std::function<void(std::size_t signal, bool level)>;
 
     // Without readyAfter the module never becomes ready.

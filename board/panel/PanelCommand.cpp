@@ -29,16 +29,15 @@ json ReadBody(const std::string& body, const char* key) {
     return value[key];
 }
 
-std::size_t FindSignal(const BoardState& state, const std::string& name) {
-    for (std::size_t signal = 0; signal < state.Count(); ++signal)
-        if (state.Name(signal) == name)
-            return signal;
+std::size_t RequireSignal(const BoardState& state, const std::string& name) {
+    if (const auto signal = state.Find(name))
+        return *signal;
     throw PanelError(NOT_FOUND, name + " is neither a line nor an LED element of the board");
 }
 
 PanelQueue::Work InputCommand(const std::string& name, const std::string& body, const BoardState& state,
                               IBoardControl& control) {
-    const std::size_t signal = FindSignal(state, name);
+    const std::size_t signal = RequireSignal(state, name);
     const json level = ReadBody(body, "level");
     if (!level.is_boolean())
         throw PanelError(BAD_REQUEST, "\"level\" has to be true or false");
@@ -47,7 +46,7 @@ PanelQueue::Work InputCommand(const std::string& name, const std::string& body, 
 
 PanelQueue::Work FaultCommand(const std::string& name, const std::string& body, const BoardState& state,
                               IBoardControl& control) {
-    const std::size_t signal = FindSignal(state, name);
+    const std::size_t signal = RequireSignal(state, name);
     const json text = ReadBody(body, "fault");
     std::optional<Fault> fault;
     try {

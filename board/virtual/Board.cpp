@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/virtual/Board.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <utility>
+#include <vector>
 
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -18,11 +21,11 @@
 #include "board/loop/EventLoop.h"
 #include "board/loop/FunctionPart.h"
 #include "board/loop/SavedSignals.h"
+#include "board/loop/SignalBlock.h"
 #include "board/loop/StopSignals.h"
 #include "board/sandbox/Init.h"
 #include "board/sandbox/Residents.h"
 #include "board/virtual/BoardParts.h"
-#include "board/virtual/PassedSignals.h"
 #include "board/virtual/ProgramLife.h"
 
 namespace VelrixBoard {
@@ -30,6 +33,49 @@ namespace VelrixBoard {
 namespace fs = std::filesystem;
 
 namespace {
+
+// The signals that other processes send to this one and that are meant for its program. For as long as it lives they
+// are held back, for the loop or for the next program.
+class PassedSignals final : public ILoopPart {
+public:
+    PassedSignals(ProgramLife& programLife, UserOutput& userOutput) : life(programLife), user(userOutput) {}
+
+    int Descriptor() const override { return life.TakesSignals() ? file.Get() : -1; }
+
+    // The terminal sends its signals to all of the foreground group, hence to the program as well; it gets only those
+    // that were meant for this process alone. A hang-up goes to the leader of the session alone, which this process may
+    // be.
+    void Run(BoardTime now) override {
+        for (const signalfd_siginfo& signal : Read()) {
+            const auto number = static_cast<int>(signal.ssi_signo);
+            if (number == SIGWINCH)
+                user.OnResize(now);
+            else if (signal.ssi_code <= 0 || number == SIGHUP)
+                life.Signal(number);
+        }
+    }
+
+    // When only the rest of the output is left to wait for: becomes readable, and whether one has come that asks the
+    // board to end.
+    int Waiting() const { return file.Get(); }
+    bool AskToEnd() const {
+        const std::vector<signalfd_siginfo> waiting = Read();
+        return std::any_of(waiting.begin(), waiting.end(),
+                           [](const signalfd_siginfo& signal) { return signal.ssi_signo != SIGWINCH; });
+    }
+
+private:
+    std::vector<signalfd_siginfo> Read() const {
+        std::array<signalfd_siginfo, 8> some; // more kinds than there are
+        const ssize_t length = ::read(file.Get(), some.data(), sizeof some);
+        return {some.begin(), some.begin() + std::max<ssize_t>(length, 0) / sizeof some[0]};
+    }
+
+    ProgramLife& life;
+    UserOutput& user;
+    const SignalBlock signals{SIGHUP, SIGINT, SIGQUIT, SIGUSR1, SIGUSR2, SIGWINCH};
+    const FileDescriptor file{::signalfd(-1, &signals.Blocked(), SFD_CLOEXEC | SFD_NONBLOCK)};
+};
 
 // One running board: everything outside of its namespaces, in one thread around one loop.
 class Board final : private IProgramHost {
@@ -47,8 +93,7 @@ public:
     int Run(const Program& givenProgram) {
         Program program = givenProgram;
         parts.Show(program);
-        PassedSignals signals([this] { return life.TakesSignals(); }, [this](int signal) { life.Signal(signal); },
-                              [this](BoardTime now) { parts.User().OnResize(now); });
+        PassedSignals signals(life, parts.User());
         const bool hasOwnNumbers = Fork(program);
         parts.User().OnForked();
         // After the fork, which one thread alone may make, and before the program can change anything.
@@ -61,7 +106,8 @@ public:
         parts.TellRecords();
         bool isStopped = life.IsKilled();
         parts.FinishOutput({{signals.Waiting(), stop.Descriptor()}, [&] {
-                                isStopped = isStopped || signals.TakeAny() || stop.Take() != StopSignals::Request::NONE;
+                                isStopped =
+                                    isStopped || signals.AskToEnd() || stop.Take() != StopSignals::Request::NONE;
                                 return isStopped;
                             }});
         parts.RemoveOwnFiles();
@@ -105,9 +151,9 @@ private:
         FunctionPart initPart([this] { return initSocket.Get(); }, [&](BoardTime) { isThere = Receive(); });
         parts.AddTo(loop);
         // What becomes of the program comes after all that it did.
-        for (ILoopPart* part : {static_cast<ILoopPart*>(&signals), static_cast<ILoopPart*>(&stopPart),
-                                static_cast<ILoopPart*>(&initPart)})
-            loop.Add(*part);
+        loop.Add(signals);
+        loop.Add(stopPart);
+        loop.Add(initPart);
         while (isThere)
             loop.Round();
         int status = 0;

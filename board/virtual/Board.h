@@ -12,6 +12,7 @@
 #include "board/control/IBoardAttachment.h"
 #include "board/control/ScenarioPlayer.h"
 #include "board/model/Fault.h"
+#include "board/model/OxboModule.h"
 #include "board/sandbox/Isolation.h"
 #include "board/sandbox/Program.h"
 
@@ -42,7 +43,7 @@ struct BoardOptions {
     std::set<std::filesystem::path> without;
 
     // Nothing: the Oxbo module never becomes ready.
-    std::optional<std::chrono::milliseconds> oxboReadyAfter = std::chrono::milliseconds(40);
+    std::optional<std::chrono::milliseconds> oxboReadyAfter = OxboModule::READY_AFTER;
 
     // What follows a call of the reboot command, once the program has ended: the program anew, or the board's end.
     enum class OnReboot { RESTART, EXIT };

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/virtual/BoardParts.h"
 
-#include <cstdio>
 #include <system_error>
 #include <utility>
 
@@ -21,29 +20,16 @@ namespace fs = std::filesystem;
 
 namespace {
 
-void CopySettings(const fs::path& from, const fs::path& to) {
+// The file that the program finds, as the board was given it.
+const std::optional<fs::path>& CopySettings(const std::optional<fs::path>& from, const fs::path& to) {
+    if (!from)
+        return from;
     std::error_code error;
-    fs::copy_file(from, to, error);
+    fs::copy_file(*from, to, error);
     if (error)
-        throw BoardError("cannot read the settings file " + from.string() + ": " + error.message());
+        throw BoardError("cannot read the settings file " + from->string() + ": " + error.message());
     fs::permissions(to, fs::perms(0644), error);
-}
-
-// The model of the board for these options. Programs are run against faulty settings files too, to see what they do;
-// the board then keeps the wiring it has without a file.
-BoardModel MakeModel(const BoardOptions& options, const BoardLayout& layout) {
-    BoardModel model;
-    if (options.settings) {
-        CopySettings(*options.settings, layout.Settings());
-        try {
-            ApplySettings(*options.settings, model);
-        } catch (const BoardError& error) {
-            std::fprintf(stderr, "velrix-board: %s; the board keeps its usual wiring\n", error.what());
-        }
-    }
-    for (const auto& [label, level] : options.levels)
-        model.SetInitialLevel(label, level);
-    return model;
+    return from;
 }
 
 } // namespace
@@ -51,13 +37,14 @@ BoardModel MakeModel(const BoardOptions& options, const BoardLayout& layout) {
 BoardParts::BoardParts(const BoardOptions& boardOptions, RunDirectory runDirectory, const EventLoop& loop,
                        ProgramActions programActions)
     : options(boardOptions), actions(std::move(programActions)), clock([&loop] { return loop.Now(); }),
-      directory(std::move(runDirectory)), layout(directory.Path()), model(MakeModel(options, layout)), state(model),
+      directory(std::move(runDirectory)), layout(directory.Path()),
+      model(MakeModel("velrix-board", CopySettings(options.settings, layout.Settings()), options.levels)), state(model),
       recorder(layout, state, options.directory.has_value(), [this](const std::string& text) { user.Say(text); }),
       files(state, clock, options.without),
       oxbo(state, options.oxboReadyAfter, [this](std::size_t signal, bool level) { DriveForModule(signal, level); }),
       reboots(layout.Reboots(), actions.reboot),
       webLog(layout.Outside(model.WebLogFile()),
-             [this](std::string_view record) { state.Tell(&IBoardObserver::OnWebLog, record, clock()); }),
+             [this](std::string_view record) { state.Tell(&BoardObserver::OnWebLog, record, clock()); }),
       syslogPart([this] { return syslog ? syslog->Descriptor() : -1; }, [this](BoardTime) { TellRecords(); }),
       watcherPart([this] { return watcher.Descriptor(); }, [this](BoardTime) { TellRecords(); }),
       settlePart([this](BoardTime) { Settle(); }) {
@@ -127,7 +114,7 @@ void BoardParts::WatchLogs() {
     }
     if (options.syslog)
         syslog.emplace(layout.SyslogSocket(),
-                       [this](std::string_view record) { state.Tell(&IBoardObserver::OnSyslog, record, clock()); });
+                       [this](std::string_view record) { state.Tell(&BoardObserver::OnSyslog, record, clock()); });
 }
 
 void BoardParts::Show(Program& program) {

@@ -62,7 +62,7 @@ public:
     void TellRecords();
 
     // All that was waiting has been told.
-    void Settle() { state.Tell(&IBoardObserver::OnSettled, clock()); }
+    void Settle() { state.Tell(&BoardObserver::OnSettled, clock()); }
 
     // All lines and LEDs as they are when the board's power comes; outputs first, which the module answers to.
     void PowerUp();

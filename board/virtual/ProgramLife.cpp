@@ -36,12 +36,12 @@ void ProgramLife::OnStarted() {
     current = State::RUNNING;
     if (isToldToEnd)
         host.Signal(SIGTERM);
-    state.Tell(&IBoardObserver::OnProgramStarted, clock());
+    state.Tell(&BoardObserver::OnProgramStarted, clock());
 }
 
 void ProgramLife::OnEnded(int waitStatus) {
     endStatus = waitStatus;
-    state.Tell(&IBoardObserver::OnProgramEnded, waitStatus, clock());
+    state.Tell(&BoardObserver::OnProgramEnded, waitStatus, clock());
 }
 
 void ProgramLife::OnDown() {
@@ -86,7 +86,7 @@ void ProgramLife::KillAll(const std::string& reason) {
 }
 
 void ProgramLife::Reboot(std::string_view call) {
-    state.Tell(&IBoardObserver::OnReboot, call, clock());
+    state.Tell(&BoardObserver::OnReboot, call, clock());
     const Effect effect = RebootStub::EffectOf(call);
     if (effect == Effect::NONE || reboot != Effect::NONE)
         return;
