@@ -89,6 +89,29 @@ void Complete(RunArguments& arguments) {
     arguments.testing.Apply(options);
 }
 
+int Fail(const std::runtime_error& error) { // BoardError, ScenarioError, TimelineError
+    std::fprintf(stderr, "velrix-board: %s\n", error.what());
+    return BOARD_FAILED;
+}
+
+int Diff(const DiffCommand& diff) {
+    try {
+        return diff.Run();
+    } catch (const std::runtime_error& error) {
+        return Fail(error);
+    }
+}
+
+int Run(const BoardOptions& options, const std::vector<std::string>& command) {
+    int status = 0;
+    try {
+        status = RunBoard(options, CommandProgram(command));
+    } catch (const std::runtime_error& error) {
+        return Fail(error);
+    }
+    EndAs(status);
+}
+
 } // namespace
 
 int RunCommand(int argc, char** argv) {
@@ -127,16 +150,7 @@ int RunCommand(int argc, char** argv) {
         return code == 0 ? 0 : BOARD_FAILED;
     }
 
-    int status = 0;
-    try {
-        if (diff.IsGiven())
-            return diff.Run();
-        status = RunBoard(chosen->options, CommandProgram(command));
-    } catch (const std::runtime_error& error) { // BoardError, ScenarioError, TimelineError
-        std::fprintf(stderr, "velrix-board: %s\n", error.what());
-        return BOARD_FAILED;
-    }
-    EndAs(status);
+    return diff.IsGiven() ? Diff(diff) : Run(chosen->options, command);
 }
 
 } // namespace VelrixBoard

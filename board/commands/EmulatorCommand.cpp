@@ -51,21 +51,6 @@ struct EmulatorOptions {
     std::vector<std::string> command;
 };
 
-BoardModel MakeModel(const EmulatorOptions& options) {
-    BoardModel model;
-    if (options.settings) {
-        RequireContent(*options.settings);
-        try {
-            ApplySettings(*options.settings, model);
-        } catch (const BoardError& error) {
-            std::fprintf(stderr, "velrix-emulator: %s; the board has its default wiring\n", error.what());
-        }
-    }
-    for (const auto& [label, level] : options.levels)
-        model.SetInitialLevel(label, level);
-    return model;
-}
-
 // What the exit code does not say; empty where it says all.
 std::string RemarkOn(MachineResult::Why why, const StopSignals& stop) {
     switch (why) {
@@ -112,49 +97,63 @@ private:
     StreamWriter errors{STDERR_FILENO};
 };
 
-int RunOnEmulator(const EmulatorOptions& options) {
-    const BoardModel model = MakeModel(options);
-    const GpioLines lines(options.image / "lines.txt", model);
-    BoardState state(model);
-
+// What the machine finds beside its image. A program that is a file here is among it; the words then name that.
+CpioArchive FilesFor(const EmulatorOptions& options, const GpioLines& lines, std::vector<std::string>& words) {
     CpioArchive files;
     lines.AddLinks(files);
     if (options.settings)
         files.AddFile("/etc/velrix.conf", *options.settings);
     for (const std::filesystem::path& copy : options.copies)
         files.AddTree(std::filesystem::absolute(copy).lexically_normal(), copy);
+    // A name without a folder is a command of the machine.
+    if (words[0].find('/') == std::string::npos)
+        return files;
+    const auto path = std::filesystem::absolute(words[0]).lexically_normal();
+    if (std::filesystem::exists(path))
+        AddArmProgram(files, path, options.libraries);
+    words[0] = path.native();
+    return files;
+}
+
+// Who watches and operates the board while the program runs.
+struct Watchers {
+    std::optional<OxboModule> module;
+    std::optional<TimelineRecorder> recorder;
+    std::optional<MachineControl> control;
+    std::optional<ScenarioPlayer> player;
+
+    Watchers(const EmulatorOptions& options, Machine& machine, BoardState& state, MachineProgram& program) {
+        // Who sets the module's line by hand plays the module.
+        if (!options.levels.contains(BoardModel::OXBO_IRQ)) {
+            module.emplace(state, options.oxboReadyAfter,
+                           [&machine](std::size_t signal, bool level) { machine.DriveInput(signal, level); });
+            state.Add(*module);
+            program.parts.push_back(&*module);
+        }
+        if (options.timeline) {
+            recorder.emplace(*options.timeline, state);
+            state.Add(*recorder);
+        }
+        control.emplace(machine, state, module ? &*module : nullptr);
+        if (options.scenario) {
+            player.emplace(ScenarioOptions{*options.scenario, options.junit}, state, *control);
+            RefuseWhatTheMachineCannot(player->Steps());
+            state.Add(*player);
+            program.parts.push_back(&*player);
+        }
+    }
+};
+
+int RunOnEmulator(const EmulatorOptions& options) {
+    if (options.settings)
+        RequireContent(*options.settings);
+    const BoardModel model = MakeModel("velrix-emulator", options.settings, options.levels);
+    const GpioLines lines(options.image / "lines.txt", model);
+    BoardState state(model);
     MachineProgram program;
     program.words = options.command;
-    // A name without a folder is a command of the machine.
-    if (program.words[0].find('/') != std::string::npos) {
-        const auto path = std::filesystem::absolute(program.words[0]).lexically_normal();
-        if (std::filesystem::exists(path))
-            AddArmProgram(files, path, options.libraries);
-        program.words[0] = path.native();
-    }
-
-    Machine machine(options.image, files);
-    std::optional<OxboModule> module;
-    // Who sets the module's line by hand plays the module.
-    if (!options.levels.contains(BoardModel::OXBO_IRQ)) {
-        module.emplace(state, options.oxboReadyAfter,
-                       [&machine](std::size_t signal, bool level) { machine.DriveInput(signal, level); });
-        state.Add(*module);
-        program.parts.push_back(&*module);
-    }
-    std::optional<TimelineRecorder> recorder;
-    if (options.timeline) {
-        recorder.emplace(*options.timeline, state);
-        state.Add(*recorder);
-    }
-    MachineControl control(machine, state, module ? &*module : nullptr);
-    std::optional<ScenarioPlayer> player;
-    if (options.scenario) {
-        player.emplace(ScenarioOptions{*options.scenario, options.junit}, state, control);
-        RefuseWhatTheMachineCannot(player->Steps());
-        state.Add(*player);
-        program.parts.push_back(&*player);
-    }
+    Machine machine(options.image, FilesFor(options, lines, program.words));
+    Watchers watchers(options, machine, state, program);
     ProgramStreams streams;
     streams.AddTo(program);
 
@@ -165,14 +164,35 @@ int RunOnEmulator(const EmulatorOptions& options) {
     program.stop = &stop;
     program.signals = signalFile.Get();
     const MachineResult result = machine.Run(program, state, lines);
-    if (recorder)
-        recorder->Finish(result.end);
+    if (watchers.recorder)
+        watchers.recorder->Finish(result.end);
     if (result.why != MachineResult::Why::STOPPED)
         streams.Finish(stop, signalFile.Get());
     if (const std::string remark = RemarkOn(result.why, stop); !remark.empty())
         streams.Say(remark);
-    const int verdict = player ? player->Finish(result.end) : result.exitCode;
+    const int verdict = watchers.player ? watchers.player->Finish(result.end) : result.exitCode;
     return result.why == MachineResult::Why::STOPPED ? result.exitCode : verdict;
+}
+
+void AddRunOptions(CLI::App& run, EmulatorOptions& options, BeginningOptions& beginning) {
+    run.footer(FOOTER);
+    run.add_option("--image", options.image,
+                   std::string("What scripts/emulated-board-image made; ") + DEFAULT_IMAGE + " if not given")
+        ->type_name("DIR");
+    run.add_option("--settings", options.settings, "The board's /etc/velrix.conf; without it there is none")
+        ->type_name("FILE");
+    run.add_option("--timeline", options.timeline, "Record every change of every line and LED")->type_name("FILE.vcd");
+    CLI::Option* scenario =
+        run.add_option("--scenario", options.scenario, "Play these steps and judge the run by them")->type_name("FILE");
+    run.add_option("--junit", options.junit, "Write the scenario's results as a JUnit report")
+        ->type_name("FILE.xml")
+        ->needs(scenario);
+    beginning.AddTo(run);
+    run.add_option("--libraries", options.libraries, "Where to look for libraries that the program needs")
+        ->type_name("DIR");
+    run.add_option("--copy", options.copies, "A file or directory that the program finds at its path here")
+        ->type_name("PATH");
+    TakeOneValueEach(run);
 }
 
 } // namespace
@@ -187,25 +207,7 @@ int RunEmulatorCommand(int argc, char** argv) {
     app.failure_message(RefusalText);
     CLI::App* run =
         app.add_subcommand("run", "Boot the machine and run a program on it: run [OPTIONS] -- PROGRAM [ARG...]");
-    run->footer(FOOTER);
-    run->add_option("--image", options.image,
-                    std::string("What scripts/emulated-board-image made; ") + DEFAULT_IMAGE + " if not given")
-        ->type_name("DIR");
-    run->add_option("--settings", options.settings, "The board's /etc/velrix.conf; without it there is none")
-        ->type_name("FILE");
-    run->add_option("--timeline", options.timeline, "Record every change of every line and LED")->type_name("FILE.vcd");
-    CLI::Option* scenario =
-        run->add_option("--scenario", options.scenario, "Play these steps and judge the run by them")
-            ->type_name("FILE");
-    run->add_option("--junit", options.junit, "Write the scenario's results as a JUnit report")
-        ->type_name("FILE.xml")
-        ->needs(scenario);
-    beginning.AddTo(*run);
-    run->add_option("--libraries", options.libraries, "Where to look for libraries that the program needs")
-        ->type_name("DIR");
-    run->add_option("--copy", options.copies, "A file or directory that the program finds at its path here")
-        ->type_name("PATH");
-    TakeOneValueEach(*run);
+    AddRunOptions(*run, options, beginning);
 
     try {
         app.parse(OwnArguments(argc, argv, options.command));

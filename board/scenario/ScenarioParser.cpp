@@ -285,6 +285,10 @@ private:
             line.Need("is");
             return LineIs{name, line.High()};
         }
+        FailWithSubjects(line);
+    }
+
+    [[noreturn]] void FailWithSubjects(const Line& line) const {
         std::vector<std::string> subjects;
         for (const auto& led : names.leds)
             subjects.push_back(led.name);

@@ -120,58 +120,61 @@ void ScenarioRunner::CheckNever(ScenarioTime now) {
 
 void ScenarioRunner::Advance(ScenarioTime now) {
     const bool ended = exitCode || killedBy;
-    while (!done && next < scenario.steps.size()) {
+    for (; !done && next < scenario.steps.size(); ++next) {
         const Step& step = scenario.steps[next];
-        ScenarioTime when = now;
-        if (const auto* action = std::get_if<Do>(&step.what)) {
-            if (action->at && *action->at > now && !ended)
-                return;
-            if (ended) {
-                Decide(next, Verdict::FAILED, "the program had " + End() + ", before this step", now);
-                done = true;
-                return;
-            }
-            try {
-                if (const auto* set = std::get_if<SetInput>(&action->action))
-                    board.Set(set->line, set->high);
-                else if (const auto* fault = std::get_if<InjectFault>(&action->action))
-                    board.SetFault(fault->signal, fault->fault);
-                else
-                    board.Send(std::get<SendSignal>(action->action).signal);
-            } catch (const std::exception& error) {
-                Decide(next, Verdict::FAILED, error.what(), now);
-                done = true;
-                return;
-            }
-        } else if (const auto* await = std::get_if<Await>(&step.what)) {
-            const ScenarioTime limit = stepBegin + await->within;
-            // Late events count at their own time; so does the end of the wait.
-            if (now > limit || !Holds(await->condition, now)) {
-                if (now < limit && !ended)
-                    return;
-                Decide(next, Verdict::FAILED,
-                       "expected within " + TextOf(await->within) + ": " + TextOf(await->condition) + "; seen at " +
-                           TextOf(std::min(now, limit)) + ": " + Seen(await->condition) +
-                           CutShort(await->condition, limit),
-                       std::min(now, limit));
-                done = true;
-                return;
-            }
-        } else if (const auto* wait = std::get_if<Wait>(&step.what)) {
-            if (now < stepBegin + wait->length && !ended)
-                return;
-            when = std::min(now, stepBegin + wait->length);
-        } else {
-            ++next; // judged at the end
-            continue;
-        }
-        Decide(next, Verdict::PASSED, "", when);
-        stepBegin = when;
-        ++next;
+        std::optional<ScenarioTime> when;
+        if (const auto* action = std::get_if<Do>(&step.what))
+            when = Play(*action, now);
+        else if (const auto* await = std::get_if<Await>(&step.what))
+            when = Look(*await, now);
+        else if (const auto* wait = std::get_if<Wait>(&step.what))
+            when = now < stepBegin + wait->length && !ended ? when : std::min(now, stepBegin + wait->length);
+        else
+            continue; // judged at the end
+        if (!when)
+            return;
+        Decide(next, Verdict::PASSED, "", *when);
+        stepBegin = *when;
     }
     // Without sequential steps the program runs until it ends.
     if (next == scenario.steps.size())
         done = ended || std::any_of(scenario.steps.begin(), scenario.steps.end(), IsSequential);
+}
+
+std::optional<ScenarioTime> ScenarioRunner::Play(const Do& action, ScenarioTime now) {
+    if (exitCode || killedBy)
+        return Fail("the program had " + End() + ", before this step", now);
+    if (action.at && *action.at > now)
+        return std::nullopt;
+    try {
+        if (const auto* set = std::get_if<SetInput>(&action.action))
+            board.Set(set->line, set->high);
+        else if (const auto* fault = std::get_if<InjectFault>(&action.action))
+            board.SetFault(fault->signal, fault->fault);
+        else
+            board.Send(std::get<SendSignal>(action.action).signal);
+    } catch (const std::exception& error) {
+        return Fail(error.what(), now);
+    }
+    return now;
+}
+
+std::optional<ScenarioTime> ScenarioRunner::Look(const Await& await, ScenarioTime now) {
+    const ScenarioTime limit = stepBegin + await.within;
+    // An event that is told late counts when it happened; so does the end of the wait.
+    if (now <= limit && Holds(await.condition, now))
+        return now;
+    if (now < limit && !exitCode && !killedBy)
+        return std::nullopt;
+    return Fail("expected within " + TextOf(await.within) + ": " + TextOf(await.condition) + "; seen at " +
+                    TextOf(std::min(now, limit)) + ": " + Seen(await.condition) + CutShort(await.condition, limit),
+                std::min(now, limit));
+}
+
+std::nullopt_t ScenarioRunner::Fail(std::string message, ScenarioTime time) {
+    Decide(next, Verdict::FAILED, std::move(message), time);
+    done = true;
+    return std::nullopt;
 }
 
 std::optional<ScenarioTime> ScenarioRunner::NextTime() const {

@@ -80,6 +80,11 @@ private:
 
     void ExpectTexts();
     void Advance(ScenarioTime now);
+    // When the step was passed; nothing: it waits, or has failed.
+    std::optional<ScenarioTime> Play(const Do& action, ScenarioTime now);
+    std::optional<ScenarioTime> Look(const Await& await, ScenarioTime now);
+    // The step that is being waited for, and with it the scenario.
+    std::nullopt_t Fail(std::string message, ScenarioTime time);
     bool Holds(const Condition& condition, ScenarioTime now) const;
     bool Alternates(const LedAlternates& condition) const;
     // How and when the program ended, to follow "the program had ".
