@@ -120,7 +120,8 @@ private:
     FunctionPart consolePart{[this] { return ends.console.Get(); }, [this](BoardTime) { ReadConsole(); }};
     FunctionPart eventPart{[this] { return qmp.Descriptor(); }, [this](BoardTime) { ReadEvents(); }};
     FunctionPart agentPart{[this] { return ends.agent.Get(); }, [this](BoardTime) { ReadAgent(); }};
-    // While a program runs. The kernel keeps one signal of a kind until the last was answered; the agent would queue all.
+    // While a program runs. The kernel keeps one signal of a kind until the last was answered; the agent would queue
+    // all.
     FunctionPart signalPart{[this] { return running->answersDue == 0 ? running->program.signals : -1; },
                             [this](BoardTime) { PassOnSignal(); }};
     FunctionPart stopPart{[this] { return running->program.stop ? running->program.stop->Descriptor() : -1; },
