@@ -20,8 +20,6 @@ namespace {
 
 using Step = std::shared_ptr<LedColorProperty>;
 
-constexpr long long NANOSECONDS_PER_MILLISECOND = 1'000'000;
-
 void Drive(const std::shared_ptr<IOutputPin>& pin, bool high) {
     if (!pin)
         return;
@@ -145,7 +143,7 @@ void Led::AdvanceWhenDue() {
     }
 
     auto now = DateTime::Now();
-    const long long elapsed = now->Subtract(stepStart).Nanoseconds() / NANOSECONDS_PER_MILLISECOND;
+    const long long elapsed = now->Subtract(stepStart).Milliseconds();
     if (elapsed < static_cast<long long>(current->Duration))
         return;
 

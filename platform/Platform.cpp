@@ -48,8 +48,6 @@ constexpr long long HALF_CYCLE_MS = 500;
 // accepted and shows nothing, instead of throwing.
 constexpr const char* NO_ELEMENT = "/dev/null";
 
-constexpr long long NANOSECONDS_PER_MS = 1'000'000;
-
 void Open(std::shared_ptr<IInputPin>& pin, const char* label, const string_ptr& path) {
     pin = Sysfs_InputPin::Create(label, path);
 }
@@ -204,7 +202,7 @@ void Platform::OxboReset(bool ramLoaderEnable, long long timeout) {
     const std::shared_ptr<DateTime> start = DateTime::Now();
     while (oxboIrqN->Get()) {
         Update();
-        const long long elapsedMs = DateTime::Now()->Subtract(start).Nanoseconds() / NANOSECONDS_PER_MS;
+        const long long elapsedMs = DateTime::Now()->Subtract(start).Milliseconds();
         if (timeout < elapsedMs)
             throw System::TimeoutException();
     }

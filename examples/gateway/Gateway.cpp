@@ -41,7 +41,7 @@ void RequestStop(int) {
 }
 
 long long MillisecondsSince(const std::shared_ptr<DateTime>& start) {
-    return DateTime::Now()->Subtract(start).Nanoseconds() / 1'000'000;
+    return DateTime::Now()->Subtract(start).Milliseconds();
 }
 
 enum class State { UNCONFIGURED, NO_CONNECTION, CONNECTED, TIMED_OUT };

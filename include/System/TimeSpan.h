@@ -13,6 +13,9 @@ public:
     // The whole length in nanoseconds, good for 292 years either way.
     constexpr long long Nanoseconds() const noexcept { return nanoseconds; }
 
+    // The whole length in whole milliseconds; a rest is cut off, towards zero.
+    constexpr long long Milliseconds() const noexcept { return nanoseconds / 1'000'000; }
+
 private:
     long long nanoseconds;
 };

@@ -44,7 +44,7 @@ std::shared_ptr<Platform> Board() {
 // A control loop that does nothing but keep the LEDs going.
 void UpdateFor(long long milliseconds) {
     const auto start = DateTime::Now();
-    while (DateTime::Now()->Subtract(start).Nanoseconds() / 1'000'000 < milliseconds) {
+    while (DateTime::Now()->Subtract(start).Milliseconds() < milliseconds) {
         Board()->Update();
         Thread::USleep(2'000);
     }
@@ -95,7 +95,7 @@ void Reset(const Arguments& arguments) {
         } catch (const System::TimeoutException&) {
             verdict = "timeout";
         }
-        std::printf("%s %lld\n", verdict, DateTime::Now()->Subtract(start).Nanoseconds() / 1'000'000);
+        std::printf("%s %lld\n", verdict, DateTime::Now()->Subtract(start).Milliseconds());
         // Longer than the module needs, where the reset did not wait for it.
         UpdateFor(100);
     }

@@ -106,3 +106,12 @@ TEST(TimeSpan, IsACountOfNanoseconds) {
     EXPECT_EQ(TimeSpan(LLONG_MIN).Nanoseconds(), LLONG_MIN);
     EXPECT_EQ(TimeSpan(5).Nanoseconds(), 5);
 }
+
+TEST(TimeSpan, CountsWholeMillisecondsTowardsZero) {
+    EXPECT_EQ(TimeSpan(999'999).Milliseconds(), 0);
+    EXPECT_EQ(TimeSpan(1'000'000).Milliseconds(), 1);
+    EXPECT_EQ(TimeSpan(1'999'999).Milliseconds(), 1);
+    EXPECT_EQ(TimeSpan(-999'999).Milliseconds(), 0);
+    EXPECT_EQ(TimeSpan(-1'000'000).Milliseconds(), -1);
+    EXPECT_EQ(TimeSpan(LLONG_MIN).Milliseconds(), LLONG_MIN / 1'000'000);
+}
