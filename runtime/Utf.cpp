@@ -31,7 +31,7 @@ char32_t TakeCodePoint(std::string_view& utf8) noexcept {
         if (next < lowest || next > highest)
             return REPLACEMENT;
         utf8.remove_prefix(1);
-        codePoint = codePoint << 6 | (next & 0x3Fu);
+        codePoint = codePoint << 6 | (static_cast<unsigned>(next) & 0x3Fu);
         lowest = 0x80;
         highest = 0xBF;
     }

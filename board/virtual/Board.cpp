@@ -68,7 +68,8 @@ private:
     std::vector<signalfd_siginfo> Read() const {
         std::array<signalfd_siginfo, 8> some; // more kinds than there are
         const ssize_t length = ::read(file.Get(), some.data(), sizeof some);
-        return {some.begin(), some.begin() + std::max<ssize_t>(length, 0) / sizeof some[0]};
+        const std::size_t count = length < 0 ? 0 : static_cast<std::size_t>(length) / sizeof some[0];
+        return {some.data(), some.data() + count};
     }
 
     ProgramLife& life;
@@ -182,7 +183,7 @@ private:
             return false;
         if (message.kind == InitMessage::Kind::MOUNTED)
             parts.Entry().Serve(std::move(attached));
-        if (message.kind == InitMessage::Kind::STARTED)
+        else if (message.kind == InitMessage::Kind::STARTED)
             programProcess = std::move(attached);
         life.Obey(message);
         return true;
