@@ -32,7 +32,7 @@ function(velrix_compile_as_test target)
 endfunction()
 
 # velrix_add_test(NAME name SOURCES file... LIBRARIES target... [ON_A_BOARD pattern...] [NAMESPACES_ONLY pattern...]
-#   [PRELOAD_ONLY pattern...] [NOT_EMULATED pattern...] [NEEDS_MOUNTS pattern...] [NEEDS_NUMBERS pattern...]
+#   [PRELOAD_ONLY pattern...] [TIMED pattern...] [NOT_EMULATED pattern...] [NEEDS_MOUNTS pattern...] [NEEDS_NUMBERS pattern...]
 #   [NEEDS_PTRACE pattern...] [NEEDS_SYSCTL pattern...] [NEEDS_UNSHARE pattern...] [NEEDS_USERS pattern...])
 # A GoogleTest executable with one ctest test per case, named after the folder: "settings.LedSection.KeepsUnknown...".
 # GTest::gtest is linked; name GTest::gtest_main or GTest::gmock among the libraries where the test wants them. Every
@@ -40,6 +40,7 @@ endfunction()
 # ON_A_BOARD: the cases that run programs on a private board. Each is two tests of ctest: labelled "namespaces" under
 # its usual name, and "preload" with "preload." before the name; VELRIX_TEST_ISOLATION holds the isolation.
 # NAMESPACES_ONLY, PRELOAD_ONLY: cases that only make sense in one isolation, or select it themselves.
+# TIMED: the cases that judge how long something takes; each counts as three of the tests that ctest runs at once.
 # NOT_EMULATED: the cases that start programs of the build or enter namespaces. User-mode emulation supports neither,
 # nor boards; when cross-compiling, ctest does not have these cases, and the emulated board runs them.
 # NEEDS_...: labels for other permissions of a case: to mount /proc in a namespace, a board with a pid namespace, to
@@ -48,7 +49,7 @@ endfunction()
 function(velrix_add_test)
   set(needs MOUNTS NUMBERS PTRACE SYSCTL UNSHARE USERS)
   list(TRANSFORM needs PREPEND NEEDS_ OUTPUT_VARIABLE needsOptions)
-  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;LIBRARIES;ON_A_BOARD;NAMESPACES_ONLY;PRELOAD_ONLY;NOT_EMULATED;${needsOptions}")
+  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;LIBRARIES;ON_A_BOARD;NAMESPACES_ONLY;PRELOAD_ONLY;TIMED;NOT_EMULATED;${needsOptions}")
   if(arg_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "velrix_add_test does not know ${arg_UNPARSED_ARGUMENTS}")
   endif()
@@ -79,6 +80,7 @@ function(velrix_add_test)
     string(TOLOWER ${need} label)
     velrix_label_tests(${arg_NAME} ${label} ${arg_NEEDS_${need}})
   endforeach()
+  velrix_label_tests(${arg_NAME} timed ${arg_TIMED})
 endfunction()
 
 # velrix_discover_tests(target SUITE name [PREFIX text] [ONLY pattern...] [EXCEPT pattern...] [PROPERTIES property value...])
@@ -115,6 +117,9 @@ function(velrix_label_tests target label)
   get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
   set(fits "${CMAKE_CROSSCOMPILING_EMULATOR}")
   set(suites @target@_plain @target@_namespaces)
+  if(label STREQUAL timed)
+    set(properties PROCESSORS 3)
+  endif()
   # A preloaded board never has a pid namespace.
   if(NOT label STREQUAL numbers)
     list(APPEND suites @target@_preload)
@@ -126,7 +131,7 @@ foreach(pattern IN ITEMS @patterns@)
   set(fits "@fits@")
   foreach(test IN LISTS @suites@)
     if(test MATCHES "^(preload[.])?@folder@[.]${pattern}$")
-      set_tests_properties("${test}" PROPERTIES LABELS @label@)
+      set_tests_properties("${test}" PROPERTIES LABELS @label@ @properties@)
       set(fits YES)
     endif()
   endforeach()
