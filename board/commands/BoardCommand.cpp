@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "board/commands/BoardCommand.h"
-
+// The command velrix-board. 125 is the exit code of everything that goes wrong before the program runs.
 #include <cstdio>
 #include <map>
 #include <stdexcept>
@@ -10,10 +9,10 @@
 #include <CLI/CLI.hpp>
 
 #include "board/commands/CommandArguments.h"
-#include "board/commands/DeviceOptions.h"
 #include "board/commands/DiffCommand.h"
 #include "board/commands/PanelOptions.h"
-#include "board/commands/TestingOptions.h"
+#include "board/commands/StandardStreams.h"
+#include "board/sandbox/RebootStub.h"
 #include "board/virtual/Board.h"
 
 namespace VelrixBoard {
@@ -34,30 +33,58 @@ std::filesystem::path NormalPath(const std::string& text) {
     return path.has_filename() ? path : path.parent_path();
 }
 
-// The options of a command that runs a program, and what is still to be made of them.
-struct RunArguments {
-    BoardOptions options;
-    BeginningOptions beginning;
-    std::vector<std::string> without;
-    std::string settings;
-    std::string directory;
-    bool noSyslog = false;
-    TestingOptions testing;
-};
+void AddFault(BoardOptions& options, const std::string& text) {
+    const std::size_t equals = text.find('=');
+    if (equals == std::string::npos)
+        throw CLI::ValidationError("--fault", "takes NAME=FAULT, such as MS.red=EIO");
+    try {
+        options.faults.insert_or_assign(text.substr(0, equals), ParseFault(text.substr(equals + 1)));
+    } catch (const FaultError& error) {
+        throw CLI::ValidationError("--fault", error.what());
+    }
+}
 
-void AddRunOptions(CLI::App& run, RunArguments& arguments) {
+// The options that break the device.
+void AddDeviceOptions(CLI::App& run, BoardOptions& options) {
+    run.add_option_function<std::vector<std::string>>(
+           "--fault",
+           [&options](const std::vector<std::string>& faults) {
+               for (const std::string& fault : faults)
+                   AddFault(options, fault);
+           },
+           "What is wrong with the value file of a line or LED element: EIO, ENOSPC, EACCES, slow:TIME such as "
+           "slow:2s, or missing")
+        ->type_name("NAME=FAULT");
+    run.add_option_function<std::string>(
+           "--on-reboot",
+           [&options](const std::string& text) {
+               options.onReboot = text == "restart" ? BoardOptions::OnReboot::RESTART : BoardOptions::OnReboot::EXIT;
+           },
+           "What follows when the program calls reboot and was ended: its restart, or the board's end; exit if not "
+           "given")
+        ->check(CLI::IsMember({"restart", "exit"}))
+        ->type_name("restart|exit");
+}
+
+void AddRunOptions(CLI::App& run, BoardOptions& options) {
     run.footer(FOOTER);
-    run.add_option("--settings", arguments.settings, "The board's /etc/velrix.conf; without it there is none")
+    run.add_option("--settings", options.settings, "The board's /etc/velrix.conf; without it there is none")
         ->type_name("FILE");
-    run.add_option("--directory", arguments.directory,
+    run.add_option("--directory", options.directory,
                    "Keep the board's files here, in an empty or new directory; without it they go with the board")
         ->type_name("DIR");
-    arguments.beginning.AddTo(run);
-    run.add_option("--without", arguments.without, "Leave a value file or a directory of the board out")
+    AddBeginningOptions(run, options.levels, options.oxboReadyAfter);
+    run.add_option_function<std::vector<std::string>>(
+           "--without",
+           [&options](const std::vector<std::string>& paths) {
+               for (const std::string& path : paths)
+                   options.without.insert(NormalPath(path));
+           },
+           "Leave a value file or a directory of the board out")
         ->type_name("PATH");
     run.add_option_function<std::string>(
            "--isolation",
-           [&options = arguments.options](const std::string& text) {
+           [&options](const std::string& text) {
                options.isolation = ISOLATIONS.at(text);
                options.saysIsolation = true;
            },
@@ -65,28 +92,13 @@ void AddRunOptions(CLI::App& run, RunArguments& arguments) {
            "library, or as strong as the machine allows, which the board then names; auto if not given")
         ->check(CLI::IsMember(&ISOLATIONS))
         ->type_name("namespaces|preload|auto");
-    run.add_flag("--as-root", arguments.options.asRoot, "Let the program see itself as user 0");
-    run.add_flag("--no-syslog", arguments.noSyslog, "Leave /dev/log free for a daemon started on the board");
-    run.add_flag("--terminal", arguments.options.terminal,
-                 "Show LEDs, lines, module, faults and logs on standard error");
-    arguments.testing.AddTo(run);
-    AddDeviceOptions(run, arguments.options);
+    run.add_flag("--as-root", options.asRoot, "Let the program see itself as user 0");
+    run.add_flag_callback(
+        "--no-syslog", [&options] { options.syslog = false; }, "Leave /dev/log free for a daemon started on the board");
+    run.add_flag("--terminal", options.terminal, "Show LEDs, lines, module, faults and logs on standard error");
+    AddTestingOptions(run, options.timeline, options.scenario);
+    AddDeviceOptions(run, options);
     TakeOneValueEach(run);
-}
-
-// Throws CLI::ParseError for what is not understood.
-void Complete(RunArguments& arguments) {
-    BoardOptions& options = arguments.options;
-    options.levels = arguments.beginning.Levels();
-    options.oxboReadyAfter = arguments.beginning.OxboReadyAfter();
-    if (!arguments.settings.empty())
-        options.settings = arguments.settings;
-    if (!arguments.directory.empty())
-        options.directory = arguments.directory;
-    for (const std::string& path : arguments.without)
-        options.without.insert(NormalPath(path));
-    options.syslog = !arguments.noSyslog;
-    arguments.testing.Apply(options);
 }
 
 int Fail(const std::runtime_error& error) { // BoardError, ScenarioError, TimelineError
@@ -112,45 +124,48 @@ int Run(const BoardOptions& options, const std::vector<std::string>& command) {
     EndAs(status);
 }
 
-} // namespace
-
+// Does not return where the program on the board ended by a signal.
 int RunCommand(int argc, char** argv) {
-    RunArguments runArguments;
-    RunArguments recordArguments;
+    BoardOptions runOptions;
+    BoardOptions recordOptions;
     std::vector<std::string> command;
-
     CLI::App app("A private board to run device programs on.", "velrix-board");
     app.footer(FOOTER);
     app.require_subcommand(1);
     app.failure_message(RefusalText);
     CLI::App* run = app.add_subcommand(
         "run", "Run a program on a board of its own: velrix-board run [OPTIONS] -- PROGRAM [ARG...]");
-    AddRunOptions(*run, runArguments);
+    AddRunOptions(*run, runOptions);
     const PanelOptions runPanel(*run);
     CLI::App* record =
         app.add_subcommand("record", "Run a program and write down what is done to its board, to be played "
                                      "again with run --scenario: velrix-board record FILE [OPTIONS] -- "
                                      "PROGRAM [ARG...]");
-    AddRunOptions(*record, recordArguments);
-    recordArguments.testing.AddRecordingTo(*record);
+    AddRunOptions(*record, recordOptions);
+    record->add_option("FILE", recordOptions.recording, "Gets what is done to the board, as a scenario")->required();
     const PanelOptions recordPanel(*record);
     const DiffCommand diff(app);
-
-    RunArguments* chosen = &runArguments;
     try {
         app.parse(OwnArguments(argc, argv, command));
-        if (!diff.IsGiven())
-            RequireProgram(app, command);
-        if (record->parsed())
-            chosen = &recordArguments;
-        Complete(*chosen);
-        (record->parsed() ? recordPanel : runPanel).Complete(chosen->options, command);
+        if (diff.IsGiven())
+            return Diff(diff);
+        RequireProgram(app, command);
+        BoardOptions& options = record->parsed() ? recordOptions : runOptions;
+        (record->parsed() ? recordPanel : runPanel).Complete(options, command);
+        return Run(options, command);
     } catch (const CLI::ParseError& error) {
         const int code = app.exit(error);
         return code == 0 ? 0 : BOARD_FAILED;
     }
-
-    return diff.IsGiven() ? Diff(diff) : Run(chosen->options, command);
 }
 
+} // namespace
+
 } // namespace VelrixBoard
+
+int main(int argc, char** argv) {
+    VelrixBoard::OpenMissingStandardStreams();
+    if (VelrixBoard::RebootStub::IsCalled())
+        return VelrixBoard::RebootStub::Main(argc, argv);
+    return VelrixBoard::RunCommand(argc, argv);
+}

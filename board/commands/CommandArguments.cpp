@@ -7,6 +7,7 @@
 
 #include "board/base/BoardError.h"
 #include "board/control/ReadyTime.h"
+#include "board/model/OxboModule.h"
 
 namespace VelrixBoard {
 
@@ -25,33 +26,43 @@ std::vector<std::string> OwnArguments(int argc, char** argv, std::vector<std::st
     return {std::make_reverse_iterator(separator), all.rend()};
 }
 
-void BeginningOptions::AddTo(CLI::App& command) {
-    command.add_option(SET, levels, "Level of an input from the start, such as OXBO_IRQ_N=0")->type_name("LABEL=0|1");
+void AddBeginningOptions(CLI::App& command, std::map<std::string, bool>& levels,
+                         std::optional<std::chrono::milliseconds>& oxboReadyAfter) {
+    const auto takeLevels = [&levels](const std::vector<std::string>& texts) {
+        for (const std::string& text : texts) {
+            const std::size_t equals = text.find('=');
+            const std::string level = equals == std::string::npos ? "" : text.substr(equals + 1);
+            if (level != "0" && level != "1")
+                throw CLI::ValidationError(SET, "takes LABEL=0 or LABEL=1");
+            levels.insert_or_assign(text.substr(0, equals), level == "1");
+        }
+    };
+    const auto takeTime = [&oxboReadyAfter](const std::string& text) {
+        try {
+            oxboReadyAfter = ParseReadyTime(text);
+        } catch (const BoardError& error) {
+            throw CLI::ValidationError("--oxbo-ready-after", error.what());
+        }
+    };
     command
-        .add_option("--oxbo-ready-after", readyAfter,
-                    "When the Oxbo module pulls its interrupt line low after its reset; " + readyAfter +
-                        " if not given")
+        .add_option_function<std::vector<std::string>>(SET, takeLevels,
+                                                       "Level of an input from the start, such as OXBO_IRQ_N=0")
+        ->type_name("LABEL=0|1");
+    command
+        .add_option_function<std::string>("--oxbo-ready-after", takeTime,
+                                          "When the Oxbo module pulls its interrupt line low after its reset; " +
+                                              std::to_string(OxboModule::READY_AFTER.count()) + "ms if not given")
         ->type_name("TIME|never");
 }
 
-std::map<std::string, bool> BeginningOptions::Levels() const {
-    std::map<std::string, bool> result;
-    for (const std::string& text : levels) {
-        const std::size_t equals = text.find('=');
-        const std::string level = equals == std::string::npos ? "" : text.substr(equals + 1);
-        if (level != "0" && level != "1")
-            throw CLI::ValidationError(SET, "takes LABEL=0 or LABEL=1");
-        result.insert_or_assign(text.substr(0, equals), level == "1");
-    }
-    return result;
-}
-
-std::optional<std::chrono::milliseconds> BeginningOptions::OxboReadyAfter() const {
-    try {
-        return ParseReadyTime(readyAfter);
-    } catch (const BoardError& error) {
-        throw CLI::ValidationError("--oxbo-ready-after", error.what());
-    }
+void AddTestingOptions(CLI::App& command, std::optional<std::string>& timeline, ScenarioOptions& scenario) {
+    command.add_option("--timeline", timeline, "Record every change of every line and LED")->type_name("FILE.vcd");
+    CLI::Option* play =
+        command.add_option("--scenario", scenario.file, "Play these steps and judge the run by them: 0 or 1")
+            ->type_name("FILE");
+    command.add_option("--junit", scenario.junit, "Write the scenario's results as a JUnit report")
+        ->type_name("FILE.xml")
+        ->needs(play);
 }
 
 std::string RefusalText(const CLI::App* app, const CLI::Error& error) {

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "board/commands/EmulatorCommand.h"
-
+// The command velrix-emulator. 125 is the exit code of everything that goes wrong outside of the program.
 #include <csignal>
 #include <cstdio>
 #include <map>
@@ -14,8 +13,8 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-#include "board/base/BoardError.h"
 #include "board/commands/CommandArguments.h"
+#include "board/commands/StandardStreams.h"
 #include "board/control/ScenarioPlayer.h"
 #include "board/emulated/ArmProgram.h"
 #include "board/emulated/Machine.h"
@@ -42,12 +41,11 @@ struct EmulatorOptions {
     std::filesystem::path image = DEFAULT_IMAGE;
     std::optional<std::filesystem::path> settings;
     std::optional<std::string> timeline;
-    std::optional<std::string> scenario;
-    std::optional<std::string> junit;
+    ScenarioOptions scenario;
     std::vector<std::filesystem::path> libraries;
     std::vector<std::filesystem::path> copies;
     std::map<std::string, bool> levels;
-    std::optional<std::chrono::milliseconds> oxboReadyAfter;
+    std::optional<std::chrono::milliseconds> oxboReadyAfter = OxboModule::READY_AFTER;
     std::vector<std::string> command;
 };
 
@@ -135,8 +133,8 @@ struct Watchers {
             state.Add(*recorder);
         }
         control.emplace(machine, state, module ? &*module : nullptr);
-        if (options.scenario) {
-            player.emplace(ScenarioOptions{*options.scenario, options.junit}, state, *control);
+        if (options.scenario.file) {
+            player.emplace(options.scenario, state, *control);
             RefuseWhatTheMachineCannot(player->Steps());
             state.Add(*player);
             program.parts.push_back(&*player);
@@ -174,20 +172,15 @@ int RunOnEmulator(const EmulatorOptions& options) {
     return result.why == MachineResult::Why::STOPPED ? result.exitCode : verdict;
 }
 
-void AddRunOptions(CLI::App& run, EmulatorOptions& options, BeginningOptions& beginning) {
+void AddRunOptions(CLI::App& run, EmulatorOptions& options) {
     run.footer(FOOTER);
     run.add_option("--image", options.image,
                    std::string("What scripts/emulated-board-image made; ") + DEFAULT_IMAGE + " if not given")
         ->type_name("DIR");
     run.add_option("--settings", options.settings, "The board's /etc/velrix.conf; without it there is none")
         ->type_name("FILE");
-    run.add_option("--timeline", options.timeline, "Record every change of every line and LED")->type_name("FILE.vcd");
-    CLI::Option* scenario =
-        run.add_option("--scenario", options.scenario, "Play these steps and judge the run by them")->type_name("FILE");
-    run.add_option("--junit", options.junit, "Write the scenario's results as a JUnit report")
-        ->type_name("FILE.xml")
-        ->needs(scenario);
-    beginning.AddTo(run);
+    AddTestingOptions(run, options.timeline, options.scenario);
+    AddBeginningOptions(run, options.levels, options.oxboReadyAfter);
     run.add_option("--libraries", options.libraries, "Where to look for libraries that the program needs")
         ->type_name("DIR");
     run.add_option("--copy", options.copies, "A file or directory that the program finds at its path here")
@@ -195,11 +188,8 @@ void AddRunOptions(CLI::App& run, EmulatorOptions& options, BeginningOptions& be
     TakeOneValueEach(run);
 }
 
-} // namespace
-
 int RunEmulatorCommand(int argc, char** argv) {
     EmulatorOptions options;
-    BeginningOptions beginning;
 
     CLI::App app("A 32-bit ARM machine with the board's LEDs and lines, to run device programs on.", "velrix-emulator");
     app.footer(FOOTER);
@@ -207,13 +197,11 @@ int RunEmulatorCommand(int argc, char** argv) {
     app.failure_message(RefusalText);
     CLI::App* run =
         app.add_subcommand("run", "Boot the machine and run a program on it: run [OPTIONS] -- PROGRAM [ARG...]");
-    AddRunOptions(*run, options, beginning);
+    AddRunOptions(*run, options);
 
     try {
         app.parse(OwnArguments(argc, argv, options.command));
         RequireProgram(app, options.command);
-        options.levels = beginning.Levels();
-        options.oxboReadyAfter = beginning.OxboReadyAfter();
     } catch (const CLI::ParseError& error) {
         const int code = app.exit(error);
         return code == 0 ? 0 : BOARD_FAILED;
@@ -227,4 +215,11 @@ int RunEmulatorCommand(int argc, char** argv) {
     return BOARD_FAILED;
 }
 
+} // namespace
+
 } // namespace VelrixBoard
+
+int main(int argc, char** argv) {
+    VelrixBoard::OpenMissingStandardStreams();
+    return VelrixBoard::RunEmulatorCommand(argc, argv);
+}

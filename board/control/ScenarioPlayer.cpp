@@ -6,7 +6,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <utility>
 
 #include <sys/wait.h>
 
@@ -32,7 +31,8 @@ ScenarioNames NamesOf(const BoardModel& model) {
 ScenarioPlayer::ScenarioPlayer(const ScenarioOptions& options, const BoardState& boardState,
                                IBoardControl& boardControl)
     : state(boardState), control(boardControl), reportFile(options.junit.value_or("")),
-      names(NamesOf(boardState.Model())), scenario(ReadScenario(options.file, names)), runner(scenario, names, *this) {
+      names(NamesOf(boardState.Model())), scenario(ReadScenario(options.file.value(), names)),
+      runner(scenario, names, *this) {
     // A report that cannot be written is found out before the program has run.
     if (options.junit)
         report.open(reportFile);
@@ -125,16 +125,8 @@ int ScenarioPlayer::Finish(BoardTime now) {
     return runner.HasPassed() ? 0 : 1;
 }
 
-void ScenarioPlayer::Set(const std::string& line, bool high) {
-    control.DriveInput(FindSignal(state, line), high);
-}
-
 void ScenarioPlayer::SetFault(const std::string& signal, const std::optional<Fault>& fault) {
     control.SetFault(FindSignal(state, signal), fault);
-}
-
-void ScenarioPlayer::Send(int signal) {
-    control.SignalProgram(signal);
 }
 
 void ScenarioPlayer::Tell() {

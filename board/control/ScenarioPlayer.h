@@ -19,9 +19,9 @@ namespace VelrixBoard {
 // The names that a scenario for this board may use.
 ScenarioNames NamesOf(const BoardModel& model);
 
-// What a board is to be judged by.
+// A scenario to judge a board by, if there is one, and where to report the results.
 struct ScenarioOptions {
-    std::string file;
+    std::optional<std::string> file;
     std::optional<std::string> junit;
 };
 
@@ -52,9 +52,9 @@ public:
     int Finish(BoardTime now);
 
 private:
-    void Set(const std::string& line, bool high) override;
+    void Set(const std::string& line, bool high) override { control.DriveInput(FindSignal(state, line), high); }
     void SetFault(const std::string& signal, const std::optional<Fault>& fault) override;
-    void Send(int signal) override;
+    void Send(int signal) override { control.SignalProgram(signal); }
 
     using Event = std::function<void(ScenarioTime)>;
 

@@ -62,7 +62,7 @@ struct BoardOptions {
     std::optional<std::string> recording;
 
     // Judges the run; the wait status is then that of a program that ended with the verdict's exit code.
-    std::optional<ScenarioOptions> scenario;
+    ScenarioOptions scenario;
 
     // What else watches and operates the board.
     std::vector<AttachmentFactory> attachments;

@@ -98,8 +98,8 @@ void BoardParts::MakeWatchers() {
     }
     // After the recorder, which writes down what comes by it.
     control.emplace(layout.Control(), state, Control(), [this](const std::string& text) { user.Say(text); });
-    if (options.scenario) {
-        player.emplace(*options.scenario, state, Control());
+    if (options.scenario.file) {
+        player.emplace(options.scenario, state, Control());
         state.Add(*player);
     }
 }

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // The command by its arguments; the real one in a process of its own.
-#include "board/commands/BoardCommand.h"
-
 #include <filesystem>
 
 #include <gmock/gmock.h>
