@@ -6,16 +6,13 @@ namespace VelrixBoard {
 void RefuseWhatTheMachineCannot(const Scenario& scenario) {
     for (const Step& step : scenario.steps) {
         const auto* action = std::get_if<Do>(&step.what);
-        const auto* await = std::get_if<Await>(&step.what);
-        const auto* never = std::get_if<Never>(&step.what);
-        const Condition* condition = await ? &await->condition : never ? &never->condition : nullptr;
+        const Condition* condition = ConditionOf(step);
         const std::string place =
             scenario.path + ":" + std::to_string(step.line) + ":" + std::to_string(step.column) + ": ";
         if (action && std::holds_alternative<InjectFault>(action->action))
             throw ScenarioError(place + "the emulated board's value files are the real kernel's and cannot be broken; "
                                         "play this scenario on velrix-board");
-        if (condition &&
-            (std::holds_alternative<WebLogHas>(*condition) || std::holds_alternative<SystemLogHas>(*condition)))
+        if (condition && std::holds_alternative<LogHas>(*condition))
             throw ScenarioError(place + "the emulated board's logs are not seen from outside; play this scenario on "
                                         "velrix-board");
     }

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
+#include <utility>
 
 #include "board/scenario/Printable.h"
 
@@ -12,25 +14,14 @@ namespace {
 
 using Verdict = StepResult::Verdict;
 
+constexpr std::pair<char, const char*> ESCAPES[] = {{'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&quot;"}};
+
 std::string Escaped(const std::string& text) {
     std::string escaped;
-    for (const char c : Printable(text))
-        switch (c) {
-        case '&':
-            escaped += "&amp;";
-            break;
-        case '<':
-            escaped += "&lt;";
-            break;
-        case '>':
-            escaped += "&gt;";
-            break;
-        case '"':
-            escaped += "&quot;";
-            break;
-        default:
-            escaped += c;
-        }
+    for (const char c : Printable(text)) {
+        const auto* const found = std::ranges::find(ESCAPES, c, &std::pair<char, const char*>::first);
+        escaped += found != std::end(ESCAPES) ? found->second : std::string(1, c);
+    }
     return escaped;
 }
 

@@ -14,7 +14,12 @@ public:
     // Registers a text to look for, before the first record.
     void Expect(const std::string& text) { seen.emplace(text, false); }
 
-    void Add(std::string_view record);
+    void Add(std::string_view record) {
+        for (auto& [text, isSeen] : seen)
+            isSeen = isSeen || record.find(text) != std::string_view::npos;
+        lastRecord = record;
+        isEmpty = false;
+    }
 
     // Whether a record contained the registered text.
     bool Has(const std::string& text) const { return seen.at(text); }

@@ -19,27 +19,32 @@ std::string Quoted(const std::string& text) {
     return quoted + '"';
 }
 
-// A text for each kind of condition.
-struct ConditionText {
-    std::string operator()(const LedIs& c) const { return c.led + " is " + (c.steady ? "steady " : "") + c.color; }
-    std::string operator()(const LedAlternates& c) const {
-        return c.led + " is " + (c.second == "off" ? "flashing " + c.first : "toggling " + c.first + " " + c.second) +
-               " " + TextOf(c.firstTime) + " " + TextOf(c.secondTime) + " tolerance " + TextOf(c.tolerance);
-    }
-    std::string operator()(const LineIs& c) const { return c.line + " is " + (c.high ? "high" : "low"); }
-    std::string operator()(const ProgramExits& c) const { return "program exits with " + std::to_string(c.code); }
-    std::string operator()(const ProgramIsKilled& c) const {
-        return "program is killed by " + std::string(sigabbrev_np(c.signal));
-    }
-    std::string operator()(const WebLogHas& c) const { return "web log has " + Quoted(c.text); }
-    std::string operator()(const SystemLogHas& c) const { return "system log has " + Quoted(c.text); }
-    std::string operator()(const RebootIsCalled&) const { return "reboot is called"; }
-};
-
 } // namespace
 
+const Condition* ConditionOf(const Step& step) {
+    const auto* await = std::get_if<Await>(&step.what);
+    const auto* never = std::get_if<Never>(&step.what);
+    return await ? &await->condition : never ? &never->condition : nullptr;
+}
+
 std::string TextOf(const Condition& condition) {
-    return std::visit(ConditionText(), condition);
+    const ForEachKind text{
+        [](const LedIs& c) { return c.led + " is " + (c.steady ? "steady " : "") + c.color; },
+        [](const LedAlternates& c) {
+            return c.led + " is " +
+                   (c.second == "off" ? "flashing " + c.first : "toggling " + c.first + " " + c.second) + " " +
+                   TextOf(c.firstTime) + " " + TextOf(c.secondTime) + " tolerance " + TextOf(c.tolerance);
+        },
+        [](const LineIs& c) { return c.line + " is " + (c.high ? "high" : "low"); },
+        [](const ProgramEnd& c) {
+            return c.how == ProgramEnd::How::EXIT ? "program exits with " + std::to_string(c.number)
+                                                  : "program is killed by " + std::string(sigabbrev_np(c.number));
+        },
+        [](const LogHas& c) {
+            return (c.log == LogHas::Log::WEB ? "web log has " : "system log has ") + Quoted(c.text);
+        },
+        [](const RebootIsCalled&) { return std::string("reboot is called"); }};
+    return std::visit(text, condition);
 }
 
 std::optional<int> SignalNumber(const std::string& name) {

@@ -51,25 +51,32 @@ struct LineIs {
 };
 
 // The program exited with that code, or was killed by that signal.
-struct ProgramExits {
-    int code;
-};
-struct ProgramIsKilled {
-    int signal;
+struct ProgramEnd {
+    enum class How { EXIT, KILL };
+
+    How how;
+    int number;
+
+    friend bool operator==(const ProgramEnd&, const ProgramEnd&) = default;
 };
 
 // A line of the web log, or a record of the system log, that contains the text.
-struct WebLogHas {
-    std::string text;
-};
-struct SystemLogHas {
+struct LogHas {
+    enum class Log { WEB, SYSTEM };
+
+    Log log;
     std::string text;
 };
 
 struct RebootIsCalled {};
 
-using Condition =
-    std::variant<LedIs, LedAlternates, LineIs, ProgramExits, ProgramIsKilled, WebLogHas, SystemLogHas, RebootIsCalled>;
+using Condition = std::variant<LedIs, LedAlternates, LineIs, ProgramEnd, LogHas, RebootIsCalled>;
+
+// A function with an overload for each kind of condition, for std::visit.
+template <class... Kinds>
+struct ForEachKind : Kinds... {
+    using Kinds::operator()...;
+};
 
 // The stimuli.
 struct SetInput {
@@ -127,6 +134,9 @@ class ScenarioError final : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
+
+// The condition of an Await or Never; null for other steps.
+const Condition* ConditionOf(const Step& step);
 
 // "MS is steady green", "the program exits with 0": for messages.
 std::string TextOf(const Condition& condition);

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <ranges>
 
 namespace VelrixBoard {
 
@@ -254,21 +255,16 @@ private:
         if (line.Take("program")) {
             if (line.OneOf({"exits", "is"}) == "exits") {
                 line.Need("with");
-                return ProgramExits{ParseExitCode(line)};
+                return ProgramEnd{ProgramEnd::How::EXIT, ParseExitCode(line)};
             }
             line.Need("killed");
             line.Need("by");
-            return ProgramIsKilled{line.Signal()};
+            return ProgramEnd{ProgramEnd::How::KILL, line.Signal()};
         }
-        if (line.Take("web")) {
+        if (const bool web = line.Take("web"); web || line.Take("system")) {
             line.Need("log");
             line.Need("has");
-            return WebLogHas{line.Any("a text")};
-        }
-        if (line.Take("system")) {
-            line.Need("log");
-            line.Need("has");
-            return SystemLogHas{line.Any("a text")};
+            return LogHas{web ? LogHas::Log::WEB : LogHas::Log::SYSTEM, line.Any("a text")};
         }
         if (line.Take("reboot")) {
             line.Need("is");
@@ -333,13 +329,8 @@ private:
                                   const std::vector<std::string>& besides = {}) {
         if (!line.AtEnd()) {
             std::vector<std::string> elements;
-            for (std::string_view rest = line.Peek();;) {
-                const std::size_t plus = std::min(rest.find('+'), rest.size());
-                elements.emplace_back(rest.substr(0, plus));
-                if (plus == rest.size())
-                    break;
-                rest.remove_prefix(plus + 1);
-            }
+            for (const auto element : std::views::split(line.Peek(), '+'))
+                elements.emplace_back(element.begin(), element.end());
             const std::string color = JoinedColors(elements);
             if (std::find(allowed.begin(), allowed.end(), color) != allowed.end()) {
                 line.Any("");

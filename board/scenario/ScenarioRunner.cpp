@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstring>
 #include <exception>
-#include <type_traits>
 #include <utility>
 
 namespace VelrixBoard {
@@ -23,6 +22,10 @@ constexpr int NOT_FOUND = 127;
 // How many phases a failure report shows.
 constexpr std::size_t SHOWN_PHASES = 6;
 
+std::string KilledBy(int signal) {
+    return "killed by " + std::string(sigabbrev_np(signal));
+}
+
 bool IsSequential(const Step& step) {
     return !std::holds_alternative<Never>(step.what) && !std::holds_alternative<Pulses>(step.what);
 }
@@ -38,13 +41,9 @@ ScenarioRunner::ScenarioRunner(const Scenario& ownScenario, const ScenarioNames&
 
 void ScenarioRunner::ExpectTexts() {
     for (const Step& step : scenario.steps) {
-        const auto* await = std::get_if<Await>(&step.what);
-        const auto* never = std::get_if<Never>(&step.what);
-        const Condition* condition = await ? &await->condition : never ? &never->condition : nullptr;
-        if (const auto* web = condition ? std::get_if<WebLogHas>(condition) : nullptr)
-            webLog.Expect(web->text);
-        if (const auto* system = condition ? std::get_if<SystemLogHas>(condition) : nullptr)
-            systemLog.Expect(system->text);
+        const Condition* condition = ConditionOf(step);
+        if (const auto* log = condition ? std::get_if<LogHas>(condition) : nullptr)
+            (log->log == LogHas::Log::WEB ? webLog : systemLog).Expect(log->text);
     }
 }
 
@@ -67,13 +66,8 @@ void ScenarioRunner::OnLevel(const std::string& signal, bool high, ScenarioTime 
     OnTime(time);
 }
 
-void ScenarioRunner::OnWebLog(std::string_view record, ScenarioTime time) {
-    webLog.Add(record);
-    OnTime(time);
-}
-
-void ScenarioRunner::OnSystemLog(std::string_view record, ScenarioTime time) {
-    systemLog.Add(record);
+void ScenarioRunner::OnLog(LogHistory& log, std::string_view record, ScenarioTime time) {
+    log.Add(record);
     OnTime(time);
 }
 
@@ -82,14 +76,8 @@ void ScenarioRunner::OnReboot(ScenarioTime time) {
     OnTime(time);
 }
 
-void ScenarioRunner::OnExit(int code, ScenarioTime time) {
-    exitCode = code;
-    programEnd = time;
-    OnTime(time);
-}
-
-void ScenarioRunner::OnKilled(int signal, ScenarioTime time) {
-    killedBy = signal;
+void ScenarioRunner::OnEnd(ProgramEnd end, ScenarioTime time) {
+    ended = end;
     programEnd = time;
     OnTime(time);
 }
@@ -105,7 +93,7 @@ void ScenarioRunner::OnTime(ScenarioTime now) {
 
 void ScenarioRunner::Settle(ScenarioTime now) {
     // Nothing changes after the program's end, so the current colour counts as steady.
-    const ScenarioTime until = exitCode || killedBy ? now + LedHistory::GLITCH : now;
+    const ScenarioTime until = ended ? now + LedHistory::GLITCH : now;
     for (auto& [name, led] : leds)
         led.Settle(until);
 }
@@ -119,7 +107,6 @@ void ScenarioRunner::CheckNever(ScenarioTime now) {
 }
 
 void ScenarioRunner::Advance(ScenarioTime now) {
-    const bool ended = exitCode || killedBy;
     for (; !done && next < scenario.steps.size(); ++next) {
         const Step& step = scenario.steps[next];
         std::optional<ScenarioTime> when;
@@ -138,11 +125,11 @@ void ScenarioRunner::Advance(ScenarioTime now) {
     }
     // Without sequential steps the program runs until it ends.
     if (next == scenario.steps.size())
-        done = ended || std::any_of(scenario.steps.begin(), scenario.steps.end(), IsSequential);
+        done = ended.has_value() || std::any_of(scenario.steps.begin(), scenario.steps.end(), IsSequential);
 }
 
 std::optional<ScenarioTime> ScenarioRunner::Play(const Do& action, ScenarioTime now) {
-    if (exitCode || killedBy)
+    if (ended)
         return Fail("the program had " + End() + ", before this step", now);
     if (action.at && *action.at > now)
         return std::nullopt;
@@ -164,7 +151,7 @@ std::optional<ScenarioTime> ScenarioRunner::Look(const Await& await, ScenarioTim
     // An event that is told late counts when it happened; so does the end of the wait.
     if (now <= limit && Holds(await.condition, now))
         return now;
-    if (now < limit && !exitCode && !killedBy)
+    if (now < limit && !ended)
         return std::nullopt;
     return Fail("expected within " + TextOf(await.within) + ": " + TextOf(await.condition) + "; seen at " +
                     TextOf(std::min(now, limit)) + ": " + Seen(await.condition) + CutShort(await.condition, limit),
@@ -225,36 +212,39 @@ void ScenarioRunner::Finish(ScenarioTime now) {
     done = true;
 }
 
+bool ScenarioRunner::CouldNotRun() const {
+    return ended == ProgramEnd{ProgramEnd::How::EXIT, NOT_RUNNABLE} ||
+           ended == ProgramEnd{ProgramEnd::How::EXIT, NOT_FOUND};
+}
+
 std::string ScenarioRunner::End() const {
     const std::string when = " at " + TextOf(programEnd);
-    if (killedBy)
-        return "been killed by " + std::string(sigabbrev_np(*killedBy)) + when;
-    const bool failed = exitCode == NOT_RUNNABLE || exitCode == NOT_FOUND;
-    return "exited with " + std::to_string(*exitCode) + (failed ? ", as one that cannot be run," : "") + when;
+    if (ended->how == ProgramEnd::How::KILL)
+        return "been " + KilledBy(ended->number) + when;
+    return "exited with " + std::to_string(ended->number) + (CouldNotRun() ? ", as one that cannot be run," : "") +
+           when;
 }
 
 std::string ScenarioRunner::CutShort(const Condition& condition, ScenarioTime limit) const {
-    const bool seen =
-        std::holds_alternative<ProgramExits>(condition) || std::holds_alternative<ProgramIsKilled>(condition);
-    return (exitCode || killedBy) && programEnd <= limit && !seen ? "; the program had " + End() : "";
+    const bool byEnd = ended && programEnd <= limit && !std::holds_alternative<ProgramEnd>(condition);
+    return byEnd ? "; the program had " + End() : "";
 }
 
 std::string ScenarioRunner::Crash() const {
     for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
         const auto* await = std::get_if<Await>(&scenario.steps[i].what);
-        const auto* exits = await ? std::get_if<ProgramExits>(&await->condition) : nullptr;
-        const auto* killed = await ? std::get_if<ProgramIsKilled>(&await->condition) : nullptr;
-        if (results[i].verdict == Verdict::PASSED && (exits || killed))
+        if (results[i].verdict == Verdict::PASSED && await && std::holds_alternative<ProgramEnd>(await->condition))
             return "";
     }
-    if (exitCode == NOT_RUNNABLE || exitCode == NOT_FOUND)
-        return "the program could not be run (exit code " + std::to_string(*exitCode) + ")";
+    if (CouldNotRun())
+        return "the program could not be run (exit code " + std::to_string(ended->number) + ")";
     const bool sent = std::any_of(scenario.steps.begin(), scenario.steps.end(), [this](const Step& step) {
         const auto* action = std::get_if<Do>(&step.what);
         const auto* send = action ? std::get_if<SendSignal>(&action->action) : nullptr;
-        return send && send->signal == killedBy;
+        return send && ended == ProgramEnd{ProgramEnd::How::KILL, send->signal};
     });
-    return killedBy && !sent ? "the program was killed by " + std::string(sigabbrev_np(*killedBy)) : "";
+    const bool killed = ended && ended->how == ProgramEnd::How::KILL;
+    return killed && !sent ? "the program was " + KilledBy(ended->number) : "";
 }
 
 void ScenarioRunner::Judge(std::size_t step, const Pulses& pulses, ScenarioTime now) {
@@ -265,15 +255,12 @@ void ScenarioRunner::Judge(std::size_t step, const Pulses& pulses, ScenarioTime 
     if (seen.empty())
         return Decide(step, Verdict::FAILED, "expected a " + what + "; seen none", now);
     for (const ScenarioTime length : seen) {
-        if (pulses.atLeast && length < *pulses.atLeast)
+        const bool tooShort = pulses.atLeast && length < *pulses.atLeast;
+        if (tooShort || (pulses.atMost && length > *pulses.atMost))
             return Decide(step, Verdict::FAILED,
-                          "expected every " + what + " to last at least " + TextOf(*pulses.atLeast) + "; seen one of " +
-                              TextOf(length),
-                          now);
-        if (pulses.atMost && length > *pulses.atMost)
-            return Decide(step, Verdict::FAILED,
-                          "expected every " + what + " to last at most " + TextOf(*pulses.atMost) + "; seen one of " +
-                              TextOf(length),
+                          "expected every " + what + " to last at " +
+                              (tooShort ? "least " + TextOf(*pulses.atLeast) : "most " + TextOf(*pulses.atMost)) +
+                              "; seen one of " + TextOf(length),
                           now);
     }
     Decide(step, Verdict::PASSED, "", now);
@@ -284,41 +271,33 @@ bool ScenarioRunner::HasPassed() const {
                        [](const StepResult& result) { return result.verdict == Verdict::PASSED; });
 }
 
-void ScenarioRunner::Decide(std::size_t step, Verdict verdict, std::string message, ScenarioTime time) {
-    results[step] = {verdict, std::move(message), time};
+const LogHistory& ScenarioRunner::LogOf(const LogHas& condition) const {
+    return condition.log == LogHas::Log::WEB ? webLog : systemLog;
 }
 
 bool ScenarioRunner::Holds(const Condition& condition, ScenarioTime now) const {
-    return std::visit(
-        [&](const auto& c) -> bool {
-            using Kind = std::decay_t<decltype(c)>;
-            if constexpr (std::is_same_v<Kind, LedIs>) {
-                const auto& phases = leds.at(c.led).Phases();
-                return !phases.empty() && !leds.at(c.led).Due() && phases.back().color == c.color &&
-                       (!c.steady || now - phases.back().begin >= STEADY || exitCode || killedBy);
-            } else if constexpr (std::is_same_v<Kind, LedAlternates>)
-                return Alternates(c);
-            else if constexpr (std::is_same_v<Kind, LineIs>) {
-                const auto line = lines.find(c.line);
-                return line != lines.end() && line->second.high == c.high;
-            } else if constexpr (std::is_same_v<Kind, ProgramExits>)
-                return exitCode == c.code;
-            else if constexpr (std::is_same_v<Kind, ProgramIsKilled>)
-                return killedBy == c.signal;
-            else if constexpr (std::is_same_v<Kind, WebLogHas>)
-                return webLog.Has(c.text);
-            else if constexpr (std::is_same_v<Kind, SystemLogHas>)
-                return systemLog.Has(c.text);
-            else
-                return rebootCalled;
+    const ForEachKind holds{
+        [&](const LedIs& c) {
+            const auto& phases = leds.at(c.led).Phases();
+            return !phases.empty() && !leds.at(c.led).Due() && phases.back().color == c.color &&
+                   (!c.steady || now - phases.back().begin >= STEADY || ended);
         },
-        condition);
+        [&](const LedAlternates& c) { return Alternates(c); },
+        [&](const LineIs& c) {
+            const auto line = lines.find(c.line);
+            return line != lines.end() && line->second.high == c.high;
+        },
+        [&](const ProgramEnd& c) { return ended == c; },
+        [&](const LogHas& c) { return LogOf(c).Has(c.text); },
+        [&](const RebootIsCalled&) { return rebootCalled; },
+    };
+    return std::visit(holds, condition);
 }
 
 // Two consecutive whole phases match, and the current one continues the pattern.
 bool ScenarioRunner::Alternates(const LedAlternates& condition) const {
     const auto& phases = leds.at(condition.led).Phases();
-    if (phases.size() < 3 || exitCode || killedBy)
+    if (phases.size() < 3 || ended)
         return false;
     const auto fits = [&](const LedHistory::Phase& phase, const std::string& color, ScenarioTime time) {
         const ScenarioTime length = phase.end - phase.begin;
@@ -333,38 +312,38 @@ bool ScenarioRunner::Alternates(const LedAlternates& condition) const {
             shown == condition.second);
 }
 
+std::string ScenarioRunner::SeenOf(const std::string& led) const {
+    const auto& phases = leds.at(led).Phases();
+    std::string text = led;
+    for (std::size_t i = phases.size() - std::min(phases.size(), SHOWN_PHASES); i < phases.size(); ++i)
+        text += " " + phases[i].color +
+                (i + 1 == phases.size() ? " since " + TextOf(phases[i].begin)
+                                        : " for " + TextOf(phases[i].end - phases[i].begin) + ",");
+    return text;
+}
+
 std::string ScenarioRunner::Seen(const Condition& condition) const {
-    const auto led = [&](const std::string& name) {
-        const auto& phases = leds.at(name).Phases();
-        std::string text = name;
-        for (std::size_t i = phases.size() - std::min(phases.size(), SHOWN_PHASES); i < phases.size(); ++i)
-            text += " " + phases[i].color +
-                    (i + 1 == phases.size() ? " since " + TextOf(phases[i].begin)
-                                            : " for " + TextOf(phases[i].end - phases[i].begin) + ",");
-        return text;
-    };
-    return std::visit(
-        [&](const auto& c) -> std::string {
-            using Kind = std::decay_t<decltype(c)>;
-            if constexpr (std::is_same_v<Kind, LedIs> || std::is_same_v<Kind, LedAlternates>)
-                return led(c.led);
-            else if constexpr (std::is_same_v<Kind, LineIs>) {
-                const auto line = lines.find(c.line);
-                return line == lines.end()
-                           ? c.line + " unknown"
-                           : c.line + (line->second.high ? " high" : " low") + " since " + TextOf(line->second.since);
-            } else if constexpr (std::is_same_v<Kind, ProgramExits> || std::is_same_v<Kind, ProgramIsKilled>)
-                return exitCode   ? "the program exited with " + std::to_string(*exitCode)
-                       : killedBy ? "the program was killed by " + std::string(sigabbrev_np(*killedBy))
-                                  : "the program is running";
-            else if constexpr (std::is_same_v<Kind, RebootIsCalled>)
-                return "no call of reboot";
-            else {
-                const LogHistory& log = std::is_same_v<Kind, WebLogHas> ? webLog : systemLog;
-                return log.IsEmpty() ? "an empty log" : "\"" + log.LastRecord() + "\" as the last record";
-            }
+    const ForEachKind seen{
+        [&](const LedIs& c) { return SeenOf(c.led); },
+        [&](const LedAlternates& c) { return SeenOf(c.led); },
+        [&](const LineIs& c) {
+            const auto line = lines.find(c.line);
+            if (line == lines.end())
+                return c.line + " unknown";
+            return c.line + (line->second.high ? " high" : " low") + " since " + TextOf(line->second.since);
         },
-        condition);
+        [&](const ProgramEnd&) {
+            if (!ended)
+                return std::string("the program is running");
+            return ended->how == ProgramEnd::How::EXIT ? "the program exited with " + std::to_string(ended->number)
+                                                       : "the program was " + KilledBy(ended->number);
+        },
+        [&](const LogHas& c) {
+            return LogOf(c).IsEmpty() ? "an empty log" : "\"" + LogOf(c).LastRecord() + "\" as the last record";
+        },
+        [](const RebootIsCalled&) { return std::string("no call of reboot"); },
+    };
+    return std::visit(seen, condition);
 }
 
 } // namespace VelrixBoard

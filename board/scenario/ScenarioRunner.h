@@ -47,12 +47,12 @@ public:
 
     // A line "OXBO_RL" or an LED element "MS.green". Initially call it once for each, with time 0.
     void OnLevel(const std::string& signal, bool high, ScenarioTime time);
-    void OnWebLog(std::string_view record, ScenarioTime time);
-    void OnSystemLog(std::string_view record, ScenarioTime time);
+    void OnWebLog(std::string_view record, ScenarioTime time) { OnLog(webLog, record, time); }
+    void OnSystemLog(std::string_view record, ScenarioTime time) { OnLog(systemLog, record, time); }
     void OnReboot(ScenarioTime time);
     // The program ended: waiting steps are decided by the current state, which is final.
-    void OnExit(int code, ScenarioTime time);
-    void OnKilled(int signal, ScenarioTime time);
+    void OnExit(int code, ScenarioTime time) { OnEnd({ProgramEnd::How::EXIT, code}, time); }
+    void OnKilled(int signal, ScenarioTime time) { OnEnd({ProgramEnd::How::KILL, signal}, time); }
     void OnTime(ScenarioTime now);
 
     // When to call OnTime if no event comes first; nothing: not needed.
@@ -79,6 +79,9 @@ private:
     };
 
     void ExpectTexts();
+    void OnLog(LogHistory& log, std::string_view record, ScenarioTime time);
+    void OnEnd(ProgramEnd end, ScenarioTime time);
+    const LogHistory& LogOf(const LogHas& condition) const;
     void Advance(ScenarioTime now);
     // When the step was passed; nothing: it waits, or has failed.
     std::optional<ScenarioTime> Play(const Do& action, ScenarioTime now);
@@ -89,13 +92,17 @@ private:
     bool Alternates(const LedAlternates& condition) const;
     // How and when the program ended, to follow "the program had ".
     std::string End() const;
+    bool CouldNotRun() const;
     // Why a wait ended early: the program's end, unless the condition is about that; empty: the program ran on.
     std::string CutShort(const Condition& condition, ScenarioTime limit) const;
     // A crash that no step awaited or caused; empty: none.
     std::string Crash() const;
     std::string Seen(const Condition& condition) const;
+    std::string SeenOf(const std::string& led) const;
     void Settle(ScenarioTime now);
-    void Decide(std::size_t step, StepResult::Verdict verdict, std::string message, ScenarioTime time);
+    void Decide(std::size_t step, StepResult::Verdict verdict, std::string message, ScenarioTime time) {
+        results[step] = {verdict, std::move(message), time};
+    }
     void CheckNever(ScenarioTime now);
     void Judge(std::size_t step, const Pulses& pulses, ScenarioTime now);
 
@@ -111,8 +118,7 @@ private:
     LogHistory webLog;
     LogHistory systemLog;
     bool rebootCalled = false;
-    std::optional<int> exitCode;
-    std::optional<int> killedBy;
+    std::optional<ProgramEnd> ended;
     ScenarioTime programEnd{0};
     ScenarioTime last{0};
 };
