@@ -116,8 +116,6 @@ RunDirectory RunDirectory::At(const fs::path& directory) {
     return {path, {}};
 }
 
-RunDirectory::RunDirectory(RunDirectory&& other) noexcept : path(std::move(other.path)), lock(std::move(other.lock)) {}
-
 RunDirectory::~RunDirectory() {
     if (lock)
         RemoveRunDirectory(path);

@@ -19,7 +19,7 @@ public:
     // The directory must be empty or absent; BoardError otherwise.
     static RunDirectory At(const std::filesystem::path& directory);
 
-    RunDirectory(RunDirectory&& other) noexcept;
+    RunDirectory(RunDirectory&& other) noexcept = default;
     RunDirectory& operator=(RunDirectory&&) = delete;
     ~RunDirectory();
 

@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "board/base/BoardError.h"
+#include "board/base/Paths.h"
 
 namespace VelrixBoard {
 
@@ -17,15 +18,6 @@ constexpr const char* ROOTS[] = {"/var/dev", "/sys/class/leds"};
 bool CanHaveFile(const fs::path& path) {
     std::error_code error;
     return path.is_absolute() && path.has_filename() && !fs::is_character_file(path, error);
-}
-
-bool IsBelow(const fs::path& path, const fs::path& directory) {
-    return std::mismatch(path.begin(), path.end(), directory.begin(), directory.end()).second == directory.end();
-}
-
-bool IsInDirectories(const fs::path& path) {
-    return std::any_of(std::begin(ROOTS), std::end(ROOTS),
-                       [&](const char* directory) { return IsBelow(path, directory); });
 }
 
 } // namespace
@@ -63,6 +55,11 @@ std::optional<DeviceTree::Number> DeviceTree::FileOf(std::size_t signal) const {
     return found == files.end() ? std::nullopt : std::optional(found->second);
 }
 
+bool DeviceTree::IsInDirectories(const fs::path& path) {
+    return std::any_of(std::begin(ROOTS), std::end(ROOTS),
+                       [&](const char* directory) { return IsIn(path, directory); });
+}
+
 std::vector<fs::path> DeviceTree::Directories() {
     return {std::begin(ROOTS), std::end(ROOTS)};
 }
@@ -87,14 +84,6 @@ DeviceTree::Number DeviceTree::Add(const fs::path& path) {
         number = found;
     }
     return number;
-}
-
-DeviceTree::Node& DeviceTree::At(Number number) {
-    return nodes[static_cast<std::size_t>(number - ROOT)];
-}
-
-const DeviceTree::Node& DeviceTree::At(Number number) const {
-    return nodes[static_cast<std::size_t>(number - ROOT)];
 }
 
 bool DeviceTree::IsBelowFile(Number number) const {

@@ -7,7 +7,6 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "board/base/Placement.h"
@@ -46,13 +45,14 @@ public:
 
     // The directories that belong to the board.
     static std::vector<std::filesystem::path> Directories();
+    static bool IsInDirectories(const std::filesystem::path& path);
 
     // The placements, if the tree is mounted at that path.
     std::vector<Placement> Placements(const std::filesystem::path& mountPoint) const;
 
 private:
-    Node& At(Number number);
-    const Node& At(Number number) const;
+    Node& At(Number number) { return nodes[static_cast<std::size_t>(number - ROOT)]; }
+    const Node& At(Number number) const { return nodes[static_cast<std::size_t>(number - ROOT)]; }
     Number Add(const std::filesystem::path& path);
     bool IsBelowFile(Number number) const;
 

@@ -12,6 +12,13 @@
 
 namespace VelrixBoard {
 
+// How a board isolates its paths from the machine's.
+enum class Isolation {
+    AUTO,       // the strongest that the machine allows
+    NAMESPACES, // mount namespaces; needs the kernel's permission, and FUSE
+    PRELOAD     // a preloaded library redirects paths; for dynamically linked programs, needs no permission
+};
+
 // One isolation: gives the programs of a board its paths and value files in place of the machine's, and serves the
 // value files as a part of the event loop. The rest of a board is independent of the isolation.
 class IBoardEntry : public ILoopPart {

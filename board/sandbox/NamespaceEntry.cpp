@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/sandbox/NamespaceEntry.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -21,7 +20,6 @@
 
 #include "board/base/BoardError.h"
 #include "board/sandbox/Namespaces.h"
-#include "board/sandbox/PseudoTerminals.h"
 #include "board/sandbox/Skeleton.h"
 
 namespace VelrixBoard {
@@ -111,30 +109,27 @@ struct BoardMaker {
     }
 };
 
-// The result of a trial's process.
-struct Finding {
-    bool isAllowed = false;
-    bool canHaveOwnNumbers = false;
-    char reason[1024] = {};
+NamespaceEntry::Trial Refused(const std::string& why) {
+    NamespaceEntry::Trial trial;
+    why.copy(trial.reason, sizeof trial.reason - 1);
+    return trial;
+}
 
-    void Refuse(const std::string& why) { std::strncpy(reason, why.c_str(), sizeof reason - 1); }
-};
-
-Finding TryHere(const NamespaceEntry::Place& place, uid_t user, gid_t group) {
-    Finding finding;
+NamespaceEntry::Trial TryHere(const NamespaceEntry::Place& place, uid_t user, gid_t group) {
     try {
+        NamespaceEntry::Trial trial;
         MapIds(user, group, false);
         DetachMounts();
         MakeReadOnly(MACHINE_DEVICES);
         (void)MountFuse(place.device, {user, group});
         Skeleton(place.stage).Mount({});
-        finding.canHaveOwnNumbers = MountProc();
+        trial.canHaveOwnNumbers = MountProc();
         ProtectSettings(user);
-        finding.isAllowed = true;
+        trial.isAllowed = true;
+        return trial;
     } catch (const std::exception& error) {
-        finding.Refuse(error.what());
+        return Refused(error.what());
     }
-    return finding;
 }
 
 } // namespace
@@ -167,24 +162,23 @@ NamespaceEntry::Trial NamespaceEntry::Try(const Place& directories) {
     try {
         process = ForkIntoNamespaces(true);
     } catch (const BoardError& error) {
-        return {false, false, error.what()};
+        return Refused(error.what());
     }
     if (process == 0) {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        const Finding finding = TryHere(directories, user, group);
+        const Trial finding = TryHere(directories, user, group);
         (void)!::write(writing.Get(), &finding, sizeof finding);
         ::_exit(0);
     }
     writing.Close();
-    Finding finding;
-    finding.Refuse("the trial of the board's namespaces did not come to an end");
+    Trial finding = Refused("the trial of the board's namespaces did not come to an end");
     pollfd wait = {reading.Get(), POLLIN, 0};
     if (::poll(&wait, 1, TRIAL_LIMIT_MS) == 1)
         (void)!::read(reading.Get(), &finding, sizeof finding);
     ::kill(process, SIGKILL);
     while (::waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
     }
-    return {finding.isAllowed, finding.canHaveOwnNumbers, finding.reason};
+    return finding;
 }
 
 } // namespace VelrixBoard

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <filesystem>
-#include <optional>
 
 #include "board/files/FuseFiles.h"
 #include "board/files/ValueFiles.h"
@@ -32,9 +31,9 @@ public:
 
     // The capabilities of this machine, found out by setting up a board without a program.
     struct Trial {
-        bool isAllowed;
-        bool canHaveOwnNumbers; // false where /proc is partly masked, so that no new one can be mounted
-        std::string reason;     // why it is not allowed, and the remedy
+        bool isAllowed = false;
+        bool canHaveOwnNumbers = false; // false where /proc is partly masked, so that no new one can be mounted
+        char reason[1024] = {};         // why it is not allowed, and the remedy
     };
     static Trial Try(const Place& directories);
 

@@ -25,6 +25,10 @@ void WriteProcFile(const char* path, const std::string& text) {
         throw BoardError(DescribeRefusal(std::string("writing ") + path, errno, ::geteuid()));
 }
 
+bool AreTerminalsOpenToTheUser() {
+    return ::access("/dev/pts/ptmx", R_OK | W_OK) == 0;
+}
+
 } // namespace
 
 pid_t ForkIntoNamespaces(bool ownNumbers) {
@@ -47,6 +51,18 @@ void MapIds(uid_t user, gid_t group, bool asRoot) {
 void DetachMounts() {
     if (::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
         throw BoardError(DescribeRefusal("detaching mounts", errno, ::geteuid()));
+}
+
+void MakePseudoTerminals() {
+    const bool onTerminal = ::isatty(STDIN_FILENO) == 1 || ::isatty(STDOUT_FILENO) == 1 || ::isatty(STDERR_FILENO) == 1;
+    // If the kernel refuses, programs have no pseudo-terminals.
+    if (!AreTerminalsOpenToTheUser() && !onTerminal)
+        (void)::mount("devpts", "/dev/pts", "devpts", MS_NOSUID | MS_NOEXEC, "newinstance,ptmxmode=0666,mode=0620");
+    if (!AreTerminalsOpenToTheUser())
+        return;
+    ::umount2("/dev/ptmx", MNT_DETACH);
+    ::unlink("/dev/ptmx");
+    (void)!::symlink("pts/ptmx", "/dev/ptmx");
 }
 
 } // namespace VelrixBoard

@@ -2,7 +2,6 @@
 #include "board/sandbox/PreloadEntry.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>

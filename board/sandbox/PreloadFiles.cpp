@@ -189,10 +189,8 @@ void PreloadFiles::Accept() {
 }
 
 void PreloadFiles::Dispatch(std::uint64_t source, std::uint32_t happened) {
-    if (source == LISTENER) {
-        Accept();
-        return;
-    }
+    if (source == LISTENER)
+        return Accept();
     if (openFiles.count(source) != 0)
         ReceiveWrites(source);
     else if (connections.count(source) != 0 && (happened & EPOLLIN) != 0)
@@ -212,10 +210,8 @@ void PreloadFiles::ReceiveWrites(std::uint64_t source) {
         // Reported once, before the pending data, when the file was closed with an unread event.
         if (length < 0 && errno == ECONNRESET)
             continue;
-        if (length <= 0) {
-            Close(source);
-            return;
-        }
+        if (length <= 0)
+            return Close(source);
         before();
         if (MayWrite(openFile.flags))
             values.Write(openFile.file, {text.data(), static_cast<std::size_t>(length)}, [](int, bool) {});
@@ -231,10 +227,8 @@ void PreloadFiles::ReceiveRequest(std::uint64_t source) {
     if (length < 0 && (errno == EAGAIN || errno == EINTR))
         return;
     const auto size = static_cast<std::size_t>(std::max<ssize_t>(length, 0));
-    if (size < sizeof packet.request || packet.request.mark != Request::MARK) {
-        Close(source);
-        return;
-    }
+    if (size < sizeof packet.request || packet.request.mark != Request::MARK)
+        return Close(source);
     before();
     Carry(source, packet.request, {packet.text.data(), size - sizeof packet.request});
 }
@@ -243,83 +237,61 @@ void PreloadFiles::Carry(std::uint64_t source, const Request& request, std::stri
     const auto openFile = openFiles.find(request.open);
     switch (request.operation) {
     case Operation::OPEN:
-        Open(source, request);
-        return;
+        return Open(source, request);
     case Operation::CANCEL:
-        values.Interrupt(connections.at(source).waiting);
-        return;
+        return values.Interrupt(connections.at(source).waiting);
     case Operation::REBOOT:
-        reboot(request.flags != 0);
-        return;
+        return reboot(request.flags != 0);
     default:
         break;
     }
-    if (openFile == openFiles.end()) {
-        Reply(source, -EBADF);
-        return;
-    }
+    if (openFile == openFiles.end())
+        return Reply(source, -EBADF);
     switch (request.operation) {
     case Operation::READ:
-        Read(source, openFile->second, request);
-        break;
+        return Read(source, openFile->second, request);
     case Operation::WRITE:
-        Write(source, openFile->second, request, text);
-        break;
+        return Write(source, openFile->second, request, text);
     case Operation::SEEK:
-        Reply(source, Seek(openFile->second, request));
-        break;
+        return Reply(source, Seek(openFile->second, request));
     case Operation::STATUS:
-        Reply(source, openFile->second.flags);
-        break;
+        return Reply(source, openFile->second.flags);
     case Operation::FLAGS:
         openFile->second.flags = (openFile->second.flags & ~std::uint32_t{O_APPEND}) | (request.flags & O_APPEND);
-        Reply(source, 0);
-        break;
+        return Reply(source, 0);
     default:
-        Reply(source, -ENOSYS);
+        return Reply(source, -ENOSYS);
     }
 }
 
 void PreloadFiles::Open(std::uint64_t source, const Request& request) {
     const DeviceTree::Node* node = values.Tree().Find(request.file);
-    if (node == nullptr || !node->isFile) {
-        Reply(source, -ENOENT);
-        return;
-    }
-    if (const int error = values.OpenError(request.file, MayWrite(request.flags))) {
-        Reply(source, -error);
-        return;
-    }
+    if (node == nullptr || !node->isFile)
+        return Reply(source, -ENOENT);
+    if (const int error = values.OpenError(request.file, MayWrite(request.flags)))
+        return Reply(source, -error);
     std::array<int, 2> ends{};
-    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
-        Reply(source, -ENFILE);
-        return;
-    }
+    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
+        return Reply(source, -ENFILE);
     const std::uint64_t number = nextSource++;
     OpenFile openFile{FileDescriptor(ends[0]), request.file, request.flags & (O_ACCMODE | O_APPEND)};
     const FileDescriptor ofProgram(ends[1]);
     const Address address(name + "/" + std::to_string(request.file) + "/" + std::to_string(number));
-    if (::bind(ends[0], address.Get(), address.length) != 0 || !Watch(ends[0], number)) {
-        Reply(source, -ENFILE);
-        return;
-    }
+    if (::bind(ends[0], address.Get(), address.length) != 0 || !Watch(ends[0], number))
+        return Reply(source, -ENFILE);
     TellEvent(openFile);
     openFiles.emplace(number, std::move(openFile));
     Reply(source, 0, {}, 0, ofProgram.Get());
 }
 
 void PreloadFiles::Read(std::uint64_t source, OpenFile& openFile, const Request& request) {
-    if (!MayRead(openFile.flags)) {
-        Reply(source, -EBADF);
-        return;
-    }
+    if (!MayRead(openFile.flags))
+        return Reply(source, -EBADF);
     const auto answer = [this, source, open = request.open, offset = request.offset, size = request.size](int error,
                                                                                                           bool level) {
         const auto found = openFiles.find(open);
-        if (error != 0 || found == openFiles.end()) {
-            Reply(source, error != 0 ? -error : -EBADF);
-            return;
-        }
+        if (error != 0 || found == openFiles.end())
+            return Reply(source, error != 0 ? -error : -EBADF);
         OpenFile& file = found->second;
         const std::string_view text = level ? "1\n" : "0\n";
         const std::int64_t at = offset == Preload::AT_POSITION ? file.position : offset;
@@ -335,10 +307,8 @@ void PreloadFiles::Read(std::uint64_t source, OpenFile& openFile, const Request&
 }
 
 void PreloadFiles::Write(std::uint64_t source, OpenFile& openFile, const Request& request, std::string_view text) {
-    if (!MayWrite(openFile.flags)) {
-        Reply(source, -EBADF);
-        return;
-    }
+    if (!MayWrite(openFile.flags))
+        return Reply(source, -EBADF);
     const auto size = static_cast<std::int64_t>(text.size());
     const auto answer = [this, source, size, open = request.open, offset = request.offset](int error, bool) {
         if (const auto found = openFiles.find(open);

@@ -2,7 +2,6 @@
 #include "board/sandbox/Residents.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
 #include <csignal>
 #include <ctime>

@@ -1,22 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/sandbox/Skeleton.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <set>
 #include <system_error>
 
-#include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include "board/base/BoardError.h"
-#include "board/base/FileDescriptor.h"
 #include "board/base/Paths.h"
 #include "board/base/Refusal.h"
-#include "board/sandbox/Namespaces.h"
 
 namespace VelrixBoard {
 

@@ -7,7 +7,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <utility>
-#include <vector>
 
 #include <sys/prctl.h>
 #include <sys/resource.h>

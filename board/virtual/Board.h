@@ -13,7 +13,7 @@
 #include "board/control/ScenarioPlayer.h"
 #include "board/model/Fault.h"
 #include "board/model/OxboModule.h"
-#include "board/sandbox/Isolation.h"
+#include "board/sandbox/IBoardEntry.h"
 #include "board/sandbox/Program.h"
 
 namespace VelrixBoard {

@@ -67,14 +67,14 @@ std::unique_ptr<IBoardEntry> BoardParts::MakeEntry() {
     if (options.isolation != Isolation::PRELOAD) {
         const NamespaceEntry::Trial trial =
             PreloadEntry::IsOnSuchABoard()
-                ? NamespaceEntry::Trial{false, false, "this board is itself on one that has a preloaded library"}
+                ? NamespaceEntry::Trial{.reason = "this board is itself on one that has a preloaded library"}
                 : NamespaceEntry::Try(place);
         if (!trial.isAllowed && (options.isolation == Isolation::NAMESPACES || PreloadLibrary().empty()))
             throw BoardError(trial.reason);
         if (!trial.isAllowed)
             user.Say("runs the program by a preloaded library (--isolation preload), since the machine refuses the "
                      "stronger way: " +
-                     trial.reason);
+                     std::string(trial.reason));
         else if (options.saysIsolation && options.isolation == Isolation::AUTO)
             user.Say("runs the program in namespaces (--isolation namespaces), the strongest way that there is");
         if (trial.isAllowed)

@@ -24,13 +24,6 @@ bool IsDeviceDirectory(const fs::path& path) {
     return std::find(directories.begin(), directories.end(), path) != directories.end();
 }
 
-bool IsInDeviceDirectory(fs::path path) {
-    for (; path.has_relative_path(); path = path.parent_path())
-        if (IsDeviceDirectory(path))
-            return true;
-    return false;
-}
-
 // The board is made from the run directory, which has to stay in sight meanwhile.
 void RequireInSight(const fs::path& runDirectory, const std::vector<Placement>& placements) {
     const fs::path directory = fs::canonical(runDirectory);
@@ -94,7 +87,7 @@ bool CanKeepWebLog(const BoardModel& model) {
     const fs::path inside = fs::path(model.WebLogFile()).lexically_normal();
     std::error_code error;
     // Among the value files nothing can be made.
-    return inside.is_absolute() && !fs::is_character_file(inside, error) && !IsInDeviceDirectory(inside);
+    return inside.is_absolute() && !fs::is_character_file(inside, error) && !DeviceTree::IsInDirectories(inside);
 }
 
 std::vector<Placement> MakePlacements(const BoardOptions& options, const BoardLayout& layout, const BoardState& state,
