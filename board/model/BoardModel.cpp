@@ -49,18 +49,8 @@ const std::string BoardModel::OXBO_RESET = "OXBO_RESET1_N";
 const std::string BoardModel::OXBO_RAM_LOADER = "OXBO_RL";
 
 std::string_view ColorName(Color color) {
-    switch (color) {
-    case Color::GREEN:
-        return "green";
-    case Color::RED:
-        return "red";
-    default:
-        return "yellow";
-    }
-}
-
-std::string LedElement::Name() const {
-    return led + "." + std::string(ColorName(color));
+    constexpr std::string_view NAMES[] = {"green", "red", "yellow"};
+    return NAMES[static_cast<std::size_t>(color)];
 }
 
 BoardModel::BoardModel() : lines(LINES), ledElements(LED_ELEMENTS), webLogFile("/mnt/share/logger") {}

@@ -12,6 +12,9 @@ namespace VelrixBoard {
 enum class Direction { INPUT, OUTPUT };
 enum class Color { GREEN, RED, YELLOW };
 
+// "green", "red" or "yellow".
+std::string_view ColorName(Color color);
+
 // One module line: its label, the settings key of its value file, and its initial level.
 struct Line {
     std::string label;
@@ -30,7 +33,7 @@ struct LedElement {
     std::string path;
 
     // "MS.green": how records and messages name the element.
-    std::string Name() const;
+    std::string Name() const { return led + "." + std::string(ColorName(color)); }
 };
 
 // The device as data: module lines, LEDs and their colours, and the paths of their files. A value object. A new one has
@@ -65,8 +68,5 @@ private:
     std::vector<LedElement> ledElements;
     std::string webLogFile;
 };
-
-// "green", "red" or "yellow".
-std::string_view ColorName(Color color);
 
 } // namespace VelrixBoard

@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "board/model/BoardState.h"
+#include "board/base/Clock.h"
 
 namespace VelrixBoard {
 

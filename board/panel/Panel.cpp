@@ -48,19 +48,8 @@ std::vector<bool> Levels(const BoardState& state) {
     return levels;
 }
 
-const char* StateName(ModuleState::Phase phase) {
-    switch (phase) {
-    case ModuleState::Phase::IN_RESET:
-        return "reset";
-    case ModuleState::Phase::STARTING:
-        return "starting";
-    case ModuleState::Phase::READY:
-        return "ready";
-    case ModuleState::Phase::SILENT:
-        break;
-    }
-    return "silent";
-}
+// By ModuleState::Phase.
+constexpr const char* STATE_NAMES[] = {"reset", "starting", "ready", "silent"};
 
 } // namespace
 
@@ -86,16 +75,8 @@ Panel::~Panel() {
     queue.Close();
 }
 
-std::string Panel::Announcement() const {
-    return "the panel is at " + Address();
-}
-
 void Panel::OnChange(std::size_t signal, bool level, BoardTime time) {
     feed.Change(signal, level, FeedTime(time));
-}
-
-void Panel::OnSettled(BoardTime) {
-    feed.Publish();
 }
 
 void Panel::OnWebLog(std::string_view record, BoardTime time) {
@@ -111,30 +92,18 @@ void Panel::OnSyslog(std::string_view record, BoardTime time) {
     feed.Record(PanelFeed::Log::SYSTEM, record, FeedTime(time));
 }
 
-void Panel::OnFault(std::size_t, BoardTime) {
-    TellFaults();
-}
-
-void Panel::OnModule(BoardTime) {
-    TellModule();
-}
-
 // A line that cannot be a record of the program: the pages' web log starts a new run.
 void Panel::OnProgramStarted(BoardTime time) {
-    if (++runs == 1) {
-        TellProgram("running", "running");
-        return;
-    }
+    if (++runs == 1)
+        return TellProgram("running", "running");
     const std::string run = "run " + std::to_string(runs);
     TellProgram("running", "running, " + run);
     feed.Record(PanelFeed::Log::WEB, "\nThe board came up again: " + run, FeedTime(time));
 }
 
 void Panel::OnProgramEnded(int waitStatus, BoardTime) {
-    if (WIFSIGNALED(waitStatus)) {
-        TellProgram("failed", std::string("ended by ") + ::strsignal(WTERMSIG(waitStatus)));
-        return;
-    }
+    if (WIFSIGNALED(waitStatus))
+        return TellProgram("failed", std::string("ended by ") + ::strsignal(WTERMSIG(waitStatus)));
     const int code = WEXITSTATUS(waitStatus);
     TellProgram(code == 0 ? "ended" : "failed", "ended with " + std::to_string(code));
 }
@@ -147,7 +116,9 @@ void Panel::Run(BoardTime) {
 void Panel::TellModule() {
     const ModuleState module = control.OxboState();
     const auto readyAfter = control.OxboReadyAfter();
-    json text = {{"state", StateName(module.CurrentPhase())}, {"ramLoader", nullptr}, {"readyAfterMs", nullptr}};
+    json text = {{"state", STATE_NAMES[static_cast<std::size_t>(module.CurrentPhase())]},
+                 {"ramLoader", nullptr},
+                 {"readyAfterMs", nullptr}};
     if (module.ramLoaderAtRelease)
         text["ramLoader"] = *module.ramLoaderAtRelease;
     if (readyAfter)

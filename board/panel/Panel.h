@@ -21,15 +21,15 @@ public:
     ~Panel() override;
 
     std::string Address() const { return server.Address(); }
-    std::string Announcement() const override;
+    std::string Announcement() const override { return "the panel is at " + Address(); }
 
     void OnChange(std::size_t signal, bool level, BoardTime time) override;
-    void OnSettled(BoardTime time) override;
+    void OnSettled(BoardTime) override { feed.Publish(); }
     void OnWebLog(std::string_view record, BoardTime time) override;
     void OnReboot(std::string_view call, BoardTime time) override;
     void OnSyslog(std::string_view record, BoardTime time) override;
-    void OnFault(std::size_t signal, BoardTime time) override;
-    void OnModule(BoardTime time) override;
+    void OnFault(std::size_t, BoardTime) override { TellFaults(); }
+    void OnModule(BoardTime) override { TellModule(); }
     void OnProgramStarted(BoardTime time) override;
     void OnProgramEnded(int waitStatus, BoardTime time) override;
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <string_view>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -20,7 +21,11 @@ constexpr std::string_view HEAD_END = "\r\n\r\n";
 // How much a client may still send after its answer.
 constexpr std::size_t LONGEST_REMAINDER = std::size_t{1024} * 1024;
 
-void TakeAddress(const sockaddr_in& name, std::string& address, int& port) {
+void TakeAddress(int socket, int (*nameOf)(int, sockaddr*, socklen_t*), std::string& address, int& port) {
+    sockaddr_in name{};
+    socklen_t length = sizeof name;
+    if (nameOf(socket, reinterpret_cast<sockaddr*>(&name), &length) != 0)
+        return;
     std::array<char, INET_ADDRSTRLEN> text{};
     ::inet_ntop(AF_INET, &name.sin_addr, text.data(), text.size());
     address = text.data();
@@ -106,17 +111,11 @@ ssize_t PanelConnection::write(const char* text, std::size_t size) {
 }
 
 void PanelConnection::get_remote_ip_and_port(std::string& address, int& port) const {
-    sockaddr_in name{};
-    socklen_t length = sizeof name;
-    if (::getpeername(descriptor, reinterpret_cast<sockaddr*>(&name), &length) == 0)
-        TakeAddress(name, address, port);
+    TakeAddress(descriptor, ::getpeername, address, port);
 }
 
 void PanelConnection::get_local_ip_and_port(std::string& address, int& port) const {
-    sockaddr_in name{};
-    socklen_t length = sizeof name;
-    if (::getsockname(descriptor, reinterpret_cast<sockaddr*>(&name), &length) == 0)
-        TakeAddress(name, address, port);
+    TakeAddress(descriptor, ::getsockname, address, port);
 }
 
 // The bytes received, or the end of the connection; 0 on a timeout.

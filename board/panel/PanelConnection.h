@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cstddef>
 #include <string>
-#include <string_view>
 
 #include <httplib.h>
 

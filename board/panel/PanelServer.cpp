@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/panel/PanelServer.h"
 
-#include <cerrno>
 #include <charconv>
 #include <condition_variable>
 #include <mutex>
 #include <string_view>
 #include <thread>
-#include <vector>
 
 #include <httplib.h>
 #include <nlohmann/json.hpp>
@@ -75,11 +73,8 @@ struct PanelServer::Inside {
             AnswerError(response, 403, "the panel is only served as http://127.0.0.1:" + std::to_string(port) + "/");
             return true;
         }
-        if (request.has_header("Origin") && !IsOwnOrigin(request.get_header_value("Origin"))) {
-            AnswerError(response, 403, "requests of other sites are refused");
-            return true;
-        }
-        if (!IsOfOwnSite(request)) {
+        const bool isOfOtherOrigin = request.has_header("Origin") && !IsOwnOrigin(request.get_header_value("Origin"));
+        if (isOfOtherOrigin || !IsOfOwnSite(request)) {
             AnswerError(response, 403, "requests of other sites are refused");
             return true;
         }
@@ -193,11 +188,10 @@ struct PanelServer::Inside {
         server.Post(".*", [this](const httplib::Request& request, httplib::Response& response) {
             HandlePost(request, response);
         });
-        const httplib::Server::Handler onError = [](const httplib::Request&, httplib::Response& response) {
+        server.set_error_handler(httplib::Server::Handler([](const httplib::Request&, httplib::Response& response) {
             if (response.body.empty())
                 AnswerError(response, response.status);
-        };
-        server.set_error_handler(onError);
+        }));
     }
 
     void Listen(std::optional<int> wanted) {

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <string>
 #include <utility>
 
 #include <fcntl.h>
@@ -34,10 +33,6 @@ Recorder::Recorder(const BoardLayout& layout, const BoardState& boardState, bool
 void Recorder::OnWrite(std::size_t signal, bool level, BoardTime time) {
     if (recordsWrites)
         writes.waiting += Line(signal, level, time);
-}
-
-void Recorder::OnChange(std::size_t signal, bool level, BoardTime time) {
-    changes.waiting += Line(signal, level, time);
 }
 
 void Recorder::OnSyslog(std::string_view record, BoardTime) {

@@ -24,7 +24,9 @@ public:
     Recorder(const BoardLayout& layout, const BoardState& boardState, bool withWrites, TellUser tellUser);
 
     void OnWrite(std::size_t signal, bool level, BoardTime time) override;
-    void OnChange(std::size_t signal, bool level, BoardTime time) override;
+    void OnChange(std::size_t signal, bool level, BoardTime time) override {
+        changes.waiting += Line(signal, level, time);
+    }
     void OnSyslog(std::string_view record, BoardTime time) override;
     void OnSettled(BoardTime time) override;
 

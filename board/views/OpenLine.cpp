@@ -35,10 +35,8 @@ void OpenLine::TakeByte(unsigned char byte, int columns) {
     case Within::TEXT:
         break;
     }
-    if (byte < 0x20) {
-        TakeControl(byte, columns);
-        return;
-    }
+    if (byte < 0x20)
+        return TakeControl(byte, columns);
     isOpen = true;
     // UTF-8 continuation bytes take no column.
     if ((byte & 0xC0) == 0x80)

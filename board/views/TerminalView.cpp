@@ -72,39 +72,17 @@ const char* LedStyle(std::string_view color) {
     return color == "off" ? FAINT : YELLOW;
 }
 
-const char* LogStyle(LogText::Weight weight) {
-    switch (weight) {
-    case LogText::Weight::LIGHT:
-        return FAINT;
-    case LogText::Weight::WARNING:
-        return YELLOW;
-    case LogText::Weight::ERROR:
-        return RED;
-    case LogText::Weight::NORMAL:
-        break;
-    }
-    return nullptr;
-}
+// By LogText::Weight.
+constexpr const char* LOG_STYLES[] = {nullptr, FAINT, YELLOW, RED};
+
+// By ModuleState::Phase.
+constexpr const char* MODULE_TEXTS[] = {"held in reset", "starting", "ready", "never ready"};
 
 std::string Bar(int percent) {
     std::string bar;
     for (int column = 0; column < BAR_COLUMNS; ++column)
         bar += column * 100 < percent * BAR_COLUMNS ? "\u2588" : "\u2591";
     return bar + " " + std::to_string(percent) + " %";
-}
-
-const char* ModuleText(ModuleState::Phase phase) {
-    switch (phase) {
-    case ModuleState::Phase::IN_RESET:
-        return "held in reset";
-    case ModuleState::Phase::STARTING:
-        return "starting";
-    case ModuleState::Phase::READY:
-        return "ready";
-    case ModuleState::Phase::SILENT:
-        break;
-    }
-    return "never ready";
 }
 
 std::string Seconds(BoardTime time) {
@@ -118,21 +96,18 @@ std::string Seconds(BoardTime time) {
 TerminalView::TerminalView(const BoardState& boardState, const IBoardControl& boardControl, Style viewStyle,
                            Measure terminalSize, ITextOutput& textOutput)
     : state(boardState), control(boardControl), style(viewStyle), measure(std::move(terminalSize)), output(textOutput) {
-    for (const std::string& led : state.Model().Leds()) {
-        leds.push_back({state.LedColor(led)});
-        shownLeds.push_back(leds.back().color);
-    }
+    for (const std::string& name : state.Model().Leds())
+        leds.push_back({name, state.LedColor(name), state.LedColor(name)});
     for (std::size_t line = 0; line < state.Model().Lines().size(); ++line)
         shownLines.push_back(state.Level(line));
 }
 
 void TerminalView::OnChange(std::size_t, bool, BoardTime time) {
-    const std::vector<std::string> names = state.Model().Leds();
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        const std::string color = state.LedColor(names[i]);
-        if (color != leds[i].color)
-            leds[i] = {color, time};
-    }
+    for (Led& led : leds)
+        if (const std::string color = state.LedColor(led.name); color != led.color) {
+            led.color = color;
+            led.since = time;
+        }
 }
 
 void TerminalView::OnSettled(BoardTime time) {
@@ -149,21 +124,19 @@ void TerminalView::OnSettled(BoardTime time) {
 }
 
 void TerminalView::SettleLeds(BoardTime time, BoardTime shortest) {
-    const std::vector<std::string> names = state.Model().Leds();
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        const auto& [color, since] = leds[i];
-        if (color == shownLeds[i] || time - since < shortest)
+    for (Led& led : leds) {
+        if (led.color == led.shown || time - led.since < shortest)
             continue;
-        shownLeds[i] = color;
-        PrintLine(since, names[i] + " " + color);
+        led.shown = led.color;
+        PrintLine(led.since, led.name + " " + led.color);
     }
 }
 
 std::optional<BoardTime> TerminalView::Due() const {
     std::optional<BoardTime> due;
-    for (std::size_t i = 0; i < leds.size(); ++i)
-        if (leds[i].color != shownLeds[i])
-            due = std::min(due.value_or(BoardTime::max()), leds[i].since + SHORTEST_COLOR);
+    for (const Led& led : leds)
+        if (led.color != led.shown)
+            due = std::min(due.value_or(BoardTime::max()), led.since + SHORTEST_COLOR);
     return due;
 }
 
@@ -200,11 +173,6 @@ void TerminalView::OnSyslog(std::string_view record, BoardTime time) {
 void TerminalView::OnFault(std::size_t signal, BoardTime time) {
     const std::optional<Fault> fault = control.FaultOf(signal);
     PrintLine(time, "fault " + state.Name(signal) + " " + (fault ? ToString(*fault) : "none"));
-}
-
-// Where changes are listed, the lines that it drives show the same.
-void TerminalView::OnModule(BoardTime) {
-    changed = true;
 }
 
 void TerminalView::OnProgramStarted(BoardTime time) {
@@ -265,10 +233,8 @@ void TerminalView::PrintWhole(const std::string& text) {
 }
 
 void TerminalView::Say(std::string_view text) {
-    if (style == Style::LINES) {
-        output.Write(text);
-        return;
-    }
+    if (style == Style::LINES)
+        return output.Write(text);
     said.Add(text);
     if (output.IsWritten())
         DrawWhatIsNew(drawnTime);
@@ -281,7 +247,7 @@ void TerminalView::DrawWhatIsNew(BoardTime time) {
         openLine.End();
         DrawBelow(Erase() + text, time);
     } else if (changed) {
-        Draw(time);
+        DrawBelow(Erase(), time);
     }
 }
 
@@ -308,9 +274,8 @@ std::string TerminalView::Erase() const {
 TerminalView::Row TerminalView::LedRow(int columns, BoardTime time) const {
     Row row(columns);
     row.Add(Seconds(time));
-    const std::vector<std::string> names = state.Model().Leds();
-    for (std::size_t i = 0; i < names.size(); ++i)
-        row.Add((i == 0 ? "" : "   ") + names[i] + " ").Add("\u25CF " + shownLeds[i], LedStyle(shownLeds[i]));
+    for (const Led& led : leds)
+        row.Add((&led == &leds.front() ? "" : "   ") + led.name + " ").Add("\u25CF " + led.shown, LedStyle(led.shown));
     return row;
 }
 
@@ -326,7 +291,7 @@ TerminalView::Row TerminalView::LineRow(int columns, Direction direction) const 
 
 TerminalView::Row TerminalView::ModuleRow(int columns) const {
     Row row(columns);
-    row.Add("  module    ").Add(ModuleText(control.OxboState().CurrentPhase()), BOLD);
+    row.Add("  module    ").Add(MODULE_TEXTS[static_cast<std::size_t>(control.OxboState().CurrentPhase())], BOLD);
     bool any = false;
     for (std::size_t signal = 0; signal < state.Count(); ++signal) {
         const std::optional<Fault> fault = control.FaultOf(signal);
@@ -346,7 +311,7 @@ std::vector<TerminalView::Row> TerminalView::Rows(const Size& size, BoardTime ti
         Row row(size.columns);
         row.Add("  " + note->source + std::string(10 - note->source.size(), ' '));
         const LogText& record = note->record;
-        row.Add(record.text, LogStyle(record.weight));
+        row.Add(record.text, LOG_STYLES[static_cast<std::size_t>(record.weight)]);
         if (record.percent)
             row.Add((record.text.empty() ? "" : " ") + Bar(*record.percent));
         rows.push_back(row);

@@ -51,7 +51,7 @@ public:
     void OnReboot(std::string_view call, BoardTime time) override;
     void OnSyslog(std::string_view record, BoardTime time) override;
     void OnFault(std::size_t signal, BoardTime time) override;
-    void OnModule(BoardTime time) override;
+    void OnModule(BoardTime) override { changed = true; } // not listed: the lines that the module drives are
     void OnProgramStarted(BoardTime time) override;
 
     // When the newest colour passes the glitch filter.
@@ -81,9 +81,10 @@ private:
         int run;
     };
 
-    // The colour that an LED has, and since when.
-    struct LedColor {
-        std::string color;
+    struct Led {
+        std::string name;
+        std::string shown; // the last colour that was no glitch
+        std::string color; // the colour that it has
         BoardTime since{};
     };
 
@@ -93,7 +94,6 @@ private:
     void PrintLine(BoardTime time, const std::string& text);
     void PrintWhole(const std::string& text);
     void DrawBelow(const std::string& text, BoardTime time);
-    void Draw(BoardTime time) { DrawBelow(Erase(), time); }
     void DrawWhatIsNew(BoardTime time);
     std::vector<Row> Rows(const Size& size, BoardTime time) const;
     Row LedRow(int columns, BoardTime time) const;
@@ -106,8 +106,7 @@ private:
     const Style style;
     const Measure measure;
     ITextOutput& output;
-    std::vector<LedColor> leds;
-    std::vector<std::string> shownLeds;
+    std::vector<Led> leds;
     std::vector<bool> shownLines;
     int runs = 0;                                // of the program; a reboot restarts it
     std::deque<Note> notes;                      // the last records and calls
