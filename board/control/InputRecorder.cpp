@@ -29,10 +29,6 @@ void InputRecorder::OnProgramStarted(BoardTime time) {
         began = last = time;
 }
 
-void InputRecorder::OnProgramEnded(int, BoardTime time) {
-    ended = time;
-}
-
 void InputRecorder::DriveInput(std::size_t signal, bool level) {
     control.DriveInput(signal, level);
     Put("set " + state.Name(signal) + (level ? " high" : " low"));

@@ -23,7 +23,7 @@ public:
                   std::function<BoardTime()> now);
 
     void OnProgramStarted(BoardTime time) override;
-    void OnProgramEnded(int waitStatus, BoardTime time) override;
+    void OnProgramEnded(int, BoardTime time) override { ended = time; }
 
     void DriveInput(std::size_t signal, bool level) override;
     void SetFault(std::size_t signal, const std::optional<Fault>& fault) override;

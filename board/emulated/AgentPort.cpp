@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/emulated/AgentPort.h"
 
-#include <algorithm>
 #include <charconv>
-#include <cstdint>
 #include <cstdio>
 #include <optional>
 #include <random>

@@ -56,13 +56,18 @@ std::vector<std::string> SplitPath(const std::string& text) {
     return parts;
 }
 
+std::vector<Elf32_Phdr> Segments(const Bytes& bytes, const Elf32_Ehdr& header) {
+    std::vector<Elf32_Phdr> segments;
+    for (unsigned i = 0; i < header.e_phnum; ++i)
+        segments.push_back(bytes.At<Elf32_Phdr>(header.e_phoff + i * sizeof(Elf32_Phdr)));
+    return segments;
+}
+
 // Where in the file the byte lies that is loaded to this address.
 std::size_t OffsetOf(const Bytes& bytes, const Elf32_Ehdr& header, Elf32_Addr address) {
-    for (unsigned i = 0; i < header.e_phnum; ++i) {
-        const auto segment = bytes.At<Elf32_Phdr>(header.e_phoff + i * sizeof(Elf32_Phdr));
+    for (const Elf32_Phdr& segment : Segments(bytes, header))
         if (segment.p_type == PT_LOAD && address >= segment.p_vaddr && address - segment.p_vaddr < segment.p_filesz)
             return segment.p_offset + (address - segment.p_vaddr);
-    }
     bytes.Damaged();
 }
 
@@ -80,8 +85,7 @@ std::optional<ArmObject> ReadArmObject(const std::filesystem::path& file) {
     std::optional<Elf32_Addr> strings;
     std::optional<Elf32_Word> runPath;
     std::vector<Elf32_Word> needed;
-    for (unsigned i = 0; i < header.e_phnum; ++i) {
-        const auto segment = bytes.At<Elf32_Phdr>(header.e_phoff + i * sizeof(Elf32_Phdr));
+    for (const Elf32_Phdr& segment : Segments(bytes, header)) {
         if (segment.p_type != PT_DYNAMIC)
             continue;
         for (std::size_t at = segment.p_offset;; at += sizeof(Elf32_Dyn)) {
@@ -114,12 +118,9 @@ std::string ReadLoadedPart(const std::filesystem::path& file) {
     std::string content = ReadFile(file);
     const Bytes bytes(content, file.native());
     auto header = bytes.At<Elf32_Ehdr>(0);
-    std::size_t end = sizeof header;
-    for (unsigned i = 0; i < header.e_phnum; ++i) {
-        const std::size_t place = header.e_phoff + i * sizeof(Elf32_Phdr);
-        const auto segment = bytes.At<Elf32_Phdr>(place);
-        end = std::max({end, place + sizeof segment, std::size_t{segment.p_offset} + segment.p_filesz});
-    }
+    std::size_t end = std::max(sizeof header, header.e_phoff + header.e_phnum * sizeof(Elf32_Phdr));
+    for (const Elf32_Phdr& segment : Segments(bytes, header))
+        end = std::max(end, std::size_t{segment.p_offset} + segment.p_filesz);
     if (end > content.size())
         bytes.Damaged();
     header.e_shoff = 0;

@@ -76,10 +76,8 @@ void CpioArchive::AddFile(const std::filesystem::path& path, const std::filesyst
 }
 
 void CpioArchive::AddTree(const std::filesystem::path& path, const std::filesystem::path& source) {
-    if (!std::filesystem::is_directory(source)) {
-        AddFile(path, source);
-        return;
-    }
+    if (!std::filesystem::is_directory(source))
+        return AddFile(path, source);
     AddDirectory(path);
     // In order of their names, so that the same tree always gives the same archive.
     std::set<std::filesystem::path> entries;

@@ -5,7 +5,6 @@
 #include <csignal>
 #include <cstring>
 #include <fstream>
-#include <utility>
 
 #include <fcntl.h>
 #include <sys/prctl.h>

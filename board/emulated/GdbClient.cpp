@@ -30,11 +30,7 @@ std::string Hexadecimal(std::uint32_t number) {
     return text;
 }
 
-// A watchpoint set or removed: at writes of the word there, or at every access of the bytes there.
-std::string WriteWatch(char setOrRemove, std::uint32_t address) {
-    return setOrRemove + ("2," + Hexadecimal(address) + "," + Hexadecimal(REGISTER));
-}
-
+// A watchpoint at every access of the bytes there, set or removed.
 std::string AccessWatch(char setOrRemove, std::uint32_t address) {
     return setOrRemove + ("4," + Hexadecimal(address) + "," + Hexadecimal(FRAME));
 }
@@ -125,6 +121,11 @@ GdbClient::Stop GdbClient::ReceiveStop() {
     return {Field(text, "thread:"), Field(text, "watch:")};
 }
 
+void GdbClient::OrderWatches(char setOrRemove) {
+    for (const std::uint32_t address : addresses)
+        Order(setOrRemove + ("2," + Hexadecimal(address) + "," + Hexadecimal(REGISTER)));
+}
+
 void GdbClient::Watch(const std::vector<std::uint32_t>& newAddresses) {
     const bool ran = !stands;
     if (ran) {
@@ -133,11 +134,9 @@ void GdbClient::Watch(const std::vector<std::uint32_t>& newAddresses) {
         Send("\x03");
         ReceiveStop();
     }
-    for (const std::uint32_t address : addresses)
-        Order(WriteWatch('z', address));
+    OrderWatches('z');
     addresses = newAddresses;
-    for (const std::uint32_t address : addresses)
-        Order(WriteWatch('Z', address));
+    OrderWatches('Z');
     if (ran)
         Continue();
 }
@@ -155,8 +154,7 @@ void GdbClient::FinishWrite() {
     // has translated, and is slow for a tenth of a second. So the one processor runs on by itself, without the
     // watchpoint, until it next touches its stack, which it does within a few instructions: at the latest when the
     // function that writes takes its return address from there. The kernel keeps interrupts away meanwhile.
-    for (const std::uint32_t address : addresses)
-        Order(WriteWatch('z', address));
+    OrderWatches('z');
     Order("Hg" + stop.thread);
     const std::uint32_t stack = StackPointer(Ask("g"));
     Order(AccessWatch('Z', stack));
@@ -164,8 +162,7 @@ void GdbClient::FinishWrite() {
         Command("vCont;c:" + stop.thread);
     while (ReceiveStop().address.empty());
     Order(AccessWatch('z', stack));
-    for (const std::uint32_t address : addresses)
-        Order(WriteWatch('Z', address));
+    OrderWatches('Z');
 }
 
 void GdbClient::Continue() {

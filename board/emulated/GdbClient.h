@@ -50,6 +50,8 @@ private:
     void Command(const std::string& text) const;
     std::string Ask(const std::string& text);
     void Order(const std::string& text);
+    // Sets or removes the watchpoints at writes of the words at the addresses.
+    void OrderWatches(char setOrRemove);
 
     FileDescriptor socket;
     std::string received;

@@ -6,19 +6,11 @@
 #include <sstream>
 
 #include "board/base/BoardError.h"
+#include "board/model/BoardState.h"
 
 namespace VelrixBoard {
 
 namespace {
-
-std::vector<std::string> Paths(const BoardModel& model) {
-    std::vector<std::string> paths;
-    for (const Line& line : model.Lines())
-        paths.push_back(line.path);
-    for (const LedElement& element : model.LedElements())
-        paths.push_back(element.path);
-    return paths;
-}
 
 std::map<std::string, unsigned> ReadLines(const std::filesystem::path& file) {
     std::ifstream stream(file);
@@ -43,20 +35,23 @@ std::map<std::string, unsigned> ReadLines(const std::filesystem::path& file) {
 
 GpioLines::GpioLines(const std::filesystem::path& file, const BoardModel& model) {
     const std::map<std::string, unsigned> numbers = ReadLines(file);
-    const std::vector<std::string> devicePaths = Paths(BoardModel());
-    const std::vector<std::string> paths = Paths(model);
-    for (std::size_t i = 0; i < paths.size(); ++i) {
-        const auto own = numbers.find(devicePaths[i]);
+    const BoardModel device;
+    const BoardState deviceState(device);
+    const BoardState state(model);
+    for (std::size_t signal = 0; signal < state.Count(); ++signal) {
+        const std::string& path = state.Path(signal);
+        const std::string& devicePath = deviceState.Path(signal);
+        const auto own = numbers.find(devicePath);
         if (own == numbers.end())
-            throw BoardError(file.native() + " has no line for " + devicePaths[i]);
-        const auto found = numbers.find(paths[i]);
+            throw BoardError(file.native() + " has no line for " + devicePath);
+        const auto found = numbers.find(path);
         if (found != numbers.end()) {
             lines.push_back(found->second);
-        } else if (paths[i].starts_with("/dev/")) {
+        } else if (path.starts_with("/dev/")) {
             lines.push_back(std::nullopt);
         } else {
             lines.push_back(own->second);
-            links.push_back({paths[i], devicePaths[i]});
+            links.push_back({path, devicePath});
         }
     }
 }

@@ -1,16 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/emulated/Machine.h"
 
-#include <algorithm>
-
 #include <sys/wait.h>
 
-#include "board/base/BoardError.h"
 #include "board/emulated/MachineConnections.h"
 
 namespace VelrixBoard {
-
-const char* const DEFAULT_IMAGE = "build/emulated-board";
 
 namespace {
 

@@ -109,7 +109,7 @@ private:
     std::unique_ptr<MachineConnections> connections;
 };
 
-// The folder of the image when nothing else is said.
-extern const char* const DEFAULT_IMAGE;
+// The folder of the image by default.
+inline constexpr const char* DEFAULT_IMAGE = "build/emulated-board";
 
 } // namespace VelrixBoard

@@ -2,7 +2,6 @@
 #include "board/emulated/MachineConnections.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstring>

@@ -28,10 +28,6 @@ std::optional<std::chrono::milliseconds> MachineControl::OxboReadyAfter() const 
     return module ? module->ReadyAfter() : std::nullopt;
 }
 
-ModuleState MachineControl::OxboState() const {
-    return module ? module->State() : ModuleState();
-}
-
 void MachineControl::SignalProgram(int signal) {
     machine.Signal(::sigabbrev_np(signal));
 }

@@ -20,7 +20,7 @@ public:
     std::optional<Fault> FaultOf(std::size_t) const override { return std::nullopt; }
     void SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) override;
     std::optional<std::chrono::milliseconds> OxboReadyAfter() const override;
-    ModuleState OxboState() const override;
+    ModuleState OxboState() const override { return module ? module->State() : ModuleState(); }
     void SignalProgram(int signal) override;
 
 private:

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/emulated/QmpClient.h"
 
-#include <cerrno>
-
 #include <nlohmann/json.hpp>
 #include <sys/socket.h>
 #include <unistd.h>

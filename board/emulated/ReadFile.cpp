@@ -2,6 +2,7 @@
 #include "board/emulated/ReadFile.h"
 
 #include <fstream>
+#include <map>
 #include <sstream>
 
 #include "board/base/BoardError.h"
@@ -10,29 +11,21 @@ namespace VelrixBoard {
 
 namespace {
 
-std::string Kind(std::filesystem::file_type type) {
-    switch (type) {
-    case std::filesystem::file_type::directory:
-        return "a directory";
-    case std::filesystem::file_type::fifo:
-        return "a named pipe";
-    case std::filesystem::file_type::socket:
-        return "a socket";
-    case std::filesystem::file_type::block:
-    case std::filesystem::file_type::character:
-        return "a device";
-    default:
-        return "no file with content";
-    }
-}
+const std::map<std::filesystem::file_type, const char*> KINDS = {
+    {std::filesystem::file_type::directory, "a directory"}, {std::filesystem::file_type::fifo, "a named pipe"},
+    {std::filesystem::file_type::socket, "a socket"},       {std::filesystem::file_type::block, "a device"},
+    {std::filesystem::file_type::character, "a device"},
+};
 
 } // namespace
 
 void RequireContent(const std::filesystem::path& file) {
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(file, error);
+    const auto kind = KINDS.find(status.type());
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
-        throw BoardError("cannot read " + file.native() + ": it is " + Kind(status.type()) +
+        throw BoardError("cannot read " + file.native() + ": it is " +
+                         (kind != KINDS.end() ? kind->second : "no file with content") +
                          ", and only regular files can be read; name a file, or leave it out");
 }
 

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <string>
 #include <utility>
 
@@ -69,6 +68,8 @@ struct FuseFiles::LateRequest {
 struct FuseFiles::Operations {
     static FuseFiles& Files(fuse_req_t request) { return *static_cast<FuseFiles*>(fuse_req_userdata(request)); }
 
+    static void Fail(fuse_req_t request, int error) { fuse_reply_err(request, error); }
+
     static struct stat Attributes(const FuseFiles& files, Number number) {
         const Node& node = *files.values.Tree().Find(number);
         struct stat status {};
@@ -100,16 +101,12 @@ struct FuseFiles::Operations {
         const Node* directory = tree.Find(parent);
         const auto child =
             directory != nullptr ? directory->children.find(name) : std::map<std::string, Number>::const_iterator{};
-        if (directory == nullptr || child == directory->children.end()) {
-            fuse_reply_err(request, ENOENT);
-            return;
-        }
+        if (directory == nullptr || child == directory->children.end())
+            return Fail(request, ENOENT);
         const Node& node = *tree.Find(child->second);
         // An individually placed file is looked up once, to bind-mount it.
-        if (IsMissing(files, child->second) && !node.isPlaced) {
-            fuse_reply_err(request, ENOENT);
-            return;
-        }
+        if (IsMissing(files, child->second) && !node.isPlaced)
+            return Fail(request, ENOENT);
         fuse_entry_param entry{};
         entry.ino = child->second;
         entry.attr = Attributes(files, child->second);
@@ -121,10 +118,8 @@ struct FuseFiles::Operations {
     static void GetAttributes(fuse_req_t request, fuse_ino_t number, fuse_file_info*) {
         const FuseFiles& files = Files(request);
         const Node* node = files.values.Tree().Find(number);
-        if (node == nullptr || IsMissing(files, number)) {
-            fuse_reply_err(request, ENOENT);
-            return;
-        }
+        if (node == nullptr || IsMissing(files, number))
+            return Fail(request, ENOENT);
         const struct stat status = Attributes(files, number);
         fuse_reply_attr(request, &status, Validity(*node));
     }
@@ -159,10 +154,8 @@ struct FuseFiles::Operations {
     static void Open(fuse_req_t request, fuse_ino_t number, fuse_file_info* info) {
         FuseFiles& files = Files(request);
         // A program that is root on its board would bypass the file's mode.
-        if (const int error = files.values.OpenError(number, (info->flags & O_ACCMODE) != O_RDONLY)) {
-            fuse_reply_err(request, error);
-            return;
-        }
+        if (const int error = files.values.OpenError(number, (info->flags & O_ACCMODE) != O_RDONLY))
+            return Fail(request, error);
         // Bypasses the page cache, where writes would serialise and reads would be stale.
         info->direct_io = 1;
         info->fh = files.nextOpenFile++;
@@ -184,10 +177,8 @@ struct FuseFiles::Operations {
         OpenFile& openFile = *files.openFiles.at(info->fh); // stays open during the request
         auto answer = [&files, &openFile, request, size, offset](int error, bool level) {
             Forget(files, request);
-            if (error != 0) {
-                fuse_reply_err(request, error);
-                return;
-            }
+            if (error != 0)
+                return Fail(request, error);
             const std::string_view text = level ? "1\n" : "0\n";
             openFile.seen = files.values.LatestEvent(openFile.file);
             const std::string_view part = text.substr(std::min(static_cast<std::size_t>(offset), text.size()), size);
@@ -243,18 +234,9 @@ struct FuseFiles::Operations {
     }
 
     // Like the device's kernel: EACCES for names that do not exist, EPERM for changes of those that do.
-    static void Create(fuse_req_t request, fuse_ino_t, const char*, mode_t, fuse_file_info*) {
-        fuse_reply_err(request, EACCES);
-    }
-    static void MakeNode(fuse_req_t request, fuse_ino_t, const char*, mode_t, dev_t) {
-        fuse_reply_err(request, EACCES);
-    }
-    static void MakeDirectory(fuse_req_t request, fuse_ino_t, const char*, mode_t) { fuse_reply_err(request, EPERM); }
-    static void Remove(fuse_req_t request, fuse_ino_t, const char*) { fuse_reply_err(request, EPERM); }
-    static void MakeLink(fuse_req_t request, const char*, fuse_ino_t, const char*) { fuse_reply_err(request, EPERM); }
-    static void Link(fuse_req_t request, fuse_ino_t, fuse_ino_t, const char*) { fuse_reply_err(request, EPERM); }
-    static void Rename(fuse_req_t request, fuse_ino_t, const char*, fuse_ino_t, const char*, unsigned) {
-        fuse_reply_err(request, EPERM);
+    template <int ERROR_NUMBER, class... Arguments>
+    static void Refuse(fuse_req_t request, Arguments...) {
+        Fail(request, ERROR_NUMBER);
     }
 
     // The kernel handles the omitted operations itself or rejects them after the first request.
@@ -269,14 +251,14 @@ struct FuseFiles::Operations {
         table.read = Read;
         table.write = Write;
         table.poll = Poll;
-        table.create = Create;
-        table.mknod = MakeNode;
-        table.mkdir = MakeDirectory;
-        table.unlink = Remove;
-        table.rmdir = Remove;
-        table.symlink = MakeLink;
-        table.link = Link;
-        table.rename = Rename;
+        table.create = Refuse<EACCES>;
+        table.mknod = Refuse<EACCES>;
+        table.mkdir = Refuse<EPERM>;
+        table.unlink = Refuse<EPERM>;
+        table.rmdir = Refuse<EPERM>;
+        table.symlink = Refuse<EPERM>;
+        table.link = Refuse<EPERM>;
+        table.rename = Refuse<EPERM>;
         return table;
     }
 };

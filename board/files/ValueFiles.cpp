@@ -60,10 +60,6 @@ int ValueFiles::OpenError(Number file, bool forWriting) const {
     return closed || (forWriting && !IsWritable(file)) ? EACCES : 0;
 }
 
-ValueFiles::Ticket ValueFiles::Read(Number file, Answer answer) {
-    return Take({file, std::nullopt, std::move(answer)});
-}
-
 ValueFiles::Ticket ValueFiles::Write(Number file, std::string_view text, Answer answer) {
     return Take({file, std::string(text.substr(0, PAGE)), std::move(answer)});
 }

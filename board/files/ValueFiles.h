@@ -58,7 +58,7 @@ public:
 
     // Reads the level, or writes the text as one value. Returns 0 when it has called the answer already, otherwise the
     // ticket of a request to a slow file.
-    Ticket Read(Number file, Answer answer);
+    Ticket Read(Number file, Answer answer) { return Take({file, std::nullopt, std::move(answer)}); }
     Ticket Write(Number file, std::string_view text, Answer answer);
 
     // A signal interrupted the wait for a slow file: the next Run answers EINTR. Ignores unknown tickets, such as those
