@@ -19,7 +19,6 @@
 #include "board/emulated/ArmProgram.h"
 #include "board/emulated/Machine.h"
 #include "board/emulated/MachineControl.h"
-#include "board/emulated/MachineScenario.h"
 #include "board/emulated/ReadFile.h"
 #include "board/loop/SignalBlock.h"
 #include "board/loop/StopSignals.h"

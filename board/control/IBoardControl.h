@@ -27,7 +27,6 @@ public:
     // How long after its reset the Oxbo module becomes ready, also for a reset that was released already; nothing:
     // never.
     virtual void SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) = 0;
-    virtual std::optional<std::chrono::milliseconds> OxboReadyAfter() const = 0;
     virtual ModuleState OxboState() const = 0;
 
     // Sends the signal to the program; nothing happens when none runs.

@@ -29,7 +29,6 @@ public:
     void SetFault(std::size_t signal, const std::optional<Fault>& fault) override;
     std::optional<Fault> FaultOf(std::size_t signal) const override { return control.FaultOf(signal); }
     void SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) override;
-    std::optional<std::chrono::milliseconds> OxboReadyAfter() const override { return control.OxboReadyAfter(); }
     ModuleState OxboState() const override { return control.OxboState(); }
     void SignalProgram(int signal) override;
 

@@ -50,10 +50,6 @@ void ScenarioPlayer::OnWebLog(std::string_view record, BoardTime time) {
     Keep(time, [this, text = std::string(record)](ScenarioTime at) { runner.OnWebLog(text, at); });
 }
 
-void ScenarioPlayer::OnReboot(std::string_view, BoardTime time) {
-    Keep(time, [this](ScenarioTime at) { runner.OnReboot(at); });
-}
-
 void ScenarioPlayer::OnSyslog(std::string_view record, BoardTime time) {
     Keep(time, [this, text = std::string(record)](ScenarioTime at) { runner.OnSystemLog(text, at); });
 }

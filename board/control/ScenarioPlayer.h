@@ -39,7 +39,9 @@ public:
 
     void OnChange(std::size_t signal, bool level, BoardTime time) override;
     void OnWebLog(std::string_view record, BoardTime time) override;
-    void OnReboot(std::string_view call, BoardTime time) override;
+    void OnReboot(std::string_view, BoardTime time) override {
+        Keep(time, [this](ScenarioTime at) { runner.OnReboot(at); });
+    }
     void OnSyslog(std::string_view record, BoardTime time) override;
     void OnProgramStarted(BoardTime time) override;
     void OnProgramEnded(int waitStatus, BoardTime time) override;

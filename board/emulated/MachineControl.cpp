@@ -24,12 +24,23 @@ void MachineControl::SetOxboReadyAfter(std::optional<std::chrono::milliseconds> 
     module->SetReadyAfter(delay, machine.Now());
 }
 
-std::optional<std::chrono::milliseconds> MachineControl::OxboReadyAfter() const {
-    return module ? module->ReadyAfter() : std::nullopt;
-}
-
 void MachineControl::SignalProgram(int signal) {
     machine.Signal(::sigabbrev_np(signal));
+}
+
+void RefuseWhatTheMachineCannot(const Scenario& scenario) {
+    for (const Step& step : scenario.steps) {
+        const auto* action = std::get_if<Do>(&step.what);
+        const Condition* condition = ConditionOf(step);
+        const std::string place =
+            scenario.path + ":" + std::to_string(step.line) + ":" + std::to_string(step.column) + ": ";
+        if (action && std::holds_alternative<InjectFault>(action->action))
+            throw ScenarioError(place + "the emulated board's value files are the real kernel's and cannot be broken; "
+                                        "play this scenario on velrix-board");
+        if (condition && std::holds_alternative<LogHas>(*condition))
+            throw ScenarioError(place + "the emulated board's logs are not seen from outside; play this scenario on "
+                                        "velrix-board");
+    }
 }
 
 } // namespace VelrixBoard

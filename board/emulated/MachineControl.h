@@ -4,6 +4,7 @@
 #include "board/control/IBoardControl.h"
 #include "board/emulated/Machine.h"
 #include "board/model/OxboModule.h"
+#include "board/scenario/Scenario.h"
 
 namespace VelrixBoard {
 
@@ -19,7 +20,6 @@ public:
     void SetFault(std::size_t signal, const std::optional<Fault>& fault) override;
     std::optional<Fault> FaultOf(std::size_t) const override { return std::nullopt; }
     void SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) override;
-    std::optional<std::chrono::milliseconds> OxboReadyAfter() const override;
     ModuleState OxboState() const override { return module ? module->State() : ModuleState(); }
     void SignalProgram(int signal) override;
 
@@ -28,5 +28,9 @@ private:
     const BoardState& state;
     OxboModule* module;
 };
+
+// Throws ScenarioError, with file, line and column, for a step that the emulated board cannot play: what happens inside
+// of the machine is not seen from outside, but for its lines, LEDs and end.
+void RefuseWhatTheMachineCannot(const Scenario& scenario);
 
 } // namespace VelrixBoard

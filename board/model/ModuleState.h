@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <optional>
 
 #include "board/base/Clock.h"
@@ -17,10 +18,11 @@ struct ModuleState {
     };
 
     bool inReset = true;
-    bool ready = false; // it has pulled its interrupt line low since reset was released
-    std::optional<bool>
-        ramLoaderAtRelease;       // level of the ram-loader line at the last release; nothing before the first
-    std::optional<BoardTime> due; // when it becomes ready, if it is on the way there
+    bool ready = false; // it has pulled its interrupt line low since the release
+    // The level of the ram-loader line at the last release; nothing before the first.
+    std::optional<bool> ramLoaderAtRelease{};
+    std::optional<BoardTime> due{};                        // when it becomes ready, if it is on the way there
+    std::optional<std::chrono::milliseconds> readyAfter{}; // from the release on; nothing: never
 
     Phase CurrentPhase() const {
         if (inReset)

@@ -5,21 +5,22 @@ namespace VelrixBoard {
 
 OxboModule::OxboModule(const BoardState& boardState, std::optional<std::chrono::milliseconds> readyAfter,
                        DriveInput driveInput)
-    : state(boardState), delay(readyAfter), drive(std::move(driveInput)),
-      irq(state.Model().FindLine(BoardModel::OXBO_IRQ).value()),
+    : state(boardState), drive(std::move(driveInput)), irq(state.Model().FindLine(BoardModel::OXBO_IRQ).value()),
       reset(state.Model().FindLine(BoardModel::OXBO_RESET).value()),
-      ramLoader(state.Model().FindLine(BoardModel::OXBO_RAM_LOADER).value()) {}
+      ramLoader(state.Model().FindLine(BoardModel::OXBO_RAM_LOADER).value()) {
+    module.readyAfter = readyAfter;
+}
 
 void OxboModule::SetReadyAfter(std::optional<std::chrono::milliseconds> readyAfter, BoardTime now) {
-    delay = readyAfter;
+    module.readyAfter = readyAfter;
     module.due.reset();
-    if (!module.inReset && !module.ready && delay)
-        module.due = released + *delay;
+    if (!module.inReset && !module.ready && readyAfter)
+        module.due = released + *readyAfter;
     state.Tell(&BoardObserver::OnModule, now);
 }
 
 void OxboModule::PowerUp(BoardTime now) {
-    module = ModuleState();
+    module = {.readyAfter = module.readyAfter};
     state.Tell(&BoardObserver::OnModule, now);
 }
 
@@ -32,8 +33,8 @@ void OxboModule::OnChange(std::size_t signal, bool level, BoardTime time) {
     if (level) {
         released = time;
         module.ramLoaderAtRelease = state.Level(ramLoader);
-        if (delay)
-            module.due = time + *delay;
+        if (module.readyAfter)
+            module.due = time + *module.readyAfter;
     } else if (!state.Level(irq)) {
         drive(irq, true);
     }

@@ -27,7 +27,6 @@ public:
 
     // Also applies to a reset that has been released already, unless the module is ready.
     void SetReadyAfter(std::optional<std::chrono::milliseconds> readyAfter, BoardTime now);
-    std::optional<std::chrono::milliseconds> ReadyAfter() const { return delay; }
 
     // Power cycle: resets the module's state.
     void PowerUp(BoardTime now);
@@ -41,7 +40,6 @@ public:
 
 private:
     const BoardState& state;
-    std::optional<std::chrono::milliseconds> delay;
     DriveInput drive;
     std::size_t irq;
     std::size_t reset;

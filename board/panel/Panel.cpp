@@ -115,14 +115,13 @@ void Panel::Run(BoardTime) {
 
 void Panel::TellModule() {
     const ModuleState module = control.OxboState();
-    const auto readyAfter = control.OxboReadyAfter();
     json text = {{"state", STATE_NAMES[static_cast<std::size_t>(module.CurrentPhase())]},
                  {"ramLoader", nullptr},
                  {"readyAfterMs", nullptr}};
     if (module.ramLoaderAtRelease)
         text["ramLoader"] = *module.ramLoaderAtRelease;
-    if (readyAfter)
-        text["readyAfterMs"] = readyAfter->count();
+    if (module.readyAfter)
+        text["readyAfterMs"] = module.readyAfter->count();
     feed.Status("module", Text(text));
 }
 

@@ -75,6 +75,16 @@ Scale ScaleOf(const Words& words, const std::vector<std::string>& section) {
     words.Fail("'" + text + "' is no time scale");
 }
 
+// A word "#STAMP".
+TimelineTime TimeOf(const Words& words, const std::string& word, const Scale& scale) {
+    long long stamp = 0;
+    const char* const end = word.data() + word.size();
+    const auto [rest, error] = std::from_chars(word.data() + 1, end, stamp);
+    if (error != std::errc() || rest != end || __builtin_mul_overflow(stamp, scale.multiplier, &stamp))
+        words.Fail("'" + word + "' is no time");
+    return TimelineTime(stamp / scale.divisor);
+}
+
 } // namespace
 
 Timeline ReadVcd(const std::string& path) {
@@ -95,17 +105,11 @@ Timeline ReadVcd(const std::string& path) {
             byIdentifier[parts[2]] = timeline.signals.size();
             timeline.signals.push_back({parts[3], false, {}});
             levels.emplace_back();
-        } else if (word == "$dumpvars" || word == "$end") {
-            // what follows are ordinary levels
-        } else if (word.front() == '$')
-            words.Section(word);
-        else if (word.front() == '#') {
-            long long stamp = 0;
-            const char* const end = word.data() + word.size();
-            if (const auto [rest, error] = std::from_chars(word.data() + 1, end, stamp);
-                error != std::errc() || rest != end || __builtin_mul_overflow(stamp, scale.multiplier, &stamp))
-                words.Fail("'" + word + "' is no time");
-            const TimelineTime time(stamp / scale.divisor);
+        } else if (word.front() == '$') {
+            if (word != "$dumpvars" && word != "$end") // what follows these are ordinary levels
+                words.Section(word);
+        } else if (word.front() == '#') {
+            const TimelineTime time = TimeOf(words, word, scale);
             if (time < now)
                 words.Fail("the time goes back from " + TextOf(now) + " to " + TextOf(time));
             now = time;

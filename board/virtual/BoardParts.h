@@ -85,7 +85,6 @@ private:
     void SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) override {
         oxbo.SetReadyAfter(delay, clock());
     }
-    std::optional<std::chrono::milliseconds> OxboReadyAfter() const override { return oxbo.ReadyAfter(); }
     ModuleState OxboState() const override { return oxbo.State(); }
     void SignalProgram(int signal) override { actions.signal(signal); }
 

@@ -32,17 +32,15 @@ public:
     }
     void SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) override {
         log += "ready after " + (delay ? std::to_string(delay->count()) : "never") + "\n";
-        readyAfter = delay;
+        module.readyAfter = delay;
     }
-    std::optional<std::chrono::milliseconds> OxboReadyAfter() const override { return readyAfter; }
     ModuleState OxboState() const override { return module; }
     void SignalProgram(int signal) override { log += "signal " + std::to_string(signal) + "\n"; }
 
     const BoardState& state;
     std::string log;
     std::map<std::size_t, Fault> faults;
-    std::optional<std::chrono::milliseconds> readyAfter = std::chrono::milliseconds(40);
-    ModuleState module;
+    ModuleState module{.readyAfter = std::chrono::milliseconds(40)};
 };
 
 } // namespace VelrixBoard

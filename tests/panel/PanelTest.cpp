@@ -69,17 +69,15 @@ TEST_F(PanelTest, ShowsWhatHappensOnTheBoard) {
 TEST_F(PanelTest, ShowsTheModule) {
     const struct {
         ModuleState module;
-        std::optional<std::chrono::milliseconds> readyAfter;
         json shown;
     } rows[] = {
-        {{true, false, {}, {}}, 40ms, {{"state", "reset"}, {"ramLoader", nullptr}, {"readyAfterMs", 40}}},
-        {{false, false, true, 5ms}, 40ms, {{"state", "starting"}, {"ramLoader", true}, {"readyAfterMs", 40}}},
-        {{false, true, false, {}}, 0ms, {{"state", "ready"}, {"ramLoader", false}, {"readyAfterMs", 0}}},
-        {{false, false, false, {}}, {}, {{"state", "silent"}, {"ramLoader", false}, {"readyAfterMs", nullptr}}},
+        {{true, false, {}, {}, 40ms}, {{"state", "reset"}, {"ramLoader", nullptr}, {"readyAfterMs", 40}}},
+        {{false, false, true, 5ms, 40ms}, {{"state", "starting"}, {"ramLoader", true}, {"readyAfterMs", 40}}},
+        {{false, true, false, {}, 0ms}, {{"state", "ready"}, {"ramLoader", false}, {"readyAfterMs", 0}}},
+        {{false, false, false, {}, {}}, {{"state", "silent"}, {"ramLoader", false}, {"readyAfterMs", nullptr}}},
     };
     for (const auto& row : rows) {
         control.module = row.module;
-        control.readyAfter = row.readyAfter;
 
         panel.OnModule(1ms);
 

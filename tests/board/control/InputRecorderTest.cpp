@@ -30,8 +30,7 @@ public:
     }
     std::optional<Fault> FaultOf(std::size_t) const override { return std::nullopt; }
     void SetOxboReadyAfter(std::optional<milliseconds>) override { ++calls; }
-    std::optional<milliseconds> OxboReadyAfter() const override { return milliseconds(7); }
-    ModuleState OxboState() const override { return {}; }
+    ModuleState OxboState() const override { return {.readyAfter = milliseconds(7)}; }
     void SignalProgram(int) override { ++calls; }
 
     int calls = 0;
@@ -66,7 +65,7 @@ TEST(InputRecorderTest, WritesEachStepWithItsTimeFromTheProgramsStart) {
                                 "at 1500000us send USR1\n"
                                 "wait 100000us\n");
     EXPECT_EQ(control.calls, 5);
-    EXPECT_EQ(recorder.OxboReadyAfter(), milliseconds(7));
+    EXPECT_EQ(recorder.OxboState().readyAfter, milliseconds(7));
 }
 
 TEST(InputRecorderTest, SaysThatTheDiskIsFull) {

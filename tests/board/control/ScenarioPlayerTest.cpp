@@ -32,7 +32,6 @@ public:
     }
     std::optional<Fault> FaultOf(std::size_t) const override { return std::nullopt; }
     void SetOxboReadyAfter(std::optional<milliseconds>) override {}
-    std::optional<milliseconds> OxboReadyAfter() const override { return std::nullopt; }
     ModuleState OxboState() const override { return {}; }
     void SignalProgram(int signal) override { Put("signal " + std::to_string(signal)); }
 

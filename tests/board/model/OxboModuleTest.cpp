@@ -139,7 +139,7 @@ TEST_F(OxboModuleTest, TakesAnotherTimeWhileItStarts) {
     module->Run(22ms);
 
     EXPECT_EQ(log, "OXBO_IRQ_N 0 ");
-    EXPECT_EQ(module->ReadyAfter(), 5ms);
+    EXPECT_EQ(module->State().readyAfter, 5ms);
     EXPECT_EQ(told, "10 starting; 20 starting until 40; 21 starting; 22 starting until 15; 22 ready; ");
 }
 

@@ -262,7 +262,6 @@ TEST_F(TerminalViewTest, ShowsTheModuleAndTheFaults) {
     control.module = {false, true, true, {}};
     EXPECT_THAT(shown(), HasSubstr("  module    \033[1mready\033[0m\n"));
     control.module = {false, false, true, {}};
-    control.readyAfter = {};
     EXPECT_THAT(shown(), HasSubstr("  module    \033[1mnever ready\033[0m\n"));
 
     control.SetFault(0, ParseFault("slow:2s"));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "board/emulated/MachineScenario.h"
+#include "board/emulated/MachineControl.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 
 using namespace VelrixBoard;
 
-TEST(MachineScenario, RefusesFaultsAndLogsWithTheirPlace) {
+TEST(MachineControl, RefusesFaultsAndLogsWithTheirPlace) {
     const std::string files = "the emulated board's value files are the real kernel's and cannot be broken; ";
     const std::string logs = "the emulated board's logs are not seen from outside; ";
     const struct {
@@ -29,7 +29,7 @@ TEST(MachineScenario, RefusesFaultsAndLogsWithTheirPlace) {
     }
 }
 
-TEST(MachineScenario, TakesWhatIsSeenFromOutside) {
+TEST(MachineControl, TakesWhatIsSeenFromOutside) {
     EXPECT_NO_THROW(RefuseWhatTheMachineCannot(
         ParseScenario("x",
                       "set OXBO_IRQ_N low\nsend TERM\nnever MS is red\nwithin 1s reboot is called\n"
