@@ -8,8 +8,8 @@
 
 namespace VelrixBoard {
 
-// Lines that wait until their reader takes them, up to a size. A piece of some that finds no room is left out as a
-// whole, with all that follow until the rest has been taken; then a line says how many these were.
+// A bounded buffer of lines for a slow reader. When it is full, drops whole pieces until the reader has emptied it, and
+// then adds a line with the number of dropped lines.
 class Backlog final {
 public:
     explicit Backlog(std::size_t mostBytes) : most(mostBytes) {}
@@ -24,7 +24,7 @@ public:
     bool IsEmpty() const { return text.empty(); }
     const std::string& Text() const { return text; }
 
-    // The first bytes have been taken.
+    // The reader has taken the first bytes.
     void Remove(std::size_t count) {
         text.erase(0, count);
         if (!text.empty() || leftOut == 0)
@@ -33,7 +33,6 @@ public:
         leftOut = 0;
     }
 
-    // All that waits is of no use any longer.
     void Clear() {
         text.clear();
         leftOut = 0;

@@ -17,8 +17,7 @@ void EventLoop::Remove(const ILoopPart& part) {
 
 void EventLoop::Round(std::optional<BoardTime> longest) {
     AwaitParts(longest);
-    // By number, since a part may add others. Only parts that are ready have a turn: each costs a system call, and a
-    // board may have to do with writes to value files alone.
+    // By index, since a part may add others. Runs only parts that are ready, since each turn costs a system call.
     const std::size_t count = parts.size();
     for (std::size_t i = 0; i < count; ++i) {
         if (parts[i] == nullptr)
@@ -29,8 +28,8 @@ void EventLoop::Round(std::optional<BoardTime> longest) {
     }
 }
 
-// The kernel looks at the descriptors one after the other. From the last part's to the first part's, so that one that
-// became ready meanwhile is not found without those that were ready before it.
+// The kernel checks the descriptors in their order. From the last part to the first: a part is then never found ready
+// without those that were ready before it.
 void EventLoop::AwaitParts(std::optional<BoardTime> longest) {
     parts.erase(std::remove(parts.begin(), parts.end(), nullptr), parts.end());
     waits.clear();

@@ -12,32 +12,28 @@
 
 namespace VelrixBoard {
 
-// Waits for all parts of a board at once, and then gives each that is ready its turn, on one thread. Parts take their
-// turns in the order in which they were added, each at most once a round, so that none starves the others.
+// Waits for all parts of a board, then runs those that are ready, on one thread: in the order in which they were added,
+// each at most once per round, so that none starves the others.
 //
-// The order holds for what happened as well: when a part finds something, all that happened before it has been seen by
-// the parts added earlier, in this round at the latest. So the end of a program, which is the business of a late part,
-// comes after everything that the program wrote.
-//
-// The loop alone asks for the time and alone waits.
+// Events keep that order: when a part handles an event, the parts added earlier have handled everything that happened
+// before. So the program's end, handled by a late part, comes after everything that the program wrote.
 class EventLoop final {
 public:
-    // Waits until one of the descriptors is ready, or that long; nothing: without a limit. The result and errno are
-    // those of ppoll, which it is outside of tests.
+    // Like ppoll, which it is outside of tests. longest: nothing is no timeout.
     using Wait = std::function<int(std::vector<pollfd>& descriptors, const std::optional<BoardTime>& longest)>;
 
     explicit EventLoop(Clock boardClock, Wait waitForParts = Poll)
         : clock(std::move(boardClock)), wait(std::move(waitForParts)) {}
 
-    // The part must outlive the loop, or be removed. Added in a round, it has its first turn in the next one; removed
-    // in a round, it gets no further turn.
+    // The part must outlive the loop, or be removed. A part added in a round runs from the next round on; a removed one
+    // does not run any more.
     void Add(ILoopPart& part) { parts.push_back(&part); }
     void Remove(const ILoopPart& part);
 
     BoardTime Now() const { return clock(); }
 
-    // Waits, at most so long, until a part is ready or its time has come, and gives the parts their turns. A signal may
-    // end the waiting early. Throws BoardError when it cannot wait.
+    // Waits until a part is ready or due, at most so long, and runs the parts. A signal may end the wait early. Throws
+    // BoardError when it cannot wait.
     void Round(std::optional<BoardTime> longest = std::nullopt);
 
 private:
@@ -47,8 +43,8 @@ private:
 
     Clock clock;
     Wait wait;
-    std::vector<ILoopPart*> parts; // null where one was removed in this round
-    std::vector<pollfd> waits;     // of the parts, the last one first
+    std::vector<ILoopPart*> parts; // null: removed in this round
+    std::vector<pollfd> waits;     // last part first
 };
 
 } // namespace VelrixBoard

@@ -17,9 +17,8 @@ namespace VelrixBoard {
 
 namespace {
 
-// More than the kernel keeps (fs.inotify.max_queued_events, 16384 events of 16 bytes and a name), so that one turn
-// takes all that came before it; but a program that writes as fast as events are read does not hold the board in this
-// loop.
+// More than the kernel queues (fs.inotify.max_queued_events, 16384 events of 16 bytes and a name), so that one turn
+// takes all earlier events; but a limit, so that a fast writer does not keep the board in this loop.
 constexpr int EVENT_READS_PER_TURN = 64;
 
 } // namespace

@@ -12,10 +12,9 @@
 
 namespace VelrixBoard {
 
-// Says when files are written. One inotify instance for a board, since a user may have only so many.
+// Reports writes to files. One inotify instance per board, since their number per user is limited.
 //
-// Several changes of one file may be told as one, and the order between files is the order of their first untold
-// change.
+// Merges several changes of one file; files are reported in the order of their first unreported change.
 class FileWatcher final {
 public:
     using Action = std::function<void()>;
@@ -28,14 +27,13 @@ public:
     // The same for a file that need not exist yet in a directory that does.
     void WatchName(const std::filesystem::path& file, Action action);
 
-    // Readable when there is something to dispatch. May change with every Dispatch.
+    // Readable when events are pending. May change with every Dispatch.
     int Descriptor() const { return again.empty() ? inotify.Get() : readable.Get(); }
 
-    // Calls the actions of everything that was written up to now, each once, in the order of the first writes.
+    // Calls the action of each file written since, once, in the order of the first writes.
     void Dispatch();
 
-    // For an action that leaves some of its work: the next Dispatch calls it again, and Descriptor is readable until
-    // then.
+    // For an action with work left: the next Dispatch calls it again, and Descriptor is readable until then.
     void CallAgain() { again.push_back(current); }
 
 private:

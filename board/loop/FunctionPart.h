@@ -8,16 +8,16 @@
 
 namespace VelrixBoard {
 
-// A part of a loop made of functions, for what is too little for a class.
+// A part of a loop made of functions.
 class FunctionPart final : public ILoopPart {
 public:
     using Action = std::function<void(BoardTime now)>;
 
-    // Has its turn when the descriptor, which is asked for in each round, is readable.
+    // Runs when the descriptor is readable; asks for it in each round.
     FunctionPart(std::function<int()> ownDescriptor, Action ownAction)
         : descriptor(std::move(ownDescriptor)), action(std::move(ownAction)) {}
 
-    // Has its turn in every round.
+    // Runs in every round.
     explicit FunctionPart(Action ownAction) : action(std::move(ownAction)) {}
 
     int Descriptor() const override { return descriptor ? descriptor() : -1; }

@@ -5,14 +5,14 @@
 
 namespace VelrixBoard {
 
-// Where the board writes text for its user. Writing never waits for who reads it.
+// The board's output for its user. Writing never waits for the reader.
 class ITextOutput {
 public:
     virtual ~ITextOutput() = default;
 
     virtual void Write(std::string_view text) = 0;
 
-    // Whether all of it has gone to the reader. Who can say the latest instead of everything writes only then.
+    // Whether the reader has everything. A writer that only needs to show the latest state writes only then.
     virtual bool IsWritten() const = 0;
 };
 

@@ -7,10 +7,10 @@
 
 namespace VelrixBoard {
 
-// What this process did on signals before the board changed it: the program on the board gets that back.
+// The signal dispositions and mask of this process before the board changed them; restored for the program.
 class SavedSignals final {
 public:
-    // Those that a board ignores or handles; the mask is kept as well.
+    // The signals that a board ignores or handles.
     static constexpr std::array<int, 4> NUMBERS = {SIGXFSZ, SIGPIPE, SIGTERM, SIGALRM};
 
     SavedSignals() {

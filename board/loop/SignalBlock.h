@@ -6,9 +6,8 @@
 
 namespace VelrixBoard {
 
-// Holds back signals from now on, so that a loop can read them. They stay held back when the object goes: one that
-// comes too late for the program must not end the command before it said how the program ended. Those that StopSignals
-// handles are not for this.
+// Blocks signals, so that a loop can read them from a signalfd. Never unblocks them: a late one must not end the
+// command before it reports how the program ended. Not for the signals of StopSignals.
 class SignalBlock final {
 public:
     SignalBlock(std::initializer_list<int> signals) {

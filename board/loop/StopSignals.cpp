@@ -28,8 +28,7 @@ using std::chrono::milliseconds;
 enum class Stage { QUIET, ASKED, LAST_WORD };
 enum class Cause { SECOND, UNANSWERED, GRACE };
 
-// What the handlers use. They may interrupt any thread anywhere, and each other on another thread, so nothing here
-// takes a lock.
+// State of the handlers. They may interrupt any thread, and run on several threads at once, so it is lock-free.
 std::atomic<const char*> command{""};
 std::atomic<int> wakeDescriptor{-1};
 std::atomic<Stage> stage{Stage::QUIET};
@@ -53,7 +52,7 @@ long long NowMs() {
     return now.tv_sec * 1000LL + now.tv_nsec / 1'000'000;
 }
 
-// Has SIGALRM come when the stage wants it; another thread's handler may go on to the next one meanwhile.
+// Arms SIGALRM for the stage's deadline. Race: another thread's handler may change the stage meanwhile.
 void SetTimer() {
     Stage current = stage;
     Stage before;
@@ -73,7 +72,7 @@ void Want(Request request) {
     SetTimer();
 }
 
-// Once: the first reason sets the limit.
+// Only the first reason counts.
 void Kill(Cause why, milliseconds limit) {
     long long none = 0;
     if (stage != Stage::ASKED || !forceDue.compare_exchange_strong(none, NowMs() + limit.count()))
@@ -114,7 +113,7 @@ void EndAtOnce() {
     std::strncat(text.data(), command, 32);
     std::strcat(text.data(), ": did not end in time after a signal; ends with all that runs on the board\n");
     SayWithoutWaiting(text.data());
-    // Of SIGQUIT, which there is nothing to learn from.
+    // SIGQUIT would dump a useless core.
     const rlimit none{0, 0};
     ::setrlimit(RLIMIT_CORE, &none);
     ::signal(lastSignal, SIG_DFL);

@@ -19,9 +19,8 @@ namespace {
 
 constexpr int FLAGS = O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
-// O_NONBLOCK belongs to the open file, which the stream shares with the program and the shell, so the board opens the
-// stream another time. A terminal of another user, as after su, cannot be opened by its name, but by that of the
-// controlling terminal.
+// O_NONBLOCK belongs to the open file description, which the program and the shell share, so the board opens the stream
+// again. A terminal of another user, as after su, can only be opened as the controlling terminal.
 FileDescriptor OpenAgain(int stream, const struct stat& status) {
     FileDescriptor again(::open(("/proc/self/fd/" + std::to_string(stream)).c_str(), FLAGS));
     if (again || !S_ISCHR(status.st_mode))
@@ -40,7 +39,7 @@ StreamWriter::StreamWriter(int openStream) : stream(openStream) {
     if (::fstat(stream, &status) != 0)
         return;
     isSocket = S_ISSOCK(status.st_mode);
-    // A regular file has room or fails; opened another time, it would be written from its beginning.
+    // A regular file never blocks; opened again, it would be overwritten from its beginning.
     if (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode)) {
         own = OpenAgain(stream, status);
         canBlock = !own;
@@ -93,7 +92,7 @@ ssize_t StreamWriter::WriteSome() const {
         return ::write(own.Get(), text.data(), text.size());
     if (!canBlock)
         return ::write(stream, text.data(), text.size());
-    // A pipe of another user, as behind sudo: one that poll finds room in takes so much at once.
+    // A pipe of another user, as behind sudo: when poll reports room, it takes PIPE_BUF bytes without blocking.
     pollfd room{stream, POLLOUT, 0};
     if (::poll(&room, 1, 0) == 1)
         return ::write(stream, text.data(), std::min<std::size_t>(text.size(), PIPE_BUF));

@@ -12,17 +12,15 @@
 
 namespace VelrixBoard {
 
-// Writes to an open stream, such as the terminal on standard error, without ever waiting for its reader: text that
-// finds no room is kept and written by the loop when there is some. The stream itself stays as it is, since the program
-// and the shell share it. What a stream refuses for good, as a pipe without a reader does, is dropped.
+// Writes to an open stream, such as the terminal on standard error, without waiting for its reader: the loop writes the
+// rest when there is room. Does not change the stream's flags, which the program and the shell share. Drops the text
+// when the stream fails, like a pipe without a reader.
 class StreamWriter final : public ITextOutput, public ILoopPart {
 public:
-    // What is kept for a reader that does not read: some ten thousand lines, for one that only is slower now and then
-    // than a program that changes lines and writes logs without end.
+    // Buffer limit: some ten thousand lines, for a reader that is sometimes slower than the program.
     static constexpr std::size_t MOST_WAITING = std::size_t{4} * 1024 * 1024;
 
-    // How long Finish waits for a reader that takes nothing at all: time to read a page and to come back to a terminal
-    // that was stopped, but not for ever.
+    // Timeout of Finish for a reader that takes nothing: enough to read a page, or to come back to a stopped terminal.
     static constexpr std::chrono::minutes READER_LIMIT{10};
 
     explicit StreamWriter(int openStream);
@@ -33,26 +31,25 @@ public:
     int Descriptor() const override;
     bool AwaitsRoom() const override { return true; }
 
-    // Writes once.
     void Run(BoardTime now) override;
 
-    // Whoever may end the waiting for a reader. isStopped is asked before each wait and when one of the descriptors is
-    // readable; once it says yes, only what finds room is written.
+    // Ends the wait for a reader. Finish calls isStopped before each wait and when one of the descriptors is readable;
+    // once it returns true, Finish writes only what finds room.
     struct Patience {
         std::vector<int> descriptors;
         std::function<bool()> isStopped;
     };
 
-    // Waits until all is written. False when the reader had READER_LIMIT, or the user has no patience.
+    // Waits until all is written. False on a timeout, or when stopped.
     bool Finish(const Patience& patience);
 
 private:
     ssize_t WriteSome() const;
 
     const int stream;
-    FileDescriptor own; // the same stream as an open file that does not block; none where that is not possible
+    FileDescriptor own; // the stream opened again without blocking, if possible
     bool isSocket = false;
-    bool canBlock = false; // and there is no other way to it
+    bool canBlock = false; // and cannot be opened again
     Backlog waiting{MOST_WAITING};
 };
 

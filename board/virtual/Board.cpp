@@ -33,17 +33,15 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The signals that other processes send to this one and that are meant for its program. For as long as it lives they
-// are held back, for the loop or for the next program.
+// Forwards signals from other processes to the program. Blocks them while it exists.
 class PassedSignals final : public ILoopPart {
 public:
     PassedSignals(ProgramLife& programLife, UserOutput& userOutput) : life(programLife), user(userOutput) {}
 
     int Descriptor() const override { return life.TakesSignals() ? file.Get() : -1; }
 
-    // The terminal sends its signals to all of the foreground group, hence to the program as well; it gets only those
-    // that were meant for this process alone. A hang-up goes to the leader of the session alone, which this process may
-    // be.
+    // The terminal signals the whole foreground group, so the program has its signals already; except a hang-up, which
+    // only the session leader gets, and this process may be that.
     void Run(BoardTime now) override {
         for (const signalfd_siginfo& signal : Read()) {
             const auto number = static_cast<int>(signal.ssi_signo);
@@ -54,8 +52,7 @@ public:
         }
     }
 
-    // When only the rest of the output is left to wait for: becomes readable, and whether one has come that asks the
-    // board to end.
+    // For the wait for the rest of the output: a descriptor, and whether a signal asks the board to end.
     int Waiting() const { return file.Get(); }
     bool AskToEnd() const {
         const std::vector<signalfd_siginfo> waiting = Read();
@@ -77,7 +74,7 @@ private:
     const FileDescriptor file{::signalfd(-1, &signals.Blocked(), SFD_CLOEXEC | SFD_NONBLOCK)};
 };
 
-// One running board: everything outside of its namespaces, in one thread around one loop.
+// One running board: everything outside its namespaces, on one thread with one loop.
 class Board final : private IProgramHost {
 public:
     Board(const BoardOptions& options, RunDirectory directory, const SavedSignals& savedSignals,
@@ -96,7 +93,7 @@ public:
         PassedSignals signals(life, parts.User());
         const bool hasOwnNumbers = Fork(program);
         parts.User().OnForked();
-        // After the fork, which one thread alone may make, and before the program can change anything.
+        // May start threads: after the fork. And before the program can change anything.
         parts.Attach();
         Order(InitOrder::BEGIN);
 
@@ -118,7 +115,7 @@ public:
     }
 
 private:
-    // Makes process 1, which waits for its order to begin. Whether it is that by number as well.
+    // Forks process 1, which waits for its order to begin. Returns whether it has a pid namespace.
     bool Fork(const Program& program) {
         std::array<int, 2> pair{};
         if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair.data()) != 0)
@@ -127,10 +124,10 @@ private:
         FileDescriptor farEnd(pair[1]);
         InitPlan plan = parts.Entry().Plan(parts.Placements());
         plan.restoreSignals = [this] { saved.Restore(); };
-        // What process 1 leaves behind, should it be killed, comes to this process.
+        // If process 1 is killed, its children become children of this process.
         ::prctl(PR_SET_CHILD_SUBREAPER, 1);
 
-        // The handlers of StopSignals are for this process alone.
+        // The child must not run the handlers of StopSignals.
         sigset_t termination, before;
         sigemptyset(&termination);
         sigaddset(&termination, SIGTERM);
@@ -144,13 +141,13 @@ private:
         return plan.hasOwnNumbers;
     }
 
-    // Serves the board until process 1 is gone; gives the wait status of that.
+    // Serves the board until process 1 is gone; returns its wait status.
     int Serve(PassedSignals& signals) {
         bool isThere = true;
         FunctionPart stopPart([this] { return stop.Descriptor(); }, [this](BoardTime) { EndOnRequest(); });
         FunctionPart initPart([this] { return initSocket.Get(); }, [&](BoardTime) { isThere = Receive(); });
         parts.AddTo(loop);
-        // What becomes of the program comes after all that it did.
+        // The program's end comes after everything that it did.
         loop.Add(signals);
         loop.Add(stopPart);
         loop.Add(initPart);
@@ -162,7 +159,7 @@ private:
         return status;
     }
 
-    // By SIGTERM. A program that is not there yet gets it when it is; after the program there is nobody to wait for.
+    // A program that has not started gets SIGTERM when it does; after its end there is nothing to wait for.
     void EndOnRequest() {
         const StopSignals::Request request = stop.Take();
         if (request == StopSignals::Request::NONE)
@@ -210,7 +207,7 @@ private:
 int RunBoard(const BoardOptions& options, const Program& program) {
     try {
         const SavedSignals saved;
-        // A file that may not grow, and a reader that is gone, fail a write; the board has to see that, not to die.
+        // Writes to a full file or without a reader must fail, not kill the board.
         ::signal(SIGXFSZ, SIG_IGN);
         ::signal(SIGPIPE, SIG_IGN);
         StopSignals stop("velrix-board", {SIGTERM});
@@ -226,7 +223,7 @@ void EndAs(int waitStatus) {
     if (!WIFSIGNALED(waitStatus))
         std::exit(WEXITSTATUS(waitStatus));
     const int signal = WTERMSIG(waitStatus);
-    // One core file, the program's, is enough.
+    // The program has dumped its core already.
     const rlimit none{0, 0};
     ::setrlimit(RLIMIT_CORE, &none);
     std::signal(signal, SIG_DFL);

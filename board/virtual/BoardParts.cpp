@@ -20,7 +20,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The file that the program finds, as the board was given it.
 const std::optional<fs::path>& CopySettings(const std::optional<fs::path>& from, const fs::path& to) {
     if (!from)
         return from;
@@ -86,7 +85,7 @@ std::unique_ptr<IBoardEntry> BoardParts::MakeEntry() {
     return std::make_unique<PreloadEntry>(state, files, layout, options.asRoot, before, actions.rebootBySystemCall);
 }
 
-// Those who watch and operate the board on behalf of its user.
+// The user's observers and controls of the board.
 void BoardParts::MakeWatchers() {
     if (options.timeline) {
         timeline.emplace(*options.timeline, state);
@@ -96,7 +95,7 @@ void BoardParts::MakeWatchers() {
         inputs.emplace(*options.recording, state, *this, clock);
         state.Add(*inputs);
     }
-    // After the recorder, which writes down what comes by it.
+    // After the recorder, which records its commands.
     control.emplace(layout.Control(), state, Control(), [this](const std::string& text) { user.Say(text); });
     if (options.scenario.file) {
         player.emplace(options.scenario, state, Control());
@@ -131,7 +130,7 @@ void BoardParts::Attach() {
 }
 
 void BoardParts::AddTo(EventLoop& loop) {
-    // Requests to slow files are answered after those of the program that came meanwhile.
+    // Slow requests are answered after the program's newer ones.
     loop.Add(*entry);
     loop.Add(files);
     loop.Add(oxbo);
@@ -153,7 +152,7 @@ void BoardParts::TellRecords() {
     watcher.Dispatch();
 }
 
-// In several turns where there is much.
+// Long logs take several turns.
 void BoardParts::ReadOn(LogTail& log) {
     if (log.Read())
         watcher.CallAgain();
@@ -165,7 +164,7 @@ void BoardParts::DriveInput(std::size_t signal, bool level) {
     files.DriveInput(signal, level);
 }
 
-// A line that the user set is the user's.
+// The module does not drive lines that the user set.
 void BoardParts::DriveForModule(std::size_t signal, bool level) {
     if (options.levels.count(state.Name(signal)) == 0)
         files.DriveInput(signal, level);

@@ -27,19 +27,17 @@
 
 namespace VelrixBoard {
 
-// All that a private board is made of but its program, made from the board's options: the device, what drives and
-// watches it, and the way onto it.
+// The parts of a private board, except its program, made from the board's options.
 class BoardParts final : public IBoardControl {
 public:
-    // What the parts have to do with the program.
+    // The parts' actions on the program.
     struct ProgramActions {
         std::function<void(int signal)> signal;
         std::function<void(std::string_view call)> reboot;
         std::function<void(bool restart)> rebootBySystemCall;
     };
 
-    // The parts get their time from the loop. Throws BoardError, ScenarioError or TimelineError when the board cannot
-    // be made.
+    // Throws BoardError, ScenarioError or TimelineError when the board cannot be made.
     BoardParts(const BoardOptions& boardOptions, RunDirectory runDirectory, const EventLoop& loop,
                ProgramActions programActions);
 
@@ -48,34 +46,34 @@ public:
     const std::vector<Placement>& Placements() const { return placements; }
     UserOutput& User() { return user; }
 
-    // Shows the board, if that is asked for; the program's output may go there then.
+    // Shows the board if the options say so; may redirect the program's output to the view.
     void Show(Program& program);
 
-    // Makes what is attached, which may start threads.
+    // Makes the attachments, which may start threads.
     void Attach();
 
-    // In the order of their turns: what is attached must have been made.
+    // Adds the parts in the order of their turns, after Attach.
     void AddTo(EventLoop& loop);
 
-    // What the program recorded by other ways than value files.
+    // Reports what the program did other than by value files.
     void TellRecords();
 
-    // All that was waiting has been told.
+    // Reports that all pending events were delivered.
     void Settle() { state.Tell(&BoardObserver::OnSettled, clock()); }
 
-    // All lines and LEDs as they are when the board's power comes; outputs first, which the module answers to.
+    // Resets all lines and LEDs; outputs first, since the module reacts to them.
     void PowerUp();
 
     void RecordSystemCall(bool restart) const;
 
-    // The rest of the web log and of the output, at the pace of who reads it, and until the user does not want more.
+    // Writes the rest of the web log and of the output at the reader's pace, until the user stops it.
     void FinishOutput(const StreamWriter::Patience& patience);
 
-    // What nobody needs any more. A script that writes into the control pipe later would wait for ever.
+    // Removes temporary files; a later writer to the control pipe would block for ever.
     void RemoveOwnFiles() const;
 
-    // The run is over: ends the records. Gives the command's exit code where a scenario judges the run. Throws
-    // TimelineError or BoardError when one could not be written to its end.
+    // Completes the records after the run. Returns the exit code if a scenario judges the run. Throws TimelineError or
+    // BoardError when a record could not be completed.
     std::optional<int> Finish();
 
 private:
@@ -94,7 +92,7 @@ private:
     void DriveForModule(std::size_t signal, bool level);
     void ReadOn(LogTail& log);
 
-    // For whoever does something to the board on behalf of its user: what they do can be recorded.
+    // The control for the user's actions, which may be recorded.
     IBoardControl& Control() { return inputs ? static_cast<IBoardControl&>(*inputs) : *this; }
 
     const BoardOptions& options;
@@ -122,7 +120,7 @@ private:
     FunctionPart settlePart;
     std::vector<Placement> placements;
 
-    // Last, since its members use all of the board until they go.
+    // Last, since the attachments use all other members.
     std::vector<std::unique_ptr<IBoardAttachment>> attachments;
 };
 

@@ -24,7 +24,7 @@ bool IsDeviceDirectory(const fs::path& path) {
     return std::find(directories.begin(), directories.end(), path) != directories.end();
 }
 
-// The board is made from the run directory, which has to stay in sight meanwhile.
+// The board is built from the run directory, so no placement may hide it.
 void RequireInSight(const fs::path& runDirectory, const std::vector<Placement>& placements) {
     const fs::path directory = fs::canonical(runDirectory);
     for (const Placement& place : placements) {
@@ -35,7 +35,7 @@ void RequireInSight(const fs::path& runDirectory, const std::vector<Placement>& 
     }
 }
 
-// The machine's: whoever opens one and ends restarts the machine.
+// Of the machine, which restarts if a program opens one and ends.
 std::vector<fs::path> Watchdogs() {
     std::vector<fs::path> found;
     std::error_code error;
@@ -53,8 +53,8 @@ fs::path OwnProgram() {
     return program;
 }
 
-// A web log outside of the board's directories is a file of the board's too. In a directory that the machine does not
-// have, it is the directory, so that the program makes the file, as it does on the device.
+// Places a web log outside the board's directories. If its directory is missing on the machine, places the directory,
+// so that the program creates the file, as on the device.
 void PlaceWebLog(const BoardModel& model, const BoardLayout& layout, std::vector<Placement>& result) {
     const fs::path inside = fs::path(model.WebLogFile()).lexically_normal();
     if (!CanKeepWebLog(model) || BoardLayout::IsInDirectories(inside))
@@ -86,7 +86,7 @@ void RequireKnownPaths(const BoardOptions& options, const BoardLayout& layout, c
 bool CanKeepWebLog(const BoardModel& model) {
     const fs::path inside = fs::path(model.WebLogFile()).lexically_normal();
     std::error_code error;
-    // Among the value files nothing can be made.
+    // Nothing can be created among the value files.
     return inside.is_absolute() && !fs::is_character_file(inside, error) && !DeviceTree::IsInDirectories(inside);
 }
 

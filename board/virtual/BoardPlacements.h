@@ -11,15 +11,14 @@
 
 namespace VelrixBoard {
 
-// Throws BoardError for a name to leave out that the board does not have.
+// Throws BoardError for an unknown path in options.without.
 void RequireKnownPaths(const BoardOptions& options, const BoardLayout& layout, const BoardState& state);
 
-// Whether the web log of this model is a file that the board can keep outside.
+// Whether the web log can be a file in the run directory.
 bool CanKeepWebLog(const BoardModel& model);
 
-// What the programs of a board find in place of the machine's names. Makes the files and directories outside; the
-// socket of the system log must be there: a socket bound later would be another file than the one that is put in place.
-// Throws BoardError for a run directory that would be out of sight.
+// All names of the board that replace the machine's. Creates their files and directories; the system log's socket must
+// exist already, since binding creates a new file. Throws BoardError if a placement would hide the run directory.
 std::vector<Placement> MakePlacements(const BoardOptions& options, const BoardLayout& layout, const BoardState& state,
                                       const DeviceTree& tree);
 

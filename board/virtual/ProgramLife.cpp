@@ -45,7 +45,7 @@ void ProgramLife::OnEnded(int waitStatus) {
 }
 
 void ProgramLife::OnDown() {
-    // Process 1 reaped the program among all others that it killed.
+    // Process 1 killed the program and reaped it with all others.
     if (isKilled && !endStatus)
         OnEnded(W_EXITCODE(0, SIGKILL));
     if (reboot != Effect::RESTART || isRebootedBySystemCall || isToldToEnd || !restartsAfterReboot) {
@@ -78,7 +78,7 @@ void ProgramLife::KillAll(const std::string& reason) {
         return;
     host.Say(endStatus ? "kills what the program left running (SIGTERM)"
                        : "kills all that runs on the board (" + reason + ")");
-    // Process 1 takes orders while there is a program.
+    // Process 1 takes orders only while there is a program.
     if (TakesSignals())
         host.Order(InitOrder::KILL_ALL);
     else
@@ -101,7 +101,7 @@ void ProgramLife::RebootBySystemCall(bool restart) {
     host.Order(InitOrder::KILL_ALL);
 }
 
-// A program that the reboot ended, which it asked for, has come to a good end.
+// A program that is ended by its own reboot counts as successful.
 int ProgramLife::AfterReboot(int waitStatus) const {
     const bool byReboot =
         WIFSIGNALED(waitStatus) && (WTERMSIG(waitStatus) == SIGTERM || WTERMSIG(waitStatus) == SIGKILL);
@@ -116,8 +116,8 @@ void ProgramLife::RequireBoard() const {
 int ProgramLife::Status(int initStatus) const {
     if (endStatus)
         return *endStatus;
-    // Process 1 went before the program did. The reboot system call ends a namespace that way, with a signal that tells
-    // a restart from a halt; the program asked for it, so that counts as a good end.
+    // Process 1 ended before the program. The reboot system call does that to a namespace, with SIGHUP for a restart
+    // and SIGINT for a halt; the program called it, so it counts as successful.
     if (isRebootedBySystemCall)
         return 0;
     if (isKilled)

@@ -12,71 +12,67 @@
 
 namespace VelrixBoard {
 
-// What the life of a program acts on.
+// The actions of ProgramLife.
 class IProgramHost {
 public:
     virtual ~IProgramHost() = default;
 
     virtual void Order(InitOrder order) = 0; // to process 1
-    virtual void KillInit() = 0;             // and with it all that runs on the board
+    virtual void KillInit() = 0;             // and everything on the board
     virtual void Signal(int number) = 0;     // to the program
     virtual void PowerUp() = 0;
     virtual void RecordSystemCall(bool restart) = 0;
     virtual void Say(const std::string& what) = 0;
 };
 
-// The life of the program on a board, from what process 1 tells, from calls for a reboot and from signals that ask the
-// board to end:
+// The program's life as a state machine, driven by messages of process 1, reboot calls, and requests to end:
 //
 //                     STARTED            ENDED            DOWN
 //     NOT_STARTED  ----------> RUNNING  -------> ENDED  --------> DOWN
 //     RESTARTING   ---------->   |                 |
-//          ^                     | DOWN            | DOWN, after a call for a restart on a board that does so
+//          ^                     | DOWN            | DOWN, after a call for a restart, if enabled
 //          +---------------------+-----------------+
 //
-// The program runs in RUNNING alone; in ENDED what it left may still run; in NOT_STARTED and RESTARTING process 1 is
-// about to start it; in DOWN nothing runs any more, and process 1 leaves. That goes without a word, whatever the state,
-// when it is killed or a program on its board makes the reboot system call.
+// The program runs only in RUNNING; in ENDED its leftover processes may run; in NOT_STARTED and RESTARTING process 1 is
+// about to start it; in DOWN nothing runs, and process 1 exits. Process 1 ends without a message, in any state, when it
+// is killed or a program makes the reboot system call.
 class ProgramLife final {
 public:
     enum class State { NOT_STARTED, RUNNING, ENDED, RESTARTING, DOWN };
 
-    // restarts: after a call for a restart the program is run again.
+    // restarts: run the program again after a call for a restart.
     ProgramLife(IProgramHost& programHost, const BoardState& boardState, Clock boardClock, bool restarts)
         : host(programHost), state(boardState), clock(std::move(boardClock)), restartsAfterReboot(restarts) {}
 
     State Current() const { return current; }
 
-    // There is a program that signals can be kept for, or one that has just ended. Others wait for the next one.
+    // Whether to read pending signals; in other states they wait for the next program.
     bool TakesSignals() const { return current == State::RUNNING || current == State::ENDED; }
 
-    // The program has ended and is not run again, as far as is known.
+    // The program has ended and no restart is known.
     bool HasEnded() const { return endStatus.has_value(); }
     bool IsKilled() const { return isKilled; }
 
     void Obey(const InitMessage& message);
 
-    // The program gets the signal while it runs.
+    // Signals the program if it runs.
     void Signal(int number);
 
-    // A signal asks this board to end: the program gets SIGTERM, at the latest when it is started, and is not run
-    // again. With atOnce, and when there is only what the program left, everything is killed; the reason is for the
-    // user.
+    // Ends the board: sends the program SIGTERM, if need be when it starts, and does not restart it. With atOnce, and
+    // after the program's end, kills everything; the reason is for the user.
     void End(bool atOnce, const std::string& reason);
 
-    // A call of one of the reboot commands: all that runs is ended. Those after the first that means something are
-    // recorded only.
+    // A reboot command was called: ends everything. Later calls are only recorded.
     void Reboot(std::string_view call);
 
-    // A program made the reboot system call, seen by the preloaded library: everything on the board ends at once, and
-    // the board with it.
+    // A program made the reboot system call, seen by the preloaded library: kills everything and ends the board.
     void RebootBySystemCall(bool restart);
 
-    // Throws BoardError where process 1 could not make the board.
+    // Throws BoardError if process 1 could not set up the board.
     void RequireBoard() const;
 
-    // When process 1 is gone: the program's wait status, 0 where a reboot that it called for ended it. Throws
-    // BoardError when the program did not run or process 1 had no reason to go.
+    // The program's wait status, after the end of process 1; 0 if its own reboot ended it. Throws BoardError if the
+    // program did not run or process 1 ended unexpectedly.
     int Status(int initStatus) const;
 
 private:
@@ -91,7 +87,7 @@ private:
     const Clock clock;
     const bool restartsAfterReboot;
     State current = State::NOT_STARTED;
-    RebootStub::Effect reboot = RebootStub::Effect::NONE; // that was called for since the program was started
+    RebootStub::Effect reboot = RebootStub::Effect::NONE; // called since the program's start
     bool isRebootedBySystemCall = false;
     bool isToldToEnd = false; // by a signal to this process
     bool isKilled = false;

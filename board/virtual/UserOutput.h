@@ -16,27 +16,26 @@
 
 namespace VelrixBoard {
 
-// All that a running board shows and says on standard error. Nothing here waits for whoever reads it until the end.
+// A running board's output on standard error. Only Finish and AwaitReader wait for the reader.
 class UserOutput final {
 public:
-    // A line.
+    // Prints a line.
     void Say(const std::string& what);
 
-    // Shows the board from now on, in colour and with the program's output above it where standard error is a terminal:
-    // the program then gets a pipe. Throws BoardError.
+    // Shows the board from now on. On a terminal in colour, with the program's output above it: the program then gets a
+    // pipe. Throws BoardError.
     void Show(BoardState& state, const IBoardControl& control, Program& program, BoardTime now);
 
-    // Process 1 has the program's end of the pipe.
+    // Process 1 has inherited the program's end of the pipe.
     void OnForked();
 
-    // For the loop.
     std::vector<ILoopPart*> Parts();
     void OnResize(BoardTime now);
 
-    // Waits until what was written so far is read, as StreamWriter::Finish does.
+    // Waits until the reader has everything written so far, like StreamWriter::Finish.
     bool AwaitReader(const StreamWriter::Patience& patience) { return errors.Finish(patience); }
 
-    // The same for the rest of the program's output and the last picture.
+    // Writes the rest of the program's output and the last picture, and waits likewise.
     void Finish(const Clock& clock, const StreamWriter::Patience& patience);
 
 private:
