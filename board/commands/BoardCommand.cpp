@@ -27,7 +27,7 @@ constexpr const char* FOOTER =
 const std::map<std::string, Isolation> ISOLATIONS = {
     {"auto", Isolation::AUTO}, {"namespaces", Isolation::NAMESPACES}, {"preload", Isolation::PRELOAD}};
 
-// With no slash at the end, which completion of directories leaves there.
+// Without the trailing slash of a shell's completion.
 std::filesystem::path NormalPath(const std::string& text) {
     const std::filesystem::path path = std::filesystem::path(text).lexically_normal();
     return path.has_filename() ? path : path.parent_path();
@@ -124,7 +124,7 @@ int Run(const BoardOptions& options, const std::vector<std::string>& command) {
     EndAs(status);
 }
 
-// Does not return where the program on the board ended by a signal.
+// Does not return if a signal ended the program.
 int RunCommand(int argc, char** argv) {
     BoardOptions runOptions;
     BoardOptions recordOptions;
@@ -133,16 +133,16 @@ int RunCommand(int argc, char** argv) {
     app.footer(FOOTER);
     app.require_subcommand(1);
     app.failure_message(RefusalText);
-    CLI::App* run = app.add_subcommand(
-        "run", "Run a program on a board of its own: velrix-board run [OPTIONS] -- PROGRAM [ARG...]");
+    CLI::App* run =
+        app.add_subcommand("run", "Run a program on a private board: velrix-board run [OPTIONS] -- PROGRAM [ARG...]");
     AddRunOptions(*run, runOptions);
     const PanelOptions runPanel(*run);
     CLI::App* record =
-        app.add_subcommand("record", "Run a program and write down what is done to its board, to be played "
-                                     "again with run --scenario: velrix-board record FILE [OPTIONS] -- "
-                                     "PROGRAM [ARG...]");
+        app.add_subcommand("record", "Run a program and record what is done to its board, for run --scenario: "
+                                     "velrix-board record FILE [OPTIONS] -- PROGRAM [ARG...]");
     AddRunOptions(*record, recordOptions);
-    record->add_option("FILE", recordOptions.recording, "Gets what is done to the board, as a scenario")->required();
+    record->add_option("FILE", recordOptions.recording, "The file for what is done to the board, as a scenario")
+        ->required();
     const PanelOptions recordPanel(*record);
     const DiffCommand diff(app);
     try {

@@ -83,15 +83,15 @@ std::string RefusalText(const CLI::App* app, const CLI::Error& error) {
     else if (!rest.empty() && command->get_option_no_throw(SET) == nullptr)
         what = "\"" + rest.front() + "\" is one too many";
     else if (!rest.empty())
-        what = "\"" + rest.front() + "\" is no option; a program stands behind --, as in " + called + " -- " +
-               rest.front();
+        what =
+            "\"" + rest.front() + "\" is no option; give the program after --, as in " + called + " -- " + rest.front();
     return app->get_name() + ": " + what + "\n\"" + called + " --help\" says what can be given.\n";
 }
 
 void RequireProgram(const CLI::App& app, const std::vector<std::string>& program) {
     if (program.empty())
-        throw CLI::ParseError(
-            "the program is missing; it stands behind --, as in " + app.get_name() + " run -- PROGRAM", BOARD_FAILED);
+        throw CLI::ParseError("the program is missing; give it after --, as in " + app.get_name() + " run -- PROGRAM",
+                              BOARD_FAILED);
 }
 
 void TakeOneValueEach(CLI::App& command) {

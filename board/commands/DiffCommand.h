@@ -11,18 +11,18 @@ class App;
 
 namespace VelrixBoard {
 
-// "velrix-board diff A.vcd B.vcd": where two recorded runs differ.
+// The command "velrix-board diff A.vcd B.vcd".
 class DiffCommand final {
 public:
-    // Adds the subcommand, which fills this object when the arguments are parsed.
+    // Adds the subcommand, which sets this object when the arguments are parsed.
     explicit DiffCommand(CLI::App& app);
     DiffCommand(const DiffCommand&) = delete;
     DiffCommand& operator=(const DiffCommand&) = delete;
 
     bool IsGiven() const;
 
-    // Prints the differences, a line each. 0 where there are none, 1 where there are some. Throws TimelineError for a
-    // file that cannot be read.
+    // Prints the differences, one per line. Returns 0 if there are none, else 1. Throws TimelineError when a file
+    // cannot be read.
     int Run() const;
 
 private:

@@ -48,7 +48,7 @@ struct EmulatorOptions {
     std::vector<std::string> command;
 };
 
-// What the exit code does not say; empty where it says all.
+// A message if the exit code does not say everything.
 std::string RemarkOn(MachineResult::Why why, const StopSignals& stop) {
     switch (why) {
     case MachineResult::Why::RESTARTED:
@@ -63,7 +63,7 @@ std::string RemarkOn(MachineResult::Why why, const StopSignals& stop) {
     return {};
 }
 
-// Where the program prints to, at the pace of who reads it.
+// The program's output, at the reader's pace.
 class ProgramStreams final {
 public:
     void AddTo(MachineProgram& program) {
@@ -74,7 +74,7 @@ public:
         program.parts.push_back(&errors);
     }
 
-    // The rest, until the user wants to wait no longer.
+    // Writes the rest, until the user stops it.
     void Finish(StopSignals& stop, int signalFile) {
         const StreamWriter::Patience patience{{stop.Descriptor(), signalFile}, [&] {
                                                   pollfd signal{signalFile, POLLIN, 0};
@@ -87,14 +87,14 @@ public:
     void Say(const std::string& what) { errors.Write("velrix-emulator: " + what + "\n"); }
 
 private:
-    // Both take in more than a program prints at its very end.
+    // Each buffers more than a program's last output.
     static_assert(MachineProgram::MOST_AT_END * 2 < StreamWriter::MOST_WAITING);
 
     StreamWriter output{STDOUT_FILENO};
     StreamWriter errors{STDERR_FILENO};
 };
 
-// What the machine finds beside its image. A program that is a file here is among it; the words then name that.
+// The machine's files besides its image. Adds the program if it is a file here, and makes its path absolute.
 CpioArchive FilesFor(const EmulatorOptions& options, const GpioLines& lines, std::vector<std::string>& words) {
     CpioArchive files;
     lines.AddLinks(files);
@@ -102,7 +102,7 @@ CpioArchive FilesFor(const EmulatorOptions& options, const GpioLines& lines, std
         files.AddFile("/etc/velrix.conf", *options.settings);
     for (const std::filesystem::path& copy : options.copies)
         files.AddTree(std::filesystem::absolute(copy).lexically_normal(), copy);
-    // A name without a folder is a command of the machine.
+    // A name without a slash is a command of the machine.
     if (words[0].find('/') == std::string::npos)
         return files;
     const auto path = std::filesystem::absolute(words[0]).lexically_normal();
@@ -112,7 +112,7 @@ CpioArchive FilesFor(const EmulatorOptions& options, const GpioLines& lines, std
     return files;
 }
 
-// Who watches and operates the board while the program runs.
+// Observers and controls of the board while the program runs.
 struct Watchers {
     std::optional<OxboModule> module;
     std::optional<TimelineRecorder> recorder;
@@ -120,7 +120,7 @@ struct Watchers {
     std::optional<ScenarioPlayer> player;
 
     Watchers(const EmulatorOptions& options, Machine& machine, BoardState& state, MachineProgram& program) {
-        // Who sets the module's line by hand plays the module.
+        // A user who sets the module's line simulates the module.
         if (!options.levels.contains(BoardModel::OXBO_IRQ)) {
             module.emplace(state, options.oxboReadyAfter,
                            [&machine](std::size_t signal, bool level) { machine.DriveInput(signal, level); });

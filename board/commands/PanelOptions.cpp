@@ -13,7 +13,7 @@ namespace {
 
 constexpr int HIGHEST_PORT = 65535;
 
-// What CLI11 takes a flag without a value for.
+// CLI11's value of a flag without one.
 const std::string USUAL = "true";
 
 std::optional<int> ParsePort(const std::string& text) {

@@ -19,7 +19,7 @@ public:
     PanelOptions(const PanelOptions&) = delete;
     PanelOptions& operator=(const PanelOptions&) = delete;
 
-    // Attaches the panel if it is wanted. Throws CLI::ValidationError for what is no port.
+    // Attaches the panel if the option is given. Throws CLI::ValidationError for an invalid port.
     void Complete(BoardOptions& options, const std::vector<std::string>& command) const;
 
 private:

@@ -10,7 +10,7 @@
 
 namespace VelrixBoard {
 
-// The lowest free number is the one that open gives, and those below are open by then.
+// open returns the lowest free number.
 void OpenMissingStandardStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         if (::fcntl(stream, F_GETFD) < 0 && errno == EBADF && ::open("/dev/null", O_RDWR) != stream)

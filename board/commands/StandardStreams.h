@@ -3,9 +3,8 @@
 
 namespace VelrixBoard {
 
-// Opens /dev/null in place of each of standard input, output and error that this process was started without: the next
-// file that is opened would get its number, and everything printed would go into that file. Comes before anything else
-// in main. Ends the process with BOARD_FAILED where /dev/null cannot be opened.
+// Opens /dev/null for each standard stream that this process was started without. Otherwise the next opened file would
+// get its number, and the program's prints. Call it first in main. Ends the process with BOARD_FAILED if it cannot.
 void OpenMissingStandardStreams();
 
 } // namespace VelrixBoard

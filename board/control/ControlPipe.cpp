@@ -16,11 +16,10 @@ namespace VelrixBoard {
 
 namespace {
 
-// More than any command; what is longer is none, and is not collected for ever.
+// Longer than any command.
 constexpr std::size_t LONGEST_LINE = 4096;
 
-// Some 1600 commands, a few milliseconds even when each of them is refused. A script that writes as fast as the board
-// reads does not hold the board in this loop.
+// Some 1600 commands, a few milliseconds; a limit, so that a fast writer does not keep the board in this loop.
 constexpr int READS_PER_TURN = 4;
 
 // "NAME=VALUE"
@@ -33,7 +32,7 @@ std::pair<std::string_view, std::string_view> Split(std::string_view text) {
 
 } // namespace
 
-// Open for reading and writing: the pipe has no end as long as the board lives, however many write into it in turn.
+// Opens for reading and writing, so that the pipe has no end between two writers.
 ControlPipe::ControlPipe(const std::filesystem::path& path, const BoardState& boardState, IBoardControl& boardControl,
                          TellUser tellUser)
     : state(boardState), control(boardControl), tell(std::move(tellUser)) {
@@ -62,7 +61,7 @@ void ControlPipe::Take(std::string_view text) {
     Collect(text);
 }
 
-// The end of a line that is too long must not be taken for a command.
+// The rest of a line that is too long must not count as a command.
 void ControlPipe::Collect(std::string_view part) {
     tooLong = tooLong || part.size() > LONGEST_LINE - unfinished.size();
     if (!tooLong)

@@ -13,19 +13,19 @@
 
 namespace VelrixBoard {
 
-// A named pipe by which scripts outside control a running board, a line each:
+// A named pipe for scripts that control a running board, one command per line:
 //
 //     set OXBO_MOD_1=1
 //     fault MS.red=EIO
 //     fault MS.red=none
 //     oxbo-ready-after 40ms          or "never"
 //
-// What is wrong with a line is told to the user, and the line is left out.
+// Reports an invalid line to the user and skips it.
 class ControlPipe final : public ILoopPart {
 public:
     using TellUser = std::function<void(const std::string& text)>;
 
-    // Makes the pipe. Throws BoardError when it cannot.
+    // Makes the pipe. Throws BoardError.
     ControlPipe(const std::filesystem::path& path, const BoardState& boardState, IBoardControl& boardControl,
                 TellUser tellUser);
 

@@ -12,16 +12,16 @@
 
 namespace VelrixBoard {
 
-// What is attached to a running board from outside, to watch and operate it. It is made when all but the program is
-// there, may start threads, and goes before the board does.
+// An external observer and control of a running board. Made just before the program starts, may start threads, and is
+// destroyed before the board.
 class IBoardAttachment : public BoardObserver, public ILoopPart {
 public:
-    // A line for the user when it is ready.
+    // A message for the user when it is ready.
     virtual std::string Announcement() const = 0;
 };
 
-// Makes one, or throws BoardError; the program does not run then. State and control outlive the attachment; the clock
-// may be read by any thread.
+// Throws BoardError, and then the program does not run. State and control outlive the attachment; any thread may read
+// the clock.
 using AttachmentFactory =
     std::function<std::unique_ptr<IBoardAttachment>(const BoardState& state, IBoardControl& control, Clock clock)>;
 

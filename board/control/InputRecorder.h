@@ -11,11 +11,9 @@
 
 namespace VelrixBoard {
 
-// Stands before a board's control and writes down what is done to the board, as steps of a scenario that does the same
-// again at the same times: "at 1250000us set OXBO_MOD_1 high". A line a step, at once, so that the recording of a board
-// that was killed is whole up to then; at the end the wait for the program's end, after which a scenario ends the
-// program. Nothing is written of what the board refused, nor of the simulated module, which answers to the program
-// anew.
+// Records everything done through a board's control, as a scenario that repeats it at the same times: "at 1250000us set
+// OXBO_MOD_1 high". Flushes each step, so that the recording of a killed board is complete; ends with a wait for the
+// program's end. Does not record rejected actions, nor the simulated module, which reacts to the program again.
 class InputRecorder final : public BoardObserver, public IBoardControl {
 public:
     // Throws BoardError when the file cannot be made.
@@ -32,7 +30,7 @@ public:
     ModuleState OxboState() const override { return control.OxboState(); }
     void SignalProgram(int signal) override;
 
-    // The run is over. Throws BoardError when not all could be written.
+    // Completes the recording after the run. Throws BoardError when it could not be written.
     void Finish();
 
 private:
@@ -45,7 +43,7 @@ private:
     std::ofstream file;
     std::optional<BoardTime> began;
     std::optional<BoardTime> ended;
-    BoardTime last{}; // when the last step was
+    BoardTime last{}; // the time of the last step
 };
 
 } // namespace VelrixBoard

@@ -7,8 +7,8 @@
 
 namespace VelrixBoard {
 
-// Reads when the Oxbo module becomes ready: a time as ParseTime takes it, in whole milliseconds, which are meant where
-// there is no unit ("2s", "40ms", "40"); nothing for "never". Throws BoardError for all else.
+// Parses when the Oxbo module becomes ready: a time as in ParseTime, in whole milliseconds, the default unit ("2s",
+// "40ms", "40"); nothing for "never". Throws BoardError for other texts.
 std::optional<std::chrono::milliseconds> ParseReadyTime(std::string_view text);
 
 } // namespace VelrixBoard

@@ -33,7 +33,7 @@ ScenarioPlayer::ScenarioPlayer(const ScenarioOptions& options, const BoardState&
     : state(boardState), control(boardControl), reportFile(options.junit.value_or("")),
       names(NamesOf(boardState.Model())), scenario(ReadScenario(options.file.value(), names)),
       runner(scenario, names, *this) {
-    // A report that cannot be written is found out before the program has run.
+    // Fails before the program runs if the report cannot be written.
     if (options.junit)
         report.open(reportFile);
     if (options.junit && !report)
@@ -59,7 +59,7 @@ void ScenarioPlayer::OnProgramStarted(BoardTime time) {
     programRuns = true;
     if (began)
         return;
-    // The levels at the beginning are the first events.
+    // The initial levels are the first events.
     began = events.size() > state.Count() ? std::min(time, events[state.Count()].first) : time;
 }
 
@@ -74,7 +74,7 @@ std::optional<BoardTime> ScenarioPlayer::Due() const {
     if (!events.empty())
         return events.front().first;
     if (runner.IsDone())
-        return told ? kill : began;
+        return isAsked ? kill : began;
     const auto next = runner.NextTime();
     return next ? std::optional<BoardTime>(*began + *next) : std::nullopt;
 }
@@ -91,8 +91,8 @@ void ScenarioPlayer::Run(BoardTime now) {
 
 void ScenarioPlayer::EndProgram(BoardTime now) {
     runner.Finish(TimeOf(now));
-    if (!told) {
-        told = true;
+    if (!isAsked) {
+        isAsked = true;
         kill = now + END_LIMIT;
         control.SignalProgram(SIGTERM);
     } else if (kill && now >= *kill) {

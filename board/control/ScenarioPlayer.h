@@ -25,14 +25,13 @@ struct ScenarioOptions {
     std::optional<std::string> junit;
 };
 
-// Plays a scenario on a board and judges the run. It counts times from the first start of the program. When there is
-// nothing left to wait for, it ends the program: SIGTERM, and SIGKILL for one that has not ended END_LIMIT later; what
-// happens then is not judged.
+// Plays a scenario on a board and judges the run, with times since the first start of the program. After the last step
+// it ends the program, with SIGTERM and, END_LIMIT later, SIGKILL; it does not judge what happens then.
 class ScenarioPlayer final : public BoardObserver, public ILoopPart, private IScenarioBoard {
 public:
     static constexpr std::chrono::seconds END_LIMIT{5};
 
-    // Reads the scenario. Throws ScenarioError for one that is wrong, BoardError for a report that cannot be written.
+    // Reads the scenario. Throws ScenarioError for an invalid one, BoardError when the report cannot be written.
     ScenarioPlayer(const ScenarioOptions& options, const BoardState& boardState, IBoardControl& boardControl);
 
     const Scenario& Steps() const { return scenario; }
@@ -49,8 +48,8 @@ public:
     std::optional<BoardTime> Due() const override;
     void Run(BoardTime now) override;
 
-    // The run is over. Prints the verdict on standard error, writes the report, and returns the command's exit code: 0
-    // when every step passed, otherwise 1. Throws BoardError when the report cannot be written.
+    // After the run: prints the verdict on standard error, writes the report, and returns the command's exit code, 0 if
+    // every step passed, else 1. Throws BoardError when the report cannot be written.
     int Finish(BoardTime now);
 
 private:
@@ -60,8 +59,8 @@ private:
 
     using Event = std::function<void(ScenarioTime)>;
 
-    // Events wait for the part's turn, since observers must not act on the board, and for the start of the program,
-    // which may be told later than what the program did first.
+    // Queues an event for the part's turn, since observers must not act on the board, and until the program's start,
+    // which may be reported after its first actions.
     void Keep(BoardTime time, Event event) { events.emplace_back(time, std::move(event)); }
     void Tell();
     void EndProgram(BoardTime now);
@@ -77,9 +76,9 @@ private:
     std::deque<std::pair<BoardTime, Event>> events;
     std::optional<BoardTime> began;
     bool programRuns = false;
-    // How the program ended, with a wait status. Told at the end alone, since the board may run the program anew.
+    // The program's wait status. The runner gets it only in Finish, since the board may restart the program.
     std::optional<std::pair<int, BoardTime>> ended;
-    bool told = false;             // the program was told to end
+    bool isAsked = false;          // the program, to end
     std::optional<BoardTime> kill; // when it is killed
 };
 

@@ -18,7 +18,7 @@ constexpr std::string_view EXIT = "exit ";
 constexpr std::size_t WORD_DIGITS = 16;
 constexpr int LAST_CODE = 255;
 
-// "exit WORD CODE", with any word.
+// "exit WORD CODE".
 struct Exit {
     std::string_view word;
     int code;

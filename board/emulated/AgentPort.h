@@ -8,29 +8,29 @@
 
 namespace VelrixBoard {
 
-// What the agent and the runner in the emulated machine say on their serial port (image/agent, image/runner): a line
-// each. The programs that run there are root and may find the port, so that nothing on it is believed that does not
-// look exactly so, nor an end that does not carry the word that only its start did.
+// Parses the messages of the agent and the runner in the emulated machine (image/agent, image/runner), one per line of
+// their serial port. Programs there are root and may write to the port, so anything else is an error, and the end of a
+// program counts only with the secret word of its start.
 class AgentPort final {
 public:
-    // Longer than any line of theirs.
+    // Longer than any message.
     static constexpr std::size_t LONGEST_LINE = 1024;
 
     struct Message {
         enum class Kind { READY, FAILED, EXIT, SIGNALLED };
         Kind kind;
         std::string addresses{}; // READY: of the GPIO controller's data register
-        int code = 0;            // EXIT: of the program that was started last
+        int code = 0;            // EXIT: of the last program
     };
 
-    // A new word for the next program's start and end.
+    // A new secret word for the next program.
     const std::string& NewWord();
 
-    // The messages in what has come, with an unfinished line kept for the next call. Throws BoardError for anything
-    // else. The end of a program before the last one is left out.
+    // Parses received text and keeps an unfinished line for the next call. Ignores the end of an earlier program.
+    // Throws BoardError for anything else.
     std::vector<Message> Take(std::string_view text);
 
-    // The machine comes up anew: what it had begun to say is lost.
+    // The machine restarted.
     void Restart() { unfinished.clear(); }
 
 private:

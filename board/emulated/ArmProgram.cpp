@@ -18,7 +18,7 @@ namespace {
 // Debian's folder of libraries on the device.
 const std::filesystem::path LIBRARIES = "/usr/lib/arm-linux-gnueabihf";
 
-// A file's bytes, taken apart without leaving them.
+// A file's content, with checked access.
 class Bytes final {
 public:
     Bytes(std::string ownContent, std::string ownName) : content(std::move(ownContent)), name(std::move(ownName)) {}
@@ -63,7 +63,7 @@ std::vector<Elf32_Phdr> Segments(const Bytes& bytes, const Elf32_Ehdr& header) {
     return segments;
 }
 
-// Where in the file the byte lies that is loaded to this address.
+// The offset in the file of the byte at this address.
 std::size_t OffsetOf(const Bytes& bytes, const Elf32_Ehdr& header, Elf32_Addr address) {
     for (const Elf32_Phdr& segment : Segments(bytes, header))
         if (segment.p_type == PT_LOAD && address >= segment.p_vaddr && address - segment.p_vaddr < segment.p_filesz)

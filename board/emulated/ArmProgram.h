@@ -10,23 +10,22 @@
 
 namespace VelrixBoard {
 
-// What the dynamic loader would want to know of a 32-bit ARM program or library.
+// The dependencies of a 32-bit ARM program or library.
 struct ArmObject {
     std::vector<std::string> needed;  // names of libraries
-    std::vector<std::string> runPath; // where to look for them first; $ORIGIN stands for the object's own folder
+    std::vector<std::string> runPath; // searched first; $ORIGIN is the object's folder
 };
 
-// Nothing for a file that is no 32-bit ARM program or library. Throws BoardError when it cannot be read or is damaged.
+// Nothing for other files. Throws BoardError when the file cannot be read or is damaged.
 std::optional<ArmObject> ReadArmObject(const std::filesystem::path& file);
 
-// A program or library without what nobody loads: names and lines for debuggers, the table of sections. That is most of
-// a build with debug information, and costs time at every boot. Throws BoardError when the file cannot be read or is
-// damaged.
+// A program or library without debug information and section headers, since unpacking these slows every boot. Throws
+// BoardError when the file cannot be read or is damaged.
 std::string ReadLoadedPart(const std::filesystem::path& file);
 
-// Adds what is loaded of a program at the path it has here, with the libraries that it needs and that are found: those
-// in its run path where they are, those in one of the folders in the machine's own library folder. Libraries that are
-// found nowhere must be the machine's. Throws BoardError when the file is no program for the machine.
+// Adds a program at its path on this machine, and its libraries: those in its run path at their paths, those in one of
+// the folders in the machine's library folder. The machine must have the rest. Throws BoardError when the file is no
+// 32-bit ARM program.
 void AddArmProgram(CpioArchive& archive, const std::filesystem::path& program,
                    const std::vector<std::filesystem::path>& folders);
 

@@ -21,9 +21,9 @@ void Pad(std::string& data) {
     data.resize((data.size() + ALIGNMENT - 1) / ALIGNMENT * ALIGNMENT, '\0');
 }
 
-// An entry as the kernel's Documentation/driver-api/early-userspace/buffer-format.rst describes it: the magic number
-// and 13 hexadecimal numbers, the name with its zero, the content. Everything belongs to root and is as old as time
-// itself; the kernel does not look at the numbers of inodes unless a file has several names.
+// An entry, as in the kernel's Documentation/driver-api/early-userspace/buffer-format.rst: the magic number and 13
+// hexadecimal numbers, the name with its zero, the content. Owner root, time 0; inode numbers matter only for hard
+// links.
 void Append(std::string& data, std::string_view name, unsigned mode, std::string_view content) {
     char header[111];
     std::snprintf(header, sizeof header, "070701%08X%08X%08X%08X%08X%08X%08X%08X%08X%08X%08X%08X%08X", 0U, mode, 0U, 0U,
@@ -79,7 +79,7 @@ void CpioArchive::AddTree(const std::filesystem::path& path, const std::filesyst
     if (!std::filesystem::is_directory(source))
         return AddFile(path, source);
     AddDirectory(path);
-    // In order of their names, so that the same tree always gives the same archive.
+    // Sorted, so that the archive is reproducible.
     std::set<std::filesystem::path> entries;
     for (const auto& entry : std::filesystem::directory_iterator(source))
         entries.insert(entry.path());

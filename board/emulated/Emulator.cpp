@@ -28,7 +28,7 @@ void RequireImage(const std::filesystem::path& image) {
                              " is missing; scripts/emulated-board-image makes it from Debian's kernel package");
 }
 
-// The root's archive and the one of further files behind it.
+// Concatenates the image's archive and the files.
 void WriteRoot(const std::filesystem::path& rootFile, const std::filesystem::path& image, const CpioArchive& files) {
     std::string root = ReadFile(image / "root.cpio");
     // The kernel looks for the next archive at a multiple of four bytes.
@@ -41,7 +41,7 @@ void WriteRoot(const std::filesystem::path& rootFile, const std::filesystem::pat
         ThrowSystemError("cannot write " + rootFile.native());
 }
 
-// Makes a connected pair, the emulator's end of which is kept for it; gives the descriptor there.
+// Makes a socket pair and keeps the emulator's end for it; returns the descriptor there.
 std::string Connect(FileDescriptor& ours, std::vector<FileDescriptor>& kept) {
     int pair[2];
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) != 0)
@@ -66,17 +66,17 @@ std::vector<std::string> Arguments(const std::filesystem::path& image, const std
                                    Emulator::Connections& ends, std::vector<FileDescriptor>& kept) {
     std::vector<std::string> arguments = {
         EMULATOR, "-M", "ast2600-evb", "-m", "1G", "-nodefaults", "-nic", "none", "-display", "none",
-        // Names the time of every write; without it the trace has none.
+        // Adds time stamps to the trace.
         "-msg", "timestamp=on", "-kernel", (image / "kernel").native(), "-dtb", (image / "board.dtb").native(),
         "-initrd", rootFile.native(),
-        // A kernel that panics restarts instead of standing there, which is noticed;
-        // and testing its ciphers would take it half of its time to boot.
+        // A panic restarts the machine, which the board detects; without the tests of ciphers
+        // the boot takes half the time.
         "-append", "console=ttyS4,115200n8 quiet panic=-1 cryptomgr.notests", "-trace", "runstate_set", "-trace",
         "aspeed_gpio_write,file=/proc/self/fd/" + ConnectTrace(ends.trace, kept)};
     const auto connect = [&](const std::string& name, FileDescriptor& ours) {
         arguments.insert(arguments.end(), {"-chardev", "socket,id=" + name + ",fd=" + Connect(ours, kept)});
     };
-    // The console is the first of the controller's serial ports; the others follow in their order.
+    // The console is the first serial port.
     int number = 0;
     for (FileDescriptor* ours : {&ends.console, &ends.output, &ends.errors, &ends.agent}) {
         const std::string name = "port" + std::to_string(number++);
@@ -89,14 +89,14 @@ std::vector<std::string> Arguments(const std::filesystem::path& image, const std
     return arguments;
 }
 
-// In the child: becomes the emulator. The error, should there be one, goes to the verdict.
+// In the child: executes the emulator; writes the error to verdict on failure.
 [[noreturn]] void Execute(const std::vector<std::string>& arguments, const std::vector<FileDescriptor>& kept, int input,
                           int log, int verdict) {
     std::vector<char*> pointers;
     for (const std::string& argument : arguments)
         pointers.push_back(const_cast<char*>(argument.c_str()));
     pointers.push_back(nullptr);
-    // The emulator goes when we go, and a Ctrl-C is for the program inside.
+    // The emulator ends with this process; a process group, because Ctrl-C is for the program in it.
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::setpgid(0, 0);
     sigset_t none;

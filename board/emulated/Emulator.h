@@ -13,10 +13,10 @@
 
 namespace VelrixBoard {
 
-// The emulator's process. It goes with the object.
+// The emulator's process; killed with the object.
 class Emulator final {
 public:
-    // Our ends of its connections. None of them blocks.
+    // Our ends of its connections, non-blocking.
     struct Connections {
         FileDescriptor console;
         FileDescriptor output; // of the program
@@ -27,8 +27,8 @@ public:
         FileDescriptor trace;
     };
 
-    // Starts it with the image that scripts/emulated-board-image made and further files for the machine. Throws
-    // BoardError when the emulator or a part of the image is missing.
+    // Starts it with the image of scripts/emulated-board-image and further files. Throws BoardError when the emulator
+    // or a part of the image is missing.
     Emulator(const std::filesystem::path& image, const CpioArchive& files, Connections& connections);
     Emulator(const Emulator&) = delete;
     Emulator& operator=(const Emulator&) = delete;
@@ -36,7 +36,7 @@ public:
 
     void Kill() const;
 
-    // The end of what it said, for error messages.
+    // The end of its output, for error messages.
     std::string LastWords() const;
 
 private:

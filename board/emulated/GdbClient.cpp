@@ -15,11 +15,11 @@ namespace VelrixBoard {
 
 namespace {
 
-// Answers take microseconds, and no host is so busy that they take longer than this.
+// Answers take microseconds; the timeout is for a busy host.
 constexpr int ANSWER_LIMIT_MS = 60'000;
 
-// Where a function's saved registers lie, from its stack pointer up. The kernel's functions that write registers have
-// frames of some 30 bytes.
+// A function's saved registers are within this many bytes above its stack pointer. The kernel's functions that write
+// registers have frames of some 30 bytes.
 constexpr unsigned FRAME = 256;
 
 constexpr int REGISTER = 4; // bytes
@@ -35,8 +35,7 @@ std::string AccessWatch(char setOrRemove, std::uint32_t address) {
     return setOrRemove + ("4," + Hexadecimal(address) + "," + Hexadecimal(FRAME));
 }
 
-// The stack pointer is the thirteenth of the registers, which come one after the other as their bytes, the lowest
-// first.
+// The stack pointer is register 13; the text has all registers in little-endian hexadecimal.
 std::uint32_t StackPointer(const std::string& registers) {
     constexpr std::size_t PLACE = std::size_t{13} * REGISTER * 2;
     unsigned bytes[REGISTER];
@@ -46,7 +45,7 @@ std::uint32_t StackPointer(const std::string& registers) {
     return bytes[0] | bytes[1] << 8 | bytes[2] << 16 | bytes[3] << 24;
 }
 
-// What follows a key up to the next semicolon: "T05thread:02;watch:f0939000;".
+// The value of a key: "T05thread:02;watch:f0939000;".
 std::string Field(const std::string& text, std::string_view key) {
     const std::size_t found = text.find(key);
     if (found == std::string::npos)
@@ -71,8 +70,7 @@ void GdbClient::Command(const std::string& text) const {
     Send("$" + text + end);
 }
 
-// The next packet, "$TEXT#SUM"; before it stands the confirmation of ours. Nothing is lost on this connection, so sums
-// are not looked at.
+// The next packet, "$TEXT#SUM", after the acknowledgement of ours. Ignores checksums: the connection is reliable.
 std::string GdbClient::Receive() {
     for (;;) {
         const std::size_t begin = received.find('$');
@@ -117,7 +115,7 @@ GdbClient::Stop GdbClient::ReceiveStop() {
     const std::string text = Receive();
     if (!text.starts_with("T"))
         throw BoardError("the emulator ended, says its debugger: " + text);
-    stands = true;
+    isStopped = true;
     return {Field(text, "thread:"), Field(text, "watch:")};
 }
 
@@ -127,10 +125,9 @@ void GdbClient::OrderWatches(char setOrRemove) {
 }
 
 void GdbClient::Watch(const std::vector<std::uint32_t>& newAddresses) {
-    const bool ran = !stands;
+    const bool ran = !isStopped;
     if (ran) {
-        // The protocol's only byte without a packet around it. A machine that has just stopped by itself does not mind
-        // it.
+        // Interrupts the machine; harmless if it has just stopped by itself.
         Send("\x03");
         ReceiveStop();
     }
@@ -142,7 +139,7 @@ void GdbClient::Watch(const std::vector<std::uint32_t>& newAddresses) {
 }
 
 void GdbClient::FinishWrite() {
-    // It may be no more than the confirmation of Continue.
+    // It may be only the acknowledgement of Continue.
     Read();
     if (received.find('$') == std::string::npos)
         return;
@@ -150,10 +147,9 @@ void GdbClient::FinishWrite() {
     if (stop.address.empty())
         return;
 
-    // The emulator stops before the write. A single step would do it, but then the emulator forgets all code that it
-    // has translated, and is slow for a tenth of a second. So the one processor runs on by itself, without the
-    // watchpoint, until it next touches its stack, which it does within a few instructions: at the latest when the
-    // function that writes takes its return address from there. The kernel keeps interrupts away meanwhile.
+    // The emulator stops before the write. A single step would flush its cache of translated code, which costs a tenth
+    // of a second. So only this processor runs, without the watchpoint, until it accesses its stack a few instructions
+    // later: at the latest when the writing function pops its return address. Interrupts are off meanwhile.
     OrderWatches('z');
     Order("Hg" + stop.thread);
     const std::uint32_t stack = StackPointer(Ask("g"));
@@ -166,7 +162,7 @@ void GdbClient::FinishWrite() {
 }
 
 void GdbClient::Continue() {
-    stands = false;
+    isStopped = false;
     Command("vCont;c");
 }
 

@@ -10,9 +10,8 @@
 
 namespace VelrixBoard {
 
-// The other end of the emulator's debugger connection, which speaks the GNU debugger's remote protocol. It stops the
-// whole machine at each write into chosen registers of a device, as soon as the write is carried out: until Continue
-// nothing in the machine runs, and its time stands still.
+// A client of the emulator's debugger connection (GDB remote serial protocol). Stops the whole machine after each write
+// to the watched device registers: until Continue nothing in the machine runs, and its clock stops.
 //
 // The emulator answers at once, so operations wait for it. All throw BoardError when it is gone or silent. One thread.
 class GdbClient final {
@@ -20,27 +19,25 @@ public:
     // Takes over a connected socket, made non-blocking. The machine runs, or is about to.
     explicit GdbClient(FileDescriptor connectedSocket) : socket(std::move(connectedSocket)) {}
 
-    // Becomes readable when the machine has stopped, and now and then for nothing.
+    // Readable when the machine has stopped, and sometimes spuriously.
     int Descriptor() const { return socket.Get(); }
 
-    // Stops at writes of the words at these addresses of the kernel from now on, and at no others.
+    // Watches the words at these kernel addresses from now on, and no others.
     void Watch(const std::vector<std::uint32_t>& newAddresses);
 
-    // After the descriptor has become readable: if the machine stopped, has the write carried out that it stopped for.
-    // The machine stands then.
+    // Call it when the descriptor is readable: if the machine stopped at a write, completes the write and leaves the
+    // machine stopped.
     void FinishWrite();
 
-    bool Stands() const { return stands; }
+    bool IsStopped() const { return isStopped; }
 
-    // Lets the machine run on.
     void Continue();
 
 private:
-    // Where the machine stopped, as the protocol has it: the processor, and the watched address that it was about to
-    // access.
+    // The stopped processor, and the watched address that it was about to access.
     struct Stop {
         std::string thread;
-        std::string address; // empty: it stopped for another reason
+        std::string address; // empty: another reason
     };
 
     void Send(const std::string& bytes) const;
@@ -56,7 +53,7 @@ private:
     FileDescriptor socket;
     std::string received;
     std::vector<std::uint32_t> addresses;
-    bool stands = false;
+    bool isStopped = false;
 };
 
 } // namespace VelrixBoard

@@ -12,19 +12,19 @@
 
 namespace VelrixBoard {
 
-// Which line of the emulated GPIO controller each signal of a board is: the lines of lines.txt, met with the paths of a
-// model. Signals are numbered as in BoardState.
+// The line of the emulated GPIO controller for each signal of a board, from lines.txt and the model's paths. Signals
+// are numbered as in BoardState.
 class GpioLines final {
 public:
-    // Reads the image's lines.txt. A signal whose path is the device's own is that line. One that the settings file
-    // puts elsewhere keeps the line it has by default and is linked to, except below /dev, where it is none of the
-    // machine's lines. Throws BoardError when the file cannot be read or lacks a line of the board.
+    // Reads the image's lines.txt. A signal that the settings file moves to another path of the device has the line
+    // there. At any other path it keeps its default line and gets a link, except below /dev, where it has no line.
+    // Throws BoardError when the file cannot be read or lacks a line of the board.
     GpioLines(const std::filesystem::path& file, const BoardModel& model);
 
-    // The number of the GPIO line; nothing for a signal that is wired elsewhere.
+    // The number of the GPIO line; nothing for a signal without one.
     std::optional<unsigned> Line(std::size_t signal) const { return lines[signal]; }
 
-    // Links for the paths that the machine does not have by itself.
+    // Adds the links for moved signals.
     void AddLinks(CpioArchive& archive) const;
 
 private:

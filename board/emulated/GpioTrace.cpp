@@ -7,7 +7,7 @@ namespace VelrixBoard {
 
 namespace {
 
-// Takes a number, and the text that has to follow it, off the front.
+// Consumes a number and the text after it.
 template <class Number>
 bool Take(std::string_view& text, Number& number, int base, std::string_view follower) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
@@ -18,7 +18,7 @@ bool Take(std::string_view& text, Number& number, int base, std::string_view fol
     return true;
 }
 
-// Takes "PID@SECONDS.MICROSECONDS" and what follows it off the front.
+// Consumes "PID@SECONDS.MICROSECONDS" and the text after it.
 bool TakeTime(std::string_view& line, std::chrono::microseconds& time, std::string_view follower) {
     int process = 0;
     long long seconds = 0;

@@ -8,10 +8,9 @@
 
 namespace VelrixBoard {
 
-// One write into a register of the emulated GPIO controller. The time is the host's, since 1970: what stood on the
-// clock when the emulator carried the write out. The machine's own clock runs with the host's while the machine runs.
+// One write to a register of the emulated GPIO controller, at the host's time since 1970.
 struct GpioWrite {
-    // The data register of the first 32 lines, a bit a line.
+    // The data register of the first 32 lines, one bit each.
     static constexpr std::uint32_t DATA = 0;
 
     std::chrono::microseconds time;
@@ -19,18 +18,18 @@ struct GpioWrite {
     std::uint32_t value;
 };
 
-// Reads a line of the emulator's trace, "PID@SECONDS.MICROSECONDS:aspeed_gpio_write offset: 0xN value 0xN"; nothing for
-// any other line.
+// Parses "PID@SECONDS.MICROSECONDS:aspeed_gpio_write offset: 0xN value 0xN" of the emulator's trace; nothing for other
+// lines.
 std::optional<GpioWrite> ParseGpioWrite(std::string_view line);
 
-// The emulated machine starts to run, or to stand still, where its time stands as well. The time is that of a write.
+// The emulated machine and its clock start or stop, at the host's time.
 struct MachineTransition {
     std::chrono::microseconds time;
     bool runs;
 };
 
-// Reads a line of the trace, "PID@SECONDS.MICROSECONDS:runstate_set current_run_state N (NAME) new_state N (NAME)";
-// nothing for any other line, and where the machine does neither before nor after.
+// Parses "PID@SECONDS.MICROSECONDS:runstate_set current_run_state N (NAME) new_state N (NAME)"; nothing for other lines
+// and other transitions.
 std::optional<MachineTransition> ParseTransition(std::string_view line);
 
 } // namespace VelrixBoard

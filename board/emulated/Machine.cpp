@@ -9,10 +9,10 @@ namespace VelrixBoard {
 
 namespace {
 
-// Booting takes about eight seconds, and several times that on a machine that is busy with other things.
+// Booting takes about eight seconds, several times that on a busy host.
 constexpr std::chrono::seconds BOOT_LIMIT{180};
 
-// A word as the shell reads it back unchanged.
+// Quotes a word for the shell.
 std::string Quote(const std::string& word) {
     std::string quoted = "'";
     for (const char c : word) {
@@ -72,7 +72,7 @@ int Machine::RunQuietly(std::vector<std::string> words) {
 
 void Machine::Prepare() {
     if (connections->IsNew()) {
-        // The machine has no clock of its own that would know the time.
+        // The machine has no real-time clock.
         const auto now = std::chrono::duration_cast<std::chrono::seconds>(HostTime()).count();
         if (RunQuietly({"date", "-u", "-s", "@" + std::to_string(now)}) != 0)
             connections->Fail("the emulated board's clock cannot be set");

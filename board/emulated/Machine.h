@@ -22,83 +22,79 @@ namespace VelrixBoard {
 class MachineConnections;
 struct RunningProgram;
 
-// What one program does on the emulated machine, and who listens.
+// A program for the emulated machine, and where its output goes.
 struct MachineProgram {
-    // Found in the machine, by its PATH or by a whole path.
+    // The command; the program is found by the machine's PATH or by an absolute path.
     std::vector<std::string> words;
 
-    // Takes what the program prints and its errors, as they come. Where takesOutput says no, the program waits with
-    // what it prints, and with nothing else; only what it printed at its very end comes all the same, at most
-    // MOST_AT_END of each.
+    // Receive the program's output and errors. While takesOutput returns false, the program blocks when it prints; only
+    // its last output still comes, at most MOST_AT_END of each.
     std::function<void(std::string_view)> output = [](std::string_view) {};
     std::function<void(std::string_view)> errors = [](std::string_view) {};
     std::function<bool()> takesOutput = [] { return true; };
     static constexpr std::size_t MOST_AT_END = std::size_t{1} * 1024 * 1024;
 
-    // What wants attention while the program runs, such as the simulated module.
+    // Parts to run while the program runs, such as the simulated module.
     std::vector<ILoopPart*> parts{};
 
-    // Whose signals end the program, and at last the run; null for nobody's.
+    // Ends the program, and at last the run; may be null.
     StopSignals* stop = nullptr;
 
-    // A signalfd of further signals for the program; -1 for none.
+    // A signalfd of further signals for the program; -1: none.
     int signals = -1;
 
-    // The program is taken to hang after this long, which is a BoardError.
+    // Timeout of the program, a BoardError.
     std::optional<std::chrono::seconds> limit;
 };
 
 struct MachineResult {
     enum class Why {
         EXITED,
-        // The machine restarted, or came to its end as it was told to, before the program ended. It has no exit code
-        // then, and a machine that is halted runs nothing more.
+        // The machine restarted or halted before the program ended, which has no exit code then. A halted machine runs
+        // nothing more.
         RESTARTED,
         HALTED,
-        // The signals to stop want it, who know the reason. The machine is of no more use.
+        // By request of program.stop; the machine cannot be used any more.
         STOPPED
     };
 
     Why why = Why::EXITED;
-    // SIGNALLED and the signal's number after a signal, as in a shell.
+    // SIGNALLED plus the signal's number after a signal, as in a shell.
     static constexpr int SIGNALLED = 128;
     int exitCode = 0;
     BoardTime end{};
 };
 
-// A 32-bit ARM machine in an emulator, with the board's LEDs and lines on its GPIO controller, watched and driven from
-// outside of everything that runs on it. From the write of an output or LED until all observers and parts have dealt
-// with it, the machine and its time stand still, so that the program finds an answer as soon as it looks for it.
+// A 32-bit ARM machine in an emulator, with the board's LEDs and lines on its GPIO controller, observed and driven from
+// outside. The machine and its clock stop at each write of an output or LED until all observers and parts have handled
+// it, so that the program finds the reaction at once.
 //
-// It boots once and then runs any number of programs one after the other; each finds its outputs low, its LEDs dark and
-// the inputs as its state says. A program may restart the machine: the next one then waits until it is up again. The
-// machine goes with the object. One thread.
+// Boots once and then runs any number of programs one after the other, each with outputs low, LEDs dark and the inputs
+// of its state. After a program that restarts the machine, the next one waits until it is up again. The machine is
+// killed with the object. One thread.
 class Machine final {
 public:
-    // Starts the emulator with the image that scripts/emulated-board-image made and further files for the machine.
-    // Throws BoardError when the emulator or a part of the image is missing.
+    // Starts the emulator. Throws BoardError when the emulator or a part of the image is missing.
     Machine(const std::filesystem::path& image, const CpioArchive& files);
     Machine(const Machine&) = delete;
     Machine& operator=(const Machine&) = delete;
     ~Machine();
 
-    // Waits until the machine is up; Run does so as well.
+    // Waits until the machine is up, as Run does.
     void AwaitReady();
 
-    // Runs a program and feeds the state with what the GPIO controller sees; times count from the program's start
-    // and are the machine's. Its observers hear of the start and of the end, where a code above 128 counts as a signal,
-    // and of a restart or halt of the machine as a call of reboot. They do not receive what the program logs.
-    // Throws BoardError when the machine does not come up, panics, ends, does not answer, or the program's limit
-    // passed.
+    // Runs a program and feeds the state from the GPIO controller, with the machine's time since the program's start.
+    // Observers get the start, the end (a code above 128 counts as a signal), and a restart or halt of the machine as a
+    // call of reboot, but no log records. Throws BoardError when the machine does not come up, panics, ends or does not
+    // answer, and on the program's timeout.
     MachineResult Run(const MachineProgram& program, BoardState& state, const GpioLines& lines);
 
-    // While a program runs: sends it a signal, "TERM".
+    // Only while a program runs: sends it a signal, "TERM"; drives an input; the time since its start by the machine's
+    // clock.
     void Signal(const std::string& name);
 
-    // While a program runs: drives an input.
     void DriveInput(std::size_t signal, bool level);
 
-    // While a program runs: the time since its start, without that in which the machine stood still.
     BoardTime Now() const;
 
 private:

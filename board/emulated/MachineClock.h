@@ -6,13 +6,13 @@
 
 namespace VelrixBoard {
 
-// The emulated machine's time: the host's, less all the time in which the machine stood still. Host times are since
-// 1970, and are told in their order.
+// The emulated machine's clock: the host's time less the time in which the machine was stopped. Host times are since
+// 1970, in order.
 class MachineClock final {
 public:
     using Time = std::chrono::microseconds;
 
-    // The machine has stood still since then; it runs again.
+    // The machine stopped, or runs again.
     void Stop(Time host) { stopped = std::min(stopped, host); }
     void Run(Time host) {
         if (stopped < host)
@@ -20,7 +20,7 @@ public:
         stopped = Time::max();
     }
 
-    // The machine's time at a moment of the host's, later than all that were told.
+    // The machine's time at a host time later than all transitions.
     Time At(Time host) const { return std::min(host, stopped) - lost; }
 
 private:

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// One file: whatever a connection reports changes the one state of the machine and its program.
 #include "board/emulated/MachineConnections.h"
 
 #include <algorithm>
@@ -21,27 +22,27 @@ namespace VelrixBoard {
 
 namespace {
 
-// Observers are told the time at least so often, even while nothing happens.
+// Interval of OnSettled while nothing happens.
 constexpr std::chrono::milliseconds OBSERVER_INTERVAL{100};
 
-// The machine's own answers take milliseconds. Not those of its programs.
+// The agent answers within milliseconds.
 constexpr std::chrono::seconds ANSWER_LIMIT{5};
 
-// The emulator's answers take microseconds, and no host is so busy that they take longer than this.
+// The emulator answers within microseconds; the timeout is for a busy host.
 constexpr std::chrono::seconds EMULATOR_LIMIT{60};
 
-// A program that was killed ends as soon as it comes to its turn.
+// A killed program ends as soon as it is scheduled.
 constexpr std::chrono::seconds KILL_LIMIT{20};
 
-// More than a connection holds, so that one turn takes all that came before it; but a program that prints as fast as we
-// read does not hold us in a loop.
+// More than a connection buffers, so that one turn takes everything sent before; but a limit, so that a fast program
+// does not keep us in this loop.
 constexpr std::size_t READ_SIZE = 16384;
 constexpr std::size_t READS_PER_TURN = MachineProgram::MOST_AT_END / READ_SIZE;
 
-// A line that the agent's shell reads in one go, and the terminal driver holds.
+// The agent's terminal driver buffers 4095 bytes of a line.
 constexpr std::size_t MAX_COMMAND = 3500;
 
-// What has come on a descriptor that does not block. False at the end of the connection.
+// Reads a non-blocking descriptor. False at the end of the connection.
 template <class Take>
 bool ReadWaiting(int descriptor, const Take& take) {
     char buffer[READ_SIZE];
@@ -62,7 +63,7 @@ std::chrono::microseconds HostTime() {
 
 MachineConnections::MachineConnections(const std::filesystem::path& image, const CpioArchive& files)
     : emulator(image, files, ends), qmp(std::move(ends.control)), debugger(std::move(ends.debugger)) {
-    // The trace before the agent: what the program did comes before its end.
+    // The trace before the agent: the program's writes come before its end.
     for (FunctionPart* part : {&writePart, &tracePart, &outputPart, &errorsPart, &consolePart, &eventPart, &agentPart})
         loop.Add(*part);
 }
@@ -80,7 +81,6 @@ void MachineConnections::EndProgram(MachineResult::Why why, int code) {
     if (!running || running->result)
         return;
     running->result = {why, code, Now()};
-    // It has nothing more to answer to.
     loop.Remove(signalPart);
     loop.Remove(stopPart);
     for (const ILoopPart* part : running->program.parts)
@@ -88,7 +88,7 @@ void MachineConnections::EndProgram(MachineResult::Why why, int code) {
 }
 
 void MachineConnections::Finish() {
-    // Whatever it was that ended the run.
+    // In case of an exception.
     EndProgram(MachineResult::Why::STOPPED, 0);
     loop.Remove(settlePart);
     running = nullptr;
@@ -99,7 +99,7 @@ void MachineConnections::Turn(std::chrono::microseconds until) {
     if (running && running->state)
         longest = std::min<std::chrono::microseconds>(longest, OBSERVER_INTERVAL);
     loop.Round(longest);
-    if (debugger.Stands())
+    if (debugger.IsStopped())
         GoOn();
 }
 
@@ -112,13 +112,13 @@ void MachineConnections::AwaitEmulator() {
     }
 }
 
-// A program that nobody reads waits with what it prints.
+// Back pressure: not reading blocks the program.
 int MachineConnections::IfOutputIsTaken(const FileDescriptor& stream) const {
     return !running || running->program.takesOutput() ? stream.Get() : -1;
 }
 
 void MachineConnections::Fail(const std::string& what) {
-    // What still runs in there would meddle with whatever came next.
+    // A program that still runs would disturb the next one.
     emulator.Kill();
     ReadWaiting(ends.console.Get(), [this](std::string_view text) { console.Add(text); });
     throw BoardError(what + "\n--- the emulator:\n" + emulator.LastWords() + "\n--- the console:\n" + console.Tail());
@@ -143,13 +143,13 @@ void MachineConnections::Signal(const std::string& name) {
         running->killLimit = HostTime() + KILL_LIMIT;
 }
 
-// That the emulator is gone is for the agent's connection to notice, which tells more.
+// If the emulator is gone, ReadAgent reports it with its output.
 void MachineConnections::FinishWrite() {
     pollfd end = {debugger.Descriptor(), 0, 0};
     if (::poll(&end, 1, 0) == 1 && (end.revents & POLLHUP) != 0)
         return;
     debugger.FinishWrite();
-    ReadTrace(); // has it now
+    ReadTrace(); // has the write now
 }
 
 void MachineConnections::ReadTrace() {
@@ -171,14 +171,14 @@ void MachineConnections::ReadTraceLine(std::string_view line) {
     const auto write = ParseGpioWrite(line);
     if (!write || write->offset != GpioWrite::DATA || !running || !running->state)
         return;
-    // Writes of inputs' bits mean nothing: what an input shows comes from outside.
+    // Ignores the bits of inputs, which are driven from outside.
     for (std::size_t i = 0; i < running->state->Count(); ++i)
         if (const auto number = running->lines->Line(i); number && !running->state->IsInput(i))
             running->state->Set(i, (write->value >> *number & 1) != 0, At(write->time));
 }
 
-// Whatever is connected to the lines answers a write before the program goes on, as if it did so by electricity: the
-// machine stands still from the write until GoOn. Addresses are those at which the kernel has the data register.
+// Stops the machine at each write until GoOn, so that the parts react to a write before the program continues. The
+// addresses are the kernel's of the data register.
 void MachineConnections::WatchWrites(const std::string& text) {
     std::istringstream words(text);
     std::vector<std::uint32_t> numbers;
@@ -236,11 +236,11 @@ void MachineConnections::Obey(const AgentPort::Message& message) {
     case Kind::FAILED:
         Fail("the emulated board could not be prepared");
     case Kind::READY:
-        // A second time in a life: of an agent that somebody killed.
+        // The agent sends it again if it was killed and restarted.
         if (addresses.empty())
             WatchWrites(message.addresses);
         else if (message.addresses != addresses)
-            Fail("the emulated board says anew where its GPIO lines are: " + Printable(message.addresses));
+            Fail("the emulated board reports other addresses of its GPIO lines: " + Printable(message.addresses));
         addresses = message.addresses;
         break;
     case Kind::SIGNALLED:
@@ -253,7 +253,7 @@ void MachineConnections::Obey(const AgentPort::Message& message) {
     case Kind::EXIT:
         if (!running || running->result)
             break;
-        // Everything that the program did came before; what of it waits in the other connections belongs to it.
+        // The other connections may still have output of the program.
         EndProgram(MachineResult::Why::EXITED, message.code);
         ReadTrace();
         ReadOutput();
@@ -281,7 +281,7 @@ void MachineConnections::ReadEvents() {
         ReadConsole();
         ReadTrace();
         ReadOutput();
-        debugger.Watch({}); // the addresses mean something else in the next life
+        debugger.Watch({}); // the addresses change with the restart
         addresses.clear();
         prepared = false;
         agentPort.Restart();
@@ -310,12 +310,11 @@ void MachineConnections::PassOnSignal() {
         Signal(::sigabbrev_np(static_cast<int>(signal.ssi_signo)));
 }
 
-// Of what must have come by now while a program runs.
 void MachineConnections::CheckLimits() {
     const auto now = HostTime();
     if (running->result)
         return;
-    // Those to stop have their own limit.
+    // StopSignals has its own timeout.
     const bool isToStop = running->program.stop && running->program.stop->Signal() != 0;
     if (!isToStop && now >= running->answerLimit.value_or(now + EMULATOR_LIMIT))
         Fail("the emulated board does not answer a signal for its program");

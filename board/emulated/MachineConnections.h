@@ -19,43 +19,42 @@
 
 namespace VelrixBoard {
 
-// Since 1970, as the emulator's trace has it.
+// Since 1970, like the times of the trace.
 std::chrono::microseconds HostTime();
 
-// A program that runs on the machine, and what is known of it.
+// The state of a program that runs on the machine.
 struct RunningProgram {
     const MachineProgram& program;
-    BoardState* state; // null: nobody is told of it
+    BoardState* state; // null: not observed
     const GpioLines* lines;
     std::chrono::microseconds start; // by the machine's clock
     std::optional<MachineResult> result{};
     int answersDue = 0;                                     // to signals
     std::optional<std::chrono::microseconds> answerLimit{}; // for them
-    std::optional<std::chrono::microseconds> killLimit{};   // for the end of a program that was killed
+    std::optional<std::chrono::microseconds> killLimit{};   // for the end of a killed program
 };
 
-// All connections to the emulated machine, each a part of one loop, and what comes by them: the machine's life, what
-// the GPIO controller sees, and what the program that runs prints and how it ends.
+// All connections to the emulated machine, each a part of one loop, and the state received by them: of the machine, its
+// GPIO controller and the running program.
 class MachineConnections final {
 public:
     MachineConnections(const std::filesystem::path& image, const CpioArchive& files);
 
-    // The machine has come up.
     bool IsUp() const { return !addresses.empty() && !halted; }
     bool HasHalted() const { return halted; }
 
-    // Waits for something to come, at most until then by the host's time, and deals with it.
+    // One round of the loop, which waits until that host time at most.
     void Turn(std::chrono::microseconds until);
 
-    // Turns until the emulator has carried out what it was asked for.
+    // Waits until the emulator has answered all commands.
     void AwaitEmulator();
 
-    // The program, whose line is to follow, runs from now on; none does any longer.
+    // Before the program's command, and after its end.
     void Begin(RunningProgram& program);
     void Finish();
     RunningProgram* Running() { return running; }
 
-    // The time since the start of the program that runs, without that in which the machine stood still.
+    // By the machine's clock: since the program's start, and since 1970.
     BoardTime Now() const { return running ? At(HostTime()) : BoardTime(0); }
     std::chrono::microseconds MachineTime() const { return clock.At(HostTime()); }
 
@@ -64,20 +63,20 @@ public:
     // Sends the program a signal, "TERM".
     void Signal(const std::string& name);
 
-    // Gives the machine's agent a line.
+    // Sends the machine's agent a line.
     void Command(const std::string& line);
 
-    // A word that begins the next program's line.
+    // The secret word for the next program's command.
     const std::string& NewWord() { return agentPort.NewWord(); }
 
-    // The machine has not been set up in this life of it; from now on it has.
+    // Whether the machine needs its setup since its last start.
     bool IsNew() const { return !prepared; }
     void SetPrepared() { prepared = true; }
 
-    // Throws BoardError when something that must have come has not.
+    // Throws BoardError when a timeout of the running program has expired.
     void CheckLimits();
 
-    // Throws BoardError with the emulator's last words. The machine is of no more use.
+    // Kills the machine and throws BoardError with the end of its output.
     [[noreturn]] void Fail(const std::string& what);
 
 private:
@@ -106,9 +105,9 @@ private:
     AgentPort agentPort;
     MachineConsole console;
     std::string traceText;
-    std::string addresses; // of the GPIO controller's data register in this life of the machine; empty: it is not up
+    std::string addresses; // of the GPIO controller's data register; empty: the machine is not up
     bool halted = false;
-    bool prepared = false; // in this life of the machine
+    bool prepared = false; // since the machine's last start
     RunningProgram* running = nullptr;
 
     EventLoop loop{[this] { return Now(); }};

@@ -15,7 +15,7 @@ constexpr struct {
                   {"reboot: Power down", MachineConsole::End::POWER_DOWN},
                   {"reboot: System halted", MachineConsole::End::HALT}};
 
-// Without the time, "[    4.231007] ", which the kernel puts before a line.
+// Without the kernel's time stamp, "[    4.231007] ".
 std::string_view WithoutTime(std::string_view line) {
     const std::size_t close = line.find("] ");
     const bool hasTime = line.starts_with('[') && close != std::string_view::npos &&

@@ -7,20 +7,20 @@
 
 namespace VelrixBoard {
 
-// What the emulated machine's kernel prints, searched for the words with which it says that it has ended.
+// Searches the console output of the emulated machine's kernel for its end.
 class MachineConsole final {
 public:
-    // Of a line, what is looked at; nothing of interest is longer.
+    // Longer lines are truncated.
     static constexpr std::size_t LONGEST_LINE = 1024;
-    // The end of all that was printed, for error messages.
+    // The size of Tail.
     static constexpr std::size_t KEPT = 4096;
 
-    // What comes first decides: a machine that has been switched off may well panic afterwards.
+    // The first end counts: a machine may panic after it was switched off.
     enum class End { NONE, PANIC, POWER_DOWN, HALT };
 
     void Add(std::string_view text);
 
-    // The machine comes up anew. What was printed is kept, for error messages.
+    // The machine restarted. Keeps the tail.
     void Restart();
 
     End HowItEnded() const { return end; }
@@ -28,6 +28,7 @@ public:
     // The first line of a panic, from "Kernel panic" on.
     const std::string& PanicLine() const { return panicLine; }
 
+    // The end of the output, for error messages.
     const std::string& Tail() const { return tail; }
 
 private:

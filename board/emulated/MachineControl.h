@@ -8,11 +8,10 @@
 
 namespace VelrixBoard {
 
-// What can be done to the emulated board: its inputs are driven and its program gets signals. Its value files are the
-// real kernel's, which fails as it sees fit: every fault is refused.
+// Controls the emulated board. Rejects every fault, since the value files are the real kernel's.
 class MachineControl final : public IBoardControl {
 public:
-    // The module is the simulated one; null where the user plays it. All must outlive this object.
+    // oxboModule: null if the user drives its line. All must outlive this object.
     MachineControl(Machine& ownMachine, const BoardState& boardState, OxboModule* oxboModule)
         : machine(ownMachine), state(boardState), module(oxboModule) {}
 
@@ -29,8 +28,7 @@ private:
     OxboModule* module;
 };
 
-// Throws ScenarioError, with file, line and column, for a step that the emulated board cannot play: what happens inside
-// of the machine is not seen from outside, but for its lines, LEDs and end.
+// Throws ScenarioError, with file, line and column, for a step that the emulated board cannot play: faults and logs.
 void RefuseWhatTheMachineCannot(const Scenario& scenario);
 
 } // namespace VelrixBoard

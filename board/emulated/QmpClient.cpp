@@ -14,7 +14,7 @@ QmpClient::QmpClient(FileDescriptor connectedSocket) : socket(std::move(connecte
 }
 
 void QmpClient::Send(const std::string& command) {
-    // Commands are far smaller than the socket's buffer, so one either goes in whole or the emulator is gone or stuck.
+    // Commands are far smaller than the socket's buffer: a partial write means that the emulator is gone or hangs.
     if (::send(socket.Get(), command.data(), command.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(command.size()))
         ThrowSystemError("the emulator takes no commands");
     ++pending;

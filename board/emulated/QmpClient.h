@@ -8,21 +8,21 @@
 
 namespace VelrixBoard {
 
-// The other end of the emulator's control connection, which speaks QMP: a JSON object a line, both ways.
+// A client of the emulator's control connection (QMP: one JSON object per line).
 class QmpClient final {
 public:
-    // Takes over a connected socket, made non-blocking, and greets.
+    // Takes over a connected, non-blocking socket.
     explicit QmpClient(FileDescriptor connectedSocket);
 
     int Descriptor() const { return socket.Get(); }
 
-    // Sets the level of a line of the GPIO controller, as if something outside drove it.
+    // Drives a line of the GPIO controller from outside.
     void SetLine(unsigned line, bool level);
 
-    // Commands that have not been answered.
+    // The number of unanswered commands.
     int Pending() const { return pending; }
 
-    // Reads what has come. The names of the events among it; throws BoardError when a command was refused.
+    // Reads pending messages; returns the names of events. Throws BoardError when a command was refused.
     std::vector<std::string> Dispatch();
 
 private:

@@ -6,11 +6,11 @@
 
 namespace VelrixBoard {
 
-// Throws BoardError, which names it, for what is there but has no end or no content to read: a named pipe without a
-// writer would hold the reader for ever, /dev/zero would fill the memory.
+// Throws BoardError for an existing path that is no regular file: reading a named pipe could block, /dev/zero would
+// never end.
 void RequireContent(const std::filesystem::path& file);
 
-// The file's whole content; throws BoardError when it cannot be read.
+// The file's content. Throws BoardError when it cannot be read.
 std::string ReadFile(const std::filesystem::path& file);
 
 } // namespace VelrixBoard

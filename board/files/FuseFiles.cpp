@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// One file, the only one with libfuse: its callbacks and the session that calls them.
 #include "board/files/FuseFiles.h"
 
 #include <algorithm>
@@ -291,7 +292,7 @@ void FuseFiles::Serve(FileDescriptor connection) {
     // The library adopts a mounted connection by this path.
     const std::string descriptor = "/dev/fd/" + std::to_string(connection.Get());
     if (session == nullptr || fuse_session_mount(session, descriptor.c_str()) != 0)
-        throw BoardError("libfuse cannot serve the value files; its message stands above");
+        throw BoardError("libfuse cannot serve the value files; see its message above");
     (void)connection.Release();
 }
 

@@ -229,7 +229,7 @@ void RunInit(const InitPlan& plan, const Program& program, FileDescriptor socket
     FileDescriptor childSignals(::signalfd(-1, &childSignal, SFD_CLOEXEC | SFD_NONBLOCK));
 
     const Residents residents(plan.hasOwnNumbers);
-    for (InitOrder order = InitOrder::RUN_ANEW; order == InitOrder::RUN_ANEW;) {
+    for (InitOrder order = InitOrder::RUN_AGAIN; order == InitOrder::RUN_AGAIN;) {
         const pid_t child = StartProgram(plan, program, socket, childSignals);
         WaitForAll(child, residents, socket.Get(), childSignals.Get());
         Send(socket.Get(), InitMessage::Kind::DOWN, 0, "", -1);

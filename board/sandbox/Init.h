@@ -38,7 +38,7 @@ struct InitMessage {
 
 // Orders of the board to process 1, one packet each: set up the board and run the program; end everything, like a
 // reboot; kill everything, like the reboot system call; and, in answer to DOWN, restart the program or exit.
-enum class InitOrder : char { BEGIN, END_ALL, KILL_ALL, RUN_ANEW, LEAVE };
+enum class InitOrder : char { BEGIN, END_ALL, KILL_ALL, RUN_AGAIN, LEAVE };
 
 // False when process 1 is gone.
 bool SendInitOrder(int socket, InitOrder order);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// One file: all operations work on the same open files and connections.
 #include "board/sandbox/PreloadFiles.h"
 
 #include <algorithm>

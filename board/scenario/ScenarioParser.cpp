@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// One file for the whole grammar: the words of a line, and a function per rule.
 #include "board/scenario/ScenarioParser.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// One file: each kind of step and condition is played, judged and described here.
 #include "board/scenario/ScenarioRunner.h"
 
 #include <algorithm>
@@ -148,7 +149,7 @@ std::optional<ScenarioTime> ScenarioRunner::Play(const Do& action, ScenarioTime 
 
 std::optional<ScenarioTime> ScenarioRunner::Look(const Await& await, ScenarioTime now) {
     const ScenarioTime limit = stepBegin + await.within;
-    // An event that is told late counts when it happened; so does the end of the wait.
+    // An event that is reported late counts when it happened; so does the end of the wait.
     if (now <= limit && Holds(await.condition, now))
         return now;
     if (now < limit && !ended)

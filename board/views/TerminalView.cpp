@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// One file: both styles show the same state, and every row of the block is drawn at once.
 #include "board/views/TerminalView.h"
 
 #include <algorithm>

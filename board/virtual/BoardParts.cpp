@@ -194,8 +194,8 @@ void BoardParts::FinishOutput(const StreamWriter::Patience& patience) {
     };
     if (!webLog.Finish(goesOn))
         user.Say(patience.isStopped()
-                     ? "the end of the web log is not read any more, as the board was told to end; it is in the file"
-                     : "the end of the web log is too long to be read; what is missing is in the file");
+                     ? "the end of the web log was not read, since the board was asked to end; it is in the file"
+                     : "the end of the web log is too long to be read; the file has the rest");
     Settle();
     user.Finish(clock, patience);
 }

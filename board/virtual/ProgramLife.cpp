@@ -57,7 +57,7 @@ void ProgramLife::OnDown() {
     current = State::RESTARTING;
     endStatus.reset();
     reboot = Effect::NONE;
-    host.Order(InitOrder::RUN_ANEW);
+    host.Order(InitOrder::RUN_AGAIN);
 }
 
 void ProgramLife::Signal(int number) {
@@ -121,7 +121,7 @@ int ProgramLife::Status(int initStatus) const {
     if (isRebootedBySystemCall)
         return 0;
     if (isKilled)
-        throw BoardError("told to end (SIGTERM) before the program ran");
+        throw BoardError("asked to end (SIGTERM) before the program ran");
     const bool restart = WIFSIGNALED(initStatus) && WTERMSIG(initStatus) == SIGHUP;
     const bool halt = WIFSIGNALED(initStatus) && WTERMSIG(initStatus) == SIGINT;
     if (!restart && !halt)

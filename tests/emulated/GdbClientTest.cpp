@@ -61,7 +61,7 @@ TEST_F(GdbClientTest, SetsWatchpointsWhileTheMachineStandsAndLetsItRunOn) {
     client->Watch({0xf0939000, 0xf0a1a000});
 
     EXPECT_EQ(Sent(), "^C Z2,f0939000,4 Z2,f0a1a000,4 vCont;c");
-    EXPECT_FALSE(client->Stands());
+    EXPECT_FALSE(client->IsStopped());
 }
 
 TEST_F(GdbClientTest, ForgetsTheWatchpointsThatItHadBefore) {
@@ -81,10 +81,10 @@ TEST_F(GdbClientTest, HasAWriteCarriedOutByTheProcessorThatWantsIt) {
     client->FinishWrite();
 
     EXPECT_EQ(Sent(), "z2,f0939000,4 Hg02 g Z4,f0a31e80,100 vCont;c:02 z4,f0a31e80,100 Z2,f0939000,4");
-    EXPECT_TRUE(client->Stands());
+    EXPECT_TRUE(client->IsStopped());
     client->Continue();
     EXPECT_EQ(Sent(), "vCont;c");
-    EXPECT_FALSE(client->Stands());
+    EXPECT_FALSE(client->IsStopped());
 }
 
 TEST_F(GdbClientTest, IsNotMisledByAStopForNothing) {
@@ -100,7 +100,7 @@ TEST_F(GdbClientTest, IsNotMisledByAStopForNothing) {
     client->FinishWrite();
 
     EXPECT_EQ(Sent(), "");
-    EXPECT_TRUE(client->Stands());
+    EXPECT_TRUE(client->IsStopped());
 }
 
 TEST_F(GdbClientTest, PassesOverTheConfirmationOfItsOwnCommand) {
@@ -110,7 +110,7 @@ TEST_F(GdbClientTest, PassesOverTheConfirmationOfItsOwnCommand) {
     client->FinishWrite();
 
     EXPECT_EQ(Sent(), "");
-    EXPECT_FALSE(client->Stands());
+    EXPECT_FALSE(client->IsStopped());
 }
 
 TEST_F(GdbClientTest, TellsWhatTheEmulatorRefused) {

@@ -21,9 +21,9 @@ TEST(CommandTest, RefusesWhatItDoesNotUnderstandBeforeAnythingRuns) {
     } rows[] = {
         {{}, "a command is missing; there are: run, record, diff\n\"velrix-board --help\""},
         {{"walk"}, "there is no command \"walk\"; there are: run, record, diff\n"},
-        {{"run"}, "the program is missing; it stands behind --, as in velrix-board run -- PROGRAM\n"},
+        {{"run"}, "the program is missing; give it after --, as in velrix-board run -- PROGRAM\n"},
         {{"run", "--"}, "the program is missing"},
-        {{"run", "echo", "ran"}, "\"echo\" is no option; a program stands behind --, as in velrix-board run -- echo\n"},
+        {{"run", "echo", "ran"}, "\"echo\" is no option; give the program after --, as in velrix-board run -- echo\n"},
         {{"run", "--unknown", "--", "echo"},
          "there is no option --unknown\n\"velrix-board run --help\" says what can be given.\n"},
         {{"run", "--set", "OXBO_IRQ_N", "--", "echo"}, "LABEL=0 or LABEL=1"},

@@ -147,7 +147,7 @@ TEST_F(ProgramLifeTest, KillsProcess1WhenThereIsNoProgram) {
     EXPECT_EQ(AfterEnd(true), "\"kills all that runs on the board (a second SIGTERM)\", kill init");
     EXPECT_TRUE(life.IsKilled());
     EXPECT_EQ(AfterEnd(true), "");
-    EXPECT_EQ(Complaint(SIGKILL), "told to end (SIGTERM) before the program ran");
+    EXPECT_EQ(Complaint(SIGKILL), "asked to end (SIGTERM) before the program ran");
 }
 
 TEST_F(ProgramLifeTest, HasProcess1KillAllWhileTheProgramRuns) {
@@ -268,7 +268,7 @@ TEST_F(RestartingLifeTest, EndsTheProgramThatIsAboutToBeRunAgain) {
 TEST_F(RestartingLifeTest, KillsProcess1ThatIsAboutToRunTheProgramAgain) {
     RebootAndComeDown();
     EXPECT_EQ(AfterEnd(true), "\"kills all that runs on the board (a second SIGTERM)\", kill init");
-    EXPECT_EQ(Complaint(SIGKILL), "told to end (SIGTERM) before the program ran");
+    EXPECT_EQ(Complaint(SIGKILL), "asked to end (SIGTERM) before the program ran");
 }
 
 } // namespace
