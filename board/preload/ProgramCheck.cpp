@@ -36,6 +36,7 @@ constexpr const char* STATIC_TEXT =
 constexpr const char* MACHINE_TEXT =
     "is built for another kind of processor; a board that runs without namespaces can only run programs that are built "
     "for this machine";
+constexpr const char* ARM_TEXT = "is built for 32-bit ARM; run it with velrix-emulator";
 constexpr const char* LOADER_TEXT =
     "is linked with another C library; a board that runs without namespaces can only run programs that use the C "
     "library of this machine";
@@ -160,7 +161,7 @@ Refusal CheckElf(const File& file, const char* path, const char*& text) {
     if (file.Read(&header, sizeof header, 0) < EI_NIDENT)
         return Refusal::NONE;
     constexpr unsigned char OWN_CLASS = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
-    text = MACHINE_TEXT;
+    text = header.e_ident[EI_CLASS] == ELFCLASS32 && header.e_machine == EM_ARM ? ARM_TEXT : MACHINE_TEXT;
     if (header.e_ident[EI_CLASS] != OWN_CLASS || header.e_machine != OwnMachine())
         return Refusal::OTHER_MACHINE;
     const Refusal refusal = CheckLoader(file, header, path);

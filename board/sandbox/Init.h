@@ -19,7 +19,7 @@ struct InitPlan {
     std::function<void(int socket)> makeBoard = [](int) {};
 
     // Called first in each program's process: returns the function that executes commands there.
-    std::function<Execute()> beginProgram = [] { return Execute(::execvp); };
+    std::function<Execute()> beginProgram = [] { return Execute(ExecuteProgram); };
 
     // In each program's process: restores the signal mask and dispositions.
     std::function<void()> restoreSignals = [] {};

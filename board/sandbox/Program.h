@@ -10,6 +10,10 @@ namespace VelrixBoard {
 // Like execvp, with the board's PATH; returns on failure.
 using Execute = std::function<int(const char* file, char* const arguments[])>;
 
+// execvp, but only a script goes to the shell when the kernel cannot run a file that is named by a path: a program for
+// another processor fails with ENOEXEC.
+int ExecuteProgram(const char* file, char* const arguments[]);
+
 // A program for a board's process.
 struct Program {
     // Called in the program's process; returns the exit code.

@@ -6,10 +6,12 @@
 #include <chrono>
 #include <climits>
 #include <csignal>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
+#include <elf.h>
 #include <sys/ptrace.h>
 
 #include <gmock/gmock.h>
@@ -236,6 +238,26 @@ TEST(BoardTest, EndsAsTheProgramDoes) {
         EXPECT_EQ(end.errors, row.errors);
     }
 }
+
+#ifndef __arm__
+TEST(BoardTest, SaysWhereAProgramForTheDeviceRuns) {
+    const TestSupport::TemporaryFolder folder;
+    Elf32_Ehdr header{}; // of no type, so that a machine with an emulator for ARM programs does not run it either
+    std::memcpy(header.e_ident, ELFMAG, SELFMAG);
+    header.e_ident[EI_CLASS] = ELFCLASS32;
+    header.e_ident[EI_DATA] = ELFDATA2LSB;
+    header.e_machine = EM_ARM;
+    const std::string program = folder.Path("application");
+    folder.Write("application", std::string(reinterpret_cast<const char*>(&header), sizeof header));
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+
+    const CommandEnd end = CommandRun{{VELRIX_BOARD_COMMAND, "run", "--", program}}.Run();
+
+    EXPECT_EQ(end.ExitCode(), 126);
+    EXPECT_THAT(end.errors,
+                HasSubstr("velrix-board: " + program + " is built for 32-bit ARM; run it with velrix-emulator\n"));
+}
+#endif
 
 TEST(BoardTest, PassesSignalsOn) {
     for (const int signal : {SIGTERM, SIGHUP, SIGINT, SIGQUIT, SIGUSR1, SIGUSR2}) {
