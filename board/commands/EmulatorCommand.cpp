@@ -36,6 +36,15 @@ constexpr const char* FOOTER = "The program's exit code becomes that of this com
                                "its kernel gave up, 126 that\n"
                                "PROGRAM cannot be run, 127 that it was not found.";
 
+// The program cannot be run, which is known before the machine boots. The code is the shell's.
+struct ProgramRefusal {
+    static constexpr int NOT_RUNNABLE = 126;
+    static constexpr int NOT_FOUND = 127;
+
+    int code;
+    std::string why;
+};
+
 struct EmulatorOptions {
     std::filesystem::path image = DEFAULT_IMAGE;
     std::optional<std::filesystem::path> settings;
@@ -94,7 +103,8 @@ private:
     StreamWriter errors{STDERR_FILENO};
 };
 
-// The machine's files besides its image. Adds the program if it is a file here, and makes its path absolute.
+// The machine's files besides its image. Adds the program if it is a file here, and makes its path absolute. Throws
+// ProgramRefusal.
 CpioArchive FilesFor(const EmulatorOptions& options, const GpioLines& lines, std::vector<std::string>& words) {
     CpioArchive files;
     lines.AddLinks(files);
@@ -106,10 +116,22 @@ CpioArchive FilesFor(const EmulatorOptions& options, const GpioLines& lines, std
     if (words[0].find('/') == std::string::npos)
         return files;
     const auto path = std::filesystem::absolute(words[0]).lexically_normal();
-    if (std::filesystem::exists(path))
-        AddArmProgram(files, path, options.libraries);
+    if (!std::filesystem::exists(path))
+        throw ProgramRefusal{ProgramRefusal::NOT_FOUND,
+                             path.native() + " does not exist; a name without a slash is a command of the machine"};
+    if (!std::filesystem::is_regular_file(path) || !ReadArmObject(path))
+        throw ProgramRefusal{ProgramRefusal::NOT_RUNNABLE,
+                             path.native() + " is no 32-bit ARM program; build it with the preset \"arm\""};
+    AddArmProgram(files, path, options.libraries);
     words[0] = path.native();
     return files;
+}
+
+// A command that the machine does not have, but a program of that name is here.
+std::string HintFor(const std::string& word, int exitCode) {
+    const bool isMeant = exitCode == ProgramRefusal::NOT_FOUND && word.find('/') == std::string::npos &&
+                         std::filesystem::is_regular_file(word);
+    return isMeant ? "for the program in this directory, write ./" + word : "";
 }
 
 // Observers and controls of the board while the program runs.
@@ -142,6 +164,9 @@ struct Watchers {
 };
 
 int RunOnEmulator(const EmulatorOptions& options) {
+    // First of all, so that a signal while the machine boots ends in order.
+    StopSignals stop("velrix-emulator", {SIGINT, SIGQUIT, SIGTERM});
+    const SignalBlock signals{SIGHUP, SIGUSR1, SIGUSR2};
     if (options.settings)
         RequireContent(*options.settings);
     const BoardModel model = MakeModel("velrix-emulator", options.settings, options.levels);
@@ -154,9 +179,8 @@ int RunOnEmulator(const EmulatorOptions& options) {
     ProgramStreams streams;
     streams.AddTo(program);
 
-    machine.AwaitReady();
-    StopSignals stop("velrix-emulator", {SIGINT, SIGQUIT, SIGTERM});
-    const SignalBlock signals{SIGHUP, SIGUSR1, SIGUSR2};
+    if (!machine.AwaitReady(&stop))
+        return MachineResult::SIGNALLED + stop.Signal();
     const FileDescriptor signalFile(::signalfd(-1, &signals.Blocked(), SFD_CLOEXEC | SFD_NONBLOCK));
     program.stop = &stop;
     program.signals = signalFile.Get();
@@ -167,6 +191,8 @@ int RunOnEmulator(const EmulatorOptions& options) {
         streams.Finish(stop, signalFile.Get());
     if (const std::string remark = RemarkOn(result.why, stop); !remark.empty())
         streams.Say(remark);
+    if (const std::string hint = HintFor(options.command[0], result.exitCode); !hint.empty())
+        streams.Say(hint);
     const int verdict = watchers.player ? watchers.player->Finish(result.end) : result.exitCode;
     return result.why == MachineResult::Why::STOPPED ? result.exitCode : verdict;
 }
@@ -208,6 +234,9 @@ int RunEmulatorCommand(int argc, char** argv) {
 
     try {
         return RunOnEmulator(options);
+    } catch (const ProgramRefusal& refusal) {
+        std::fprintf(stderr, "velrix-emulator: %s\n", refusal.why.c_str());
+        return refusal.code;
     } catch (const std::runtime_error& error) { // BoardError, ScenarioError, TimelineError
         std::fprintf(stderr, "velrix-emulator: %s\n", error.what());
     }

@@ -12,6 +12,9 @@ namespace {
 // Booting takes about eight seconds, several times that on a busy host.
 constexpr std::chrono::seconds BOOT_LIMIT{180};
 
+// How long a signal to stop may wait for its turn.
+constexpr std::chrono::milliseconds STOP_INTERVAL{100};
+
 // Quotes a word for the shell.
 std::string Quote(const std::string& word) {
     std::string quoted = "'";
@@ -33,15 +36,19 @@ Machine::Machine(const std::filesystem::path& image, const CpioArchive& files)
 
 Machine::~Machine() = default;
 
-void Machine::AwaitReady() {
+bool Machine::AwaitReady(StopSignals* stop) {
     const auto limit = HostTime() + BOOT_LIMIT;
     while (!connections->IsUp()) {
+        if (stop != nullptr && stop->Take() != StopSignals::Request::NONE)
+            return false;
         if (connections->HasHalted())
             connections->Fail("the emulated board has halted; it runs nothing more");
         if (HostTime() >= limit)
             connections->Fail("the emulated board did not come up within " + std::to_string(BOOT_LIMIT.count()) + " s");
-        connections->Turn(limit);
+        // A signal that comes just before the turn waits does not end the waiting.
+        connections->Turn(std::min(limit, HostTime() + STOP_INTERVAL));
     }
+    return true;
 }
 
 void Machine::Play(RunningProgram& running) {
@@ -83,7 +90,7 @@ void Machine::Prepare() {
 }
 
 MachineResult Machine::Run(const MachineProgram& program, BoardState& state, const GpioLines& lines) {
-    AwaitReady();
+    (void)AwaitReady();
     for (std::size_t i = 0; i < state.Count(); ++i)
         if (const auto line = lines.Line(i); line && state.IsInput(i))
             connections->SetLine(*line, state.Level(i));

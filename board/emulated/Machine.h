@@ -80,8 +80,8 @@ public:
     Machine& operator=(const Machine&) = delete;
     ~Machine();
 
-    // Waits until the machine is up, as Run does.
-    void AwaitReady();
+    // Waits until the machine is up, as Run does. False when a signal to stop comes before.
+    bool AwaitReady(StopSignals* stop = nullptr);
 
     // Runs a program and feeds the state from the GPIO controller, with the machine's time since the program's start.
     // Observers get the start, the end (a code above 128 counts as a signal), and a restart or halt of the machine as a

@@ -161,6 +161,38 @@ TEST_F(EmulatorCommand, EndsByASignalThatTheMachineDoesNotAnswer) {
     EXPECT_EQ(errors, "velrix-emulator: kills the machine (5 s after SIGTERM, which the program did not get)\n");
 }
 
+TEST_F(EmulatorCommand, EndsByASignalWhileTheMachineBootsAndLeavesNothing) {
+    for (const int signal : {SIGTERM, SIGINT}) {
+        const TestSupport::TemporaryFolder temporary;
+        ::setenv("TMPDIR", temporary.Path().c_str(), 1);
+        Start({"run", "--image", image, "--", "true"});
+        ::unsetenv("TMPDIR");
+        const auto boots = [&] {
+            for (const auto& entry : std::filesystem::directory_iterator(temporary.Path()))
+                if (std::filesystem::exists(entry.path() / "emulator"))
+                    return true;
+            return false;
+        };
+        ASSERT_TRUE(TestSupport::PrivateBoard::WaitFor(boots));
+
+        ::kill(process, signal);
+
+        EXPECT_EQ(Wait(), 128 + signal) << errors;
+        EXPECT_TRUE(std::filesystem::is_empty(temporary.Path()));
+    }
+}
+
+TEST_F(EmulatorCommand, SaysHowToNameAProgramOfThisDirectory) {
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.Path());
+    folder.Write("application", "");
+    EXPECT_EQ(Run({"run", "--image", std::filesystem::absolute(before / image), "--", "application"}), 127);
+    std::filesystem::current_path(before);
+    EXPECT_NE(errors.find("velrix-emulator: for the program in this directory, write ./application\n"),
+              std::string::npos)
+        << errors;
+}
+
 TEST_F(EmulatorCommand, EndsByASecondSignalOfAProgramThatDoesNot) {
     folder.Write("output", ""); // to be looked into before the command has made it
     Start({"run", "--image", image, "--", "sh", "-c",
@@ -197,9 +229,17 @@ TEST_F(EmulatorCommand, SaysWhatIsMissingAndWhatToDo) {
               "package qemu-system-arm, which scripts/setup installs\n");
 }
 
-TEST_F(EmulatorCommand, RefusesWhatItCannotDoBeforeItBoots) {
-    EXPECT_EQ(Run({"run", "--image", image, "--", VELRIX_EMULATOR_COMMAND}), 125);
+TEST_F(EmulatorCommand, RefusesProgramsThatItCannotRunBeforeItBoots) {
+    EXPECT_EQ(Run({"run", "--image", image, "--", VELRIX_EMULATOR_COMMAND}), 126);
     EXPECT_NE(errors.find("is no 32-bit ARM program"), std::string::npos) << errors;
+    EXPECT_EQ(Run({"run", "--image", image, "--", folder.Path()}), 126);
+    EXPECT_NE(errors.find("is no 32-bit ARM program"), std::string::npos) << errors;
+    EXPECT_EQ(Run({"run", "--image", image, "--", folder.Path("none")}), 127);
+    EXPECT_EQ(errors, "velrix-emulator: " + folder.Path("none") +
+                          " does not exist; a name without a slash is a command of the machine\n");
+}
+
+TEST_F(EmulatorCommand, RefusesWhatItCannotDoBeforeItBoots) {
     EXPECT_EQ(Run({"run", "--image", image, "--set", "OXBO_RL=1", "--", "true"}), 125);
     EXPECT_NE(errors.find("OXBO_RL is an output"), std::string::npos) << errors;
     EXPECT_EQ(Run({"run", "--set", "OXBO_IRQ_N=2", "--", "true"}), 125);
