@@ -143,6 +143,8 @@ int RunCommand(int argc, char** argv) {
     AddRunOptions(*record, recordOptions);
     record->add_option("FILE", recordOptions.recording, "The file for what is done to the board, as a scenario")
         ->required();
+    bool replacesFile = false;
+    record->add_flag("--force", replacesFile, "Replace FILE if it exists");
     const PanelOptions recordPanel(*record);
     const DiffCommand diff(app);
     try {
@@ -151,6 +153,9 @@ int RunCommand(int argc, char** argv) {
             return Diff(diff);
         RequireProgram(app, command);
         BoardOptions& options = record->parsed() ? recordOptions : runOptions;
+        if (options.recording && !replacesFile && std::filesystem::exists(*options.recording))
+            throw CLI::ValidationError("FILE",
+                                       *options.recording + " exists; name another file, or replace it with --force");
         (record->parsed() ? recordPanel : runPanel).Complete(options, command);
         return Run(options, command);
     } catch (const CLI::ParseError& error) {

@@ -63,6 +63,9 @@ void AddTestingOptions(CLI::App& command, std::optional<std::string>& timeline, 
     command.add_option("--junit", scenario.junit, "Write the scenario's results as a JUnit report")
         ->type_name("FILE.xml")
         ->needs(play);
+    command.add_option("--name", scenario.name, "The run's name in the report; that of the scenario's file if not given")
+        ->type_name("TEXT")
+        ->needs(play);
 }
 
 std::string RefusalText(const CLI::App* app, const CLI::Error& error) {
@@ -95,9 +98,13 @@ void RequireProgram(const CLI::App& app, const std::vector<std::string>& program
 }
 
 void TakeOneValueEach(CLI::App& command) {
-    for (CLI::Option* option : command.get_options())
+    const auto refuseEmpty = [](const std::string& value) { return value.empty() ? "the value is empty" : ""; };
+    for (CLI::Option* option : command.get_options()) {
+        if (option->get_items_expected_max() > 0)
+            option->check(refuseEmpty);
         if (option->get_items_expected_max() > 1)
             option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    }
 }
 
 } // namespace VelrixBoard

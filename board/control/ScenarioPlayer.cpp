@@ -28,18 +28,44 @@ ScenarioNames NamesOf(const BoardModel& model) {
     return names;
 }
 
+namespace {
+
+// Before the program has run: a report that cannot be written is an error at once.
+std::ofstream OpenReport(const std::optional<std::string>& path) {
+    std::ofstream report;
+    if (path)
+        report.open(*path);
+    if (path && !report)
+        throw BoardError("cannot write the report " + *path + ": " + std::strerror(errno));
+    return report;
+}
+
+} // namespace
+
 ScenarioPlayer::ScenarioPlayer(const ScenarioOptions& options, const BoardState& boardState,
                                IBoardControl& boardControl)
     : state(boardState), control(boardControl), reportFile(options.junit.value_or("")),
-      names(NamesOf(boardState.Model())), scenario(ReadScenario(options.file.value(), names)),
-      runner(scenario, names, *this) {
-    // Fails before the program runs if the report cannot be written.
-    if (options.junit)
-        report.open(reportFile);
-    if (options.junit && !report)
-        throw BoardError("cannot write the report " + reportFile + ": " + std::strerror(errno));
+      suite(options.name.value_or(SuiteName(options.file.value_or("")))), report(OpenReport(options.junit)),
+      names(NamesOf(boardState.Model())), scenario(Read(options.file.value())), runner(scenario, names, *this) {
     for (std::size_t signal = 0; signal < state.Count(); ++signal)
         OnChange(signal, state.Level(signal), BoardTime(0));
+}
+
+Scenario ScenarioPlayer::Read(const std::string& file) {
+    try {
+        return ReadScenario(file, names);
+    } catch (const ScenarioError& mistake) {
+        if (report.is_open())
+            WriteReport(JUnitReport(suite, mistake));
+        throw;
+    }
+}
+
+void ScenarioPlayer::WriteReport(const std::string& text) {
+    report << text;
+    report.close();
+    if (!report)
+        throw BoardError("cannot write the report " + reportFile + ": " + std::strerror(errno));
 }
 
 void ScenarioPlayer::OnChange(std::size_t signal, bool level, BoardTime time) {
@@ -112,12 +138,8 @@ int ScenarioPlayer::Finish(BoardTime now) {
     runner.Finish(TimeOf(now));
     const std::string plain = PlainReport(scenario, runner.Results());
     (void)std::fwrite(plain.data(), 1, plain.size(), stderr);
-    if (report.is_open()) {
-        report << JUnitReport(scenario, runner.Results());
-        report.close();
-        if (!report)
-            throw BoardError("cannot write the report " + reportFile + ": " + std::strerror(errno));
-    }
+    if (report.is_open())
+        WriteReport(JUnitReport(suite, scenario, runner.Results()));
     return runner.HasPassed() ? 0 : 1;
 }
 

@@ -21,8 +21,9 @@ ScenarioNames NamesOf(const BoardModel& model);
 
 // A scenario to judge a board by, if there is one, and where to report the results.
 struct ScenarioOptions {
-    std::optional<std::string> file;
-    std::optional<std::string> junit;
+    std::optional<std::string> file{};
+    std::optional<std::string> junit{};
+    std::optional<std::string> name{}; // of the report's suite; the file's name if not given
 };
 
 // Plays a scenario on a board and judges the run, with times since the first start of the program. After the last step
@@ -53,6 +54,9 @@ public:
     int Finish(BoardTime now);
 
 private:
+    Scenario Read(const std::string& file);
+    void WriteReport(const std::string& text);
+
     void Set(const std::string& line, bool high) override { control.DriveInput(FindSignal(state, line), high); }
     void SetFault(const std::string& signal, const std::optional<Fault>& fault) override;
     void Send(int signal) override { control.SignalProgram(signal); }
@@ -69,6 +73,7 @@ private:
     const BoardState& state;
     IBoardControl& control;
     const std::string reportFile;
+    const std::string suite;
     std::ofstream report;
     const ScenarioNames names;
     const Scenario scenario;

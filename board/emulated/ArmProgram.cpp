@@ -9,7 +9,7 @@
 #include <sstream>
 
 #include "board/base/BoardError.h"
-#include "board/emulated/ReadFile.h"
+#include "board/base/ReadFile.h"
 
 namespace VelrixBoard {
 

@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-#include "board/emulated/ReadFile.h"
+#include "board/base/ReadFile.h"
 
 namespace VelrixBoard {
 

@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 #include "board/base/BoardError.h"
-#include "board/emulated/ReadFile.h"
+#include "board/base/ReadFile.h"
 
 namespace VelrixBoard {
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <iterator>
 #include <utility>
 
@@ -36,20 +37,35 @@ std::size_t CountOf(const std::vector<StepResult>& results, Verdict verdict) {
         std::count_if(results.begin(), results.end(), [&](const auto& result) { return result.verdict == verdict; }));
 }
 
+std::string Head(const std::string& suite, std::size_t tests, std::size_t failures, std::size_t errors,
+                 std::size_t skipped) {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuite name=\"" + Escaped(suite) + "\" tests=\"" +
+           std::to_string(tests) + "\" failures=\"" + std::to_string(failures) + "\" errors=\"" +
+           std::to_string(errors) + "\" skipped=\"" + std::to_string(skipped) + "\">\n";
+}
+
 } // namespace
 
-std::string JUnitReport(const Scenario& scenario, const std::vector<StepResult>& results) {
-    std::string report = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuite name=\"" + Escaped(scenario.path) +
-                         "\" tests=\"" + std::to_string(results.size()) + "\" failures=\"" +
-                         std::to_string(CountOf(results, Verdict::FAILED)) + "\" skipped=\"" +
-                         std::to_string(CountOf(results, Verdict::NOT_REACHED)) + "\">\n";
+std::string SuiteName(const std::string& scenarioPath) {
+    return std::filesystem::path(scenarioPath).stem().string();
+}
+
+std::string JUnitReport(const std::string& suite, const ScenarioError& mistake) {
+    return Head(suite, 1, 0, 1, 0) + "  <testcase classname=\"" + Escaped(suite) +
+           "\" name=\"scenario\" time=\"0.000\">\n    <error message=\"" + Escaped(mistake.what()) +
+           "\"/>\n  </testcase>\n</testsuite>\n";
+}
+
+std::string JUnitReport(const std::string& suite, const Scenario& scenario, const std::vector<StepResult>& results) {
+    std::string report =
+        Head(suite, results.size(), CountOf(results, Verdict::FAILED), 0, CountOf(results, Verdict::NOT_REACHED));
     ScenarioTime before{0};
     for (std::size_t i = 0; i < results.size(); ++i) {
         const StepResult& result = results[i];
         const Step& step = scenario.steps[i];
         const bool reached = result.verdict != Verdict::NOT_REACHED;
-        report += "  <testcase classname=\"" + Escaped(scenario.path) + "\" name=\"" + std::to_string(step.line) +
-                  ": " + Escaped(step.text) + "\" time=\"" +
+        report += "  <testcase classname=\"" + Escaped(suite) + "\" name=\"" + std::to_string(step.line) + ": " +
+                  Escaped(step.text) + "\" time=\"" +
                   Seconds(reached ? std::max(result.time - before, ScenarioTime(0)) : ScenarioTime(0)) + "\"";
         if (result.verdict == Verdict::FAILED)
             report += ">\n    <failure message=\"" + Escaped(result.message) + "\"/>\n  </testcase>\n";

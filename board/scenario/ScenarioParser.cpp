@@ -59,7 +59,12 @@ public:
 
     bool Empty() const { return words.empty(); }
     const std::string& Text() const { return whole; }
+    std::size_t Column() const { return words.front().column; }
     int Number() const { return number; }
+
+    [[noreturn]] void Fail(std::size_t column, const std::string& what) const {
+        throw ScenarioError(path + ":" + std::to_string(number) + ":" + std::to_string(column) + ": " + what);
+    }
 
     // The step's action or condition begins at the next word.
     void Begin() { subject = AtEnd() ? end + 1 : words[next].column; }
@@ -152,10 +157,6 @@ private:
             content += text[i];
         }
         Fail(begin, "the quotes that begin here do not end in this line");
-    }
-
-    [[noreturn]] void Fail(std::size_t column, const std::string& what) const {
-        throw ScenarioError(path + ":" + std::to_string(number) + ":" + std::to_string(column) + ": " + what);
     }
 
     const std::string& path;
@@ -374,11 +375,32 @@ private:
     std::vector<std::string> signals;
 };
 
+// The earliest time that the steps so far leave for the next one; steps run in order.
+class Order final {
+public:
+    // Throws ScenarioError for an action that would always come too late.
+    void Add(const Line& line, const Step& step) {
+        if (const auto* wait = std::get_if<Wait>(&step.what))
+            earliest += wait->length;
+        const auto* action = std::get_if<Do>(&step.what);
+        if (!action || !action->at)
+            return;
+        if (*action->at < earliest)
+            line.Fail(line.Column(), "is always late: the steps above take until " + TextOf(earliest) +
+                                         "; steps run in order, so put it above them");
+        earliest = *action->at;
+    }
+
+private:
+    ScenarioTime earliest{0};
+};
+
 } // namespace
 
 Scenario ParseScenario(const std::string& path, std::string_view text, const ScenarioNames& names) {
     Scenario scenario{path, {}};
     const Parser parser(names);
+    Order order;
     if (text.starts_with(BYTE_ORDER_MARK))
         text.remove_prefix(BYTE_ORDER_MARK.size());
     int number = 0;
@@ -391,6 +413,7 @@ Scenario ParseScenario(const std::string& path, std::string_view text, const Sce
         auto what = parser.ParseStep(line);
         line.NeedEnd();
         scenario.steps.push_back({line.Number(), line.Text(), std::move(what), line.Subject()});
+        order.Add(line, scenario.steps.back());
     }
     if (scenario.steps.empty())
         throw ScenarioError(path + ": has no steps; write one a line, such as \"within 2s program exits with 0\"");

@@ -9,6 +9,7 @@
 
 #include "board/base/BoardError.h"
 #include "board/base/Paths.h"
+#include "board/base/ReadFile.h"
 #include "board/model/SettingsReader.h"
 #include "board/sandbox/NamespaceEntry.h"
 #include "board/sandbox/PreloadEntry.h"
@@ -23,6 +24,7 @@ namespace {
 const std::optional<fs::path>& CopySettings(const std::optional<fs::path>& from, const fs::path& to) {
     if (!from)
         return from;
+    RequireContent(*from);
     std::error_code error;
     fs::copy_file(*from, to, error);
     if (error)

@@ -17,16 +17,30 @@ const std::vector<StepResult> RESULTS{{StepResult::Verdict::PASSED, "", millisec
 } // namespace
 
 TEST(JUnit, ReportsACaseAStep) {
-    EXPECT_EQ(
-        JUnitReport(SCENARIO, RESULTS),
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-        "<testsuite name=\"a&amp;b.scenario\" tests=\"3\" failures=\"1\" skipped=\"1\">\n"
-        "  <testcase classname=\"a&amp;b.scenario\" name=\"1: wait 1s\" time=\"1.000\"/>\n"
-        "  <testcase classname=\"a&amp;b.scenario\" name=\"3: web log has &quot;&lt;x&gt;&quot;\" time=\"0.250\">\n"
-        "    <failure message=\"seen: &quot;a\\x1B&lt;\\xB0&quot;\"/>\n"
-        "  </testcase>\n"
-        "  <testcase classname=\"a&amp;b.scenario\" name=\"4: wait 2s\" time=\"0.000\"><skipped/></testcase>\n"
-        "</testsuite>\n");
+    EXPECT_EQ(JUnitReport("power & up", SCENARIO, RESULTS),
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+              "<testsuite name=\"power &amp; up\" tests=\"3\" failures=\"1\" errors=\"0\" skipped=\"1\">\n"
+              "  <testcase classname=\"power &amp; up\" name=\"1: wait 1s\" time=\"1.000\"/>\n"
+              "  <testcase classname=\"power &amp; up\" name=\"3: web log has &quot;&lt;x&gt;&quot;\" time=\"0.250\">\n"
+              "    <failure message=\"seen: &quot;a\\x1B&lt;\\xB0&quot;\"/>\n"
+              "  </testcase>\n"
+              "  <testcase classname=\"power &amp; up\" name=\"4: wait 2s\" time=\"0.000\"><skipped/></testcase>\n"
+              "</testsuite>\n");
+}
+
+TEST(JUnit, ReportsAMistakeInTheScenarioAsAnError) {
+    EXPECT_EQ(JUnitReport("power-up", ScenarioError("a.scenario:2:1: expected <x>")),
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+              "<testsuite name=\"power-up\" tests=\"1\" failures=\"0\" errors=\"1\" skipped=\"0\">\n"
+              "  <testcase classname=\"power-up\" name=\"scenario\" time=\"0.000\">\n"
+              "    <error message=\"a.scenario:2:1: expected &lt;x&gt;\"/>\n"
+              "  </testcase>\n"
+              "</testsuite>\n");
+}
+
+TEST(JUnit, NamesASuiteByTheScenariosFile) {
+    EXPECT_EQ(SuiteName("/home/user/tests/power-up.scenario"), "power-up");
+    EXPECT_EQ(SuiteName("power-up"), "power-up");
 }
 
 TEST(PlainReport, NamesWhatFailedAndCounts) {

@@ -156,13 +156,15 @@ TEST(ScenarioRunner, SeesPulsesThatAreOverAtOnce) {
 }
 
 TEST(ScenarioRunner, ActsAtItsTimes) {
-    Play run("at 300ms set OXBO_IRQ_N low\nat 200ms set OXBO_IRQ_N high");
+    Play run("within 1s OXBO_RL is high\nat 200ms set OXBO_IRQ_N low\nat 400ms set OXBO_IRQ_N high");
 
-    run.Until(299);
-    EXPECT_EQ(run.board.log, "");
-    run.Until(300);
+    run.Level(300, "OXBO_RL", true);
+    EXPECT_EQ(run.board.log, "set OXBO_IRQ_N low"); // its time was over already
+    run.Until(399);
+    EXPECT_EQ(run.board.log, "set OXBO_IRQ_N low");
+    run.Until(400);
 
-    EXPECT_EQ(run.board.log, "set OXBO_IRQ_N low, set OXBO_IRQ_N high"); // the second one's time is over already
+    EXPECT_EQ(run.board.log, "set OXBO_IRQ_N low, set OXBO_IRQ_N high");
 }
 
 TEST(ScenarioRunner, FailsWhereTheBoardCannotDoIt) {

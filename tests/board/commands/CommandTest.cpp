@@ -42,6 +42,12 @@ TEST(CommandTest, RefusesWhatItDoesNotUnderstandBeforeAnythingRuns) {
         {{"run", "--without", "/etc/passwd", "--", "echo"}, "--without /etc/passwd names neither"},
         {{"run", "--settings", folder.Path("none"), "--", "echo"},
          "cannot read the settings file " + folder.Path("none")},
+        {{"run", "--settings", folder.Path(), "--", "echo"},
+         "cannot read " + folder.Path() + ": it is a directory, and only regular files can be read"},
+        {{"run", "--settings", "", "--", "echo"}, "--settings: the value is empty\n"},
+        {{"run", "--directory=", "--", "echo"}, "--directory"},
+        {{"record", folder.Path("file"), "--", "echo"},
+         folder.Path("file") + " exists; name another file, or replace it with --force\n"},
         {{"run", "--directory", folder.Path(), "--", "echo"}, folder.Path() + " is not empty"},
         {{"run", "--directory", folder.Path("file/x"), "--", "echo"}, "cannot make the run directory"},
     };
@@ -88,6 +94,32 @@ TEST(CommandTest, TakesOptionsMoreThanOnceWhereThatMakesSense) {
             .Run();
 
     EXPECT_EQ(end.output, "0\n1\n");
+}
+
+TEST(CommandTest, ReplacesARecordingWhenItMay) {
+    const TestSupport::TemporaryFolder folder;
+    folder.Write("file", "kept");
+
+    EXPECT_EQ((CommandRun{{VELRIX_BOARD_COMMAND, "record", folder.Path("file"), "--", "true"}}).Run().ExitCode(), 125);
+    EXPECT_EQ(folder.Read("file"), "kept");
+    EXPECT_EQ(
+        (CommandRun{{VELRIX_BOARD_COMMAND, "record", folder.Path("file"), "--force", "--", "true"}}).Run().ExitCode(),
+        0);
+    EXPECT_THAT(folder.Read("file"), testing::StartsWith("wait "));
+}
+
+TEST(CommandTest, ReportsAMistakeInAScenarioAndNamesTheRun) {
+    const TestSupport::TemporaryFolder folder;
+    folder.Write("a.scenario", "within 1s MS is blue\n");
+
+    const CommandEnd end = CommandRun{OnBoard("true", {"--scenario", folder.Path("a.scenario"), "--junit",
+                                                       folder.Path("a.xml"), "--name", "first"})}
+                               .Run();
+
+    EXPECT_EQ(end.ExitCode(), 125);
+    EXPECT_THAT(end.errors, HasSubstr("a.scenario:1:17: expected "));
+    EXPECT_THAT(folder.Read("a.xml"), HasSubstr("<testsuite name=\"first\" tests=\"1\" failures=\"0\" errors=\"1\""));
+    EXPECT_THAT(folder.Read("a.xml"), HasSubstr("a.scenario:1:17: expected "));
 }
 
 TEST(CommandTest, KeepsADirectoryThatWasNamed) {

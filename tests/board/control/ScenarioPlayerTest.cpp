@@ -158,7 +158,7 @@ TEST_F(ScenarioPlayerTest, JudgesLogsRebootsAndTheProgramsEnd) {
 
     EXPECT_EQ(Finish(milliseconds(30)), 0) << said;
     EXPECT_THAT(said, EndsWith("a.scenario: 4 steps passed, 0 failed, 0 not reached\n"));
-    EXPECT_THAT(folder.Read("report.xml"), HasSubstr("tests=\"4\" failures=\"0\" skipped=\"0\""));
+    EXPECT_THAT(folder.Read("report.xml"), HasSubstr("tests=\"4\" failures=\"0\" errors=\"0\" skipped=\"0\""));
 }
 
 TEST_F(ScenarioPlayerTest, FailsWhatTheProgramsCrashLeftOpen) {
@@ -241,7 +241,7 @@ TEST_F(ScenarioCommandTest, PassesAProgramThatDoesAsItShould) {
 
     EXPECT_EQ(end.ExitCode(), 0);
     EXPECT_THAT(end.errors, EndsWith("a.scenario: 6 steps passed, 0 failed, 0 not reached\n"));
-    EXPECT_THAT(folder.Read("a.xml"), HasSubstr("tests=\"6\" failures=\"0\" skipped=\"0\""));
+    EXPECT_THAT(folder.Read("a.xml"), HasSubstr("tests=\"6\" failures=\"0\" errors=\"0\" skipped=\"0\""));
 }
 
 TEST_F(ScenarioCommandTest, SaysWhatItExpectedAndSawAndWhen) {
@@ -253,7 +253,7 @@ TEST_F(ScenarioCommandTest, SaysWhatItExpectedAndSawAndWhen) {
                 testing::ContainsRegex("a.scenario:2: within 100ms OXBO_RL is high: expected within 100 ms: "
                                        "OXBO_RL is high; seen at [0-9.]+ m?s: OXBO_RL low since 0.0 ms\n"));
     EXPECT_THAT(end.errors, EndsWith("1 step passed, 1 failed, 1 not reached\n"));
-    EXPECT_THAT(folder.Read("a.xml"), HasSubstr("tests=\"3\" failures=\"1\" skipped=\"1\""));
+    EXPECT_THAT(folder.Read("a.xml"), HasSubstr("tests=\"3\" failures=\"1\" errors=\"0\" skipped=\"1\""));
 }
 
 TEST_F(ScenarioCommandTest, FailsAProgramThatCannotBeRun) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "board/emulated/ReadFile.h"
+#include "board/base/ReadFile.h"
 
 #include <fstream>
 #include <map>
