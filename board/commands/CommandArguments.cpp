@@ -23,7 +23,17 @@ std::vector<std::string> OwnArguments(int argc, char** argv, std::vector<std::st
     const auto separator = std::find(all.begin(), all.end(), "--");
     if (separator != all.end())
         program.assign(separator + 1, all.end());
-    return {std::make_reverse_iterator(separator), all.rend()};
+    std::vector<std::string> own;
+    for (auto word = all.begin(); word != separator; ++word)
+        if (word->size() > 3 && word->starts_with("--") && word->find('=') == word->size() - 1) {
+            // CLI11 would take the next word as the value.
+            own.push_back(word->substr(0, word->size() - 1));
+            own.emplace_back();
+        } else {
+            own.push_back(*word);
+        }
+    std::reverse(own.begin(), own.end());
+    return own;
 }
 
 void AddBeginningOptions(CLI::App& command, std::map<std::string, bool>& levels,

@@ -3,8 +3,8 @@
 
 // Glitch filter: the elements of an LED are written one after the other; shorter colours are ignored.
 const GLITCH = 5000;
-// Longer than any step of a pattern: such a colour is steady.
-const LONGEST_PHASE = 2_100_000;
+// A colour that lasts longer is steady, in scenarios as well: longer than any step of the device's patterns.
+const LONGEST_PHASE = 1_000_000;
 
 // The colours one LED showed, earliest first: [{color, begin}], the last one is current. elements: [{color, entries}],
 // with the entries of a signal's history. A burst counts as its last level.

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// The last seconds of all signals as a scrolling picture: a band of its colours for an LED, a square wave for a line.
+// The last seconds of all signals as a scrolling picture: a lane for each colour of an LED, with the colour's initial since
+// hue alone tells too little, and a square wave for a line.
 
 export const SPANS = [0.5, 1, 2, 5, 10, 30]; // seconds
 const KEPT = 30e6; // microseconds of history to scroll through
 const FRAME = 30; // minimum milliseconds between two frames
 const ROW = 24;
 const AXIS = 22;
+const LANE_MARGIN = 2;
 
 export class Waveform {
   // rows: [{name, elements: [{color, signal}]}] for LEDs, [{name, signal}] for lines; signals: their histories by number.
@@ -130,9 +132,9 @@ export class Waveform {
       this.drawLine(view, this.signals[row.signal], top);
       return;
     }
-    context.fillStyle = this.colors.rule;
-    context.fillRect(left, top + ROW / 2, right - left, 1);
-    for (const element of row.elements) this.drawBand(view, this.signals[element.signal], top, element.color);
+    const height = (ROW - 2 * LANE_MARGIN) / row.elements.length;
+    row.elements.forEach((element, number) =>
+      this.drawLane(view, this.signals[element.signal], top + LANE_MARGIN + number * height, height, element.color));
   }
 
   // Calls back with each visible stretch of one level, and with bursts.
@@ -176,15 +178,22 @@ export class Waveform {
     context.lineWidth = 1;
   }
 
-  drawBand(view, signal, top, color) {
-    const { context, x } = view;
+  drawLane(view, signal, top, height, color) {
+    const { context, x, left, right } = view;
+    context.save();
+    context.font = `${Math.min(height, 10)}px system-ui, sans-serif`;
+    context.fillStyle = this.colors.muted;
+    context.textAlign = 'right';
+    context.fillText(color[0].toUpperCase(), left - 3, top + height / 2);
+    context.fillStyle = this.colors.rule;
+    context.fillRect(left, Math.floor(top + height) - 1, right - left, 1);
     context.fillStyle = this.colors[color];
     this.stretches(view, signal, (from, to, level, burst) => {
       if (!level && !burst) return;
       context.globalAlpha = burst ? 0.6 : 1;
-      context.fillRect(x(from), top + 5, Math.max(1, x(to) - x(from)), ROW - 10);
+      context.fillRect(x(from), top + 1, Math.max(1, x(to) - x(from)), height - 2);
     });
-    context.globalAlpha = 1;
+    context.restore();
   }
 
   drawPointer({ context, begin, left, right }) {

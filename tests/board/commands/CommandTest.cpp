@@ -45,7 +45,7 @@ TEST(CommandTest, RefusesWhatItDoesNotUnderstandBeforeAnythingRuns) {
         {{"run", "--settings", folder.Path(), "--", "echo"},
          "cannot read " + folder.Path() + ": it is a directory, and only regular files can be read"},
         {{"run", "--settings", "", "--", "echo"}, "--settings: the value is empty\n"},
-        {{"run", "--directory=", "--", "echo"}, "--directory"},
+        {{"run", "--directory=", "--", "echo"}, "--directory: the value is empty\n"},
         {{"record", folder.Path("file"), "--", "echo"},
          folder.Path("file") + " exists; name another file, or replace it with --force\n"},
         {{"run", "--directory", folder.Path(), "--", "echo"}, folder.Path() + " is not empty"},

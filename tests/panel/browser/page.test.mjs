@@ -39,7 +39,8 @@ const PATTERNS = [
   // one element goes dark before the other is lit: a glitch
   ['100+ 350- 600+ 850- 1100+', '352+ 598- 852+ 1098-', 1200, 'alternating green and red, 250 ms'],
   ['100+', '100+', 5000, 'steady green with red'],
-  ['100+ 5100- 10100+', '', 10200, 'steady green'], // too slow to be a pattern
+  ['100+ 1100- 2100+', '', 2200, 'flashing green, 1000 ms'],
+  ['100+ 1101- 2102+', '', 2200, 'steady green'], // too slow to be a pattern
 ];
 
 test('what an LED shows is said in words', () => {

@@ -212,19 +212,27 @@ describe('the panel', () => {
   test('the waveform shows colours, zooms and pauses', async () => {
     const waveform = page.locator('#waveform');
     const span = (text) => hasText(page.locator('#span'), text);
-    const greenPixels = () => page.evaluate(() => {
+    // How many pixels are much more of the one colour (0: red, 1: green) than of the other and of blue.
+    const pixels = (color) => page.evaluate((most) => {
       const canvas = document.getElementById('canvas');
       const copy = new OffscreenCanvas(canvas.width, canvas.height).getContext('2d', { willReadFrequently: true });
       copy.drawImage(canvas, 0, 0);
       const { data } = copy.getImageData(0, 0, canvas.width, canvas.height);
       let count = 0;
-      for (let i = 0; i < data.length; i += 4) if (data[i + 1] > 1.5 * data[i] && data[i + 1] > 1.5 * data[i + 2]) ++count;
+      for (let i = 0; i < data.length; i += 4)
+        if (data[i + most] > 1.5 * data[i + 1 - most] && data[i + most] > 1.5 * data[i + 2]) ++count;
       return count;
-    });
-    assert.equal(await greenPixels(), 0);
+    }, color);
+    assert.equal(await pixels(1), 0);
     await board.write('MS.green', 1);
     await hasText(led('MS'), 'steady green');
-    await eventually('a green band', async () => (await greenPixels()) >= 100);
+    await eventually('a green lane', async () => (await pixels(1)) >= 100);
+    await board.write('MS.red', 1);
+    await eventually('a red lane below the green one', async () => (await pixels(0)) >= 100 && (await pixels(1)) >= 100);
+    const green = await pixels(1);
+    await eventually('a green lane that goes on', async () => (await pixels(1)) > green);
+    await board.write('MS.red', 0);
+    await hasText(led('MS'), 'steady green');
 
     await waveform.focus();
     await page.keyboard.press('-');
