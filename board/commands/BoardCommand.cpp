@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The command velrix-board. 125 is the exit code of everything that goes wrong before the program runs.
 #include <cstdio>
+#include <filesystem>
 #include <map>
 #include <stdexcept>
 #include <string>

@@ -73,7 +73,8 @@ void AddTestingOptions(CLI::App& command, std::optional<std::string>& timeline, 
     command.add_option("--junit", scenario.junit, "Write the scenario's results as a JUnit report")
         ->type_name("FILE.xml")
         ->needs(play);
-    command.add_option("--name", scenario.name, "The run's name in the report; that of the scenario's file if not given")
+    command
+        .add_option("--name", scenario.name, "The run's name in the report; that of the scenario's file if not given")
         ->type_name("TEXT")
         ->needs(play);
 }

@@ -37,7 +37,8 @@ std::string RefusalText(const CLI::App* app, const CLI::Error& error);
 // Throws CLI::ParseError when there is no program to run.
 void RequireProgram(const CLI::App& app, const std::vector<std::string>& program);
 
-// Lets each occurrence of an option take one value, which is not empty: "--set A=1 -- X" would take more, and a script's
+// Lets each occurrence of an option take one value, which is not empty: "--set A=1 -- X" would take more, and a
+// script's
 // --settings "$file" would run without settings. Call it after the last option was added.
 void TakeOneValueEach(CLI::App& command);
 
