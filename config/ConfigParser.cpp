@@ -14,105 +14,21 @@
 #include <velrix/config/ParseErrors.h>
 
 #include "config/CharacterSet.h"
+#include "config/Grammar.h"
 
 namespace Velrix {
 
 using System::string_ptr;
 using System::Collections::Generic::Array;
 
-enum class ConfigParser::Action : unsigned char {
-    SKIP,
-    APPEND, // to the text that belongs to the next state
-    CLOSE_HEADER,
-    COMMIT
-};
-
 namespace {
 
-// The grammar:
-//
-//     file     = { line newline } line
-//     line     = blanks [ header | pair ] blanks [ comment ]
-//     header   = "[" name "]"                         no blanks within
-//     pair     = name blanks "=" blanks value         a value is required; "" is empty
-//     name     = ( "_" | letter ) { "_" | letter | digit }
-//     value    = bare | quoted
-//     bare     = valuechar { valuechar }              letters, digits, "+", "-", ".", "/"
-//     quoted   = '"' { any but '"' and "\" | "\" any } '"'    newlines too; "\" escapes any character
-//     comment  = "#" { any but newline }
-//     blanks   = { space | tab | vertical tab | form feed | carriage return }
-//
-// The last line may end with the end of the file in place of a newline, but not within a name or quotes, nor right
-// after "=".
-//
-// Below is the grammar as a state machine. The first row of the state whose set holds the character (or the end of the
-// file) applies: its action runs and its state is next. No match is an error: an unexpected end or an unexpected
-// character.
-
-struct Row {
-    ConfigParser::State state;
-    const CharacterSet& on;
-    ConfigParser::Action action;
-    ConfigParser::State next;
-};
-
-using enum ConfigParser::State;
-using enum ConfigParser::Action;
-
-constexpr Row ROWS[] = {
-    {COMMENT, END_OF_FILE, SKIP, COMMENT},
-    {COMMENT, NEWLINE, SKIP, LINE_START},
-    {COMMENT, ANY_CHARACTER, SKIP, COMMENT},
-
-    {KEY, WHITESPACE, SKIP, AFTER_KEY},
-    {KEY, END_OF_KEY, SKIP, AFTER_END_OF_KEY},
-    {KEY, KEY_CHAR, APPEND, KEY},
-
-    {AFTER_KEY, WHITESPACE, SKIP, AFTER_KEY},
-    {AFTER_KEY, END_OF_KEY, SKIP, AFTER_END_OF_KEY},
-
-    {LINE_START, END_OF_FILE, SKIP, LINE_START},
-    {LINE_START, NEWLINE, SKIP, LINE_START},
-    {LINE_START, WHITESPACE, SKIP, LINE_START},
-    {LINE_START, COMMENT_MARK, SKIP, COMMENT},
-    {LINE_START, BEGINNING_OF_KEY, APPEND, KEY},
-    {LINE_START, BEGINNING_OF_SECTION, SKIP, AFTER_BEGINNING_OF_SECTION},
-
-    {SECTION_NAME, KEY_CHAR, APPEND, SECTION_NAME},
-    {SECTION_NAME, END_OF_SECTION, CLOSE_HEADER, AFTER_SECTION},
-
-    {AFTER_BEGINNING_OF_SECTION, BEGINNING_OF_KEY, APPEND, SECTION_NAME},
-
-    {AFTER_SECTION, END_OF_FILE, SKIP, AFTER_SECTION},
-    {AFTER_SECTION, NEWLINE, SKIP, LINE_START},
-    {AFTER_SECTION, WHITESPACE, SKIP, AFTER_SECTION},
-    {AFTER_SECTION, COMMENT_MARK, SKIP, COMMENT},
-
-    {UNQUOTED_VALUE, END_OF_FILE, COMMIT, UNQUOTED_VALUE},
-    {UNQUOTED_VALUE, NEWLINE, COMMIT, LINE_START},
-    {UNQUOTED_VALUE, WHITESPACE, COMMIT, AFTER_VALUE},
-    {UNQUOTED_VALUE, COMMENT_MARK, COMMIT, COMMENT},
-    {UNQUOTED_VALUE, VALUE_CHAR, APPEND, UNQUOTED_VALUE},
-
-    {AFTER_END_OF_KEY, WHITESPACE, SKIP, AFTER_END_OF_KEY},
-    {AFTER_END_OF_KEY, QUOTE, SKIP, QUOTED_VALUE},
-    {AFTER_END_OF_KEY, VALUE_CHAR, APPEND, UNQUOTED_VALUE},
-
-    {AFTER_VALUE, END_OF_FILE, SKIP, AFTER_VALUE},
-    {AFTER_VALUE, NEWLINE, SKIP, LINE_START},
-    {AFTER_VALUE, WHITESPACE, SKIP, AFTER_VALUE},
-    {AFTER_VALUE, COMMENT_MARK, SKIP, COMMENT},
-
-    {QUOTED_VALUE, QUOTE, COMMIT, AFTER_VALUE},
-    {QUOTED_VALUE, ESCAPE, SKIP, AFTER_ESCAPE},
-    {QUOTED_VALUE, ANY_CHARACTER, APPEND, QUOTED_VALUE},
-
-    {AFTER_ESCAPE, ANY_CHARACTER, APPEND, QUOTED_VALUE},
-};
+using enum ParserState;
+using enum ParserAction;
 
 constexpr std::size_t STATE_COUNT = static_cast<std::size_t>(AFTER_ESCAPE) + 1;
 
-constexpr std::size_t IndexOf(ConfigParser::State state) {
+constexpr std::size_t IndexOf(ParserState state) {
     return static_cast<std::size_t>(state);
 }
 
@@ -120,17 +36,15 @@ constexpr std::size_t IndexOf(ConfigParser::State state) {
 // state nor the line changes; otherwise the number of the row that applies, from 1.
 constexpr unsigned char PROLONGS_RUN = 0;
 constexpr unsigned char NO_ROW = 255;
-static_assert(std::size(ROWS) < NO_ROW);
+static_assert(std::size(GRAMMAR) < NO_ROW);
 
-constexpr unsigned char Choose(ConfigParser::State state, int c) {
-    for (std::size_t i = 0; i < std::size(ROWS); ++i) {
-        const Row& row = ROWS[i];
-        if (row.state != state || !row.on.Contains(c))
-            continue;
-        const bool isPlain = row.action == SKIP || row.action == APPEND;
-        return row.next == state && isPlain && !NEWLINE.Contains(c) ? PROLONGS_RUN : static_cast<unsigned char>(i + 1);
-    }
-    return NO_ROW;
+constexpr unsigned char Choose(ParserState state, int c) {
+    const std::size_t i = FindRow(state, c);
+    if (i == std::size(GRAMMAR))
+        return NO_ROW;
+    const GrammarRow& row = GRAMMAR[i];
+    const bool isPlain = row.action == SKIP || row.action == APPEND;
+    return row.next == state && isPlain && !NEWLINE.Contains(c) ? PROLONGS_RUN : static_cast<unsigned char>(i + 1);
 }
 
 using Choices = std::array<unsigned char, CharacterSet::LAST_VALUE + 1>;
@@ -139,7 +53,7 @@ constexpr std::array<Choices, STATE_COUNT> CHOICES = [] {
     std::array<Choices, STATE_COUNT> choices{};
     for (std::size_t state = 0; state < STATE_COUNT; ++state)
         for (std::size_t c = 0; c < choices[state].size(); ++c)
-            choices[state][c] = Choose(static_cast<ConfigParser::State>(state), static_cast<int>(c));
+            choices[state][c] = Choose(static_cast<ParserState>(state), static_cast<int>(c));
     return choices;
 }();
 
@@ -210,7 +124,7 @@ void ConfigParser::TakeBlock(const unsigned char* block, int count) {
         const unsigned char choice = choices[*next];
         if (choice == NO_ROW)
             _throw_unexpected_char_exception(*next, path, line, static_cast<int>(next - block) - newline);
-        const Row& row = ROWS[choice - 1];
+        const GrammarRow& row = GRAMMAR[choice - 1];
         state = row.next;
         run = row.action == APPEND ? next : next + 1;
         ++next;
@@ -223,11 +137,11 @@ void ConfigParser::TakeEnd() {
     const unsigned char choice = Choose(state, CharacterSet::END_OF_FILE_VALUE);
     if (choice == NO_ROW)
         _throw_unexpected_eof_exception(path);
-    if (choice != PROLONGS_RUN && ROWS[choice - 1].action == COMMIT)
+    if (choice != PROLONGS_RUN && GRAMMAR[choice - 1].action == COMMIT)
         Do(COMMIT);
 }
 
-void ConfigParser::Do(Action action) {
+void ConfigParser::Do(ParserAction action) {
     if (action == CLOSE_HEADER) {
         AddSection(texts.Make(sectionName.View()));
         sectionName.Clear();

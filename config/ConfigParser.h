@@ -10,6 +10,8 @@
 #include <System/Object.h>
 #include <System/String.h>
 
+#include "config/Grammar.h"
+
 namespace Velrix {
 
 // The state machine behind ConfigFile::ReadAll; one per file read. Functions that run once per file or section are
@@ -18,22 +20,6 @@ class ConfigParser final : public System::Object {
 public:
     using Section = System::Collections::Generic::Dictionary<System::string_ptr, System::string_ptr>;
     using Sections = System::Collections::Generic::Dictionary<System::string_ptr, std::shared_ptr<Section>>;
-
-    enum class Action : unsigned char;
-    enum class State : unsigned char {
-        COMMENT,
-        KEY,
-        AFTER_KEY,
-        LINE_START,
-        SECTION_NAME,
-        AFTER_BEGINNING_OF_SECTION,
-        AFTER_SECTION,
-        UNQUOTED_VALUE,
-        AFTER_END_OF_KEY,
-        AFTER_VALUE,
-        QUOTED_VALUE,
-        AFTER_ESCAPE
-    };
 
     static std::shared_ptr<ConfigParser> Create();
     [[gnu::cold]] ~ConfigParser() override;
@@ -68,7 +54,7 @@ private:
 
     void TakeBlock(const unsigned char* block, int count);
     [[gnu::cold]] void TakeEnd();
-    void Do(Action action);
+    void Do(ParserAction action);
     [[gnu::cold]] void AddSection(const System::string_ptr& name);
 
     std::shared_ptr<Section> currentSection;
@@ -78,7 +64,7 @@ private:
     System::string_ptr path;
     std::shared_ptr<Sections> result;
     Piece sectionName;
-    State state = State::LINE_START;
+    ParserState state = ParserState::LINE_START;
     System::Detail::TextMaker texts;
     Piece value;
 };
