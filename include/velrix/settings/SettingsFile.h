@@ -69,6 +69,9 @@ public:
     System::string_ptr web_log_file;
 
 private:
+    // Makes the settings of a device without a file, for tools that explain them; the library does not define it.
+    friend struct SettingsDefaults;
+
     SettingsFile();
 };
 
