@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/velrixctl/Console.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include "tools/check/SettingsText.h"
+
+namespace VelrixTools {
+
+namespace {
+
+constexpr std::size_t NARROWEST = 40;
+constexpr std::size_t WIDEST = 100;
+constexpr std::size_t USUAL_WIDTH = 80;
+
+bool WriteAll(int descriptor, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t count = ::write(descriptor, text.data(), text.size());
+        if (count < 0 && errno != EINTR)
+            return false;
+        text.remove_prefix(count < 0 ? 0 : static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+bool AllowsColours() {
+    const char* const forbidden = std::getenv("NO_COLOR");
+    const char* const terminal = std::getenv("TERM");
+    return (forbidden == nullptr || *forbidden == '\0') && (terminal == nullptr || std::strcmp(terminal, "dumb") != 0);
+}
+
+const char* CodeOf(Colour colour) {
+    switch (colour) {
+    case Colour::BOLD:
+        return "1";
+    case Colour::RED:
+        return "1;31";
+    case Colour::GREEN:
+        return "32";
+    case Colour::YELLOW:
+        return "33";
+    case Colour::GREY:
+        return "2";
+    case Colour::NONE:
+        break;
+    }
+    return "0";
+}
+
+} // namespace
+
+void Print(std::string_view text) {
+    if (!WriteAll(STDOUT_FILENO, text))
+        throw CommandError(std::string("cannot write the output: ") + std::strerror(errno));
+}
+
+// A failure has nowhere to go.
+void Complain(std::string_view message) {
+    (void)WriteAll(STDERR_FILENO, "velrixctl: " + std::string(message) + "\n");
+}
+
+bool IsTerminal() {
+    return ::isatty(STDOUT_FILENO) == 1;
+}
+
+bool IsErrorTerminal() {
+    return ::isatty(STDERR_FILENO) == 1;
+}
+
+bool HasColours() {
+    return IsTerminal() && AllowsColours();
+}
+
+bool HasErrorColours() {
+    return IsErrorTerminal() && AllowsColours();
+}
+
+std::size_t OutputWidth() {
+    winsize size{};
+    if (!IsTerminal() || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
+        return USUAL_WIDTH;
+    return std::clamp<std::size_t>(size.ws_col, NARROWEST, WIDEST);
+}
+
+std::string In(Colour colour, const std::string& text) {
+    return colour == Colour::NONE || !HasColours() ? text
+                                                   : std::string("\x1b[") + CodeOf(colour) + "m" + text + "\x1b[0m";
+}
+
+std::string Wrapped(std::string_view text, std::size_t width, std::size_t indentation) {
+    std::string wrapped, line;
+    const std::string indent(indentation, ' ');
+    while (!text.empty()) {
+        const std::string_view word = text.substr(0, text.find(' '));
+        text.remove_prefix(std::min(word.size() + 1, text.size()));
+        if (!line.empty() && indentation + line.size() + 1 + word.size() > width) {
+            wrapped += indent + line + "\n";
+            line.clear();
+        }
+        line += (line.empty() ? "" : " ") + std::string(word);
+    }
+    return wrapped + (line.empty() ? "" : indent + line + "\n");
+}
+
+std::string Escaped(std::string_view text) {
+    std::string escaped;
+    for (std::size_t i = 0; i < text.size();) {
+        const std::size_t size = CodePointSize(text, i);
+        const std::string codePoint(text.substr(i, size));
+        i += size;
+        if (codePoint == "\n") {
+            escaped += "\\n";
+        } else if (codePoint == "\r") {
+            escaped += "\\r";
+        } else if (codePoint == "\t") {
+            escaped += "\\t";
+        } else if (Printable(codePoint) == codePoint) {
+            escaped += codePoint;
+        } else {
+            for (const char c : codePoint) {
+                std::array<char, 8> number{};
+                std::snprintf(number.data(), number.size(), "\\x%02X",
+                              static_cast<unsigned>(static_cast<unsigned char>(c)));
+                escaped += number.data();
+            }
+        }
+    }
+    return escaped;
+}
+
+} // namespace VelrixTools

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "tools/velrixctl/CommandTable.h"
+
+namespace VelrixTools {
+
+// Ends the command with a message and an exit code.
+class CommandError : public std::runtime_error {
+public:
+    explicit CommandError(const std::string& message, int ownCode = EXIT_FAILED)
+        : std::runtime_error(message), code(ownCode) {}
+    int Code() const { return code; }
+
+private:
+    int code;
+};
+
+// Writes to standard output at once and completely; CommandError where that is impossible: a full disk, a closed pipe.
+void Print(std::string_view text);
+
+// "velrixctl: message" on standard error.
+void Complain(std::string_view message);
+
+// Standard output; the standard error for IsErrorTerminal.
+bool IsTerminal();
+bool IsErrorTerminal();
+
+// A terminal, and NO_COLOR is unset or empty.
+bool HasColours();
+bool HasErrorColours();
+
+// Columns of the terminal, from 40 to 100; 80 elsewhere.
+std::size_t OutputWidth();
+
+enum class Colour { NONE, BOLD, RED, GREEN, YELLOW, GREY };
+
+// The text in the colour where standard output has colours.
+std::string In(Colour colour, const std::string& text);
+
+// The text in lines of at most width columns, each with the indentation; words are not split.
+std::string Wrapped(std::string_view text, std::size_t width, std::size_t indentation);
+
+// Text of a file for people: control characters and bytes that are not UTF-8 as \n or \x1B.
+std::string Escaped(std::string_view text);
+
+} // namespace VelrixTools

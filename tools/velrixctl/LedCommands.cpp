@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <chrono>
+#include <string>
+
+#include <System/Exceptions.h>
+
+#include "tools/velrixctl/Commands.h"
+#include "tools/velrixctl/Console.h"
+#include "tools/velrixctl/DeviceLeds.h"
+#include "tools/velrixctl/DeviceSettings.h"
+#include "tools/velrixctl/LedPatterns.h"
+#include "tools/velrixctl/StopSignal.h"
+
+namespace VelrixTools {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds UPDATE_EVERY(5);
+constexpr long long LONGEST_MS = 3'600'000;
+
+std::string Colours(const std::string& label) {
+    std::string colours;
+    for (const std::string& colour : ColoursOf(label))
+        colours += (colours.empty() ? "" : " and ") + colour;
+    return colours;
+}
+
+void Show(const std::string& label, const LedPattern& pattern, long long ms, const std::string& seconds) {
+    const Deadline deadline(seconds);
+    const StopSignal stop; // before the LED lights up: from here on it goes off at the end
+    const auto led = OpenLed(label, *LoadSettings());
+    try {
+        pattern.show(*led, ms);
+    } catch (const System::NotSupportedException&) {
+        throw CommandError(label + " has only " + Colours(label));
+    }
+    if (pattern.isSteady && seconds.empty())
+        return;
+    if (seconds.empty() && IsTerminal())
+        Print(label + " shows " + pattern.name + " until Ctrl-C\n");
+    const milliseconds pause = pattern.isSteady ? milliseconds(1000) : UPDATE_EVERY;
+    while (!deadline.HasPassed() && !stop.Wait(deadline.Left(pause)))
+        led->Update();
+    led->Off();
+}
+
+} // namespace
+
+int RunLed(const CommandLine& line) {
+    Show(line.Value("NAME"), FindPattern(line.Value("PATTERN")), line.Number("--ms", PATTERN_MS, 1, LONGEST_MS),
+         line.Value("--for"));
+    return EXIT_GOOD;
+}
+
+int RunIndicate(const CommandLine& line) {
+    const Indication& indication = FindIndication(line.Value("STATE"));
+    Show(indication.led, FindPattern(indication.pattern), PATTERN_MS, line.Value("--for"));
+    return EXIT_GOOD;
+}
+
+} // namespace VelrixTools
