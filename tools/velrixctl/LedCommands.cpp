@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <chrono>
 #include <string>
-
-#include <System/Exceptions.h>
+#include <vector>
 
 #include "tools/velrixctl/Commands.h"
 #include "tools/velrixctl/Console.h"
@@ -20,22 +20,21 @@ using std::chrono::milliseconds;
 constexpr milliseconds UPDATE_EVERY(5);
 constexpr long long LONGEST_MS = 3'600'000;
 
-std::string Colours(const std::string& label) {
-    std::string colours;
-    for (const std::string& colour : ColoursOf(label))
-        colours += (colours.empty() ? "" : " and ") + colour;
-    return colours;
+// Before the LED is opened, which switches it off. The names of patterns are made of those of their colours.
+void RequireColours(const std::string& label, const LedPattern& pattern) {
+    const std::vector<std::string> has = ColoursOf(label);
+    const std::string name = pattern.name;
+    for (const std::string colour : {"green", "red", "yellow"})
+        if (name.find(colour) != std::string::npos && std::find(has.begin(), has.end(), colour) == has.end())
+            throw CommandError(label + " has only " + has.front() + " and " + has.back());
 }
 
 void Show(const std::string& label, const LedPattern& pattern, long long ms, const std::string& seconds) {
+    RequireColours(label, pattern);
     const Deadline deadline(seconds);
     const StopSignal stop; // before the LED lights up: from here on it goes off at the end
     const auto led = OpenLed(label, *LoadSettings());
-    try {
-        pattern.show(*led, ms);
-    } catch (const System::NotSupportedException&) {
-        throw CommandError(label + " has only " + Colours(label));
-    }
+    pattern.show(*led, ms);
     if (pattern.isSteady && seconds.empty())
         return;
     if (seconds.empty() && IsTerminal())

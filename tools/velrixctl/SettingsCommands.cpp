@@ -180,6 +180,8 @@ int RunSettings(const CommandLine& line) {
         std::erase_if(values, [](const EffectiveValue& value) { return value.isDefault; });
     if (line.Has("--json"))
         PrintJson(ValuesAsJson(values));
+    else if (values.empty())
+        Print("# Every setting has its default.\n");
     else
         PrintValues(values);
     return EXIT_GOOD;
