@@ -75,6 +75,19 @@ ${velrixAbout}
 This package holds the headers of both libraries, their CMake and pkg-config
 files, and an example.")
 
+if(TARGET velrixctl)
+  list(APPEND CPACK_COMPONENTS_ALL ctl)
+  set(CPACK_DEBIAN_CTL_PACKAGE_NAME velrixctl)
+  set(CPACK_DEBIAN_CTL_PACKAGE_SECTION utils)
+  set(CPACK_DEBIAN_CTL_PACKAGE_DEPENDS "libenv1 ${velrixSame}, libvelrix1 ${velrixSame}, ${velrixRuntime}")
+  set(CPACK_DEBIAN_CTL_DESCRIPTION "look at a Velrix board and drive it by hand
+${velrixAbout}
+.
+This package holds velrixctl, which judges settings files, shows lines, LEDs
+and the web log, drives them, and says why the library does not work on a
+device.")
+endif()
+
 if(TARGET velrix-board OR TARGET velrix-emulator)
   list(APPEND CPACK_COMPONENTS_ALL tools)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME velrix-tools)
