@@ -15,7 +15,6 @@
 
 #include <System/Collections/Generic/Dictionary.h>
 #include <System/Convert.h>
-#include <System/Detail/TextMaker.h>
 
 #include <velrix/settings/SettingsFile.h>
 
@@ -38,6 +37,14 @@ constexpr unsigned long long WINDOW_UNIT = 256;
 std::string InQuotes(const std::string& text) {
     constexpr std::size_t LONGEST = 60;
     return "\"" + Printable(text.size() > LONGEST ? text.substr(0, LONGEST) + "..." : text) + "\"";
+}
+
+// The library does not decode the file: a byte is a code unit.
+string_ptr Units(const std::string& bytes) {
+    std::u16string units;
+    for (const char c : bytes)
+        units += static_cast<unsigned char>(c);
+    return std::u16string_view(units);
 }
 
 bool IsDecimal(const std::string& text) {
@@ -93,7 +100,7 @@ private:
         if (!isNew)
             Add(Severity::ERROR, "duplicate-section",
                 NameOfSection(name) + " is here twice, first in line " + LineOf(first->second), section.name.span);
-        if (!handlers.ContainsKey(texts.Make(name))) {
+        if (!handlers.ContainsKey(Units(name))) {
             Add(Severity::ERROR, "unknown-section", UnknownSection(name), section.name.span);
             return;
         }
@@ -112,9 +119,9 @@ private:
     // Lets the library handle the pair, alone in its section.
     void JudgePair(const std::string& section, const ScannedPair& pair) {
         const auto pairs = Pairs::Create();
-        pairs->Add(texts.Make(pair.key.text), texts.Make(pair.value.text));
+        pairs->Add(Units(pair.key.text), Units(pair.value.text));
         try {
-            handlers[texts.Make(section)]->Invoke(settings, pairs);
+            handlers[Units(section)]->Invoke(settings, pairs);
         } catch (const System::Collections::Generic::KeyNotFoundException&) {
             Add(Severity::ERROR, "unknown-key", UnknownKey(section, pair.key.text), pair.key.span);
             return;
@@ -138,7 +145,7 @@ private:
     }
 
     void WarnOfNumber(const SettingsKey& key, const Word& value) {
-        const long long number = System::Convert::ToInt64(texts.Make(value.text), 16);
+        const long long number = System::Convert::ToInt64(Units(value.text), 16);
         if (number < 0 || number > std::numeric_limits<std::int32_t>::max()) {
             Add(Severity::WARNING, "number-too-large",
                 InQuotes(value.text) + " has more than 31 bits; the library stores " +
@@ -235,7 +242,6 @@ private:
     const JudgeOptions& options;
     const std::shared_ptr<SettingsFile> settings = DefaultSettings();
     decltype(*SettingsFile::SECTION_HANDLERS.Value()) handlers = *SettingsFile::SECTION_HANDLERS.Value();
-    System::Detail::TextMaker texts;
     std::map<std::string, Span> sectionSpans;
     std::vector<Finding> findings;
 };

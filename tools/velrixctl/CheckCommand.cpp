@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <filesystem>
+#include <algorithm>
 #include <set>
 #include <string>
 #include <vector>
@@ -142,7 +142,8 @@ int RunCheck(const CommandLine& line) {
     int code = EXIT_GOOD;
     for (const JudgedFile& file : files) {
         if (!file.unreadable.empty())
-            Complain("cannot read " + Escaped(file.name) + ": " + file.unreadable);
+            Complain("cannot read " + Escaped(file.name) + ": " + file.unreadable +
+                     (file.name == SETTINGS_FILE ? "; the library uses the defaults" : ""));
         code = std::max(code, !file.unreadable.empty()   ? EXIT_FAILED
                               : HasErrors(file.findings) ? EXIT_WRONG
                                                          : EXIT_GOOD);

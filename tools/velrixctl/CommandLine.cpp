@@ -80,6 +80,27 @@ CommandLine::CommandLine(int argc, const char* const* argv) {
 }
 
 void CommandLine::Parse(std::vector<std::string> words) {
+    // Behind "--" are no options.
+    const auto separator = std::find(words.begin(), words.end(), "--");
+    const std::vector<std::string> last(separator == words.end() ? separator : separator + 1, words.end());
+    words.erase(separator, words.end());
+
+    std::vector<std::string> rest = TakeOptions(std::move(words));
+    for (const std::string& word : rest)
+        if (IsOption(word))
+            Refuse("there is no option " + Escaped(word), command->name);
+    rest.insert(rest.end(), last.begin(), last.end());
+    std::size_t place = 0;
+    for (const std::string& word : rest) {
+        if (place == command->arguments.size())
+            Refuse(InQuotes(word) + " is one too many", command->name);
+        const ArgumentRow& argument = command->arguments[place];
+        values[argument.name].push_back(word);
+        place += argument.isRepeated ? 0 : 1;
+    }
+}
+
+std::vector<std::string> CommandLine::TakeOptions(std::vector<std::string> words) {
     CLI::App app;
     app.set_help_flag();
     app.allow_extras();
@@ -94,11 +115,10 @@ void CommandLine::Parse(std::vector<std::string> words) {
         else
             app.add_option(names, found[option.name], option.description)
                 ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-    }
-    // CLI11 would say it in other words; the value that it misses is the only mistake that is left to it.
-    for (const OptionRow& option : options)
+        // CLI11 would say it in other words.
         if (!option.value.empty() && !words.empty() && words.back() == option.name)
             Refuse(option.name + " takes " + option.value, command->name);
+    }
     std::reverse(words.begin(), words.end()); // as CLI11 takes them
     try {
         app.parse(words);
@@ -111,17 +131,7 @@ void CommandLine::Parse(std::vector<std::string> words) {
     for (const auto& [name, given] : found)
         if (app.get_option(name)->count() > 0)
             values[name] = {given};
-
-    std::size_t place = 0;
-    for (const std::string& word : app.remaining()) {
-        if (IsOption(word))
-            Refuse("there is no option " + Escaped(word), command->name);
-        if (place == command->arguments.size())
-            Refuse(InQuotes(word) + " is one too many", command->name);
-        const ArgumentRow& argument = command->arguments[place];
-        values[argument.name].push_back(word);
-        place += argument.isRepeated ? 0 : 1;
-    }
+    return app.remaining();
 }
 
 void CommandLine::CheckArguments() const {

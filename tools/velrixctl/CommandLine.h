@@ -28,6 +28,8 @@ public:
 
 private:
     void Parse(std::vector<std::string> words);
+    // The words that are neither options nor their values.
+    std::vector<std::string> TakeOptions(std::vector<std::string> words);
     void CheckArguments() const;
 
     const CommandRow* command = nullptr;

@@ -58,8 +58,12 @@ const char* CodeOf(Colour colour) {
 } // namespace
 
 void Print(std::string_view text) {
-    if (!WriteAll(STDOUT_FILENO, text))
-        throw CommandError(std::string("cannot write the output: ") + std::strerror(errno));
+    if (WriteAll(STDOUT_FILENO, text))
+        return;
+    // Whoever closed the pipe, such as head, has seen enough.
+    if (errno == EPIPE)
+        throw CommandError("");
+    throw CommandError(std::string("cannot write the output: ") + std::strerror(errno));
 }
 
 // A failure has nowhere to go.

@@ -10,7 +10,7 @@
 
 namespace VelrixTools {
 
-// Ends the command with a message and an exit code.
+// Ends the command with a message, or silently where that is empty, and an exit code.
 class CommandError : public std::runtime_error {
 public:
     explicit CommandError(const std::string& message, int ownCode = EXIT_FAILED)
@@ -21,7 +21,8 @@ private:
     int code;
 };
 
-// Writes to standard output at once and completely; CommandError where that is impossible: a full disk, a closed pipe.
+// Writes to standard output at once and completely; CommandError where that is impossible, silent for a pipe
+// that its reader has closed.
 void Print(std::string_view text);
 
 // "velrixctl: message" on standard error.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/velrixctl/FileAccess.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -113,10 +114,14 @@ std::string FirstLine(const std::string& path) {
     const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (file < 0)
         return "";
+    constexpr std::size_t LONGEST = 65536; // of an LED's triggers there can be many
+    std::string line;
     std::array<char, 4096> text{};
-    const ssize_t count = ::read(file, text.data(), text.size());
+    for (ssize_t count = 1; count > 0 && line.size() < LONGEST;) {
+        count = ::read(file, text.data(), text.size());
+        line.append(text.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    }
     ::close(file);
-    std::string line(text.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     line.erase(std::min(line.find('\n'), line.size()));
     line.erase(line.find_last_not_of(" \t\r") + 1);
     return line;

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <System/Collections/Generic/List.h>
+#include <System/Exceptions.h>
 
 #include <velrix/gpio/LedColorProperty.h>
 
@@ -45,6 +46,8 @@ class LampTest final {
 public:
     explicit LampTest(const CommandLine& ownLine)
         : line(ownLine), walkMs(line.Number("--ms", PATTERN_MS, 1, LONGEST_MS)) {
+        if (line.Has("--ms") && !line.Has("--walk"))
+            throw CommandError("--ms needs --walk");
         const auto settings = LoadSettings();
         for (const std::string& label : LabelsOfLeds())
             leds.push_back({label, OpenLed(label, *settings)});
@@ -57,10 +60,10 @@ public:
             else
                 PowerUp();
             if (stop.HasCome())
-                throw CommandError("interrupted");
-        } catch (const CommandError& error) {
+                throw CommandError("interrupted; all LEDs are off");
+        } catch (const std::exception&) {
             SwitchOff();
-            throw CommandError(std::string(error.what()) + "; all LEDs are off");
+            throw;
         }
         Report();
         return HasWrong(results) ? EXIT_WRONG : EXIT_GOOD;
@@ -138,7 +141,7 @@ private:
                 return LampVerdict::WRONG;
         }
         if (!stop.HasCome())
-            throw CommandError("no answer");
+            throw CommandError("no answer; all LEDs are off");
         return LampVerdict::NOT_ASKED;
     }
 
@@ -149,15 +152,20 @@ private:
         std::array<char, 256> text{};
         const ssize_t count = ::read(STDIN_FILENO, text.data(), text.size());
         if (count <= 0)
-            throw CommandError("no answer");
+            throw CommandError("no answer; all LEDs are off");
         std::string answer(text.data(), static_cast<std::size_t>(count));
         answer.erase(answer.find_last_not_of("\r\n \t") + 1);
         return answer;
     }
 
+    // As far as that works; what ended the test is reported.
     void SwitchOff() const {
         for (const TestedLed& tested : leds)
-            tested.led->Off();
+            try {
+                tested.led->Off();
+            } catch (const System::Exception&) {
+                continue;
+            }
     }
 
     void Report() const {

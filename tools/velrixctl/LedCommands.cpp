@@ -34,11 +34,11 @@ void Show(const std::string& label, const LedPattern& pattern, long long ms, con
     const Deadline deadline(seconds);
     const StopSignal stop; // before the LED lights up: from here on it goes off at the end
     const auto led = OpenLed(label, *LoadSettings());
+    if (!pattern.isSteady && seconds.empty() && IsTerminal())
+        Print(label + " shows " + pattern.name + " until Ctrl-C\n");
     pattern.show(*led, ms);
     if (pattern.isSteady && seconds.empty())
         return;
-    if (seconds.empty() && IsTerminal())
-        Print(label + " shows " + pattern.name + " until Ctrl-C\n");
     const milliseconds pause = pattern.isSteady ? milliseconds(1000) : UPDATE_EVERY;
     while (!deadline.HasPassed() && !stop.Wait(deadline.Left(pause)))
         led->Update();

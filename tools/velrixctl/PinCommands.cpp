@@ -122,6 +122,8 @@ void Watch(std::vector<WatchedLine>& lines, bool asJson, const Deadline& deadlin
 
 int RunPins(const CommandLine& line) {
     const Deadline deadline(line.Value("--for"));
+    if (line.Has("--for") && !line.Has("--watch"))
+        throw CommandError("--for needs --watch");
     const auto settings = LoadSettings();
     std::vector<WatchedLine> lines;
     for (const SettingsKey* key : Lines())

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <functional>
 #include <string>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -138,14 +141,18 @@ public:
             ::close(descriptor);
             throw CommandError("cannot read " + Escaped(path) + ": it is not a regular file");
         }
+        size = static_cast<std::size_t>(status.st_size);
     }
     FollowedFile(const FollowedFile&) = delete;
     FollowedFile& operator=(const FollowedFile&) = delete;
     ~FollowedFile() { ::close(descriptor); }
 
-    // The next bytes; empty at the present end.
-    std::string Read() {
-        const ssize_t count = ::read(descriptor, block.data(), block.size());
+    // The size when it was opened.
+    std::size_t Size() const { return size; }
+
+    // The next bytes, at most so many; empty at the present end.
+    std::string Read(std::size_t most = BLOCK) {
+        const ssize_t count = ::read(descriptor, block.data(), std::min(most, BLOCK));
         if (count < 0)
             throw CommandError("cannot read " + Escaped(path) + ": " + std::strerror(errno));
         position += count;
@@ -160,13 +167,16 @@ public:
             position = ::lseek(descriptor, 0, SEEK_SET);
             return News::TRUNCATED;
         }
-        if (::stat(path.c_str(), &named) != 0 || (named.st_ino == own.st_ino && named.st_dev == own.st_dev))
-            return News::NONE;
+        const bool isOther = ::stat(path.c_str(), &named) == 0 && S_ISREG(named.st_mode) &&
+                             (named.st_ino != own.st_ino || named.st_dev != own.st_dev);
+        return isOther ? News::REPLACED : News::NONE;
+    }
+
+    // Goes on with the file that has the name now.
+    void Reopen() {
         const int before = descriptor;
-        if (!S_ISREG(named.st_mode) || !Open())
-            return News::NONE;
-        ::close(before);
-        return News::REPLACED;
+        if (Open())
+            ::close(before);
     }
 
 private:
@@ -179,10 +189,13 @@ private:
         return true;
     }
 
+    static constexpr std::size_t BLOCK = 65536;
+
     const std::string path;
     int descriptor = -1;
     off_t position = 0;
-    std::array<char, 65536> block{};
+    std::size_t size = 0;
+    std::array<char, BLOCK> block{};
 };
 
 void Follow(FollowedFile& file, WebLogReader& reader, const std::function<void(const std::string&)>& note,
@@ -196,10 +209,16 @@ void Follow(FollowedFile& file, WebLogReader& reader, const std::function<void(c
         const FollowedFile::News news = file.Look();
         if (news == FollowedFile::News::NONE) {
             stop.Wait(deadline.Left(LOOK_AGAIN));
-        } else {
-            reader.End();
-            note(news == FollowedFile::News::TRUNCATED ? "truncated" : "replaced");
+            continue;
         }
+        if (news == FollowedFile::News::REPLACED) {
+            // What was appended to the old file after the last look at it.
+            for (std::string last = file.Read(); !last.empty() && !stop.HasCome(); last = file.Read())
+                reader.Read(last);
+            file.Reopen();
+        }
+        reader.End();
+        note(news == FollowedFile::News::TRUNCATED ? "truncated" : "replaced");
     }
 }
 
@@ -207,6 +226,8 @@ void Follow(FollowedFile& file, WebLogReader& reader, const std::function<void(c
 
 int RunWebLog(const CommandLine& line) {
     const Deadline deadline(line.Value("--for"));
+    if (line.Has("--for") && !line.Has("--follow"))
+        throw CommandError("--for needs --follow");
     std::string path = line.Value("FILE");
     if (path.empty())
         path = LoadSettings()->web_log_file->ToUtf8();
@@ -228,8 +249,12 @@ int RunWebLog(const CommandLine& line) {
     if (line.Has("--follow"))
         Follow(file, reader, note, deadline);
     else
-        for (std::string bytes = file.Read(); !bytes.empty(); bytes = file.Read())
+        // No further than its present end, however fast it grows.
+        for (std::size_t left = file.Size(); left > 0;) {
+            const std::string bytes = file.Read(left);
             reader.Read(bytes);
+            left = bytes.empty() ? 0 : left - bytes.size();
+        }
     reader.End();
     view.EndBar();
     return EXIT_GOOD;

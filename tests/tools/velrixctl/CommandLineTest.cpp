@@ -48,6 +48,8 @@ TEST(CommandLine, ReadsAnyNumberOfFiles) {
     EXPECT_TRUE(line.Has("--json"));
     EXPECT_FALSE(line.Has("--paths"));
     EXPECT_TRUE(Parse({"check"}).Values("FILE").empty());
+    EXPECT_EQ(Parse({"check", "a", "--", "--json", "-b"}).Values("FILE"),
+              (std::vector<std::string>{"a", "--json", "-b"}));
 }
 
 TEST(CommandLine, HasTheUsualWaysToHelpAndVersion) {

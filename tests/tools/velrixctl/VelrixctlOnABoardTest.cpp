@@ -341,3 +341,39 @@ TEST(VelrixctlOnABoard, ShowsTheBoardsWebLogAndVersions) {
     EXPECT_THAT(end.output,
                 MatchesRegex("start\nready\nvelrixctl [0-9.]+\nlibvelrix [0-9.]+, .*\nlibenv [0-9.]+, .*\n"));
 }
+
+TEST(VelrixctlOnABoard, PrintsNothingIntoTheBoardsFilesWhenItsStreamsAreClosed) {
+    PrivateBoard board;
+
+    const BoardResult end = board.Run(
+        Shell("ctl reset-oxbo <&- >&-; echo $?; ctl pins >&-; echo $?; ctl pin OXBO_RL high <&- >&- 2>&-; echo $?"));
+
+    EXPECT_EQ(end.output, "2\n2\n0\n");
+    EXPECT_EQ(end.errors, "velrixctl: cannot write the output: Bad file descriptor\n"
+                          "velrixctl: cannot write the output: Bad file descriptor\n");
+    EXPECT_EQ(board.Written(RESET), "01");
+    EXPECT_EQ(board.Written(RAM_LOADER), "01");
+}
+
+TEST(VelrixctlOnABoard, EndsSilentlyWhenAPipeIsClosed) {
+    PrivateBoard board;
+
+    const BoardResult end =
+        board.Run(Shell("yes +x | head -n 50000 > /mnt/share/logger; { ctl weblog; echo $? >&2; } | head -n 1"));
+
+    EXPECT_EQ(end.errors, "2\n");
+    EXPECT_EQ(end.output, "x\n");
+}
+
+TEST(VelrixctlOnABoard, RefusesOptionsWithoutTheirMeaning) {
+    PrivateBoard board;
+
+    const BoardResult end =
+        board.Run(Shell("ctl pins --for 1; ctl weblog --for 1; ctl lamp-test --ms 5; ctl led MS red --for soon"));
+
+    EXPECT_EQ(end.exitCode, 2);
+    EXPECT_EQ(end.errors,
+              "velrixctl: --for needs --watch\nvelrixctl: --for needs --follow\nvelrixctl: --ms needs --walk\n"
+              "velrixctl: --for takes seconds such as 2.5, not \"soon\"\n");
+    EXPECT_EQ(board.Changes(), "");
+}
