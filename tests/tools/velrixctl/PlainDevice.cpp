@@ -46,8 +46,10 @@ void CoverDevices() {
         Check(::mount(("/dev/" + name).c_str(), (devices + "/" + name).c_str(), nullptr, MS_BIND, nullptr) == 0,
               "cannot bind /dev/" + name);
     }
+    // The machine's /dev/pts/ptmx is for root.
     std::filesystem::create_directory(devices + "/pts");
-    Check(::mount("/dev/pts", (devices + "/pts").c_str(), nullptr, MS_BIND, nullptr) == 0, "cannot bind /dev/pts");
+    Check(::mount("devpts", (devices + "/pts").c_str(), "devpts", 0, "newinstance,ptmxmode=0666") == 0,
+          "cannot mount terminals");
     std::filesystem::create_symlink("pts/ptmx", devices + "/ptmx");
     Check(::mount(devices.c_str(), "/dev", nullptr, MS_MOVE, nullptr) == 0, "cannot cover /dev");
 }
