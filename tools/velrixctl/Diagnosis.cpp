@@ -96,6 +96,12 @@ Diagnosis ExamineWebLog(const std::string& path) {
     return folder;
 }
 
+// A file may be named after the first number alone, as the linker looks for it.
+bool IsOwnVersion(const std::string& version) {
+    const std::string own = VELRIX_VERSION;
+    return !version.empty() && (own + ".").starts_with(version + ".");
+}
+
 } // namespace
 
 Diagnoses ExamineSettings() {
@@ -166,7 +172,7 @@ Diagnoses ExamineLibraries() {
     for (const LoadedLibrary& library : LoadedLibraries()) {
         const std::string seen =
             Escaped(library.path) + (library.version.empty() ? "" : ", version " + library.version);
-        if (library.version == VELRIX_VERSION)
+        if (IsOwnVersion(library.version))
             diagnoses.push_back({Verdict::GOOD, library.name, seen, "", ""});
         else
             diagnoses.push_back({Verdict::NOTE, library.name, seen,
