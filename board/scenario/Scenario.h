@@ -77,6 +77,8 @@ template <class... Kinds>
 struct ForEachKind : Kinds... {
     using Kinds::operator()...;
 };
+template <class... Kinds>
+ForEachKind(Kinds...) -> ForEachKind<Kinds...>;
 
 // The stimuli.
 struct SetInput {

@@ -8,7 +8,6 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
-#include <ranges>
 
 namespace VelrixBoard {
 
@@ -331,8 +330,13 @@ private:
                                   const std::vector<std::string>& besides = {}) {
         if (!line.AtEnd()) {
             std::vector<std::string> elements;
-            for (const auto element : std::views::split(line.Peek(), '+'))
-                elements.emplace_back(element.begin(), element.end());
+            for (std::string_view rest = line.Peek();;) {
+                const std::size_t plus = std::min(rest.find('+'), rest.size());
+                elements.emplace_back(rest.substr(0, plus));
+                if (plus == rest.size())
+                    break;
+                rest.remove_prefix(plus + 1);
+            }
             const std::string color = JoinedColors(elements);
             if (std::find(allowed.begin(), allowed.end(), color) != allowed.end()) {
                 line.Any("");
