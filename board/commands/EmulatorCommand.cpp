@@ -59,17 +59,10 @@ struct EmulatorOptions {
 
 // A message if the exit code does not say everything.
 std::string RemarkOn(MachineResult::Why why, const StopSignals& stop) {
-    switch (why) {
-    case MachineResult::Why::RESTARTED:
-        return "the machine restarted";
-    case MachineResult::Why::HALTED:
-        return "the machine halted";
-    case MachineResult::Why::STOPPED:
+    using Why = MachineResult::Why;
+    if (why == Why::STOPPED)
         return "kills the machine (" + stop.Reason() + ")";
-    case MachineResult::Why::EXITED:
-        break;
-    }
-    return {};
+    return why == Why::RESTARTED ? "the machine restarted" : why == Why::HALTED ? "the machine halted" : "";
 }
 
 // The program's output, at the reader's pace.

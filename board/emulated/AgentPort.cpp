@@ -2,6 +2,7 @@
 #include "board/emulated/AgentPort.h"
 
 #include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <optional>
 #include <random>
@@ -16,7 +17,6 @@ namespace {
 constexpr std::string_view READY = "ready ";
 constexpr std::string_view EXIT = "exit ";
 constexpr std::size_t WORD_DIGITS = 16;
-constexpr int LAST_CODE = 255;
 
 // "exit WORD CODE".
 struct Exit {
@@ -28,11 +28,11 @@ std::optional<Exit> ParseExit(std::string_view line) {
         return std::nullopt;
     const std::string_view word = line.substr(EXIT.size(), WORD_DIGITS);
     const std::string_view number = line.substr(EXIT.size() + WORD_DIGITS + 1);
-    int code = -1;
+    std::uint8_t code = 0;
     const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), code);
     const bool fits = word.find_first_not_of("0123456789abcdef") == std::string_view::npos &&
                       line[EXIT.size() + WORD_DIGITS] == ' ' && error == std::errc() &&
-                      end == number.data() + number.size() && code >= 0 && code <= LAST_CODE;
+                      end == number.data() + number.size();
     return fits ? std::optional(Exit{word, code}) : std::nullopt;
 }
 

@@ -39,25 +39,15 @@ void Append(std::string& data, std::string_view name, unsigned mode, std::string
 
 } // namespace
 
-void CpioArchive::AddParents(const std::filesystem::path& path) {
-    const std::filesystem::path parent = path.parent_path();
-    if (parent != parent.root_path())
-        AddDirectory(parent);
-}
-
 void CpioArchive::Add(const std::filesystem::path& path, unsigned mode, std::string_view content) {
-    AddParents(path);
+    if (const std::filesystem::path parent = path.parent_path(); parent != parent.root_path())
+        AddDirectory(parent);
     Append(data, path.relative_path().native(), mode, content);
 }
 
 void CpioArchive::AddDirectory(const std::filesystem::path& path) {
-    if (!directories.insert(path).second)
-        return;
-    Add(path, DIRECTORY, "");
-}
-
-void CpioArchive::AddText(const std::filesystem::path& path, std::string_view text) {
-    Add(path, PLAIN, text);
+    if (directories.insert(path).second)
+        Add(path, DIRECTORY, "");
 }
 
 void CpioArchive::AddProgram(const std::filesystem::path& path, std::string_view content) {

@@ -14,7 +14,6 @@ class CpioArchive final {
 public:
     // Paths are absolute paths of the machine; missing parent directories are added.
     void AddDirectory(const std::filesystem::path& path);
-    void AddText(const std::filesystem::path& path, std::string_view text);
     void AddProgram(const std::filesystem::path& path, std::string_view content);
     void AddLink(const std::filesystem::path& path, std::string_view target);
 
@@ -29,7 +28,6 @@ public:
 
 private:
     void Add(const std::filesystem::path& path, unsigned mode, std::string_view content);
-    void AddParents(const std::filesystem::path& path);
 
     std::string data;
     std::set<std::filesystem::path> directories;

@@ -30,8 +30,6 @@ public:
     // Starts it with the image of scripts/emulated-board-image and further files. Throws BoardError when the emulator
     // or a part of the image is missing.
     Emulator(const std::filesystem::path& image, const CpioArchive& files, Connections& connections);
-    Emulator(const Emulator&) = delete;
-    Emulator& operator=(const Emulator&) = delete;
     ~Emulator();
 
     void Kill() const;

@@ -1,58 +1,46 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/emulated/GpioTrace.h"
 
-#include <charconv>
+#include <cstdio>
+#include <limits>
+#include <string>
+#include <utility>
 
 namespace VelrixBoard {
 
 namespace {
 
-// Consumes a number and the text after it.
-template <class Number>
-bool Take(std::string_view& text, Number& number, int base, std::string_view follower) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
-    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-    if (error != std::errc() || !text.starts_with(follower))
-        return false;
-    text.remove_prefix(follower.size());
-    return true;
-}
-
-// Consumes "PID@SECONDS.MICROSECONDS" and the text after it.
-bool TakeTime(std::string_view& line, std::chrono::microseconds& time, std::string_view follower) {
-    int process = 0;
-    long long seconds = 0;
-    long long microseconds = 0;
-    if (!Take(line, process, 10, "@") || !Take(line, seconds, 10, ".") || !Take(line, microseconds, 10, follower))
-        return false;
-    time = std::chrono::seconds(seconds) + std::chrono::microseconds(microseconds);
-    return true;
+std::chrono::microseconds TimeOf(long long seconds, long long microseconds) {
+    return std::chrono::seconds(seconds) + std::chrono::microseconds(microseconds);
 }
 
 } // namespace
 
 std::optional<GpioWrite> ParseGpioWrite(std::string_view line) {
-    GpioWrite write{};
-    if (!TakeTime(line, write.time, ":aspeed_gpio_write offset: 0x") || !Take(line, write.offset, 16, " value 0x") ||
-        !Take(line, write.value, 16, "") || !line.empty())
+    const std::string text(line);
+    long long seconds = 0, microseconds = 0;
+    unsigned long long offset = 0, value = 0;
+    int length = 0;
+    const int found = std::sscanf(text.c_str(), "%*d@%lld.%lld:aspeed_gpio_write offset: 0x%llx value 0x%llx%n",
+                                  &seconds, &microseconds, &offset, &value, &length);
+    constexpr auto GREATEST = std::numeric_limits<std::uint32_t>::max();
+    if (found != 4 || std::cmp_not_equal(length, text.size()) || offset > GREATEST || value > GREATEST)
         return std::nullopt;
-    return write;
+    return GpioWrite{TimeOf(seconds, microseconds), static_cast<std::uint32_t>(offset),
+                     static_cast<std::uint32_t>(value)};
 }
 
 std::optional<MachineTransition> ParseTransition(std::string_view line) {
-    constexpr std::string_view RUNNING = "(running)";
-    constexpr std::string_view NEW = " new_state ";
-    MachineTransition transition{};
-    if (!TakeTime(line, transition.time, ":runstate_set current_run_state "))
+    const std::string text(line);
+    long long seconds = 0, microseconds = 0;
+    char before[32], after[32];
+    const int found =
+        std::sscanf(text.c_str(), "%*d@%lld.%lld:runstate_set current_run_state %*d (%31[^)]) new_state %*d (%31[^)])",
+                    &seconds, &microseconds, before, after);
+    const std::string running = "running";
+    if (found != 4 || (before == running) == (after == running))
         return std::nullopt;
-    const std::size_t middle = line.find(NEW);
-    if (middle == std::string_view::npos)
-        return std::nullopt;
-    const bool ran = line.substr(0, middle).ends_with(RUNNING);
-    transition.runs = line.ends_with(RUNNING);
-    if (ran == transition.runs)
-        return std::nullopt;
-    return transition;
+    return MachineTransition{TimeOf(seconds, microseconds), after == running};
 }
 
 } // namespace VelrixBoard

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/emulated/Machine.h"
 
-#include <sys/wait.h>
+#include <memory>
 
-#include "board/emulated/MachineConnections.h"
+#include <sys/wait.h>
 
 namespace VelrixBoard {
 
@@ -31,40 +31,35 @@ std::string Quote(const std::string& word) {
 
 } // namespace
 
-Machine::Machine(const std::filesystem::path& image, const CpioArchive& files)
-    : connections(std::make_unique<MachineConnections>(image, files)) {}
-
-Machine::~Machine() = default;
-
 bool Machine::AwaitReady(StopSignals* stop) {
     const auto limit = HostTime() + BOOT_LIMIT;
-    while (!connections->IsUp()) {
+    while (!connections.IsUp()) {
         if (stop != nullptr && stop->Take() != StopSignals::Request::NONE)
             return false;
-        if (connections->HasHalted())
-            connections->Fail("the emulated board has halted; it runs nothing more");
+        if (connections.HasHalted())
+            connections.Fail("the emulated board has halted; it runs nothing more");
         if (HostTime() >= limit)
-            connections->Fail("the emulated board did not come up within " + std::to_string(BOOT_LIMIT.count()) + " s");
+            connections.Fail("the emulated board did not come up within " + std::to_string(BOOT_LIMIT.count()) + " s");
         // A signal that comes just before the turn waits does not end the waiting.
-        connections->Turn(std::min(limit, HostTime() + STOP_INTERVAL));
+        connections.Turn(std::min(limit, HostTime() + STOP_INTERVAL));
     }
     return true;
 }
 
 void Machine::Play(RunningProgram& running) {
     const MachineProgram& program = running.program;
-    std::string line = "run " + connections->NewWord();
+    std::string line = "run " + connections.NewWord();
     for (const std::string& word : program.words)
         line += " " + Quote(word);
     const auto limit = program.limit ? HostTime() + *program.limit : std::chrono::microseconds::max() / 2;
-    const std::shared_ptr<void> however(nullptr, [this](void*) { connections->Finish(); });
-    connections->Begin(running);
-    connections->Command(line);
+    const std::shared_ptr<void> however(nullptr, [this](void*) { connections.Finish(); });
+    connections.Begin(running);
+    connections.Command(line);
     while (!running.result) {
         if (HostTime() >= limit)
-            connections->Fail(program.words[0] + " did not end within its time");
-        connections->Turn(limit);
-        connections->CheckLimits();
+            connections.Fail(program.words[0] + " did not end within its time");
+        connections.Turn(limit);
+        connections.CheckLimits();
     }
 }
 
@@ -72,32 +67,32 @@ int Machine::RunQuietly(std::vector<std::string> words) {
     MachineProgram program;
     program.words = std::move(words);
     program.limit = BOOT_LIMIT;
-    RunningProgram quiet{program, nullptr, nullptr, connections->MachineTime()};
+    RunningProgram quiet{program, nullptr, nullptr, connections.MachineTime()};
     Play(quiet);
     return quiet.result->exitCode;
 }
 
 void Machine::Prepare() {
-    if (connections->IsNew()) {
+    if (connections.IsNew()) {
         // The machine has no real-time clock.
         const auto now = std::chrono::duration_cast<std::chrono::seconds>(HostTime()).count();
         if (RunQuietly({"date", "-u", "-s", "@" + std::to_string(now)}) != 0)
-            connections->Fail("the emulated board's clock cannot be set");
-        connections->SetPrepared();
+            connections.Fail("the emulated board's clock cannot be set");
+        connections.SetPrepared();
     }
     if (RunQuietly({"/etc/reset-lines"}) != 0)
-        connections->Fail("the emulated board's lines cannot be reset");
+        connections.Fail("the emulated board's lines cannot be reset");
 }
 
 MachineResult Machine::Run(const MachineProgram& program, BoardState& state, const GpioLines& lines) {
     (void)AwaitReady();
     for (std::size_t i = 0; i < state.Count(); ++i)
         if (const auto line = lines.Line(i); line && state.IsInput(i))
-            connections->SetLine(*line, state.Level(i));
-    connections->AwaitEmulator();
+            connections.SetLine(*line, state.Level(i));
+    connections.AwaitEmulator();
     Prepare();
 
-    RunningProgram observed{program, &state, &lines, connections->MachineTime()};
+    RunningProgram observed{program, &state, &lines, connections.MachineTime()};
     state.Tell(&BoardObserver::OnProgramStarted, BoardTime(0));
     Play(observed);
     const MachineResult result = *observed.result;
@@ -110,21 +105,13 @@ MachineResult Machine::Run(const MachineProgram& program, BoardState& state, con
     return result;
 }
 
-void Machine::Signal(const std::string& name) {
-    connections->Signal(name);
-}
-
 void Machine::DriveInput(std::size_t signal, bool level) {
-    const RunningProgram& running = *connections->Running();
+    const RunningProgram& running = *connections.Running();
     const auto line = running.lines->Line(signal);
     if (!line)
         return;
-    connections->SetLine(*line, level);
+    connections.SetLine(*line, level);
     running.state->Set(signal, level, Now());
-}
-
-BoardTime Machine::Now() const {
-    return connections->Now();
 }
 
 } // namespace VelrixBoard

@@ -292,16 +292,11 @@ void MachineConnections::ReadEvents() {
 
 void MachineConnections::EndOnRequest() {
     StopSignals& stop = *running->program.stop;
-    switch (stop.Take()) {
-    case StopSignals::Request::END:
+    const StopSignals::Request request = stop.Take();
+    if (request == StopSignals::Request::END)
         Signal(::sigabbrev_np(stop.Signal()));
-        break;
-    case StopSignals::Request::KILL:
+    else if (request == StopSignals::Request::KILL)
         EndProgram(MachineResult::Why::STOPPED, MachineResult::SIGNALLED + stop.Signal());
-        break;
-    case StopSignals::Request::NONE:
-        break;
-    }
 }
 
 void MachineConnections::PassOnSignal() {

@@ -3,24 +3,71 @@
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "board/emulated/AgentPort.h"
 #include "board/emulated/Emulator.h"
 #include "board/emulated/GdbClient.h"
-#include "board/emulated/Machine.h"
+#include "board/emulated/GpioLines.h"
 #include "board/emulated/MachineClock.h"
 #include "board/emulated/MachineConsole.h"
 #include "board/emulated/QmpClient.h"
 #include "board/loop/EventLoop.h"
 #include "board/loop/FunctionPart.h"
+#include "board/loop/StopSignals.h"
+#include "board/model/BoardState.h"
 
 namespace VelrixBoard {
 
 // Since 1970, like the times of the trace.
 std::chrono::microseconds HostTime();
+
+// A program for the emulated machine, and where its output goes.
+struct MachineProgram {
+    // The command; the program is found by the machine's PATH or by an absolute path.
+    std::vector<std::string> words;
+
+    // Receive the program's output and errors. While takesOutput returns false, the program blocks when it prints; only
+    // its last output still comes, at most MOST_AT_END of each.
+    std::function<void(std::string_view)> output = [](std::string_view) {};
+    std::function<void(std::string_view)> errors = [](std::string_view) {};
+    std::function<bool()> takesOutput = [] { return true; };
+    static constexpr std::size_t MOST_AT_END = std::size_t{1} * 1024 * 1024;
+
+    // Parts to run while the program runs, such as the simulated module.
+    std::vector<ILoopPart*> parts{};
+
+    // Ends the program, and at last the run; may be null.
+    StopSignals* stop = nullptr;
+
+    // A signalfd of further signals for the program; -1: none.
+    int signals = -1;
+
+    // Timeout of the program, a BoardError.
+    std::optional<std::chrono::seconds> limit;
+};
+
+struct MachineResult {
+    enum class Why {
+        EXITED,
+        // The machine restarted or halted before the program ended, which has no exit code then. A halted machine runs
+        // nothing more.
+        RESTARTED,
+        HALTED,
+        // By request of program.stop; the machine cannot be used any more.
+        STOPPED
+    };
+
+    Why why = Why::EXITED;
+    // SIGNALLED plus the signal's number after a signal, as in a shell.
+    static constexpr int SIGNALLED = 128;
+    int exitCode = 0;
+    BoardTime end{};
+};
 
 // The state of a program that runs on the machine.
 struct RunningProgram {
@@ -119,8 +166,7 @@ private:
     FunctionPart consolePart{[this] { return ends.console.Get(); }, [this](BoardTime) { ReadConsole(); }};
     FunctionPart eventPart{[this] { return qmp.Descriptor(); }, [this](BoardTime) { ReadEvents(); }};
     FunctionPart agentPart{[this] { return ends.agent.Get(); }, [this](BoardTime) { ReadAgent(); }};
-    // While a program runs. The kernel keeps one signal of a kind until the last was answered; the agent would queue
-    // all.
+    // While a program runs. Waits for the agent's answer before the next signal: the kernel merges those that wait.
     FunctionPart signalPart{[this] { return running->answersDue == 0 ? running->program.signals : -1; },
                             [this](BoardTime) { PassOnSignal(); }};
     FunctionPart stopPart{[this] { return running->program.stop ? running->program.stop->Descriptor() : -1; },

@@ -38,25 +38,26 @@ std::string Listing(const CpioArchive& archive, const std::filesystem::path& fol
 
 TEST(CpioArchive, HoldsWhatWasAddedWithTheDirectoriesAbove) {
     const TemporaryFolder folder;
+    Write(folder.Path("settings"), "log_dir=/tmp\n");
     CpioArchive archive;
 
-    archive.AddText("/etc/velrix.conf", "log_dir=/tmp\n");
+    archive.AddFile("/etc/velrix.conf", folder.Path("settings"));
     archive.AddLink("/etc/name", "../target");
-    archive.AddText("/a/b/c", "");
+    archive.AddProgram("/a/b/c", "");
 
     EXPECT_EQ(Listing(archive, folder.Path()), "drwxr-xr-x etc\n"
                                                "-rw-r--r-- etc/velrix.conf\n"
                                                "lrwxrwxrwx etc/name -> ../target\n"
                                                "drwxr-xr-x a\n"
                                                "drwxr-xr-x a/b\n"
-                                               "-rw-r--r-- a/b/c\n");
+                                               "-rwxr-xr-x a/b/c\n");
 }
 
 TEST(CpioArchive, KeepsContentsOfEveryLengthUnchanged) {
     const TemporaryFolder folder;
     CpioArchive archive;
     for (std::size_t length = 0; length < 9; ++length)
-        archive.AddText("/file" + std::to_string(length), std::string("\0\n234567", 8).substr(0, length));
+        archive.AddProgram("/file" + std::to_string(length), std::string("\0\n234567", 8).substr(0, length));
     Write(folder.Path("archive"), archive.Finish());
 
     const std::string command = "cd " + folder.Path() + " && cpio -i --quiet < archive";
