@@ -10,10 +10,11 @@
 #include <CLI/CLI.hpp>
 
 #include "board/commands/CommandArguments.h"
-#include "board/commands/DiffCommand.h"
 #include "board/commands/PanelOptions.h"
 #include "board/commands/StandardStreams.h"
 #include "board/sandbox/RebootStub.h"
+#include "board/timeline/Difference.h"
+#include "board/timeline/VcdReader.h"
 #include "board/virtual/Board.h"
 
 namespace VelrixBoard {
@@ -107,9 +108,45 @@ int Fail(const std::runtime_error& error) { // BoardError, ScenarioError, Timeli
     return BOARD_FAILED;
 }
 
-int Diff(const DiffCommand& diff) {
+// Where two recorded runs differ.
+struct DiffArguments {
+    std::string first;
+    std::string second;
+    DifferenceOptions options;
+};
+
+void AddTime(CLI::App& command, const std::string& name, TimelineTime& time, const std::string& description) {
+    const auto read = [&time, name](const std::string& text) {
+        const auto parsed = ParseTime(text);
+        if (!parsed)
+            throw CLI::ValidationError(name, "takes a time such as 500us, 20ms or 1.5s, not " + text);
+        time = *parsed;
+    };
+    command.add_option_function<std::string>(name, read, description)->type_name("TIME");
+}
+
+CLI::App* AddDiff(CLI::App& app, DiffArguments& arguments) {
+    CLI::App* diff =
+        app.add_subcommand("diff", "Say where two recordings differ: velrix-board diff A.vcd B.vcd [OPTIONS]");
+    diff->footer(
+        "Ends with 0 where the recordings agree, with 1 where they differ, with 125 where one cannot be read.");
+    diff->add_option("A", arguments.first, "The recording to compare with")->required()->type_name("FILE.vcd");
+    diff->add_option("B", arguments.second, "The recording to compare")->required()->type_name("FILE.vcd");
+    AddTime(*diff, "--tolerance", arguments.options.tolerance,
+            "How far apart a change may be and still be the same one; 0 if not given");
+    AddTime(*diff, "--glitch", arguments.options.glitch,
+            "Overlook levels that last no longer than this; 0 if not given");
+    diff->add_flag("--from-first-change", arguments.options.fromFirstChange,
+                   "Count times from the first change of each run, not from the start of its program");
+    return diff;
+}
+
+int Diff(const DiffArguments& arguments) {
     try {
-        return diff.Run();
+        const auto differences = Difference(ReadVcd(arguments.first), ReadVcd(arguments.second), arguments.options);
+        for (const std::string& difference : differences)
+            std::printf("%s\n", difference.c_str());
+        return differences.empty() ? 0 : 1;
     } catch (const std::runtime_error& error) {
         return Fail(error);
     }
@@ -147,11 +184,12 @@ int RunCommand(int argc, char** argv) {
     bool replacesFile = false;
     record->add_flag("--force", replacesFile, "Replace FILE if it exists");
     const PanelOptions recordPanel(*record);
-    const DiffCommand diff(app);
+    DiffArguments diffArguments;
+    const CLI::App* diff = AddDiff(app, diffArguments);
     try {
         app.parse(OwnArguments(argc, argv, command));
-        if (diff.IsGiven())
-            return Diff(diff);
+        if (diff->parsed())
+            return Diff(diffArguments);
         RequireProgram(app, command);
         BoardOptions& options = record->parsed() ? recordOptions : runOptions;
         if (options.recording && !replacesFile && std::filesystem::exists(*options.recording))

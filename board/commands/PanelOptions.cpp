@@ -2,6 +2,7 @@
 #include "board/commands/PanelOptions.h"
 
 #include <charconv>
+#include <cstdint>
 
 #include <CLI/CLI.hpp>
 
@@ -11,18 +12,16 @@ namespace VelrixBoard {
 
 namespace {
 
-constexpr int HIGHEST_PORT = 65535;
-
 // CLI11's value of a flag without one.
 const std::string USUAL = "true";
 
 std::optional<int> ParsePort(const std::string& text) {
     if (text == USUAL)
         return std::nullopt;
-    int port = -1;
+    std::uint16_t port = 0;
     const char* end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, port);
-    if (error != std::errc() || rest != end || port < 0 || port > HIGHEST_PORT)
+    if (error != std::errc() || rest != end)
         throw CLI::ValidationError("--panel", "takes a port from 0 to 65535, 0 for any free one");
     return port;
 }

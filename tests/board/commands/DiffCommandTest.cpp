@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // The command by its arguments, in a process of its own.
-#include "board/commands/DiffCommand.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
