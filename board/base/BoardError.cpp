@@ -1,14 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/base/BoardError.h"
 
-#include <cerrno>
 #include <cstring>
 
 namespace VelrixBoard {
-
-void ThrowSystemError(const std::string& what) {
-    ThrowSystemError(what, errno);
-}
 
 void ThrowSystemError(const std::string& what, int error) {
     throw BoardError(what + ": " + std::strerror(error));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cerrno>
 #include <stdexcept>
 #include <string>
 
@@ -12,9 +13,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// Throws "WHAT: TEXT OF ERRNO". Building what may allocate, which keeps errno unless memory runs out; pass the error
-// number where it matters even then.
-[[noreturn]] void ThrowSystemError(const std::string& what);
-[[noreturn]] void ThrowSystemError(const std::string& what, int error);
+// Throws "WHAT: TEXT OF ERROR". Pass the error number if anything but building the text comes after the failed call.
+[[noreturn]] void ThrowSystemError(const std::string& what, int error = errno);
 
 } // namespace VelrixBoard

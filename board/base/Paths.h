@@ -11,4 +11,7 @@ bool IsIn(const std::filesystem::path& path, const std::filesystem::path& direct
 // Creates an empty file that everybody may read; keeps an existing one. Throws BoardError.
 void MakeFile(const std::filesystem::path& path);
 
+// Copies a file, readable by everybody and writable by its owner. Throws BoardError.
+void CopyToBoard(const std::filesystem::path& from, const std::filesystem::path& to);
+
 } // namespace VelrixBoard

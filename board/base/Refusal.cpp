@@ -5,6 +5,9 @@
 #include <cstring>
 #include <fstream>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 namespace VelrixBoard {
 
 namespace {
@@ -16,21 +19,11 @@ std::string ReadSysctl(const std::filesystem::path& file) {
     return value;
 }
 
-// In a chroot the root directory is not a mount point, and the kernel refuses user namespaces.
+// In a chroot the root directory is usually not a mount point, and the kernel refuses user namespaces.
 bool IsInChroot() {
-    std::ifstream mounts("/proc/self/mountinfo");
-    std::string line;
-    bool any = false;
-    while (std::getline(mounts, line)) {
-        any = true;
-        // The fifth field is the mount point.
-        std::size_t at = 0;
-        for (int field = 0; field < 4 && at != std::string::npos; ++field)
-            at = line.find(' ', at + 1);
-        if (at != std::string::npos && line.compare(at, 3, " / ") == 0)
-            return false;
-    }
-    return any;
+    struct statx root {};
+    return ::statx(AT_FDCWD, "/", 0, STATX_BASIC_STATS, &root) == 0 &&
+           (root.stx_attributes_mask & ~root.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
 }
 
 } // namespace

@@ -21,6 +21,7 @@ namespace {
 
 const std::string PREFIX = "velrix-board-";
 constexpr const char* LOCK_NAME = "lock";
+constexpr const char* REMEDY = " (set TMPDIR, or name one with --directory)";
 
 // Grace period: a directory without a lock belongs to a board that is just starting, or that died before it took the
 // lock.
@@ -85,8 +86,7 @@ RunDirectory RunDirectory::Private() {
     for (int attempt = 1;; ++attempt) {
         std::string name = (parent / (PREFIX + "XXXXXX")).string();
         if (::mkdtemp(name.data()) == nullptr)
-            ThrowSystemError("cannot make a run directory in " + parent.string() +
-                             " (set TMPDIR, or name one with --directory)");
+            ThrowSystemError("cannot make a run directory in " + parent.string() + REMEDY);
         // Race: another board's sweep may remove the directory between mkdtemp and the lock.
         FileDescriptor lock = TakeLock(name, O_CREAT);
         struct stat status {};
@@ -95,9 +95,7 @@ RunDirectory RunDirectory::Private() {
         const int error = lock ? EAGAIN : errno;
         RemoveRunDirectory(name);
         if (attempt == MOST_ATTEMPTS)
-            ThrowSystemError("cannot lock a run directory in " + parent.string() +
-                                 " (set TMPDIR, or name one with --directory)",
-                             error);
+            ThrowSystemError("cannot lock a run directory in " + parent.string() + REMEDY, error);
     }
 }
 

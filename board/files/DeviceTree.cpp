@@ -22,7 +22,7 @@ bool CanHaveFile(const fs::path& path) {
 
 } // namespace
 
-DeviceTree::DeviceTree(const BoardState& state) : nodes{{ROOT, false, false, {}}} {
+DeviceTree::DeviceTree(const BoardState& state) : nodes{{ROOT, false, false, {}}}, files(state.Count()) {
     for (const char* directory : ROOTS)
         Add(directory);
     for (std::size_t signal = 0; signal < state.Count(); ++signal) {
@@ -48,11 +48,6 @@ DeviceTree::DeviceTree(const BoardState& state) : nodes{{ROOT, false, false, {}}
 
 const DeviceTree::Node* DeviceTree::Find(Number number) const {
     return number >= ROOT && number - ROOT < nodes.size() ? &At(number) : nullptr;
-}
-
-std::optional<DeviceTree::Number> DeviceTree::FileOf(std::size_t signal) const {
-    const auto found = files.find(signal);
-    return found == files.end() ? std::nullopt : std::optional(found->second);
 }
 
 bool DeviceTree::IsInDirectories(const fs::path& path) {

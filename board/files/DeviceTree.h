@@ -41,7 +41,7 @@ public:
     const Node* Find(Number number) const;
 
     // The file of a signal; nothing if it has none.
-    std::optional<Number> FileOf(std::size_t signal) const;
+    std::optional<Number> FileOf(std::size_t signal) const { return files[signal]; }
 
     // The directories that belong to the board.
     static std::vector<std::filesystem::path> Directories();
@@ -57,7 +57,7 @@ private:
     bool IsBelowFile(Number number) const;
 
     std::vector<Node> nodes;
-    std::map<std::size_t, Number> files; // by signal
+    std::vector<std::optional<Number>> files; // by signal
     std::vector<std::filesystem::path> placedAlone;
 };
 

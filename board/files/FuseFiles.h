@@ -33,8 +33,6 @@ public:
     using BeforeRequest = std::function<void()>;
 
     FuseFiles(ValueFiles& valueFiles, Owner fileOwner, BeforeRequest beforeRequest);
-    FuseFiles(const FuseFiles&) = delete;
-    FuseFiles& operator=(const FuseFiles&) = delete;
     ~FuseFiles() override;
 
     // Starts to serve the connection, a mounted descriptor of /dev/fuse. Throws BoardError when the library cannot.

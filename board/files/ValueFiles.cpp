@@ -101,8 +101,7 @@ void ValueFiles::SetFault(std::size_t signal, const std::optional<Fault>& fault)
 std::optional<BoardTime> ValueFiles::Due() const {
     if (late.empty())
         return std::nullopt;
-    return std::min_element(late.begin(), late.end(), [](const Request& a, const Request& b) { return a.due < b.due; })
-        ->due;
+    return std::ranges::min_element(late, {}, &Request::due)->due;
 }
 
 void ValueFiles::Run(BoardTime now) {
@@ -162,8 +161,7 @@ const Fault* ValueFiles::FaultOfFile(Number file) const {
 }
 
 std::list<ValueFiles::Request>::iterator ValueFiles::FindLate(Ticket ticket) {
-    return std::find_if(late.begin(), late.end(),
-                        [ticket](const Request& request) { return request.ticket == ticket; });
+    return std::ranges::find(late, ticket, &Request::ticket);
 }
 
 } // namespace VelrixBoard

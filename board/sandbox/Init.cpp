@@ -84,16 +84,15 @@ public:
 
     // Later orders do not extend it.
     void Begin() {
-        if (isBegun)
+        if (begun)
             return;
-        isBegun = true;
         begun = NowNs();
-        look = begun + LOOK_NS;
+        look = *begun + LOOK_NS;
     }
 
     // The time until the next check; nothing while no grace period runs.
     std::optional<timespec> Left() const {
-        if (!isBegun)
+        if (!begun)
             return std::nullopt;
         const long long left = std::max(0LL, look - NowNs());
         return timespec{static_cast<time_t>(left / 1'000'000'000), static_cast<long>(left % 1'000'000'000)};
@@ -101,17 +100,16 @@ public:
 
     bool IsOver() {
         const long long now = NowNs();
-        if (!isBegun || now < look)
+        if (!begun || now < look)
             return false;
         look = now + LOOK_NS;
         rest = residents.AnyWorks() ? 0 : rest + 1;
-        return rest >= LOOKS_AT_REST || now - begun >= WORK_NS;
+        return rest >= LOOKS_AT_REST || now - *begun >= WORK_NS;
     }
 
 private:
     const Residents& residents;
-    bool isBegun = false;
-    long long begun = 0;
+    std::optional<long long> begun;
     long long look = 0;
     int rest = 0;
 };

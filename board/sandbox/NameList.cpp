@@ -79,28 +79,19 @@ private:
     // The path on the machine for the name.
     fs::path PutOutside(const Placement& placement) const {
         const fs::path own = InFiles(placement.inside.lexically_normal());
+        const bool isBound = placement.kind == Placement::Kind::BIND;
         std::error_code error;
-        switch (placement.kind) {
-        case Placement::Kind::ABSENT:
-            fs::create_directories(own.parent_path(), error);
-            return own;
-        case Placement::Kind::COPY:
-            fs::create_directories(own.parent_path(), error);
-            fs::copy_file(placement.outside, own, fs::copy_options::overwrite_existing, error);
-            if (error)
-                throw BoardError("cannot copy " + placement.outside.string() + " to the board: " + error.message());
-            fs::permissions(own, fs::perms(0644), error);
-            return own;
-        default:
-            break;
-        }
         // A link: some programs act by the name they are called by.
-        if (fs::is_regular_file(placement.outside, error) && placement.outside.filename() != own.filename()) {
-            fs::create_directories(own.parent_path(), error);
+        const bool isLink =
+            isBound && fs::is_regular_file(placement.outside, error) && placement.outside.filename() != own.filename();
+        if (isBound && !isLink)
+            return placement.outside;
+        fs::create_directories(own.parent_path(), error);
+        if (isLink)
             fs::create_symlink(placement.outside, own, error);
-            return own;
-        }
-        return placement.outside;
+        if (placement.kind == Placement::Kind::COPY)
+            CopyToBoard(placement.outside, own);
+        return own;
     }
 
     // Also under the path's canonical name on the machine, and the missing parent directories.

@@ -31,11 +31,6 @@ namespace {
 // Mounts never block; the timeout is for a busy machine.
 constexpr int TRIAL_LIMIT_MS = 20'000;
 
-// On the board.
-FuseFiles::Owner OwnerOnBoard(bool asRoot) {
-    return asRoot ? FuseFiles::Owner{0, 0} : FuseFiles::Owner{::geteuid(), ::getegid()};
-}
-
 bool MountProc() {
     return ::mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) == 0;
 }
@@ -76,7 +71,7 @@ void ProtectSettings(uid_t user) {
 
 // In process 1. The ids are the user's on the machine, not mapped in the namespace yet.
 struct BoardMaker {
-    NamespaceEntry::Place place;
+    BoardLayout layout;
     std::vector<Placement> placements;
     bool asRoot;
     bool ownNumbers;
@@ -93,12 +88,12 @@ struct BoardMaker {
         {
             // Opened here, because the kernel mounts only a descriptor opened in the same user namespace; and closed
             // here, because an inherited descriptor would keep the file system alive after the board.
-            const FileDescriptor connection = MountFuse(place.device, {asRoot ? 0 : user, asRoot ? 0 : group});
+            const FileDescriptor connection = MountFuse(layout.Device(), {asRoot ? 0 : user, asRoot ? 0 : group});
             SendMounted(socket, connection.Get());
         }
-        Skeleton(place.stage).Mount(placements);
+        Skeleton(layout.Stage()).Mount(placements);
         // The bind mounts stay.
-        ::umount2(place.device.c_str(), MNT_DETACH);
+        ::umount2(layout.Device().c_str(), MNT_DETACH);
         MakePseudoTerminals();
         if (ownNumbers && !MountProc())
             ThrowSystemError("cannot mount the board's own /proc");
@@ -115,14 +110,14 @@ NamespaceEntry::Trial Refused(const std::string& why) {
     return trial;
 }
 
-NamespaceEntry::Trial TryHere(const NamespaceEntry::Place& place, uid_t user, gid_t group) {
+NamespaceEntry::Trial TryHere(const BoardLayout& layout, uid_t user, gid_t group) {
     try {
         NamespaceEntry::Trial trial;
         MapIds(user, group, false);
         DetachMounts();
         MakeReadOnly(MACHINE_DEVICES);
-        (void)MountFuse(place.device, {user, group});
-        Skeleton(place.stage).Mount({});
+        (void)MountFuse(layout.Device(), {user, group});
+        Skeleton(layout.Stage()).Mount({});
         trial.canHaveOwnNumbers = MountProc();
         ProtectSettings(user);
         trial.isAllowed = true;
@@ -134,15 +129,16 @@ NamespaceEntry::Trial TryHere(const NamespaceEntry::Place& place, uid_t user, gi
 
 } // namespace
 
-NamespaceEntry::NamespaceEntry(ValueFiles& files, Place directories, bool ownNumbers, bool asRoot,
+NamespaceEntry::NamespaceEntry(ValueFiles& files, BoardLayout boardLayout, bool ownNumbers, bool asRoot,
                                FuseFiles::BeforeRequest beforeRequest)
-    : place(std::move(directories)), hasOwnNumbers(ownNumbers), isRoot(asRoot),
-      fuse(files, OwnerOnBoard(asRoot), std::move(beforeRequest)) {}
+    : layout(std::move(boardLayout)), hasOwnNumbers(ownNumbers), isRoot(asRoot),
+      fuse(files, asRoot ? FuseFiles::Owner{0, 0} : FuseFiles::Owner{::geteuid(), ::getegid()},
+           std::move(beforeRequest)) {}
 
 InitPlan NamespaceEntry::Plan(const std::vector<Placement>& placements) {
     InitPlan plan;
     plan.hasOwnNumbers = hasOwnNumbers;
-    plan.makeBoard = BoardMaker{place, placements, isRoot, hasOwnNumbers};
+    plan.makeBoard = BoardMaker{layout, placements, isRoot, hasOwnNumbers};
     return plan;
 }
 
@@ -150,7 +146,7 @@ pid_t NamespaceEntry::Fork() {
     return ForkIntoNamespaces(hasOwnNumbers);
 }
 
-NamespaceEntry::Trial NamespaceEntry::Try(const Place& directories) {
+NamespaceEntry::Trial NamespaceEntry::Try(const BoardLayout& layout) {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0)
         ThrowSystemError("cannot make a pipe");
@@ -166,7 +162,7 @@ NamespaceEntry::Trial NamespaceEntry::Try(const Place& directories) {
     }
     if (process == 0) {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        const Trial finding = TryHere(directories, user, group);
+        const Trial finding = TryHere(layout, user, group);
         (void)!::write(writing.Get(), &finding, sizeof finding);
         ::_exit(0);
     }

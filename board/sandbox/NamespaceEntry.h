@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <filesystem>
-
+#include "board/base/BoardLayout.h"
 #include "board/files/FuseFiles.h"
 #include "board/files/ValueFiles.h"
 #include "board/sandbox/IBoardEntry.h"
@@ -13,13 +12,8 @@ namespace VelrixBoard {
 // Works for every program; needs a kernel that allows it to this user.
 class NamespaceEntry final : public IBoardEntry {
 public:
-    struct Place {
-        std::filesystem::path stage;  // an empty directory to build skeletons in
-        std::filesystem::path device; // an empty directory for the temporary mount of the value files
-    };
-
     // ownNumbers: a pid namespace, which needs a new /proc. asRoot: the program sees user 0 as its user.
-    NamespaceEntry(ValueFiles& files, Place directories, bool ownNumbers, bool asRoot,
+    NamespaceEntry(ValueFiles& files, BoardLayout boardLayout, bool ownNumbers, bool asRoot,
                    FuseFiles::BeforeRequest beforeRequest);
 
     InitPlan Plan(const std::vector<Placement>& placements) override;
@@ -35,10 +29,10 @@ public:
         bool canHaveOwnNumbers = false; // false where /proc is partly masked, so that no new one can be mounted
         char reason[1024] = {};         // why it is not allowed, and the remedy
     };
-    static Trial Try(const Place& directories);
+    static Trial Try(const BoardLayout& layout);
 
 private:
-    Place place;
+    BoardLayout layout;
     bool hasOwnNumbers;
     bool isRoot;
     FuseFiles fuse;

@@ -8,12 +8,12 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <random>
 #include <system_error>
 #include <utility>
 
 #include <fcntl.h>
 #include <sys/epoll.h>
-#include <sys/random.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -55,16 +55,10 @@ struct Address {
 
 // Abstract socket names are global, so the name must be unique.
 std::string NewName() {
-    std::array<unsigned char, 8> random{};
-    if (::getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size()))
-        ThrowSystemError("cannot make a name for the board's socket");
-    std::string name = "velrix-board-";
-    for (const unsigned char byte : random) {
-        std::array<char, 3> digits{};
-        std::snprintf(digits.data(), digits.size(), "%02x", byte);
-        name += digits.data();
-    }
-    return name;
+    std::random_device random;
+    std::array<char, 17> digits{};
+    std::snprintf(digits.data(), digits.size(), "%08x%08x", random(), random());
+    return std::string("velrix-board-") + digits.data();
 }
 
 // A program of another user does not belong to the board.
@@ -323,21 +317,11 @@ void PreloadFiles::Write(std::uint64_t source, OpenFile& openFile, const Request
 }
 
 std::int64_t PreloadFiles::Seek(OpenFile& openFile, const Request& request) {
-    std::int64_t base = 0;
-    switch (request.flags) {
-    case SEEK_SET:
-        break;
-    case SEEK_CUR:
-        base = openFile.position;
-        break;
-    case SEEK_END:
-        base = ValueFiles::PAGE;
-        break;
-    default:
-        return -EINVAL;
-    }
+    // By SEEK_SET, SEEK_CUR and SEEK_END.
+    const std::array<std::int64_t, 3> bases = {0, openFile.position, ValueFiles::PAGE};
     std::int64_t position = 0;
-    if (__builtin_add_overflow(base, request.offset, &position) || position < 0)
+    if (request.flags >= bases.size() || __builtin_add_overflow(bases[request.flags], request.offset, &position) ||
+        position < 0)
         return -EINVAL;
     return openFile.position = position;
 }

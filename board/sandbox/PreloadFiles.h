@@ -35,8 +35,6 @@ public:
     // BoardError.
     PreloadFiles(const BoardState& boardState, ValueFiles& valueFiles, Places placesOfNames, Action beforeRequest,
                  RebootAction onReboot);
-    PreloadFiles(const PreloadFiles&) = delete;
-    PreloadFiles& operator=(const PreloadFiles&) = delete;
     ~PreloadFiles() override;
 
     // The name of the abstract socket that programs connect to.

@@ -46,24 +46,15 @@ void BindEntry(const fs::directory_entry& entry, const fs::path& target) {
 }
 
 void Put(const Placement& placement, const fs::path& target) {
+    if (placement.kind == Placement::Kind::COPY)
+        return CopyToBoard(placement.outside, target);
     std::error_code error;
-    switch (placement.kind) {
-    case Placement::Kind::ABSENT:
-        return;
-    case Placement::Kind::COPY:
-        fs::copy_file(placement.outside, target, fs::copy_options::overwrite_existing, error);
-        if (error)
-            throw BoardError("cannot copy " + placement.outside.string() + " to the board: " + error.message());
-        fs::permissions(target, fs::perms(0644), error);
-        return;
-    default:
-        if (fs::is_directory(placement.outside, error))
-            fs::create_directory(target, error);
-        else
-            MakeFile(target);
-        if (!Bind(placement.outside, target))
-            ThrowSystemError("cannot put " + placement.outside.string() + " in place of " + placement.inside.string());
-    }
+    if (fs::is_directory(placement.outside, error))
+        fs::create_directory(target, error);
+    else
+        MakeFile(target);
+    if (!Bind(placement.outside, target))
+        ThrowSystemError("cannot put " + placement.outside.string() + " in place of " + placement.inside.string());
 }
 
 // The target of a name: the covered directory and the name in it.
@@ -162,8 +153,9 @@ void Skeleton::Build(const fs::path& covered, const fs::path& skeleton, const Na
             BindEntry(entry, skeleton / entry.path().filename());
 
     for (const auto& [name, placement] : names) {
-        if (placement.kind != Placement::Kind::ABSENT)
-            fs::create_directories((skeleton / name).parent_path(), error);
+        if (placement.kind == Placement::Kind::ABSENT)
+            continue;
+        fs::create_directories((skeleton / name).parent_path(), error);
         Put(placement, skeleton / name);
     }
     ::chmod(skeleton.c_str(), status.st_mode & 07777);

@@ -45,10 +45,7 @@ BoardParts::BoardParts(const BoardOptions& boardOptions, RunDirectory runDirecto
       oxbo(state, options.oxboReadyAfter, [this](std::size_t signal, bool level) { DriveForModule(signal, level); }),
       reboots(layout.Reboots(), actions.reboot),
       webLog(layout.Outside(model.WebLogFile()),
-             [this](std::string_view record) { state.Tell(&BoardObserver::OnWebLog, record, clock()); }),
-      syslogPart([this] { return syslog ? syslog->Descriptor() : -1; }, [this](BoardTime) { TellRecords(); }),
-      watcherPart([this] { return watcher.Descriptor(); }, [this](BoardTime) { TellRecords(); }),
-      settlePart([this](BoardTime) { Settle(); }) {
+             [this](std::string_view record) { state.Tell(&BoardObserver::OnWebLog, record, clock()); }) {
     RequireKnownPaths(options, layout, state);
     state.Add(recorder);
     state.Add(oxbo);
@@ -64,12 +61,11 @@ BoardParts::BoardParts(const BoardOptions& boardOptions, RunDirectory runDirecto
 
 std::unique_ptr<IBoardEntry> BoardParts::MakeEntry() {
     const auto before = [this] { TellRecords(); };
-    const NamespaceEntry::Place place{layout.Stage(), layout.Device()};
     if (options.isolation != Isolation::PRELOAD) {
         const NamespaceEntry::Trial trial =
             PreloadEntry::IsOnSuchABoard()
                 ? NamespaceEntry::Trial{.reason = "this board is itself on one that has a preloaded library"}
-                : NamespaceEntry::Try(place);
+                : NamespaceEntry::Try(layout);
         if (!trial.isAllowed && (options.isolation == Isolation::NAMESPACES || PreloadLibrary().empty()))
             throw BoardError(trial.reason);
         if (!trial.isAllowed)
@@ -79,7 +75,7 @@ std::unique_ptr<IBoardEntry> BoardParts::MakeEntry() {
         else if (options.saysIsolation && options.isolation == Isolation::AUTO)
             user.Say("runs the program in namespaces (--isolation namespaces), the strongest way that there is");
         if (trial.isAllowed)
-            return std::make_unique<NamespaceEntry>(files, place, trial.canHaveOwnNumbers, options.asRoot, before);
+            return std::make_unique<NamespaceEntry>(files, layout, trial.canHaveOwnNumbers, options.asRoot, before);
     }
     if (PreloadLibrary().empty())
         throw BoardError("this velrix-board has no library to preload, as it was built for a 32-bit machine; use "

@@ -115,9 +115,10 @@ private:
     std::optional<InputRecorder> inputs;
     std::optional<ControlPipe> control;
     std::optional<ScenarioPlayer> player;
-    FunctionPart syslogPart;
-    FunctionPart watcherPart;
-    FunctionPart settlePart;
+    FunctionPart syslogPart{[this] { return syslog ? syslog->Descriptor() : -1; },
+                            [this](BoardTime) { TellRecords(); }};
+    FunctionPart watcherPart{[this] { return watcher.Descriptor(); }, [this](BoardTime) { TellRecords(); }};
+    FunctionPart settlePart{[this](BoardTime) { Settle(); }};
     std::vector<Placement> placements;
 
     // Last, since the attachments use all other members.

@@ -17,15 +17,12 @@ void ProgramLife::Obey(const InitMessage& message) {
     case InitMessage::Kind::MOUNTED: // nothing to do with the program
         break;
     case InitMessage::Kind::STARTED:
-        OnStarted();
-        break;
+        return OnStarted();
     case InitMessage::Kind::ENDED:
         current = State::ENDED;
-        OnEnded(AfterReboot(message.status));
-        break;
+        return OnEnded(AfterReboot(message.status));
     case InitMessage::Kind::DOWN:
-        OnDown();
-        break;
+        return OnDown();
     case InitMessage::Kind::FAILED:
         failure = message.text;
         break;
