@@ -18,8 +18,8 @@ std::string Microseconds(BoardTime time) {
 } // namespace
 
 InputRecorder::InputRecorder(std::string ownPath, const BoardState& boardState, IBoardControl& boardControl,
-                             std::function<BoardTime()> now)
-    : path(std::move(ownPath)), state(boardState), control(boardControl), clock(std::move(now)), file(path) {
+                             Clock boardClock)
+    : path(std::move(ownPath)), state(boardState), control(boardControl), clock(std::move(boardClock)), file(path) {
     if (!file)
         throw BoardError("cannot write the recording " + path + ": " + std::strerror(errno));
 }

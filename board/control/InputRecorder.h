@@ -2,7 +2,6 @@
 #pragma once
 
 #include <fstream>
-#include <functional>
 #include <optional>
 #include <string>
 
@@ -17,8 +16,7 @@ namespace VelrixBoard {
 class InputRecorder final : public BoardObserver, public IBoardControl {
 public:
     // Throws BoardError when the file cannot be made.
-    InputRecorder(std::string path, const BoardState& boardState, IBoardControl& boardControl,
-                  std::function<BoardTime()> now);
+    InputRecorder(std::string path, const BoardState& boardState, IBoardControl& boardControl, Clock boardClock);
 
     void OnProgramStarted(BoardTime time) override;
     void OnProgramEnded(int, BoardTime time) override { ended = time; }
@@ -39,7 +37,7 @@ private:
     const std::string path;
     const BoardState& state;
     IBoardControl& control;
-    const std::function<BoardTime()> clock;
+    const Clock clock;
     std::ofstream file;
     std::optional<BoardTime> began;
     std::optional<BoardTime> ended;

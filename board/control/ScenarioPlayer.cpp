@@ -68,18 +68,6 @@ void ScenarioPlayer::WriteReport(const std::string& text) {
         throw BoardError("cannot write the report " + reportFile + ": " + std::strerror(errno));
 }
 
-void ScenarioPlayer::OnChange(std::size_t signal, bool level, BoardTime time) {
-    Keep(time, [this, name = state.Name(signal), level](ScenarioTime at) { runner.OnLevel(name, level, at); });
-}
-
-void ScenarioPlayer::OnWebLog(std::string_view record, BoardTime time) {
-    Keep(time, [this, text = std::string(record)](ScenarioTime at) { runner.OnWebLog(text, at); });
-}
-
-void ScenarioPlayer::OnSyslog(std::string_view record, BoardTime time) {
-    Keep(time, [this, text = std::string(record)](ScenarioTime at) { runner.OnSystemLog(text, at); });
-}
-
 void ScenarioPlayer::OnProgramStarted(BoardTime time) {
     ended.reset();
     programRuns = true;

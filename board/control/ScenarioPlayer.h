@@ -37,12 +37,18 @@ public:
 
     const Scenario& Steps() const { return scenario; }
 
-    void OnChange(std::size_t signal, bool level, BoardTime time) override;
-    void OnWebLog(std::string_view record, BoardTime time) override;
+    void OnChange(std::size_t signal, bool level, BoardTime time) override {
+        Keep(time, [this, name = state.Name(signal), level](ScenarioTime at) { runner.OnLevel(name, level, at); });
+    }
+    void OnWebLog(std::string_view record, BoardTime time) override {
+        Keep(time, [this, text = std::string(record)](ScenarioTime at) { runner.OnWebLog(text, at); });
+    }
     void OnReboot(std::string_view, BoardTime time) override {
         Keep(time, [this](ScenarioTime at) { runner.OnReboot(at); });
     }
-    void OnSyslog(std::string_view record, BoardTime time) override;
+    void OnSyslog(std::string_view record, BoardTime time) override {
+        Keep(time, [this, text = std::string(record)](ScenarioTime at) { runner.OnSystemLog(text, at); });
+    }
     void OnProgramStarted(BoardTime time) override;
     void OnProgramEnded(int waitStatus, BoardTime time) override;
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/emulated/Machine.h"
 
+#include <algorithm>
 #include <memory>
 
 #include <sys/wait.h>

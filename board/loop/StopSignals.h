@@ -36,8 +36,6 @@ public:
     // Handles these signals and SIGALRM from now on. SIGINT and SIGQUIT stay ignored if the process was started that
     // way, like a shell's background commands. The name must be a constant. Throws BoardError.
     StopSignals(const char* commandName, std::initializer_list<int> signals);
-    StopSignals(const StopSignals&) = delete;
-    StopSignals& operator=(const StopSignals&) = delete;
     ~StopSignals();
 
     // Readable when there is a request.

@@ -52,6 +52,7 @@ public:
     const BoardModel& Model() const { return model; }
     std::size_t Count() const { return levels.size(); }
     bool Level(std::size_t signal) const { return levels[signal]; }
+    const std::vector<bool>& Levels() const { return levels; }
     const std::string& Path(std::size_t signal) const;
     bool IsInput(std::size_t signal) const;
 

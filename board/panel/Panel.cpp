@@ -41,13 +41,6 @@ std::string Describe(const BoardState& state, const std::string& program) {
     return Text({{"run", std::to_string(run)}, {"program", program}, {"signals", signals}});
 }
 
-std::vector<bool> Levels(const BoardState& state) {
-    std::vector<bool> levels;
-    for (std::size_t signal = 0; signal < state.Count(); ++signal)
-        levels.push_back(state.Level(signal));
-    return levels;
-}
-
 // By ModuleState::Phase.
 constexpr const char* STATE_NAMES[] = {"reset", "starting", "ready", "silent"};
 
@@ -56,7 +49,7 @@ constexpr const char* STATE_NAMES[] = {"reset", "starting", "ready", "silent"};
 Panel::Panel(const BoardState& boardState, IBoardControl& boardControl, Clock clock, const std::string& program,
              std::optional<int> port)
     : state(boardState), control(boardControl),
-      feed(Describe(state, program), Levels(state), [clock = std::move(clock)] { return FeedTime(clock()); }),
+      feed(Describe(state, program), state.Levels(), [clock = std::move(clock)] { return FeedTime(clock()); }),
       server(
           feed,
           [this](const std::string& path, const std::string& body) {

@@ -39,8 +39,6 @@ public:
     // not read. Throws BoardError when a given port is in use.
     PanelServer(PanelFeed& panelFeed, Post onPost, std::optional<int> wantedPort,
                 std::chrono::milliseconds patience = std::chrono::seconds(1));
-    PanelServer(const PanelServer&) = delete;
-    PanelServer& operator=(const PanelServer&) = delete;
     // Closes the feed and every connection, and joins the threads, which takes some milliseconds.
     ~PanelServer();
 

@@ -28,7 +28,7 @@ public:
     // lines for empty ones, since each line costs its observers time.
     static constexpr std::size_t BYTES_PER_TURN = 65536;
     static constexpr std::size_t LINES_PER_TURN = 256;
-    // The longest line; a longer one is truncated and marked by CUT. The same as the longest record of SyslogSocket.
+    // The longest line; a longer one is truncated and marked by CUT. The limit of SyslogSocket too.
     static constexpr std::size_t LONGEST_LINE = 65536;
     static constexpr std::string_view CUT = " ... (cut: longer than 65536 bytes)";
     // The limits of Finish: 64 MiB or 262144 lines, about a second. A sparse file, for example, can have any length.

@@ -9,13 +9,13 @@
 #include <sys/un.h>
 
 #include "board/base/BoardError.h"
+#include "board/records/LogTail.h"
 
 namespace VelrixBoard {
 
 namespace {
 
-constexpr std::size_t LONGEST_RECORD = 65536;
-constexpr std::string_view CUT = " ... (cut: longer than 65536 bytes)";
+constexpr std::size_t LONGEST_RECORD = LogTail::LONGEST_LINE;
 
 // More than the kernel's queue (net.unix.max_dgram_qlen, 512 on Debian), so that one turn takes all that was sent
 // before it; but a limit, so that a fast sender cannot keep the board in this loop.
@@ -25,7 +25,7 @@ constexpr int RECORDS_PER_TURN = 1024;
 
 SyslogSocket::SyslogSocket(const std::filesystem::path& path, Action onRecord)
     : socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)), action(std::move(onRecord)),
-      buffer(LONGEST_RECORD + CUT.size()) {
+      buffer(LONGEST_RECORD + LogTail::CUT.size()) {
     // A socket address holds only 107 bytes; a path via /proc/self/fd of the directory is short enough.
     const FileDescriptor directory(::open(path.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     const std::string name = "/proc/self/fd/" + std::to_string(directory.Get()) + "/" + path.filename().string();
@@ -50,7 +50,7 @@ void SyslogSocket::Dispatch() {
 // Trims and, by the sent length, truncates the record in the buffer.
 std::string_view SyslogSocket::Record(std::size_t length) {
     if (length > LONGEST_RECORD) {
-        CUT.copy(buffer.data() + LONGEST_RECORD, CUT.size());
+        LogTail::CUT.copy(buffer.data() + LONGEST_RECORD, LogTail::CUT.size());
         return {buffer.data(), buffer.size()};
     }
     std::string_view record(buffer.data(), length);

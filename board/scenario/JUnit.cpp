@@ -33,8 +33,7 @@ std::string Seconds(ScenarioTime time) {
 }
 
 std::size_t CountOf(const std::vector<StepResult>& results, Verdict verdict) {
-    return static_cast<std::size_t>(
-        std::count_if(results.begin(), results.end(), [&](const auto& result) { return result.verdict == verdict; }));
+    return static_cast<std::size_t>(std::ranges::count(results, verdict, &StepResult::verdict));
 }
 
 std::string Head(const std::string& suite, std::size_t tests, std::size_t failures, std::size_t errors,

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <cstdint>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -295,14 +296,10 @@ private:
     }
 
     static int ParseExitCode(Line& line) {
-        int code = -1;
-        if (!line.AtEnd()) {
-            const std::string& text = line.Peek();
-            const auto [rest, error] = std::from_chars(text.data(), text.data() + text.size(), code);
-            if (error != std::errc() || rest != text.data() + text.size())
-                code = -1;
-        }
-        if (code < 0 || code > 255)
+        const std::string text = line.AtEnd() ? "" : line.Peek();
+        std::uint8_t code = 0;
+        const auto [rest, error] = std::from_chars(text.data(), text.data() + text.size(), code);
+        if (error != std::errc() || rest != text.data() + text.size())
             line.FailHere("an exit code from 0 to 255");
         line.Any("");
         return code;

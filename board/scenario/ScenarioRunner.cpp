@@ -87,16 +87,11 @@ void ScenarioRunner::OnTime(ScenarioTime now) {
     if (finished)
         return;
     last = std::max(last, now);
-    Settle(last);
+    // Nothing changes after the program's end, so the current colour counts as steady.
+    for (auto& [name, led] : leds)
+        led.Settle(ended ? last + LedHistory::GLITCH : last);
     CheckNever(last);
     Advance(last);
-}
-
-void ScenarioRunner::Settle(ScenarioTime now) {
-    // Nothing changes after the program's end, so the current colour counts as steady.
-    const ScenarioTime until = ended ? now + LedHistory::GLITCH : now;
-    for (auto& [name, led] : leds)
-        led.Settle(until);
 }
 
 void ScenarioRunner::CheckNever(ScenarioTime now) {
@@ -195,8 +190,7 @@ void ScenarioRunner::Finish(ScenarioTime now) {
     OnTime(now);
     finished = true;
     const std::string crash = Crash();
-    const bool inOrder = std::none_of(results.begin(), results.end(),
-                                      [](const StepResult& result) { return result.verdict == Verdict::FAILED; });
+    const bool inOrder = std::ranges::count(results, Verdict::FAILED, &StepResult::verdict) == 0;
     for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
         if (results[i].verdict != Verdict::NOT_REACHED)
             continue;

@@ -99,7 +99,6 @@ private:
     std::string Crash() const;
     std::string Seen(const Condition& condition) const;
     std::string SeenOf(const std::string& led) const;
-    void Settle(ScenarioTime now);
     void Decide(std::size_t step, StepResult::Verdict verdict, std::string message, ScenarioTime time) {
         results[step] = {verdict, std::move(message), time};
     }

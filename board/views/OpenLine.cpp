@@ -51,8 +51,7 @@ void OpenLine::TakeByte(unsigned char byte, int columns) {
 void OpenLine::TakeControl(unsigned char byte, int columns) {
     switch (byte) {
     case '\n':
-        End();
-        return;
+        return End();
     case ESCAPE_BYTE:
         within = Within::ESCAPE;
         return;
@@ -67,7 +66,7 @@ void OpenLine::TakeControl(unsigned char byte, int columns) {
         column = std::min((column / TABULATOR + 1) * TABULATOR, columns - 1);
         return;
     default:
-        return;
+        break;
     }
 }
 

@@ -21,6 +21,39 @@ constexpr std::size_t WRITTEN_AT_ONCE = std::size_t{16} * 1024;
 constexpr int BAR_COLUMNS = 20;
 constexpr const char* NORMAL = "\033[0m";
 
+constexpr const char* BOLD = "\033[1m";
+constexpr const char* FAINT = "\033[2m";
+constexpr const char* RED = "\033[1;31m";
+constexpr const char* GREEN = "\033[1;32m";
+constexpr const char* YELLOW = "\033[1;33m";
+
+const char* LedStyle(std::string_view color) {
+    if (color == "green")
+        return GREEN;
+    if (color == "red")
+        return RED;
+    return color == "off" ? FAINT : YELLOW;
+}
+
+// By LogText::Weight.
+constexpr const char* LOG_STYLES[] = {nullptr, FAINT, YELLOW, RED};
+
+// By ModuleState::Phase.
+constexpr const char* MODULE_TEXTS[] = {"held in reset", "starting", "ready", "never ready"};
+
+std::string Bar(int percent) {
+    std::string bar;
+    for (int column = 0; column < BAR_COLUMNS; ++column)
+        bar += column * 100 < percent * BAR_COLUMNS ? "\u2588" : "\u2591";
+    return bar + " " + std::to_string(percent) + " %";
+}
+
+std::string Seconds(BoardTime time) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%8.3f s  ", std::chrono::duration<double>(time).count());
+    return text;
+}
+
 } // namespace
 
 // Text for a row of the block; colour codes take no column. No trailing blanks: terminals differ in whether these count
@@ -56,43 +89,6 @@ private:
     const int columns;
     int left;
 };
-
-namespace {
-
-constexpr const char* BOLD = "\033[1m";
-constexpr const char* FAINT = "\033[2m";
-constexpr const char* RED = "\033[1;31m";
-constexpr const char* GREEN = "\033[1;32m";
-constexpr const char* YELLOW = "\033[1;33m";
-
-const char* LedStyle(std::string_view color) {
-    if (color == "green")
-        return GREEN;
-    if (color == "red")
-        return RED;
-    return color == "off" ? FAINT : YELLOW;
-}
-
-// By LogText::Weight.
-constexpr const char* LOG_STYLES[] = {nullptr, FAINT, YELLOW, RED};
-
-// By ModuleState::Phase.
-constexpr const char* MODULE_TEXTS[] = {"held in reset", "starting", "ready", "never ready"};
-
-std::string Bar(int percent) {
-    std::string bar;
-    for (int column = 0; column < BAR_COLUMNS; ++column)
-        bar += column * 100 < percent * BAR_COLUMNS ? "\u2588" : "\u2591";
-    return bar + " " + std::to_string(percent) + " %";
-}
-
-std::string Seconds(BoardTime time) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%8.3f s  ", std::chrono::duration<double>(time).count());
-    return text;
-}
-
-} // namespace
 
 TerminalView::TerminalView(const BoardState& boardState, const IBoardControl& boardControl, Style viewStyle,
                            Measure terminalSize, ITextOutput& textOutput)
