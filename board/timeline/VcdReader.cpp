@@ -85,6 +85,15 @@ TimelineTime TimeOf(const Words& words, const std::string& word, const Scale& sc
     return TimelineTime(stamp / scale.divisor);
 }
 
+// The first level at time 0 is the initial one, the others are changes.
+void AddLevel(Signal& signal, std::optional<bool>& known, bool level, TimelineTime now) {
+    if (!known && now == TimelineTime(0))
+        signal.initial = level;
+    else if (known.value_or(false) != level)
+        signal.changes.push_back({now, level});
+    known = level;
+}
+
 } // namespace
 
 Timeline ReadVcd(const std::string& path) {
@@ -115,13 +124,7 @@ Timeline ReadVcd(const std::string& path) {
             now = time;
         } else if (const auto signal = byIdentifier.find(word.substr(1));
                    signal != byIdentifier.end() && std::strchr("01xXzZ", word.front())) {
-            const bool level = word.front() == '1';
-            std::optional<bool>& known = levels[signal->second];
-            if (!known && now == TimelineTime(0))
-                timeline.signals[signal->second].initial = level;
-            else if (known.value_or(false) != level)
-                timeline.signals[signal->second].changes.push_back({now, level});
-            known = level;
+            AddLevel(timeline.signals[signal->second], levels[signal->second], word.front() == '1', now);
         } else
             words.Fail("'" + word + "' is neither a time nor the level of a signal that was named above");
     }
