@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 namespace VelrixBoard {
 
@@ -13,5 +14,12 @@ void MakeFile(const std::filesystem::path& path);
 
 // Copies a file, readable by everybody and writable by its owner. Throws BoardError.
 void CopyToBoard(const std::filesystem::path& from, const std::filesystem::path& to);
+
+// Throws BoardError for an existing path that is no regular file: reading a named pipe could block, /dev/zero would
+// never end.
+void RequireContent(const std::filesystem::path& file);
+
+// The file's content. Throws BoardError when it cannot be read.
+std::string ReadFile(const std::filesystem::path& file);
 
 } // namespace VelrixBoard

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The command velrix-board. 125 is the exit code of everything that goes wrong before the program runs.
+#include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <map>
@@ -10,8 +12,7 @@
 #include <CLI/CLI.hpp>
 
 #include "board/commands/CommandArguments.h"
-#include "board/commands/PanelOptions.h"
-#include "board/commands/StandardStreams.h"
+#include "board/panel/Panel.h"
 #include "board/sandbox/RebootStub.h"
 #include "board/timeline/Difference.h"
 #include "board/timeline/VcdReader.h"
@@ -68,7 +69,35 @@ void AddDeviceOptions(CLI::App& run, BoardOptions& options) {
         ->type_name("restart|exit");
 }
 
-void AddRunOptions(CLI::App& run, BoardOptions& options) {
+// CLI11's value of a flag without one.
+const std::string USUAL = "true";
+
+std::optional<int> ParsePort(const std::string& text) {
+    if (text == USUAL)
+        return std::nullopt;
+    std::uint16_t port = 0;
+    const char* end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, port);
+    if (error != std::errc() || rest != end)
+        throw CLI::ValidationError("--panel", "takes a port from 0 to 65535, 0 for any free one");
+    return port;
+}
+
+std::string Title(const std::vector<std::string>& command) {
+    std::string title;
+    for (const std::string& word : command)
+        title += (title.empty() ? "" : " ") + word;
+    return title;
+}
+
+// The options of a command that runs a program.
+struct RunArguments {
+    BoardOptions options;
+    std::string panel; // its port; empty: no panel
+};
+
+void AddRunOptions(CLI::App& run, RunArguments& arguments) {
+    BoardOptions& options = arguments.options;
     run.footer(FOOTER);
     run.add_option("--settings", options.settings, "The board's /etc/velrix.conf; without it there is none")
         ->type_name("FILE");
@@ -101,6 +130,19 @@ void AddRunOptions(CLI::App& run, BoardOptions& options) {
     AddTestingOptions(run, options.timeline, options.scenario);
     AddDeviceOptions(run, options);
     TakeOneValueEach(run);
+    run.add_flag("--panel", arguments.panel,
+                 "Show the board in a browser, on 127.0.0.1; on port 8642, or a free one where that is in use, if none "
+                 "is given: --panel=PORT")
+        ->type_name("[=PORT]");
+}
+
+void AttachPanel(RunArguments& arguments, const std::vector<std::string>& command) {
+    if (arguments.panel.empty())
+        return;
+    arguments.options.attachments.emplace_back([number = ParsePort(arguments.panel), title = Title(command)](
+                                                   const BoardState& state, IBoardControl& control, Clock clock) {
+        return std::make_unique<Panel>(state, control, std::move(clock), title, number);
+    });
 }
 
 int Fail(const std::runtime_error& error) { // BoardError, ScenarioError, TimelineError
@@ -164,8 +206,8 @@ int Run(const BoardOptions& options, const std::vector<std::string>& command) {
 
 // Does not return if a signal ended the program.
 int RunCommand(int argc, char** argv) {
-    BoardOptions runOptions;
-    BoardOptions recordOptions;
+    RunArguments runArguments;
+    RunArguments recordArguments;
     std::vector<std::string> command;
     CLI::App app("A private board to run device programs on.", "velrix-board");
     app.footer(FOOTER);
@@ -173,17 +215,16 @@ int RunCommand(int argc, char** argv) {
     app.failure_message(RefusalText);
     CLI::App* run =
         app.add_subcommand("run", "Run a program on a private board: velrix-board run [OPTIONS] -- PROGRAM [ARG...]");
-    AddRunOptions(*run, runOptions);
-    const PanelOptions runPanel(*run);
+    AddRunOptions(*run, runArguments);
     CLI::App* record =
         app.add_subcommand("record", "Run a program and record what is done to its board, for run --scenario: "
                                      "velrix-board record FILE [OPTIONS] -- PROGRAM [ARG...]");
-    AddRunOptions(*record, recordOptions);
-    record->add_option("FILE", recordOptions.recording, "The file for what is done to the board, as a scenario")
+    AddRunOptions(*record, recordArguments);
+    record
+        ->add_option("FILE", recordArguments.options.recording, "The file for what is done to the board, as a scenario")
         ->required();
     bool replacesFile = false;
     record->add_flag("--force", replacesFile, "Replace FILE if it exists");
-    const PanelOptions recordPanel(*record);
     DiffArguments diffArguments;
     const CLI::App* diff = AddDiff(app, diffArguments);
     try {
@@ -191,11 +232,12 @@ int RunCommand(int argc, char** argv) {
         if (diff->parsed())
             return Diff(diffArguments);
         RequireProgram(app, command);
-        BoardOptions& options = record->parsed() ? recordOptions : runOptions;
+        RunArguments& arguments = record->parsed() ? recordArguments : runArguments;
+        const BoardOptions& options = arguments.options;
         if (options.recording && !replacesFile && std::filesystem::exists(*options.recording))
             throw CLI::ValidationError("FILE",
                                        *options.recording + " exists; name another file, or replace it with --force");
-        (record->parsed() ? recordPanel : runPanel).Complete(options, command);
+        AttachPanel(arguments, command);
         return Run(options, command);
     } catch (const CLI::ParseError& error) {
         const int code = app.exit(error);

@@ -2,11 +2,13 @@
 #include "board/commands/CommandArguments.h"
 
 #include <algorithm>
+#include <cerrno>
 
 #include <CLI/CLI.hpp>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include "board/base/BoardError.h"
-#include "board/control/ReadyTime.h"
 #include "board/model/OxboModule.h"
 
 namespace VelrixBoard {
@@ -17,6 +19,13 @@ namespace {
 constexpr const char* SET = "--set";
 
 } // namespace
+
+// open returns the lowest free number.
+void OpenMissingStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (::fcntl(stream, F_GETFD) < 0 && errno == EBADF && ::open("/dev/null", O_RDWR) != stream)
+            ::_exit(BOARD_FAILED);
+}
 
 std::vector<std::string> OwnArguments(int argc, char** argv, std::vector<std::string>& program) {
     const std::vector<std::string> all(argv + 1, argv + argc);

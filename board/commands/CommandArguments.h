@@ -19,6 +19,10 @@ namespace VelrixBoard {
 // The board could not be made, or an argument is wrong.
 inline constexpr int BOARD_FAILED = 125;
 
+// Opens /dev/null for each standard stream that this process was started without. Otherwise the next opened file would
+// get its number, and the program's prints. Call it first in main. Ends the process with BOARD_FAILED if it cannot.
+void OpenMissingStandardStreams();
+
 // The arguments up to "--" in CLI11's order, last first; the rest is the program's.
 std::vector<std::string> OwnArguments(int argc, char** argv, std::vector<std::string>& program);
 

@@ -13,14 +13,13 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-#include "board/base/ReadFile.h"
+#include "board/base/Paths.h"
 #include "board/commands/CommandArguments.h"
-#include "board/commands/StandardStreams.h"
 #include "board/control/ScenarioPlayer.h"
 #include "board/emulated/ArmProgram.h"
 #include "board/emulated/Machine.h"
 #include "board/emulated/MachineControl.h"
-#include "board/loop/SignalBlock.h"
+#include "board/loop/ProcessSignals.h"
 #include "board/loop/StopSignals.h"
 #include "board/loop/StreamWriter.h"
 #include "board/model/SettingsReader.h"

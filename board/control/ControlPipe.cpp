@@ -10,7 +10,7 @@
 #include <sys/stat.h>
 
 #include "board/base/BoardError.h"
-#include "board/control/ReadyTime.h"
+#include "board/model/OxboModule.h"
 
 namespace VelrixBoard {
 

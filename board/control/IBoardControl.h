@@ -3,8 +3,14 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
+#include <memory>
 #include <optional>
+#include <string>
 
+#include "board/base/Clock.h"
+#include "board/loop/ILoopPart.h"
+#include "board/model/BoardState.h"
 #include "board/model/Fault.h"
 #include "board/model/ModuleState.h"
 
@@ -31,5 +37,18 @@ public:
     // Sends the signal to the program if one runs.
     virtual void SignalProgram(int signal) = 0;
 };
+
+// An external observer and control of a running board. Made just before the program starts, may start threads, and is
+// destroyed before the board.
+class IBoardAttachment : public BoardObserver, public ILoopPart {
+public:
+    // A message for the user when it is ready.
+    virtual std::string Announcement() const = 0;
+};
+
+// Throws BoardError, and then the program does not run. State and control outlive the attachment; any thread may read
+// the clock.
+using AttachmentFactory =
+    std::function<std::unique_ptr<IBoardAttachment>(const BoardState& state, IBoardControl& control, Clock clock)>;
 
 } // namespace VelrixBoard

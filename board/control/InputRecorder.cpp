@@ -24,11 +24,6 @@ InputRecorder::InputRecorder(std::string ownPath, const BoardState& boardState, 
         throw BoardError("cannot write the recording " + path + ": " + std::strerror(errno));
 }
 
-void InputRecorder::OnProgramStarted(BoardTime time) {
-    if (!began)
-        began = last = time;
-}
-
 void InputRecorder::DriveInput(std::size_t signal, bool level) {
     control.DriveInput(signal, level);
     Put("set " + state.Name(signal) + (level ? " high" : " low"));

@@ -18,7 +18,10 @@ public:
     // Throws BoardError when the file cannot be made.
     InputRecorder(std::string path, const BoardState& boardState, IBoardControl& boardControl, Clock boardClock);
 
-    void OnProgramStarted(BoardTime time) override;
+    void OnProgramStarted(BoardTime time) override {
+        if (!began)
+            began = last = time;
+    }
     void OnProgramEnded(int, BoardTime time) override { ended = time; }
 
     void DriveInput(std::size_t signal, bool level) override;

@@ -77,11 +77,6 @@ void ScenarioPlayer::OnProgramStarted(BoardTime time) {
     began = events.size() > state.Count() ? std::min(time, events[state.Count()].first) : time;
 }
 
-void ScenarioPlayer::OnProgramEnded(int waitStatus, BoardTime time) {
-    programRuns = false;
-    ended = {waitStatus, time};
-}
-
 std::optional<BoardTime> ScenarioPlayer::Due() const {
     if (!programRuns)
         return std::nullopt;

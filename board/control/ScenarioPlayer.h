@@ -50,7 +50,10 @@ public:
         Keep(time, [this, text = std::string(record)](ScenarioTime at) { runner.OnSystemLog(text, at); });
     }
     void OnProgramStarted(BoardTime time) override;
-    void OnProgramEnded(int waitStatus, BoardTime time) override;
+    void OnProgramEnded(int waitStatus, BoardTime time) override {
+        programRuns = false;
+        ended = {waitStatus, time};
+    }
 
     std::optional<BoardTime> Due() const override;
     void Run(BoardTime now) override;

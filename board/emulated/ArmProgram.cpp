@@ -9,7 +9,7 @@
 #include <sstream>
 
 #include "board/base/BoardError.h"
-#include "board/base/ReadFile.h"
+#include "board/base/Paths.h"
 
 namespace VelrixBoard {
 

@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-#include "board/base/ReadFile.h"
+#include "board/base/Paths.h"
 
 namespace VelrixBoard {
 

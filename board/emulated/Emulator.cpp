@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 #include "board/base/BoardError.h"
-#include "board/base/ReadFile.h"
+#include "board/base/Paths.h"
 
 namespace VelrixBoard {
 

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <functional>
 #include <optional>
+#include <string_view>
 
 #include "board/loop/ILoopPart.h"
 #include "board/model/BoardState.h"
@@ -47,5 +48,9 @@ private:
     ModuleState module;
     BoardTime released{};
 };
+
+// Parses when the Oxbo module becomes ready: a time as in ParseTime, in whole milliseconds, the default unit ("2s",
+// "40ms", "40"); nothing for "never". Throws BoardError for other texts.
+std::optional<std::chrono::milliseconds> ParseReadyTime(std::string_view text);
 
 } // namespace VelrixBoard

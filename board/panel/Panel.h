@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "board/control/IBoardAttachment.h"
+#include "board/control/IBoardControl.h"
 #include "board/panel/PanelFeed.h"
 #include "board/panel/PanelQueue.h"
 #include "board/panel/PanelServer.h"

@@ -30,11 +30,6 @@ Recorder::Recorder(const BoardLayout& layout, const BoardState& boardState, bool
         ThrowSystemError("cannot make the records in " + layout.Root().string());
 }
 
-void Recorder::OnWrite(std::size_t signal, bool level, BoardTime time) {
-    if (recordsWrites)
-        writes.waiting += Line(signal, level, time);
-}
-
 void Recorder::OnSyslog(std::string_view record, BoardTime) {
     for (const char c : record)
         syslog.waiting += c == '\n' ? "\\n" : std::string(1, c);

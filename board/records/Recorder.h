@@ -23,7 +23,10 @@ public:
     // Throws BoardError when a file cannot be made.
     Recorder(const BoardLayout& layout, const BoardState& boardState, bool withWrites, TellUser tellUser);
 
-    void OnWrite(std::size_t signal, bool level, BoardTime time) override;
+    void OnWrite(std::size_t signal, bool level, BoardTime time) override {
+        if (recordsWrites)
+            writes.waiting += Line(signal, level, time);
+    }
     void OnChange(std::size_t signal, bool level, BoardTime time) override {
         changes.waiting += Line(signal, level, time);
     }

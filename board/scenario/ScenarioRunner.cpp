@@ -67,22 +67,6 @@ void ScenarioRunner::OnLevel(const std::string& signal, bool high, ScenarioTime 
     OnTime(time);
 }
 
-void ScenarioRunner::OnLog(LogHistory& log, std::string_view record, ScenarioTime time) {
-    log.Add(record);
-    OnTime(time);
-}
-
-void ScenarioRunner::OnReboot(ScenarioTime time) {
-    rebootCalled = true;
-    OnTime(time);
-}
-
-void ScenarioRunner::OnEnd(ProgramEnd end, ScenarioTime time) {
-    ended = end;
-    programEnd = time;
-    OnTime(time);
-}
-
 void ScenarioRunner::OnTime(ScenarioTime now) {
     if (finished)
         return;

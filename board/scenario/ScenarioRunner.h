@@ -49,7 +49,10 @@ public:
     void OnLevel(const std::string& signal, bool high, ScenarioTime time);
     void OnWebLog(std::string_view record, ScenarioTime time) { OnLog(webLog, record, time); }
     void OnSystemLog(std::string_view record, ScenarioTime time) { OnLog(systemLog, record, time); }
-    void OnReboot(ScenarioTime time);
+    void OnReboot(ScenarioTime time) {
+        rebootCalled = true;
+        OnTime(time);
+    }
     // The program ended: waiting steps are decided by the current state, which is final.
     void OnExit(int code, ScenarioTime time) { OnEnd({ProgramEnd::How::EXIT, code}, time); }
     void OnKilled(int signal, ScenarioTime time) { OnEnd({ProgramEnd::How::KILL, signal}, time); }
@@ -79,8 +82,15 @@ private:
     };
 
     void ExpectTexts();
-    void OnLog(LogHistory& log, std::string_view record, ScenarioTime time);
-    void OnEnd(ProgramEnd end, ScenarioTime time);
+    void OnLog(LogHistory& log, std::string_view record, ScenarioTime time) {
+        log.Add(record);
+        OnTime(time);
+    }
+    void OnEnd(ProgramEnd end, ScenarioTime time) {
+        ended = end;
+        programEnd = time;
+        OnTime(time);
+    }
     const LogHistory& LogOf(const LogHas& condition) const;
     void Advance(ScenarioTime now);
     // When the step was passed; nothing: it waits, or has failed.

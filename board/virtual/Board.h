@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "board/control/IBoardAttachment.h"
+#include "board/control/IBoardControl.h"
 #include "board/control/ScenarioPlayer.h"
 #include "board/model/Fault.h"
 #include "board/model/OxboModule.h"

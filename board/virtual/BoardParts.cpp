@@ -9,7 +9,6 @@
 
 #include "board/base/BoardError.h"
 #include "board/base/Paths.h"
-#include "board/base/ReadFile.h"
 #include "board/model/SettingsReader.h"
 #include "board/sandbox/NamespaceEntry.h"
 #include "board/sandbox/PreloadEntry.h"

@@ -48,11 +48,6 @@ void UserOutput::Show(BoardState& state, const IBoardControl& control, Program& 
     view->OnSettled(now);
 }
 
-void UserOutput::OnForked() {
-    if (program)
-        program->CloseWritingEnd();
-}
-
 std::vector<ILoopPart*> UserOutput::Parts() {
     std::vector<ILoopPart*> parts = {&errors};
     if (view)
@@ -60,11 +55,6 @@ std::vector<ILoopPart*> UserOutput::Parts() {
     if (program)
         parts.push_back(program.get());
     return parts;
-}
-
-void UserOutput::OnResize(BoardTime now) {
-    if (view)
-        view->OnResize(now);
 }
 
 void UserOutput::Finish(const Clock& clock, const StreamWriter::Patience& patience) {

@@ -27,10 +27,16 @@ public:
     void Show(BoardState& state, const IBoardControl& control, Program& program, BoardTime now);
 
     // Process 1 has inherited the program's end of the pipe.
-    void OnForked();
+    void OnForked() {
+        if (program)
+            program->CloseWritingEnd();
+    }
 
     std::vector<ILoopPart*> Parts();
-    void OnResize(BoardTime now);
+    void OnResize(BoardTime now) {
+        if (view)
+            view->OnResize(now);
+    }
 
     // Waits until the reader has everything written so far, like StreamWriter::Finish.
     bool AwaitReader(const StreamWriter::Patience& patience) { return errors.Finish(patience); }

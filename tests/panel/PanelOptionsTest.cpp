@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // The option --panel of the real command.
-#include "board/commands/PanelOptions.h"
-
 #include <fstream>
 
 #include <arpa/inet.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "board/commands/StandardStreams.h"
+#include "board/commands/CommandArguments.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

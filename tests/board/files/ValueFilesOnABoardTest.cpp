@@ -29,7 +29,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "board/control/IBoardAttachment.h"
+#include "board/control/IBoardControl.h"
 #include "board/preload/Protocol.h"
 #include "board/sandbox/PreloadEntry.h"
 #include "board/virtual/Board.h"

@@ -16,8 +16,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "board/loop/SavedSignals.h"
-#include "board/loop/SignalBlock.h"
+#include "board/loop/ProcessSignals.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace VelrixBoard {

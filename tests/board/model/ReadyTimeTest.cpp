@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "board/control/ReadyTime.h"
+#include "board/model/OxboModule.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

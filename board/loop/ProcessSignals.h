@@ -4,6 +4,7 @@
 #include <array>
 #include <csignal>
 #include <cstddef>
+#include <initializer_list>
 
 namespace VelrixBoard {
 
@@ -18,8 +19,6 @@ public:
         for (std::size_t i = 0; i < NUMBERS.size(); ++i)
             ::sigaction(NUMBERS[i], nullptr, &actions[i]);
     }
-    SavedSignals(const SavedSignals&) = delete;
-    SavedSignals& operator=(const SavedSignals&) = delete;
 
     void Restore() const {
         for (std::size_t i = 0; i < NUMBERS.size(); ++i)
@@ -30,6 +29,23 @@ public:
 private:
     sigset_t mask{};
     std::array<struct sigaction, NUMBERS.size()> actions{};
+};
+
+// Blocks signals, so that a loop can read them from a signalfd. Never unblocks them: a late one must not end the
+// command before it reports how the program ended. Not for the signals of StopSignals.
+class SignalBlock final {
+public:
+    SignalBlock(std::initializer_list<int> signals) {
+        sigemptyset(&blocked);
+        for (const int signal : signals)
+            sigaddset(&blocked, signal);
+        ::sigprocmask(SIG_BLOCK, &blocked, nullptr);
+    }
+
+    const sigset_t& Blocked() const { return blocked; }
+
+private:
+    sigset_t blocked;
 };
 
 } // namespace VelrixBoard
