@@ -3,9 +3,9 @@
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
+#include <exception>
 #include <filesystem>
 #include <map>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -145,11 +145,6 @@ void AttachPanel(RunArguments& arguments, const std::vector<std::string>& comman
     });
 }
 
-int Fail(const std::runtime_error& error) { // BoardError, ScenarioError, TimelineError
-    std::fprintf(stderr, "velrix-board: %s\n", error.what());
-    return BOARD_FAILED;
-}
-
 // Where two recorded runs differ.
 struct DiffArguments {
     std::string first;
@@ -184,24 +179,10 @@ CLI::App* AddDiff(CLI::App& app, DiffArguments& arguments) {
 }
 
 int Diff(const DiffArguments& arguments) {
-    try {
-        const auto differences = Difference(ReadVcd(arguments.first), ReadVcd(arguments.second), arguments.options);
-        for (const std::string& difference : differences)
-            std::printf("%s\n", difference.c_str());
-        return differences.empty() ? 0 : 1;
-    } catch (const std::runtime_error& error) {
-        return Fail(error);
-    }
-}
-
-int Run(const BoardOptions& options, const std::vector<std::string>& command) {
-    int status = 0;
-    try {
-        status = RunBoard(options, CommandProgram(command));
-    } catch (const std::runtime_error& error) {
-        return Fail(error);
-    }
-    EndAs(status);
+    const auto differences = Difference(ReadVcd(arguments.first), ReadVcd(arguments.second), arguments.options);
+    for (const std::string& difference : differences)
+        std::printf("%s\n", difference.c_str());
+    return differences.empty() ? 0 : 1;
 }
 
 // Does not return if a signal ended the program.
@@ -238,7 +219,7 @@ int RunCommand(int argc, char** argv) {
             throw CLI::ValidationError("FILE",
                                        *options.recording + " exists; name another file, or replace it with --force");
         AttachPanel(arguments, command);
-        return Run(options, command);
+        EndAs(RunBoard(options, CommandProgram(command)));
     } catch (const CLI::ParseError& error) {
         const int code = app.exit(error);
         return code == 0 ? 0 : BOARD_FAILED;
@@ -249,9 +230,12 @@ int RunCommand(int argc, char** argv) {
 
 } // namespace VelrixBoard
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     VelrixBoard::OpenMissingStandardStreams();
     if (VelrixBoard::RebootStub::IsCalled())
         return VelrixBoard::RebootStub::Main(argc, argv);
     return VelrixBoard::RunCommand(argc, argv);
+} catch (const std::exception& error) { // BoardError, ScenarioError, TimelineError
+    std::fprintf(stderr, "velrix-board: %s\n", error.what());
+    return VelrixBoard::BOARD_FAILED;
 }

@@ -2,6 +2,7 @@
 // The command velrix-emulator. 125 is the exit code of everything that goes wrong outside of the program.
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <map>
 #include <optional>
 #include <string>
@@ -229,17 +230,17 @@ int RunEmulatorCommand(int argc, char** argv) {
     } catch (const ProgramRefusal& refusal) {
         std::fprintf(stderr, "velrix-emulator: %s\n", refusal.why.c_str());
         return refusal.code;
-    } catch (const std::runtime_error& error) { // BoardError, ScenarioError, TimelineError
-        std::fprintf(stderr, "velrix-emulator: %s\n", error.what());
     }
-    return BOARD_FAILED;
 }
 
 } // namespace
 
 } // namespace VelrixBoard
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     VelrixBoard::OpenMissingStandardStreams();
     return VelrixBoard::RunEmulatorCommand(argc, argv);
+} catch (const std::exception& error) { // BoardError, ScenarioError, TimelineError
+    std::fprintf(stderr, "velrix-emulator: %s\n", error.what());
+    return VelrixBoard::BOARD_FAILED;
 }
