@@ -48,17 +48,16 @@ const std::vector<std::string>& ArmTestPrograms::BoardPrograms() {
         Path("tests/logging/logging-board-tests"),
         Path("tests/panel/panel-tests"),
         Path("tests/platform/platform-board-tests"),
+        Path("tests/tools/velrixctl/velrixctl-board-tests"),
     };
     return programs;
 }
 
 std::vector<std::string> ArmTestPrograms::OtherPrograms() {
     std::vector<std::string> programs;
-    for (const auto& folder : fs::directory_iterator(Path("tests")))
-        if (folder.is_directory())
-            for (const auto& entry : fs::directory_iterator(folder))
-                if (entry.is_regular_file() && entry.path().filename().native().ends_with("-tests"))
-                    programs.push_back(entry.path());
+    for (const auto& entry : fs::recursive_directory_iterator(Path("tests")))
+        if (entry.is_regular_file() && entry.path().filename().native().ends_with("-tests"))
+            programs.push_back(entry.path());
     std::sort(programs.begin(), programs.end());
     for (const std::string& program : BoardPrograms())
         std::erase(programs, program);
@@ -79,7 +78,8 @@ void ArmTestPrograms::AddWhatTestsNeed(VelrixBoard::CpioArchive& files) {
          {"board/commands/velrix-board", "examples/gateway/gateway", "tests/board/readme-program",
           "tests/board/reboot-call", "tests/board/stream-program", "tests/board/write-probe",
           "tests/emulated/value-file-probe", "tests/identity/identity-scene", "tests/logging/app1",
-          "tests/platform/led-life", "tests/platform/platform-scenes", "tests/runtime/trace-life"})
+          "tests/platform/led-life", "tests/platform/platform-scenes", "tests/runtime/trace-life",
+          "tests/tools/velrixctl/platform-calls", "tools/velrixctl/velrixctl"})
         Add(files, Path(program));
     for (const char* folder : {"/board/emulated/image", "/docs", "/tests"})
         files.AddTree(std::string(SOURCE_FOLDER) + folder, std::string(SOURCE_FOLDER) + folder);

@@ -212,7 +212,8 @@ std::vector<CommandRow> MakeCommands() {
           "is one line. A last record without its line end is marked.",
           CHANGES_NOTHING},
          {{"FILE", "Web log; the one that the settings name without it", false, false}},
-         {{"--follow", "", "Go on with what is appended, until Ctrl-C; a truncated or replaced file is read anew"},
+         {{"--follow", "",
+           "Go on with what is appended, until Ctrl-C; of a truncated or replaced file, what it holds then"},
           WATCH_FOR,
           {"--json", "", "Print a JSON object per record and line"}}});
 

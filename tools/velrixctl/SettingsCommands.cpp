@@ -36,7 +36,8 @@ LineNumbers LinesOfFile() {
     std::string text;
     try {
         text = ReadSettings(SETTINGS_FILE);
-    } catch (const UnreadableSettings&) {
+    } catch (const UnreadableSettings& error) {
+        Complain("cannot read " + std::string(SETTINGS_FILE) + ": " + error.what() + "; the library uses the defaults");
         return lines;
     }
     for (const ScannedSection& section : ScanSettings(text).sections) {

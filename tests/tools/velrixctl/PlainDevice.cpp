@@ -22,6 +22,8 @@ namespace TestSupport {
 
 namespace {
 
+constexpr const char* COVERED[] = {"/etc", "/sys", "/var", "/mnt"};
+
 void Check(bool done, const std::string& what) {
     if (!done)
         throw std::runtime_error(what + ": " + std::strerror(errno));
@@ -62,7 +64,7 @@ void EnterNamespaces() {
     WriteWhole("/proc/self/uid_map", "1000 " + user + " 1");
     WriteWhole("/proc/self/gid_map", "1000 " + group + " 1");
     Check(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "cannot make the mounts private");
-    for (const char* path : {"/etc", "/sys", "/var", "/mnt"})
+    for (const char* path : COVERED)
         Cover(path);
     CoverDevices();
     __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
@@ -96,7 +98,11 @@ void MakeFiles() {
 } // namespace
 
 PlainDevice::PlainDevice() {
-    EnterNamespaces();
+    static const bool entered = (EnterNamespaces(), true);
+    static_cast<void>(entered);
+    for (const char* path : COVERED)
+        for (const auto& entry : std::filesystem::directory_iterator(path))
+            std::filesystem::remove_all(entry);
     MakeFiles();
     systemLog = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     sockaddr_un address{};
@@ -107,6 +113,7 @@ PlainDevice::PlainDevice() {
 
 PlainDevice::~PlainDevice() {
     ::close(systemLog);
+    ::unlink("/dev/log");
 }
 
 void PlainDevice::Write(const std::string& path, const std::string& text) const {

@@ -9,9 +9,9 @@ namespace TestSupport {
 // /dev are its own, with value files, what the kernel has beside them, directories of logs, /dev/log and identity
 // files.
 //
-// Moves the process into a new user and mount namespace, in which it is user "technician" of the group "gpio" without
-// further privileges. Once per process, while that has one thread; throws std::runtime_error where the kernel forbids
-// it.
+// The first one moves the process into a new user and mount namespace, in which it is user "technician" of the group
+// "gpio" without further privileges, and throws std::runtime_error where the kernel forbids it. Each further one begins
+// with all files as they were. Construct it while the process has one thread.
 class PlainDevice final {
 public:
     PlainDevice();

@@ -64,7 +64,10 @@ TEST(SettingsCommand, ShowsEveryKeyOnce) {
 
 TEST(SettingsCommand, HasNothingToShowWhereNothingDiffers) {
     const PlainDevice device;
-    EXPECT_EQ(Velrixctl({"settings", "--diff"}).output, "# Every setting has its default.\n");
+    const auto end = Velrixctl({"settings", "--diff"});
+    EXPECT_EQ(end.output, "# Every setting has its default.\n");
+    EXPECT_EQ(end.errors,
+              "velrixctl: cannot read /etc/velrix.conf: No such file or directory; the library uses the defaults\n");
     EXPECT_EQ(Velrixctl({"settings", "--diff", "--json"}).output, "[]\n");
 }
 
