@@ -16,6 +16,19 @@ constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 // A value in a message is no longer than this, since the source line shows it.
 constexpr std::size_t LONGEST_ADVICE = 60;
 
+std::string Trimmed(std::string_view text) {
+    const auto isBlank = [](char c) { return Velrix::WHITESPACE.Contains(static_cast<unsigned char>(c)); };
+    while (!text.empty() && isBlank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && isBlank(text.back()))
+        text.remove_suffix(1);
+    return std::string(text);
+}
+
+std::string Cut(const std::string& text) {
+    return text.size() <= LONGEST_ADVICE ? text : text.substr(0, LONGEST_ADVICE) + "...";
+}
+
 class Explanation final {
 public:
     Explanation(std::string_view ownText, const Stop& ownStop)
@@ -126,19 +139,6 @@ private:
         if (value.size() > 1 && value.front() == '\'' && value.back() == '\'')
             value = value.substr(1, value.size() - 2);
         return value;
-    }
-
-    static std::string Trimmed(std::string_view text) {
-        const auto isBlank = [](char c) { return Velrix::WHITESPACE.Contains(static_cast<unsigned char>(c)); };
-        while (!text.empty() && isBlank(text.front()))
-            text.remove_prefix(1);
-        while (!text.empty() && isBlank(text.back()))
-            text.remove_suffix(1);
-        return std::string(text);
-    }
-
-    static std::string Cut(const std::string& text) {
-        return text.size() <= LONGEST_ADVICE ? text : text.substr(0, LONGEST_ADVICE) + "...";
     }
 
     const std::string_view text;
