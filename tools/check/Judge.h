@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,9 +12,6 @@ namespace VelrixTools {
 // More findings than these are not looked for.
 inline constexpr std::size_t MOST_FINDINGS = 100;
 
-// The largest file that is judged, in bytes. A settings file has a few thousand.
-inline constexpr std::size_t LARGEST_FILE = 16U * 1024 * 1024;
-
 struct JudgeOptions {
     bool paths = false; // warn of paths in the file that do not exist
 };
@@ -26,14 +22,5 @@ struct JudgeOptions {
 std::vector<Finding> JudgeSettings(std::string_view text, const JudgeOptions& options = {});
 
 bool HasErrors(const std::vector<Finding>& findings);
-
-// A file that cannot be read; the message says why, without the file's name.
-class UnreadableSettings final : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-// The bytes of a regular file, without waiting for a pipe or a device.
-std::string ReadSettings(const std::string& path);
 
 } // namespace VelrixTools

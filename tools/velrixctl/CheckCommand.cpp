@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tools/check/Judge.h"
+#include "tools/check/ReadSettings.h"
 #include "tools/velrixctl/Commands.h"
 #include "tools/velrixctl/Console.h"
 #include "tools/velrixctl/DeviceSettings.h"

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "tools/check/Judge.h"
+#include "tools/check/ReadSettings.h"
 #include "tools/velrixctl/Console.h"
 
 namespace VelrixTools {

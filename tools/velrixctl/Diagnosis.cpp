@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "tools/check/Judge.h"
+#include "tools/check/ReadSettings.h"
 #include "tools/velrixctl/Console.h"
 #include "tools/velrixctl/DeviceSettings.h"
 #include "tools/velrixctl/FileAccess.h"

@@ -5,8 +5,9 @@
 #include <utility>
 #include <vector>
 
-#include "tools/check/Judge.h"
+#include "tools/check/ReadSettings.h"
 #include "tools/check/SettingsScan.h"
+#include "tools/check/SettingsText.h"
 #include "tools/velrixctl/Commands.h"
 #include "tools/velrixctl/Console.h"
 #include "tools/velrixctl/DeviceSettings.h"
