@@ -232,3 +232,31 @@ TEST(LinesOnABoard, RefusesOptionsWithoutTheirMeaning) {
               "velrixctl: --for takes seconds such as 2.5, not \"soon\"\n");
     EXPECT_EQ(board.Changes(), "");
 }
+
+TEST(LinesOnABoard, JudgesAndExplainsTheBoardsSettings) {
+    PrivateBoard board;
+    board.SetSettings("temp_dir = /mnt/share\n[oxbo_dpram]\npath=/dev/mem\noffset=44000000\nlength=8192\n");
+    board.LeaveOut(RESET);
+
+    const BoardResult end = board.Run(
+        VelrixctlInShell("ctl check; ctl settings --diff; ctl explain temp_dir; ctl help pin | head -n 1\n"
+                         "ctl doctor > /mnt/share/doctor; echo $?; grep RESET1 /mnt/share/doctor | sed s,/value,,"));
+
+    EXPECT_EQ(end.output, "/etc/velrix.conf:5:8: warning: \"8192\" is hexadecimal, 33170 bytes; 8192 bytes are 2000\n"
+                          "    5 | length=8192\n"
+                          "      |        ^~~~\n"
+                          "/etc/velrix.conf: good, 1 warning\n"
+                          "temp_dir = /mnt/share                                              # /etc/velrix.conf:1\n"
+                          "\n[oxbo_dpram]\n"
+                          "length = 8192                                                      # /etc/velrix.conf:5\n"
+                          "temp_dir\n"
+                          "    directory of temporary files\n"
+                          "    takes    the path of a directory\n"
+                          "    default  /tmp\n"
+                          "    example  temp_dir = /tmp\n"
+                          "Usage: velrixctl pin NAME LEVEL [OPTION]...\n"
+                          "1\n"
+                          // Without namespaces the file's folder is missing, too.
+                          "wrong  line OXBO_RESET1_N: /var/dev/gpio-outputs/oxboResetN does not exist\n");
+    EXPECT_EQ(board.Changes(), "");
+}
