@@ -38,7 +38,9 @@ TEST(Finding, MarksTheEndOfALine) {
 }
 
 TEST(Finding, ShowsOfALongLineThePartAroundThePlace) {
-    const std::string line = std::string(500, 'a') + "!" + std::string(500, 'b');
+    std::string line(500, 'a');
+    line += "!";
+    line.append(500, 'b');
 
     const std::string described = Describe("f", At(1, 501, 600, line), false);
 

@@ -24,7 +24,7 @@ using TestSupport::Velrixctl;
 
 namespace {
 
-constexpr const char* RECORDS = ">start\n%Updating\n%0\n%45\n+done\n@wa warning\n@ean error\n>br\nodd\n>end\n";
+const std::string RECORDS = ">start\n%Updating\n%0\n%45\n+done\n@wa warning\n@ean error\n>br\nodd\n>end\n";
 
 // The command in the background, its output in a file.
 class Following final {
@@ -66,7 +66,7 @@ private:
 
 TEST(WebLogCommand, ShowsRecordsInWords) {
     const PlainDevice device;
-    device.Write("/mnt/share/logger", std::string(RECORDS) + "+to\x1b[2J\n%4");
+    device.Write("/mnt/share/logger", RECORDS + "+to\x1b[2J\n%4");
 
     const auto end = Velrixctl({"weblog"});
 
@@ -78,7 +78,7 @@ TEST(WebLogCommand, ShowsRecordsInWords) {
 
 TEST(WebLogCommand, GivesAnObjectPerRecord) {
     const PlainDevice device;
-    device.Write("/mnt/other", RECORDS + std::string("+torn"));
+    device.Write("/mnt/other", RECORDS + "+torn");
 
     const auto end = Velrixctl({"weblog", "--json", "/mnt/other"});
 
