@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The judge and the library, on generated files.
-#include <cctype>
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
@@ -154,33 +154,49 @@ std::string ReadByJudge(const std::string& text) {
     return shown;
 }
 
-// A character of the file, or the end of one of its lines.
-bool IsInside(const std::string& text, const Location& location) {
-    std::size_t begin = 0;
+// The offset of the character, or of the end of one of the lines; npos: it is outside of the file.
+std::size_t OffsetOf(const std::string& text, const Location& location) {
+    std::size_t offset = 0;
     for (std::size_t line = 1; line < location.line; ++line) {
-        begin = text.find('\n', begin) + 1;
-        if (begin == 0)
-            return false;
+        offset = text.find('\n', offset) + 1;
+        if (offset == 0)
+            return std::string::npos;
     }
-    const std::size_t end = std::min(text.find('\n', begin), text.size());
-    std::size_t column = 1;
-    for (std::size_t i = begin; i < end && column < location.column; i += CodePointSize(text, i))
-        ++column;
-    return column == location.column && begin < text.size();
+    const std::size_t end = std::min(text.find('\n', offset), text.size());
+    for (std::size_t column = 1; column < location.column; ++column) {
+        if (offset >= end)
+            return std::string::npos;
+        offset += CodePointSize(text, offset);
+    }
+    return offset < text.size() ? offset : std::string::npos;
 }
 
-bool HasErrorInLine(const std::vector<Finding>& findings, std::size_t line) {
-    for (const Finding& finding : findings)
-        if (finding.severity == Severity::ERROR && finding.location.line == line)
-            return true;
-    return false;
-}
-
-// Of "... at LINE:COLUMN when ...", which counts from 0; 0 without one, and for a line end, which is counted to the
-// next line.
-std::size_t LineOfUnexpected(const std::string& message) {
+// Where the library stops at an unexpected character: "... at LINE:COLUMN when ...", lines from 0, columns in bytes
+// from
+// 1. npos: it does not, or at a line end, which it counts to the next line.
+std::size_t OffsetOfUnexpected(const std::string& text, const std::string& message) {
     const std::size_t at = message.find("' at ");
-    return at == std::string::npos || message[at - 1] == '\n' ? 0 : std::stoul(message.substr(at + 5)) + 1;
+    if (at == std::string::npos || message[at - 1] == '\n')
+        return std::string::npos;
+    const std::size_t line = std::stoul(message.substr(at + 5));
+    std::size_t offset = std::stoul(message.substr(message.find(':', at) + 1)) - 1;
+    for (std::size_t i = 0, begin = 0; i < line; ++i) {
+        begin = text.find('\n', begin) + 1;
+        offset += i + 1 == line ? begin : 0;
+    }
+    return offset;
+}
+
+// At the character itself, or at the name that it leaves incomplete.
+bool HasErrorFor(const std::vector<Finding>& findings, const std::string& text, std::size_t offset) {
+    for (const Finding& finding : findings) {
+        const std::size_t begin = OffsetOf(text, finding.location);
+        const bool isOfName = finding.rule == "missing-value" || finding.text == "\"]\" is missing";
+        const bool isInLine = begin <= offset && text.find('\n', begin) >= offset;
+        if (finding.severity == Severity::ERROR && (isOfName ? isInLine : begin == offset))
+            return true;
+    }
+    return false;
 }
 
 testing::AssertionResult Agree(const std::string& text, bool& isTaken) {
@@ -191,11 +207,11 @@ testing::AssertionResult Agree(const std::string& text, bool& isTaken) {
         return testing::AssertionFailure() << testing::PrintToString(text) << "\nlibrary: " << refusal
                                            << "\njudge: " << (findings.empty() ? "good" : findings.front().text);
     for (const Finding& finding : findings)
-        if (!IsInside(text, finding.location))
+        if (OffsetOf(text, finding.location) == std::string::npos)
             return testing::AssertionFailure() << testing::PrintToString(text) << "\noutside of it: " << finding.text;
-    const std::size_t line = LineOfUnexpected(refusal);
-    if (line != 0 && !HasErrorInLine(findings, line))
-        return testing::AssertionFailure() << testing::PrintToString(text) << "\nnothing in the line of: " << refusal;
+    const std::size_t offset = OffsetOfUnexpected(text, refusal);
+    if (offset != std::string::npos && !HasErrorFor(findings, text, offset))
+        return testing::AssertionFailure() << testing::PrintToString(text) << "\nnothing at the place of: " << refusal;
     if (isTaken && ReadByJudge(text) != ReadByLibrary())
         return testing::AssertionFailure() << testing::PrintToString(text) << "\nread as " << ReadByJudge(text);
     return testing::AssertionSuccess();
