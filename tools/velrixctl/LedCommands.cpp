@@ -48,8 +48,10 @@ void Show(const std::string& label, const LedPattern& pattern, long long ms, con
 } // namespace
 
 int RunLed(const CommandLine& line) {
-    Show(line.Value("NAME"), FindPattern(line.Value("PATTERN")), line.Number("--ms", PATTERN_MS, 1, LONGEST_MS),
-         line.Value("--for"));
+    const LedPattern& pattern = FindPattern(line.Value("PATTERN"));
+    if (pattern.isSteady && line.Has("--ms"))
+        throw CommandError("--ms needs a pattern of several colours; " + std::string(pattern.name) + " is steady");
+    Show(line.Value("NAME"), pattern, line.Number("--ms", PATTERN_MS, 1, LONGEST_MS), line.Value("--for"));
     return EXIT_GOOD;
 }
 

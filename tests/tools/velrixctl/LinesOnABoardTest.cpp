@@ -223,12 +223,13 @@ TEST(LinesOnABoard, EndsSilentlyWhenAPipeIsClosed) {
 TEST(LinesOnABoard, RefusesOptionsWithoutTheirMeaning) {
     PrivateBoard board;
 
-    const BoardResult end = board.Run(
-        VelrixctlInShell("ctl pins --for 1; ctl weblog --for 1; ctl lamp-test --ms 5; ctl led MS red --for soon"));
+    const BoardResult end = board.Run(VelrixctlInShell("ctl pins --for 1; ctl weblog --for 1; ctl lamp-test --ms 5; "
+                                                       "ctl led MS red --ms 5; ctl led MS red --for soon"));
 
     EXPECT_EQ(end.exitCode, 2);
     EXPECT_EQ(end.errors,
               "velrixctl: --for needs --watch\nvelrixctl: --for needs --follow\nvelrixctl: --ms needs --walk\n"
+              "velrixctl: --ms needs a pattern of several colours; red is steady\n"
               "velrixctl: --for takes seconds such as 2.5, not \"soon\"\n");
     EXPECT_EQ(board.Changes(), "");
 }
