@@ -84,15 +84,15 @@ public:
 
     // Later orders do not extend it.
     void Begin() {
-        if (begun)
+        if (begun != 0)
             return;
         begun = NowNs();
-        look = *begun + LOOK_NS;
+        look = begun + LOOK_NS;
     }
 
     // The time until the next check; nothing while no grace period runs.
     std::optional<timespec> Left() const {
-        if (!begun)
+        if (begun == 0)
             return std::nullopt;
         const long long left = std::max(0LL, look - NowNs());
         return timespec{static_cast<time_t>(left / 1'000'000'000), static_cast<long>(left % 1'000'000'000)};
@@ -100,16 +100,16 @@ public:
 
     bool IsOver() {
         const long long now = NowNs();
-        if (!begun || now < look)
+        if (begun == 0 || now < look)
             return false;
         look = now + LOOK_NS;
         rest = residents.AnyWorks() ? 0 : rest + 1;
-        return rest >= LOOKS_AT_REST || now - *begun >= WORK_NS;
+        return rest >= LOOKS_AT_REST || now - begun >= WORK_NS;
     }
 
 private:
     const Residents& residents;
-    std::optional<long long> begun;
+    long long begun = 0; // not yet; the clock counts from the start of the machine
     long long look = 0;
     int rest = 0;
 };
