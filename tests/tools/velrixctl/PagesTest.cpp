@@ -67,14 +67,14 @@ TEST(Pages, DescribeEveryCommandAndOption) {
     }
 }
 
+#ifndef __arm__ // the device has no groff
 TEST(Pages, AreAManualPageThatIsFormattedWithoutAWarning) {
-    if (std::system("command -v groff >/dev/null 2>&1") != 0)
-        GTEST_SKIP() << "groff is missing";
     const std::string page =
         OutputOf("groff -man -ww -Tascii -P-c -P-b -P-u -rLL=100n " VELRIXCTL_PAGES "/velrixctl.1 2>&1");
     EXPECT_THAT(page, HasSubstr("velrixctl led NAME PATTERN [OPTION]..."));
     EXPECT_EQ(page.find("troff"), std::string::npos) << page;
 }
+#endif
 
 TEST(Pages, CompleteInBash) {
     EXPECT_EQ(Complete("lamp"), "lamp-test\n");
