@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <random>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -25,10 +26,15 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::size_t LONGEST_PACKET = 65536;
-int boards = 0; // of this process
 constexpr std::array<const char*, StandInBoard::FILES> PATHS = {StandInBoard::OUTPUT_PATH, StandInBoard::LED_PATH,
                                                                 StandInBoard::INPUT_PATH};
 constexpr std::array<int, StandInBoard::FILES> MODES = {0644, 0644, 0444};
+
+// Containers share these names but number their processes alike.
+std::string NewName() {
+    std::random_device random;
+    return "velrix-test-" + std::to_string(random()) + "-" + std::to_string(random());
+}
 
 socklen_t Abstract(const std::string& name, sockaddr_un& address) {
     address = {};
@@ -57,8 +63,7 @@ int BoundLog(const std::string& folder) {
 
 } // namespace
 
-StandInBoard::StandInBoard(const std::string& folder)
-    : name("velrix-test-" + std::to_string(::getpid()) + "-" + std::to_string(++boards)), list(folder + "/names") {
+StandInBoard::StandInBoard(const std::string& folder) : name(NewName()), list(folder + "/names") {
     WriteList(folder);
     sockaddr_un address{};
     const socklen_t size = Abstract(name, address);
