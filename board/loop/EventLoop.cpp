@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
-#include <ctime>
 
 #include "board/base/BoardError.h"
+#include "board/base/PollDescriptors.h"
 
 namespace VelrixBoard {
 
@@ -52,12 +52,7 @@ void EventLoop::AwaitParts(std::optional<BoardTime> longest) {
 }
 
 int EventLoop::Poll(std::vector<pollfd>& descriptors, const std::optional<BoardTime>& longest) {
-    timespec limit{};
-    if (longest) {
-        const auto seconds = std::chrono::floor<std::chrono::seconds>(*longest);
-        limit = {static_cast<time_t>(seconds.count()), static_cast<long>((*longest - seconds).count())};
-    }
-    return ::ppoll(descriptors.data(), descriptors.size(), longest ? &limit : nullptr, nullptr);
+    return PollDescriptors(descriptors.data(), descriptors.size(), longest);
 }
 
 } // namespace VelrixBoard

@@ -19,6 +19,7 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 
+#include "board/base/PollDescriptors.h"
 #include "board/sandbox/Residents.h"
 
 namespace VelrixBoard {
@@ -91,11 +92,10 @@ public:
     }
 
     // The time until the next check; nothing while no grace period runs.
-    std::optional<timespec> Left() const {
+    std::optional<BoardTime> Left() const {
         if (begun == 0)
             return std::nullopt;
-        const long long left = std::max(0LL, look - NowNs());
-        return timespec{static_cast<time_t>(left / 1'000'000'000), static_cast<long>(left % 1'000'000'000)};
+        return BoardTime(std::max(0LL, look - NowNs()));
     }
 
     bool IsOver() {
@@ -155,8 +155,7 @@ void WaitForAll(pid_t program, const Residents& residents, int socket, int child
         if (grace.IsOver())
             residents.Signal(SIGKILL);
         pollfd waits[] = {{socket, POLLIN, 0}, {childSignals, POLLIN, 0}};
-        const std::optional<timespec> left = ended > 0 ? timespec{} : grace.Left();
-        (void)::ppoll(waits, std::size(waits), left ? &*left : nullptr, nullptr);
+        (void)PollDescriptors(waits, std::size(waits), ended > 0 ? BoardTime::zero() : grace.Left());
         signalfd_siginfo signal;
         if (waits[1].revents != 0)
             (void)!::read(childSignals, &signal, sizeof signal);
