@@ -245,7 +245,12 @@ TEST_F(EmulatorCommand, RefusesWhatItCannotDoBeforeItBoots) {
     EXPECT_EQ(Run({"run", "--set", "OXBO_IRQ_N=2", "--", "true"}), 125);
     EXPECT_EQ(Run({"run", "--oxbo-ready-after", "soon", "--", "true"}), 125);
     EXPECT_EQ(Run({"run"}), 125);
-    EXPECT_EQ(Run({"run", "--image", image, "--timeline", folder.Path("none/run.vcd"), "--", "true"}), 125);
+    folder.Write("settings", "[led]\nmodul_status_red=/x\n");
+    EXPECT_EQ(Run({"run", "--image", image, "--settings", folder.Path("settings"), "--timeline",
+                   folder.Path("none/run.vcd"), "--", "true"}),
+              125);
+    EXPECT_TRUE(errors.starts_with(folder.Path("settings") + ":2:1: error: there is no key \"modul_status_red\""))
+        << errors;
     EXPECT_NE(errors.find("run.vcd"), std::string::npos) << errors;
 }
 

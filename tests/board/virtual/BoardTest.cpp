@@ -29,7 +29,10 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::AllOf;
+using testing::ContainsRegex;
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
 using TestSupport::BoardResult;
@@ -688,8 +691,28 @@ TEST(BoardTest, RunsWithFaultySettingsAndSaysSo) {
     const BoardResult end = board.Run(Shell("cat /etc/velrix.conf " + std::string(IRQ)));
 
     EXPECT_EQ(end.output, "not a setting1\n");
-    EXPECT_THAT(end.errors, AllOf(StartsWith("velrix-board: Unexpected char 'a' at 0:5 when parsing "),
-                                  HasSubstr("; the board keeps its usual wiring\n")));
+    EXPECT_THAT(end.errors, MatchesRegex("[^:]*:1:5: error: [^\n]*\n    1 \\| not a setting\n      \\|     \\^\n"
+                                         "velrix-board: the libraries refuse [^,]*, and the program runs all the "
+                                         "same; the board keeps its usual wiring\n"));
+}
+
+TEST(BoardTest, ShowsAllWrongNamesOfTheSettingsBeforeTheProgramRuns) {
+    PrivateBoard board;
+    board.SetSettings("web_log_file=/var/log/other\n[led]\nmodul_status_red=/x\n[dpram]\n");
+
+    const BoardResult end = board.Run(Shell("echo the program >&2; echo > /var/log/other"));
+
+    EXPECT_THAT(end.errors, ContainsRegex(":3:1: error: .*modul_status_red.*module_status_red"));
+    EXPECT_THAT(end.errors, HasSubstr(":4:2: error: there is no section \"dpram\"\n"));
+    EXPECT_THAT(end.errors, EndsWith(", and the program runs all the same\nthe program\n"));
+    EXPECT_EQ(board.Content("/var/log/other"), "\n");
+}
+
+TEST(BoardTest, RunsWithoutAWordOnGoodSettings) {
+    PrivateBoard board;
+    board.SetSettings("[led]\nmodule_status_red=/sys/board-x/red\n");
+
+    EXPECT_EQ(board.Run(Shell("true")).errors, "");
 }
 
 TEST(BoardTest, LeavesOutFilesAndDirectories) {
