@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <new>
 #include <string>
 #include <string_view>
 
@@ -18,11 +17,12 @@
 
 #include <velrix/config/ConfigFile.h>
 
+#include "bench/Allocations.h"
 #include "bench/SettingsText.h"
 
-namespace {
+using Bench::allocations;
 
-long long allocations = 0;
+namespace {
 
 [[gnu::noinline]] int ReadOnce(const System::string_ptr& path) {
     return Velrix::ConfigFile::ReadAll(path)->Count();
@@ -45,20 +45,6 @@ long HeapKilobytes() {
 }
 
 } // namespace
-
-// Counting is all that these two add.
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* memory = std::malloc(size))
-        return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 int main(int argc, char** argv) {
     const std::string_view what = argc > 1 ? argv[1] : "";

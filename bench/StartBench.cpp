@@ -8,30 +8,18 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <new>
 #include <string>
 
 #ifndef BARE
 #include <velrix/platform/Platform.h>
+#endif
 
+#include "bench/Allocations.h"
+#ifndef BARE
 #include "bench/DevicePaths.h"
 #endif
 
-static long long allocations = 0;
-
-// Counting is all that these two add.
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* memory = std::malloc(size))
-        return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
+using Bench::allocations;
 
 // The number in the line of a file of /proc that begins so; -1 where there is none.
 static long Kilobytes(const char* path, const char* beginning) {
