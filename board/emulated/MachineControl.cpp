@@ -33,7 +33,7 @@ void RefuseWhatTheMachineCannot(const Scenario& scenario) {
         const auto* action = std::get_if<Do>(&step.what);
         const Condition* condition = ConditionOf(step);
         const std::string place =
-            scenario.path + ":" + std::to_string(step.line) + ":" + std::to_string(step.column) + ": ";
+            step.file + ":" + std::to_string(step.line) + ":" + std::to_string(step.column) + ": ";
         if (action && std::holds_alternative<InjectFault>(action->action))
             throw ScenarioError(place + "the emulated board's value files are the real kernel's and cannot be broken; "
                                         "play this scenario on velrix-board");

@@ -36,6 +36,11 @@ std::size_t CountOf(const std::vector<StepResult>& results, Verdict verdict) {
     return static_cast<std::size_t>(std::ranges::count(results, verdict, &StepResult::verdict));
 }
 
+// "12", in a repeat "12 (2 of 5)".
+std::string PlaceOf(const Step& step) {
+    return std::to_string(step.line) + (step.round.empty() ? "" : " (" + step.round + ")");
+}
+
 std::string Head(const std::string& suite, std::size_t tests, std::size_t failures, std::size_t errors,
                  std::size_t skipped) {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuite name=\"" + Escaped(suite) + "\" tests=\"" +
@@ -63,7 +68,8 @@ std::string JUnitReport(const std::string& suite, const Scenario& scenario, cons
         const StepResult& result = results[i];
         const Step& step = scenario.steps[i];
         const bool reached = result.verdict != Verdict::NOT_REACHED;
-        report += "  <testcase classname=\"" + Escaped(suite) + "\" name=\"" + std::to_string(step.line) + ": " +
+        report += "  <testcase classname=\"" + Escaped(suite) + "\" name=\"" +
+                  (step.file == scenario.path ? "" : Escaped(step.file) + ":") + PlaceOf(step) + ": " +
                   Escaped(step.text) + "\" time=\"" +
                   Seconds(reached ? std::max(result.time - before, ScenarioTime(0)) : ScenarioTime(0)) + "\"";
         if (result.verdict == Verdict::FAILED)
@@ -80,7 +86,7 @@ std::string PlainReport(const Scenario& scenario, const std::vector<StepResult>&
     std::string report;
     for (std::size_t i = 0; i < results.size(); ++i)
         if (results[i].verdict == Verdict::FAILED)
-            report += Printable(scenario.path + ":" + std::to_string(scenario.steps[i].line) + ": " +
+            report += Printable(scenario.steps[i].file + ":" + PlaceOf(scenario.steps[i]) + ": " +
                                 scenario.steps[i].text + ": " + results[i].message) +
                       "\n";
     const std::size_t passed = CountOf(results, Verdict::PASSED);

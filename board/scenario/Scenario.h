@@ -124,6 +124,8 @@ struct Step {
     std::string text; // verbatim, without the comment
     std::variant<Do, Await, Wait, Never, Pulses> what;
     std::size_t column = 1; // where the action or the condition begins, or else the step
+    std::string file{};     // the scenario's, or one that it includes
+    std::string round{};    // "2 of 5" in a repeat; otherwise empty
 };
 
 struct Scenario {

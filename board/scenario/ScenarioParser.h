@@ -8,8 +8,9 @@
 
 namespace VelrixBoard {
 
-// Parses a scenario, one step per line:
+// Parses a scenario, one line after the other:
 //
+//     line      = step | "include" FILE | "repeat" NUMBER | "end"
 //     step      = "at" TIME action | action | "within" TIME condition | "wait" TIME | "never" condition
 //               | "expect" LINE "pulses" ( "low" | "high" ) [ "for" ( "at least" | "at most" ) TIME [ "and at most"
 //               TIME ] ]
@@ -27,7 +28,8 @@ namespace VelrixBoard {
 //     FAULT     = "EIO" | "ENOSPC" | "EACCES" | "slow:" TIME | "missing" | "none"; no "ENOSPC" for an input
 //
 // "#" begins a comment; blank lines are skipped, as is a byte order mark. The default tolerance is 50 ms. "at most" is
-// no shorter than "at least", and an LED toggles between two different colours. Throws ScenarioError with file, line,
+// no shorter than "at least", and an LED toggles between two different colours. What repeat and include mean, and their
+// limits, is in ScenarioSource.h; "at", "never" and "expect" are not repeated. Throws ScenarioError with file, line,
 // column and the valid alternatives.
 Scenario ParseScenario(const std::string& path, std::string_view text, const ScenarioNames& names);
 

@@ -9,7 +9,9 @@ using std::chrono::milliseconds;
 namespace {
 
 const Scenario SCENARIO{"a&b.scenario",
-                        {{1, "wait 1s", Wait{}}, {3, "web log has \"<x>\"", Wait{}}, {4, "wait 2s", Wait{}}}};
+                        {{1, "wait 1s", Wait{}, 1, "a&b.scenario"},
+                         {3, "web log has \"<x>\"", Wait{}, 1, "a&b.scenario", "2 of 5"},
+                         {4, "wait 2s", Wait{}, 1, "common/b.scenario"}}};
 const std::vector<StepResult> RESULTS{{StepResult::Verdict::PASSED, "", milliseconds(1'000)},
                                       {StepResult::Verdict::FAILED, "seen: \"a\x1b<\xB0\"", milliseconds(1'250)},
                                       {}};
@@ -21,10 +23,12 @@ TEST(JUnit, ReportsACaseAStep) {
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
               "<testsuite name=\"power &amp; up\" tests=\"3\" failures=\"1\" errors=\"0\" skipped=\"1\">\n"
               "  <testcase classname=\"power &amp; up\" name=\"1: wait 1s\" time=\"1.000\"/>\n"
-              "  <testcase classname=\"power &amp; up\" name=\"3: web log has &quot;&lt;x&gt;&quot;\" time=\"0.250\">\n"
+              "  <testcase classname=\"power &amp; up\" name=\"3 (2 of 5): web log has &quot;&lt;x&gt;&quot;\" "
+              "time=\"0.250\">\n"
               "    <failure message=\"seen: &quot;a\\x1B&lt;\\xB0&quot;\"/>\n"
               "  </testcase>\n"
-              "  <testcase classname=\"power &amp; up\" name=\"4: wait 2s\" time=\"0.000\"><skipped/></testcase>\n"
+              "  <testcase classname=\"power &amp; up\" name=\"common/b.scenario:4: wait 2s\" "
+              "time=\"0.000\"><skipped/></testcase>\n"
               "</testsuite>\n");
 }
 
@@ -44,7 +48,7 @@ TEST(JUnit, NamesASuiteByTheScenariosFile) {
 }
 
 TEST(PlainReport, NamesWhatFailedAndCounts) {
-    EXPECT_EQ(PlainReport(SCENARIO, RESULTS), "a&b.scenario:3: web log has \"<x>\": seen: \"a\\x1B<\\xB0\"\n"
+    EXPECT_EQ(PlainReport(SCENARIO, RESULTS), "a&b.scenario:3 (2 of 5): web log has \"<x>\": seen: \"a\\x1B<\\xB0\"\n"
                                               "a&b.scenario: 1 step passed, 1 failed, 1 not reached\n");
     EXPECT_EQ(PlainReport(SCENARIO, {{}, {}, {}}), "a&b.scenario: 0 steps passed, 0 failed, 3 not reached\n");
 }

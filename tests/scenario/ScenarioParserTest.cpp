@@ -114,7 +114,8 @@ TEST(ScenarioParser, SaysWhereAndWhatItExpected) {
         std::string text;
         std::string message;
     } ROWS[] = {
-        {"\n  upon 2s", "x:2:3: expected within, at, set, fault, send, wait, expect or never, found 'upon'"},
+        {"\n  upon 2s",
+         "x:2:3: expected within, at, set, fault, send, wait, expect, never, repeat or include, found 'upon'"},
         {"", "x: has no steps; write one a line, such as \"within 2s program exits with 0\""},
         {"# nothing\n", "x: has no steps; write one a line, such as \"within 2s program exits with 0\""},
         {"within", "x:1:7: expected a time such as 500ms or 2s, found the end of the line"},
@@ -175,7 +176,7 @@ TEST(ScenarioParser, SaysWhereAndWhatItExpected) {
         {"expect OXBO_RL pulses low for at least 5ms and at most 1ms",
          "x:1:56: expected a time of at least 5.0 ms, found '1ms'"},
         {"\"within\" 1s MS is green",
-         "x:1:1: expected within, at, set, fault, send, wait, expect or never, found 'within'"},
+         "x:1:1: expected within, at, set, fault, send, wait, expect, never, repeat or include, found 'within'"},
     };
     for (const auto& row : ROWS) {
         try {
@@ -193,7 +194,9 @@ TEST(ScenarioParser, PassesOverAByteOrderMark) {
         ParseScenario("x", "\xEF\xBB\xBFwiat 1s", NAMES);
         FAIL();
     } catch (const ScenarioError& error) {
-        EXPECT_STREQ(error.what(), "x:1:1: expected within, at, set, fault, send, wait, expect or never, found 'wiat'");
+        EXPECT_STREQ(
+            error.what(),
+            "x:1:1: expected within, at, set, fault, send, wait, expect, never, repeat or include, found 'wiat'");
     }
 }
 
