@@ -231,8 +231,15 @@ void ScenarioRunner::Judge(std::size_t step, const Pulses& pulses, ScenarioTime 
     const std::vector<ScenarioTime> none;
     const auto& seen = line == lines.end() ? none : line->second.pulses[pulses.high];
     const std::string what = std::string(pulses.high ? "high" : "low") + " pulse of " + pulses.line;
-    if (seen.empty())
-        return Decide(step, Verdict::FAILED, "expected a " + what + "; seen none", now);
+    if (seen.empty()) {
+        const bool isInOne = line != lines.end() && line->second.high == pulses.high && line->second.changed;
+        return Decide(step, Verdict::FAILED,
+                      "expected a " + what + "; seen none" +
+                          (isInOne ? " that ended: it is " + std::string(pulses.high ? "high" : "low") + " since " +
+                                         TextOf(line->second.since)
+                                   : ""),
+                      now);
+    }
     for (const ScenarioTime length : seen) {
         const bool tooShort = pulses.atLeast && length < *pulses.atLeast;
         if (tooShort || (pulses.atMost && length > *pulses.atMost))

@@ -304,6 +304,15 @@ TEST(ScenarioRunner, MissesAPulseThatNeverCame) {
     EXPECT_EQ(run.Message(), "expected a low pulse of OXBO_RESET1_N; seen none");
 }
 
+TEST(ScenarioRunner, SaysSinceWhenAPulseHasNotEnded) {
+    Play run("expect OXBO_RESET1_N pulses high");
+    run.Level(10, "OXBO_RESET1_N", true);
+
+    run.runner.Finish(milliseconds(500));
+
+    EXPECT_EQ(run.Message(), "expected a high pulse of OXBO_RESET1_N; seen none that ended: it is high since 10 ms");
+}
+
 TEST(ScenarioRunner, DecidesTheRestByWhatTheEndedProgramLeft) {
     Play run("within 1s program is killed by TERM\nwithin 1s MS is steady red\nwithin 1s NS is green");
 
