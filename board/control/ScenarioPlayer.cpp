@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 
 #include <sys/wait.h>
 
@@ -73,6 +74,7 @@ void ScenarioPlayer::OnProgramStarted(BoardTime time) {
     programRuns = true;
     if (began)
         return;
+    beganAt = std::time(nullptr);
     // The initial levels are the first events.
     began = events.size() > state.Count() ? std::min(time, events[state.Count()].first) : time;
 }
@@ -122,7 +124,7 @@ int ScenarioPlayer::Finish(BoardTime now) {
     const std::string plain = PlainReport(scenario, runner.Results());
     (void)std::fwrite(plain.data(), 1, plain.size(), stderr);
     if (report.is_open())
-        WriteReport(JUnitReport(suite, scenario, runner.Results()));
+        WriteReport(JUnitReport(suite, scenario, runner.Results(), beganAt));
     return runner.HasPassed() ? 0 : 1;
 }
 

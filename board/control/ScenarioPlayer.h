@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <ctime>
 #include <deque>
 #include <fstream>
 #include <functional>
@@ -89,6 +90,7 @@ private:
     ScenarioRunner runner;
     std::deque<std::pair<BoardTime, Event>> events;
     std::optional<BoardTime> began;
+    std::time_t beganAt = 0; // the same moment, for the report
     bool programRuns = false;
     // The program's wait status. The runner gets it only in Finish, since the board may restart the program.
     std::optional<std::pair<int, BoardTime>> ended;

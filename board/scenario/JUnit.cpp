@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <ctime>
 #include <filesystem>
 #include <iterator>
 #include <utility>
@@ -32,6 +33,13 @@ std::string Seconds(ScenarioTime time) {
     return text;
 }
 
+std::string Moment(std::time_t time) {
+    std::tm utc{};
+    ::gmtime_r(&time, &utc);
+    char text[32];
+    return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc)};
+}
+
 std::size_t CountOf(const std::vector<StepResult>& results, Verdict verdict) {
     return static_cast<std::size_t>(std::ranges::count(results, verdict, &StepResult::verdict));
 }
@@ -42,10 +50,10 @@ std::string PlaceOf(const Step& step) {
 }
 
 std::string Head(const std::string& suite, std::size_t tests, std::size_t failures, std::size_t errors,
-                 std::size_t skipped) {
+                 std::size_t skipped, const std::string& times) {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuite name=\"" + Escaped(suite) + "\" tests=\"" +
            std::to_string(tests) + "\" failures=\"" + std::to_string(failures) + "\" errors=\"" +
-           std::to_string(errors) + "\" skipped=\"" + std::to_string(skipped) + "\">\n";
+           std::to_string(errors) + "\" skipped=\"" + std::to_string(skipped) + "\"" + times + ">\n";
 }
 
 } // namespace
@@ -55,14 +63,19 @@ std::string SuiteName(const std::string& scenarioPath) {
 }
 
 std::string JUnitReport(const std::string& suite, const ScenarioError& mistake) {
-    return Head(suite, 1, 0, 1, 0) + "  <testcase classname=\"" + Escaped(suite) +
+    return Head(suite, 1, 0, 1, 0, "") + "  <testcase classname=\"" + Escaped(suite) +
            "\" name=\"scenario\" time=\"0.000\">\n    <error message=\"" + Escaped(mistake.what()) +
            "\"/>\n  </testcase>\n</testsuite>\n";
 }
 
-std::string JUnitReport(const std::string& suite, const Scenario& scenario, const std::vector<StepResult>& results) {
+std::string JUnitReport(const std::string& suite, const Scenario& scenario, const std::vector<StepResult>& results,
+                        std::time_t began) {
+    ScenarioTime length{0};
+    for (const StepResult& result : results)
+        length = std::max(length, result.time);
     std::string report =
-        Head(suite, results.size(), CountOf(results, Verdict::FAILED), 0, CountOf(results, Verdict::NOT_REACHED));
+        Head(suite, results.size(), CountOf(results, Verdict::FAILED), 0, CountOf(results, Verdict::NOT_REACHED),
+             " timestamp=\"" + Moment(began) + "\" time=\"" + Seconds(length) + "\"");
     ScenarioTime before{0};
     for (std::size_t i = 0; i < results.size(); ++i) {
         const StepResult& result = results[i];

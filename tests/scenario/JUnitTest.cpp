@@ -19,9 +19,10 @@ const std::vector<StepResult> RESULTS{{StepResult::Verdict::PASSED, "", millisec
 } // namespace
 
 TEST(JUnit, ReportsACaseAStep) {
-    EXPECT_EQ(JUnitReport("power & up", SCENARIO, RESULTS),
+    EXPECT_EQ(JUnitReport("power & up", SCENARIO, RESULTS, 2'147'483'648),
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-              "<testsuite name=\"power &amp; up\" tests=\"3\" failures=\"1\" errors=\"0\" skipped=\"1\">\n"
+              "<testsuite name=\"power &amp; up\" tests=\"3\" failures=\"1\" errors=\"0\" skipped=\"1\" "
+              "timestamp=\"2038-01-19T03:14:08Z\" time=\"1.250\">\n"
               "  <testcase classname=\"power &amp; up\" name=\"1: wait 1s\" time=\"1.000\"/>\n"
               "  <testcase classname=\"power &amp; up\" name=\"3 (2 of 5): web log has &quot;&lt;x&gt;&quot;\" "
               "time=\"0.250\">\n"
