@@ -268,7 +268,7 @@ bool ScenarioRunner::Holds(const Condition& condition, ScenarioTime now) const {
             return !phases.empty() && !leds.at(c.led).Due() && phases.back().color == c.color &&
                    (!c.steady || now - phases.back().begin >= STEADY || ended);
         },
-        [&](const LedAlternates& c) { return Alternates(c); },
+        [&](const LedAlternates& c) { return Alternates(c, now); },
         [&](const LineIs& c) {
             const auto line = lines.find(c.line);
             return line != lines.end() && line->second.high == c.high;
@@ -280,8 +280,9 @@ bool ScenarioRunner::Holds(const Condition& condition, ScenarioTime now) const {
     return std::visit(holds, condition);
 }
 
-// Two consecutive whole phases match, and the current one continues the pattern.
-bool ScenarioRunner::Alternates(const LedAlternates& condition) const {
+// Two consecutive whole phases match, and the current one continues the pattern: it is not longer than its turn, as
+// that of an LED that has become steady.
+bool ScenarioRunner::Alternates(const LedAlternates& condition, ScenarioTime now) const {
     const auto& phases = leds.at(condition.led).Phases();
     if (phases.size() < 3 || ended)
         return false;
@@ -291,11 +292,13 @@ bool ScenarioRunner::Alternates(const LedAlternates& condition) const {
     };
     const auto& before = phases[phases.size() - 3];
     const auto& after = phases[phases.size() - 2];
-    const std::string& shown = phases.back().color;
+    const auto goesOn = [&](const std::string& color, ScenarioTime time) {
+        return phases.back().color == color && now - phases.back().begin <= time + condition.tolerance;
+    };
     return (fits(before, condition.first, condition.firstTime) && fits(after, condition.second, condition.secondTime) &&
-            shown == condition.first) ||
+            goesOn(condition.first, condition.firstTime)) ||
            (fits(before, condition.second, condition.secondTime) && fits(after, condition.first, condition.firstTime) &&
-            shown == condition.second);
+            goesOn(condition.second, condition.secondTime));
 }
 
 std::string ScenarioRunner::SeenOf(const std::string& led) const {

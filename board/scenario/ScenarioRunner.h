@@ -99,7 +99,7 @@ private:
     // The step that is being waited for, and with it the scenario.
     std::nullopt_t Fail(std::string message, ScenarioTime time);
     bool Holds(const Condition& condition, ScenarioTime now) const;
-    bool Alternates(const LedAlternates& condition) const;
+    bool Alternates(const LedAlternates& condition, ScenarioTime now) const;
     // How and when the program ended, to follow "the program had ".
     std::string End() const;
     bool CouldNotRun() const;

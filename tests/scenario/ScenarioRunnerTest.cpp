@@ -4,6 +4,7 @@
 #include <csignal>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -226,6 +227,17 @@ TEST(ScenarioRunner, RefusesPhasesThatAreTooShortOrTooLong) {
         EXPECT_EQ(run.Verdicts(), "f") << length;
         EXPECT_NE(run.Message().find("green for " + std::to_string(length) + " ms, off for"), std::string::npos)
             << run.Message();
+    }
+}
+
+TEST(ScenarioRunner, KnowsThatAnLedThatHasBecomeSteadyFlashesNoMore) {
+    for (const auto& [wait, verdicts] : {std::pair{"1510ms", "pp"}, std::pair{"1550ms", "pf"}}) {
+        Play run("wait " + std::string(wait) + "\nwithin 300ms NS is flashing green 500ms 500ms tolerance 20ms");
+        run.Level(0, "NS.green", true);
+        run.Level(500, "NS.green", false);
+        run.Level(1'000, "NS.green", true);
+        run.Until(3'000);
+        EXPECT_EQ(run.Verdicts(), verdicts) << wait;
     }
 }
 
