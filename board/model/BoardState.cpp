@@ -54,7 +54,13 @@ void BoardState::Set(std::size_t signal, bool level, BoardTime time) {
     if (levels[signal] == level)
         return;
     levels[signal] = level;
-    Tell(&BoardObserver::OnChange, signal, level, time);
+    untold.push_back({signal, level, time});
+    if (untold.size() > 1)
+        return;
+    for (; !untold.empty(); untold.pop_front()) {
+        const Change change = untold.front();
+        Tell(&BoardObserver::OnChange, change.signal, change.level, change.time);
+    }
 }
 
 std::size_t FindSignal(const BoardState& state, std::string_view name) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -75,15 +76,23 @@ public:
             (observer->*event)(arguments...);
     }
 
-    // Stores the level; calls OnChange only if it changed.
+    // Stores the level; calls OnChange only if it changed. A change that an observer makes in its OnChange, such as the
+    // module's answer to its reset, reaches the observers after its cause has reached all of them.
     void Set(std::size_t signal, bool level, BoardTime time);
 
     // The same for a level that the program wrote; always calls OnWrite.
     void Write(std::size_t signal, bool level, BoardTime time);
 
 private:
+    struct Change {
+        std::size_t signal;
+        bool level;
+        BoardTime time;
+    };
+
     const BoardModel& model;
     std::vector<bool> levels;
+    std::deque<Change> untold; // the first one is being told
     std::vector<BoardObserver*> observers;
 };
 

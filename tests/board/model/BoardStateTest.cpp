@@ -67,6 +67,34 @@ TEST(BoardStateTest, TellsObserversInOrderOfNewLevelsOnly) {
                    "first MS.green 0 at 10\nsecond MS.green 0 at 10\n");
 }
 
+TEST(BoardStateTest, TellsACauseToAllObserversBeforeItsEffect) {
+    struct Module final : BoardObserver {
+        explicit Module(BoardState& boardState) : state(boardState) {}
+        void OnChange(std::size_t signal, bool level, BoardTime) override {
+            if (signal == 4 && !level)
+                state.Set(0, true, 2ns);
+        }
+        BoardState& state;
+    };
+    BoardModel model;
+    model.SetInitialLevel("OXBO_IRQ_N", false);
+    BoardState state(model);
+    state.Set(4, true, 0ns);
+    std::string log;
+    RecordingObserver first(state, "first", log), second(state, "second", log);
+    Module module(state);
+    state.Add(first);
+    state.Add(module);
+    state.Add(second);
+
+    state.Set(4, false, 1ns);
+    state.Set(4, true, 3ns);
+
+    EXPECT_EQ(log, "first OXBO_RESET1_N 0 at 1\nsecond OXBO_RESET1_N 0 at 1\n"
+                   "first OXBO_IRQ_N 1 at 2\nsecond OXBO_IRQ_N 1 at 2\n"
+                   "first OXBO_RESET1_N 1 at 3\nsecond OXBO_RESET1_N 1 at 3\n");
+}
+
 TEST(BoardStateTest, TellsEveryWriteAndItsChange) {
     struct Writes final : BoardObserver {
         void OnWrite(std::size_t signal, bool level, BoardTime time) override {
