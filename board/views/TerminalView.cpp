@@ -56,80 +56,101 @@ std::string Seconds(BoardTime time) {
 
 } // namespace
 
-// Text for a row of the block; colour codes take no column. No trailing blanks: terminals differ in whether these count
-// when rows are rewrapped.
+// Text for a row of the block; colour codes take no column. A row that is too long ends in an ellipsis. No trailing
+// blanks: terminals differ in whether these count when rows are rewrapped.
 class TerminalView::Row final {
 public:
-    explicit Row(int mostColumns) : columns(mostColumns), left(mostColumns) {}
+    Row(int mostColumns, bool withColors)
+        : columns(static_cast<std::size_t>(std::max(mostColumns, 1))), isColored(withColors) {}
 
     Row& Add(std::string_view part, const char* color = nullptr) {
-        if (left <= 0)
-            return *this;
-        if (color != nullptr)
-            text += color;
         for (const char c : Printable(part)) {
             // UTF-8 continuation bytes take no column.
             const bool begins = (static_cast<unsigned char>(c) & 0xC0) != 0x80;
-            if (begins)
-                --left;
-            if (left >= 0)
-                text += c == '\t' ? ' ' : c;
+            if (!begins && !isCut)
+                cells.back().text += c;
+            else if (begins && cells.size() < columns)
+                cells.push_back({std::string(1, c == '\t' ? ' ' : c), isColored ? color : nullptr});
+            else if (begins)
+                isCut = true;
         }
-        if (color != nullptr)
-            text += NORMAL;
+        if (isCut)
+            cells.back() = {"\u2026", nullptr};
         return *this;
     }
 
-    const std::string& Text() const { return text; }
+    std::string Text() const {
+        std::string text;
+        const char* color = nullptr;
+        for (const Cell& cell : cells) {
+            if (cell.color != color)
+                text += std::string(color != nullptr ? NORMAL : "") + (cell.color != nullptr ? cell.color : "");
+            color = cell.color;
+            text += cell.text;
+        }
+        return text + (color != nullptr ? NORMAL : "");
+    }
+
     // The columns that it takes.
-    int Width() const { return columns - std::max(left, 0); }
+    int Width() const { return static_cast<int>(cells.size()); }
 
 private:
-    std::string text;
-    const int columns;
-    int left;
+    struct Cell {
+        std::string text;
+        const char* color;
+    };
+
+    const std::size_t columns;
+    const bool isColored;
+    bool isCut = false;
+    std::vector<Cell> cells;
 };
 
 TerminalView::TerminalView(const BoardState& boardState, const IBoardControl& boardControl, Style viewStyle,
                            Measure terminalSize, ITextOutput& textOutput)
-    : state(boardState), control(boardControl), style(viewStyle), measure(std::move(terminalSize)), output(textOutput) {
+    : state(boardState), control(boardControl), style(viewStyle), measure(std::move(terminalSize)), output(textOutput),
+      lines(state.Model().Leds()) {
     for (const std::string& name : state.Model().Leds())
         leds.push_back({name, state.LedColor(name), state.LedColor(name)});
     for (std::size_t line = 0; line < state.Model().Lines().size(); ++line)
         shownLines.push_back(state.Level(line));
 }
 
-void TerminalView::OnChange(std::size_t, bool, BoardTime time) {
-    for (Led& led : leds)
-        if (const std::string color = state.LedColor(led.name); color != led.color) {
-            led.color = color;
-            led.since = time;
+void TerminalView::OnChange(std::size_t signal, bool level, BoardTime time) {
+    if (signal < shownLines.size())
+        return PrintLine(time, state.Name(signal) + (level ? " high" : " low"));
+    for (std::size_t i = 0; i < leds.size(); ++i)
+        if (const std::string color = state.LedColor(leds[i].name); color != leds[i].color) {
+            leds[i].color = color;
+            leds[i].since = time;
+            if (style == Style::LINES)
+                lines.AddColor(i, signal, color, time);
         }
 }
 
 void TerminalView::OnSettled(BoardTime time) {
-    SettleLeds(time, SHORTEST_COLOR);
-    for (std::size_t i = 0; i < shownLines.size(); ++i) {
-        if (state.Level(i) == shownLines[i])
-            continue;
-        shownLines[i] = state.Level(i);
-        PrintLine(time, state.Name(i) + (shownLines[i] ? " high" : " low"));
+    if (style == Style::LINES) {
+        lines.Settle(time);
+        return WriteLines();
     }
-    WriteLines();
-    if (style == Style::BLOCK && output.IsWritten())
+    SettleBlock(time, SHORTEST_COLOR);
+    if (output.IsWritten())
         DrawWhatIsNew(time);
 }
 
-void TerminalView::SettleLeds(BoardTime time, BoardTime shortest) {
-    for (Led& led : leds) {
-        if (led.color == led.shown || time - led.since < shortest)
-            continue;
-        led.shown = led.color;
-        PrintLine(led.since, led.name + " " + led.color);
-    }
+void TerminalView::SettleBlock(BoardTime time, BoardTime shortest) {
+    for (Led& led : leds)
+        if (led.color != led.shown && time - led.since >= shortest) {
+            led.shown = led.color;
+            changed = true;
+        }
+    for (std::size_t i = 0; i < shownLines.size(); ++i)
+        shownLines[i] = state.Level(i);
 }
 
 std::optional<BoardTime> TerminalView::Due() const {
+    if (style == Style::LINES)
+        return lines.Due();
     std::optional<BoardTime> due;
     for (const Led& led : leds)
         if (led.color != led.shown)
@@ -137,13 +158,10 @@ std::optional<BoardTime> TerminalView::Due() const {
     return due;
 }
 
-// Lines after a change of an LED wait until its colour is stable.
 void TerminalView::WriteLines() {
-    const std::optional<BoardTime> due = Due();
-    const auto end = due ? lines.lower_bound(*due - SHORTEST_COLOR) : lines.end();
     std::string text;
-    for (auto line = lines.begin(); line != end; line = lines.erase(line)) {
-        text += Seconds(line->first) + line->second + "\n";
+    for (std::string line = lines.Next(); !line.empty(); line = lines.Next()) {
+        text += line;
         if (text.size() >= WRITTEN_AT_ONCE)
             output.Write(std::exchange(text, ""));
     }
@@ -200,7 +218,7 @@ void TerminalView::Add(const char* source, LogText record) {
 void TerminalView::PrintLine(BoardTime time, const std::string& text) {
     changed = true;
     if (style == Style::LINES)
-        lines.emplace(time, Printable(text));
+        lines.Add(text, time);
 }
 
 void TerminalView::OnResize(BoardTime time) {
@@ -251,7 +269,8 @@ void TerminalView::DrawWhatIsNew(BoardTime time) {
 void TerminalView::Finish(BoardTime time) {
     if (!held.empty())
         PrintWhole(std::exchange(held, ""));
-    SettleLeds(time, BoardTime::zero());
+    lines.Settle(time, BoardTime::zero());
+    SettleBlock(time, BoardTime::zero());
     changed = true;
     OnSettled(time);
 }
@@ -269,7 +288,7 @@ std::string TerminalView::Erase() const {
 }
 
 TerminalView::Row TerminalView::LedRow(int columns, BoardTime time) const {
-    Row row(columns);
+    Row row(columns, IsColored());
     row.Add(Seconds(time));
     for (const Led& led : leds)
         row.Add((&led == &leds.front() ? "" : "   ") + led.name + " ").Add("\u25CF " + led.shown, LedStyle(led.shown));
@@ -278,16 +297,16 @@ TerminalView::Row TerminalView::LedRow(int columns, BoardTime time) const {
 
 TerminalView::Row TerminalView::LineRow(int columns, Direction direction) const {
     const std::vector<Line>& all = state.Model().Lines();
-    Row row(columns);
+    Row row(columns, IsColored());
     row.Add(direction == Direction::OUTPUT ? "  outputs " : "  inputs  ");
     for (std::size_t i = 0; i < all.size(); ++i)
         if (all[i].direction == direction)
-            row.Add("  " + all[i].label + " ").Add(shownLines[i] ? "1" : "0", BOLD);
+            row.Add("  " + all[i].label + " ").Add(shownLines[i] ? "high" : "low", BOLD);
     return row;
 }
 
 TerminalView::Row TerminalView::ModuleRow(int columns) const {
-    Row row(columns);
+    Row row(columns, IsColored());
     row.Add("  module    ").Add(MODULE_TEXTS[static_cast<std::size_t>(control.OxboState().CurrentPhase())], BOLD);
     bool any = false;
     for (std::size_t signal = 0; signal < state.Count(); ++signal) {
@@ -305,7 +324,7 @@ std::vector<TerminalView::Row> TerminalView::Rows(const Size& size, BoardTime ti
     const int room = std::max(0, size.rows - BOARD_ROWS - CURSOR_ROWS - (openLine.IsOpen() ? 1 : 0));
     const auto hidden = std::max<std::ptrdiff_t>(0, static_cast<std::ptrdiff_t>(notes.size()) - room);
     for (auto note = notes.begin() + hidden; note != notes.end(); ++note) {
-        Row row(size.columns);
+        Row row(size.columns, IsColored());
         row.Add("  " + note->source + std::string(10 - note->source.size(), ' '));
         const LogText& record = note->record;
         row.Add(record.text, LOG_STYLES[static_cast<std::size_t>(record.weight)]);

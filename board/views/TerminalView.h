@@ -3,7 +3,6 @@
 
 #include <deque>
 #include <functional>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,26 +13,27 @@
 #include "board/loop/ILoopPart.h"
 #include "board/loop/ITextOutput.h"
 #include "board/model/BoardState.h"
+#include "board/views/ChangeLines.h"
 #include "board/views/LogText.h"
 #include "board/views/OpenLine.h"
 
 namespace VelrixBoard {
 
 // The board as text. On a terminal it is a block of a few lines, redrawn in place: the LEDs in colour, the module
-// lines, the simulated module, the faults, the end of the two logs. Elsewhere it is one line per change: "0.512 s  MS
-// green".
+// lines, the simulated module, the faults, the end of the two logs. Elsewhere it is ChangeLines: every change, in its
+// order.
 //
 // The view must be the only writer to the terminal; Print puts the program's output above the block. A terminal that is
 // not read gets no new picture until it has taken the last one: then it shows the latest, and no backlog grows.
 class TerminalView final : public BoardObserver, public ILoopPart {
 public:
-    // Glitch filter: the elements of an LED are written one after the other; shorter colours are ignored.
-    static constexpr BoardTime SHORTEST_COLOR = std::chrono::milliseconds(5);
+    // Glitch filter of the block: the elements of an LED are written one after the other; shorter colours are ignored.
+    static constexpr BoardTime SHORTEST_COLOR = ChangeLines::SHORTEST_COLOR;
 
     // Buffer limit for messages to a terminal that is not read.
     static constexpr std::size_t MOST_SAID = std::size_t{64} * 1024;
 
-    enum class Style { BLOCK, LINES };
+    enum class Style { BLOCK, PLAIN_BLOCK, LINES }; // PLAIN: without colours
 
     struct Size {
         int columns;
@@ -88,7 +88,7 @@ private:
         BoardTime since{};
     };
 
-    void SettleLeds(BoardTime time, BoardTime shortest);
+    void SettleBlock(BoardTime time, BoardTime shortest);
     void WriteLines();
     void Add(const char* source, LogText record);
     void PrintLine(BoardTime time, const std::string& text);
@@ -100,6 +100,7 @@ private:
     Row LineRow(int columns, Direction direction) const;
     Row ModuleRow(int columns) const;
     std::string Erase() const;
+    bool IsColored() const { return style == Style::BLOCK; }
 
     const BoardState& state;
     const IBoardControl& control;
@@ -108,12 +109,12 @@ private:
     ITextOutput& output;
     std::vector<Led> leds;
     std::vector<bool> shownLines;
-    int runs = 0;                                // of the program; a reboot restarts it
-    std::deque<Note> notes;                      // the last records and calls
-    std::multimap<BoardTime, std::string> lines; // not written yet, since older ones may follow
-    std::string held;                            // of the program's output: an incomplete character or escape sequence
-    OpenLine openLine;                           // of the program's output, above the block
-    Backlog said{MOST_SAID};                     // pending
+    int runs = 0;           // of the program; a reboot restarts it
+    std::deque<Note> notes; // the last records and calls
+    ChangeLines lines;
+    std::string held;        // of the program's output: an incomplete character or escape sequence
+    OpenLine openLine;       // of the program's output, above the block
+    Backlog said{MOST_SAID}; // pending
     BoardTime drawnTime{};
     std::vector<int> drawnWidths; // of the block's rows on the screen, in columns
     bool changed = true;

@@ -16,6 +16,12 @@ bool IsTerminal(int descriptor) {
     return ::isatty(descriptor) == 1 && name != nullptr && std::string_view(name) != "dumb";
 }
 
+// By the convention of no-color.org: set and not empty.
+bool WantsColors() {
+    const char* text = std::getenv("NO_COLOR");
+    return text == nullptr || *text == '\0';
+}
+
 TerminalView::Size TerminalSize() {
     constexpr TerminalView::Size USUAL = {80, 24};
     winsize size{};
@@ -36,8 +42,9 @@ void UserOutput::Say(const std::string& what) {
 
 void UserOutput::Show(BoardState& state, const IBoardControl& control, Program& shown, BoardTime now) {
     const bool block = IsTerminal(STDERR_FILENO);
-    view = std::make_unique<TerminalView>(
-        state, control, block ? TerminalView::Style::BLOCK : TerminalView::Style::LINES, TerminalSize, errors);
+    using Style = TerminalView::Style;
+    const Style style = !block ? Style::LINES : WantsColors() ? Style::BLOCK : Style::PLAIN_BLOCK;
+    view = std::make_unique<TerminalView>(state, control, style, TerminalSize, errors);
     state.Add(*view);
     if (!block)
         return;

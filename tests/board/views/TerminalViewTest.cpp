@@ -109,54 +109,47 @@ TEST_F(TerminalViewTest, PrintsALineForEachThingThatChanged) {
     view->OnModule(12s);
     view->Finish(13s);
 
-    EXPECT_EQ(written, "   0.512 s  OXBO_IRQ_N low\n   0.512 s  OXBO_RESET1_N high\n   0.512 s  MS green\n"
+    EXPECT_EQ(written, "   0.512 s  MS green\n   0.512 s  OXBO_RESET1_N high\n   0.512 s  OXBO_IRQ_N low\n"
                        "   1.600 s  web log >start\n  12.000 s  reboot called: /sbin/reboot -f\n"
                        "  12.000 s  trace error gateway: too hot\n"
                        "  12.000 s  fault MS.red EIO\n  12.000 s  fault MS.red none\n");
 }
 
-TEST_F(TerminalViewTest, DoesNotShowColorsThatLastedForAnInstantOnly) {
-    Make(TerminalView::Style::LINES);
-    state.Set(MS_GREEN, true, 1ms);
-    view->OnSettled(1ms);
-    EXPECT_EQ(Written(), "");
-    EXPECT_EQ(view->Due(), 6ms);
-    view->OnSettled(6ms - 1ns);
-    EXPECT_EQ(Written(), "");
-    view->OnSettled(6ms);
-    EXPECT_EQ(Written(), "   0.001 s  MS green\n");
-    EXPECT_EQ(view->Due(), std::nullopt);
-
-    state.Set(MS_GREEN, false, 20ms);
-    view->OnSettled(20ms);
-    state.Set(MS_RED, true, 24ms);
-    view->OnSettled(25ms);
-    EXPECT_EQ(view->Due(), 29ms);
-    view->OnSettled(29ms);
-    EXPECT_EQ(Written(), "   0.024 s  MS red\n");
-
-    state.Set(MS_RED, false, 40ms);
-    state.Set(MS_RED, true, 41ms);
-    view->OnSettled(41ms);
-    EXPECT_EQ(view->Due(), std::nullopt);
-    view->Finish(60ms);
-    EXPECT_EQ(written, "");
-}
-
-TEST_F(TerminalViewTest, WritesLinesInTheOrderOfTheirTimes) {
+TEST_F(TerminalViewTest, PrintsEveryChangeInItsOrder) {
     Make(TerminalView::Style::LINES);
 
     view->OnWebLog("before", 1ms);
-    state.Set(MS_GREEN, true, 2ms);
-    view->OnWebLog("behind", 3ms);
+    for (int i = 0; i < 3; ++i)
+        state.Set(4, i % 2 == 0, 2ms + i * 15us);
+    state.Set(0, false, 2ms);
+    state.Set(MS_GREEN, true, 3ms);
+    state.Set(4, false, 3ms);
     view->OnSettled(4ms);
-    EXPECT_EQ(Written(), "   0.001 s  web log before\n");
-    view->OnSettled(7ms);
-    EXPECT_EQ(Written(), "   0.002 s  MS green\n   0.003 s  web log behind\n");
+    EXPECT_EQ(Written(), "   0.001 s  web log before\n"
+                         "   0.002 s  OXBO_RESET1_N high\n   0.002 s  OXBO_RESET1_N low\n"
+                         "   0.002 s  OXBO_RESET1_N high\n   0.002 s  OXBO_IRQ_N low\n");
+    EXPECT_EQ(view->Due(), 8ms);
 
-    state.Set(MS_GREEN, false, 8ms);
-    view->Finish(9ms);
-    EXPECT_EQ(written, "   0.008 s  MS off\n");
+    view->OnSettled(8ms);
+    EXPECT_EQ(Written(), "   0.003 s  MS green\n   0.003 s  OXBO_RESET1_N low\n");
+    state.Set(MS_GREEN, false, 9ms);
+    view->Finish(10ms);
+    EXPECT_EQ(written, "   0.009 s  MS off\n");
+}
+
+TEST_F(TerminalViewTest, DoesNotDrawColorsThatLastedForAnInstantOnly) {
+    Make(TerminalView::Style::BLOCK);
+    view->OnSettled(0ms);
+    Written();
+
+    state.Set(MS_GREEN, true, 1ms);
+    view->OnSettled(1ms);
+    EXPECT_EQ(view->Due(), 6ms);
+    state.Set(MS_GREEN, false, 2ms);
+    view->OnSettled(8ms);
+
+    EXPECT_EQ(Written(), "");
+    EXPECT_EQ(view->Due(), std::nullopt);
 }
 
 TEST_F(TerminalViewTest, DrawsABlockInColourAndRedrawsItInPlace) {
@@ -166,10 +159,11 @@ TEST_F(TerminalViewTest, DrawsABlockInColourAndRedrawsItInPlace) {
     const std::string dark = "\033[2m\u25CF off\033[0m   ";
     EXPECT_EQ(Written(), "   0.000 s  MS " + dark + "NS " + dark + "LINK_ACT1 " + dark + "LINK_ACT2 " +
                              dark.substr(0, dark.size() - 3) +
-                             "\n  outputs   OXBO_RL \033[1m0\033[0m  OXBO_RESET1_N \033[1m0\033[0m  QOR_BL_N "
-                             "\033[1m0\033[0m  QOR_RESET0_N \033[1m0\033[0m\n"
-                             "  inputs    OXBO_IRQ_N \033[1m1\033[0m  OXBO_MOD_ID0_SYNC \033[1m0\033[0m  OXBO_MOD_1 "
-                             "\033[1m0\033[0m  QOR_DPRAM_BUSY_N \033[1m1\033[0m  QOR_DPRAM_IRQ_N \033[1m1\033[0m\n"
+                             "\n  outputs   OXBO_RL \033[1mlow\033[0m  OXBO_RESET1_N \033[1mlow\033[0m  QOR_BL_N "
+                             "\033[1mlow\033[0m  QOR_RESET0_N \033[1mlow\033[0m\n"
+                             "  inputs    OXBO_IRQ_N \033[1mhigh\033[0m  OXBO_MOD_ID0_SYNC \033[1mlow\033[0m  "
+                             "OXBO_MOD_1 \033[1mlow\033[0m  QOR_DPRAM_BUSY_N \033[1mhigh\033[0m  QOR_DPRAM_IRQ_N "
+                             "\033[1mhigh\033[0m\n"
                              "  module    \033[1mheld in reset\033[0m\n");
     view->OnSettled(1ms);
     EXPECT_EQ(Written(), "");
@@ -192,6 +186,18 @@ TEST_F(TerminalViewTest, DrawsABlockInColourAndRedrawsItInPlace) {
     state.Set(11, true, 20ms);
     view->OnSettled(25ms);
     EXPECT_THAT(written, HasSubstr("NS \033[1;32m\u25CF green\033[0m"));
+}
+
+TEST_F(TerminalViewTest, DrawsABlockWithoutColours) {
+    Make(TerminalView::Style::PLAIN_BLOCK);
+    state.Set(MS_RED, true, 1ms);
+    view->OnWebLog("@whot", 2ms);
+
+    view->OnSettled(10ms);
+
+    EXPECT_THAT(written, StartsWith("   0.010 s  MS \u25CF red   NS \u25CF off   "));
+    EXPECT_THAT(written, testing::EndsWith("  module    held in reset\n  web log   Warning: hot\n"));
+    EXPECT_THAT(written, Not(HasSubstr("\033")));
 }
 
 TEST_F(TerminalViewTest, ShowsTheEndOfTheLogsInTheOrderOfTheirRecords) {
@@ -280,16 +286,16 @@ TEST_F(TerminalViewTest, KeepsTheBlockWithinTheTerminal) {
 
     view->OnSettled(0ms);
 
-    EXPECT_THAT(written, StartsWith("   0.000 s  MS \033[2m\u25CF\033[0m"));
-    EXPECT_THAT(written, HasSubstr("\n  outputs   OXBO\n"));
-    EXPECT_THAT(written, HasSubstr("\n  web log   \u00E4\u00E4 l\n"));
+    EXPECT_THAT(written, StartsWith("   0.000 s  MS \u2026\n"));
+    EXPECT_THAT(written, HasSubstr("\n  outputs   OXB\u2026\n"));
+    EXPECT_THAT(written, HasSubstr("\n  web log   \u00E4\u00E4 \u2026\n"));
     Written();
 
     size = {20, 6};
     view->OnModule(1ms);
     view->OnSettled(1ms);
-    EXPECT_THAT(written, HasSubstr("\n  outputs   OXBO_RL \n"));
-    EXPECT_THAT(written, testing::EndsWith("\n  module    \033[1mheld in \033[0m\n  web log   next\n"));
+    EXPECT_THAT(written, HasSubstr("\n  outputs   OXBO_RL\u2026\n"));
+    EXPECT_THAT(written, testing::EndsWith("\n  module    \033[1mheld in\033[0m\u2026\n  web log   next\n"));
     EXPECT_THAT(written, Not(HasSubstr("\u00E4")));
 }
 
@@ -319,9 +325,9 @@ TEST_F(TerminalViewTest, FollowsTheTerminalsSize) {
     size = {16, 24};
     view->OnResize(1ms);
 
-    // The rows are 67, 66, 98 and 25 columns long.
+    // The rows are 67, 74, 111 and 25 columns long.
     EXPECT_THAT(written, StartsWith("\033[19A\r\033[J   0.001 s  MS "));
-    EXPECT_THAT(written, HasSubstr("\n  outputs   OXBO\n"));
+    EXPECT_THAT(written, HasSubstr("\n  outputs   OXB\u2026\n"));
 }
 
 TEST_F(TerminalViewTest, LeavesNothingBehindOnATerminalThatWrapsItsRowsAnew) {
@@ -404,7 +410,7 @@ TEST_F(TerminalViewTest, ShowsALineThatComesInParts) {
         view->Print(row.printed);
 
         const std::string drawing = Written();
-        EXPECT_EQ(drawing.substr(0, drawing.find("   0.007 s")),
+        EXPECT_EQ(drawing.substr(0, drawing.find("   0.007 ")),
                   row.drawn == nullptr ? "" : "\033[4A\r\033[J" + std::string(row.drawn))
             << row.printed;
     }

@@ -1000,7 +1000,7 @@ TEST(BoardTest, DrawsTheBoardAnewWhenTheTerminalIsResized) {
 
     terminal.Resize(14, 24);
 
-    EXPECT_THAT(terminal.ReadUntil("  outputs   OX\r\n"), HasSubstr("  outputs   OX\r\n"));
+    EXPECT_THAT(terminal.ReadUntil("  outputs   O\u2026\r\n"), HasSubstr("  outputs   O\u2026\r\n"));
     terminal.Type("\003");
     EXPECT_EQ(WTERMSIG(terminal.Wait()), SIGINT);
 }
