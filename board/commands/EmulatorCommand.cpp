@@ -68,9 +68,15 @@ std::string RemarkOn(MachineResult::Why why, const StopSignals& stop) {
 // The program's output, at the reader's pace.
 class ProgramStreams final {
 public:
-    void AddTo(MachineProgram& program) {
-        program.output = [this](std::string_view text) { output.Write(text); };
-        program.errors = [this](std::string_view text) { errors.Write(text); };
+    void AddTo(MachineProgram& program, BoardState& state, const Machine& machine) {
+        program.output = [&](std::string_view text) {
+            output.Write(text);
+            state.Tell(&BoardObserver::OnOutput, ProgramStream::OUTPUT, text, machine.Now());
+        };
+        program.errors = [&](std::string_view text) {
+            errors.Write(text);
+            state.Tell(&BoardObserver::OnOutput, ProgramStream::ERRORS, text, machine.Now());
+        };
         program.takesOutput = [this] { return output.IsWritten() && errors.IsWritten(); };
         program.parts.push_back(&output);
         program.parts.push_back(&errors);
@@ -170,7 +176,7 @@ int RunOnEmulator(const EmulatorOptions& options) {
     Machine machine(options.image, FilesFor(options, lines, program.words));
     Watchers watchers(options, machine, state, program);
     ProgramStreams streams;
-    streams.AddTo(program);
+    streams.AddTo(program, state, machine);
 
     if (!machine.AwaitReady(&stop))
         return MachineResult::SIGNALLED + stop.Signal();

@@ -69,6 +69,21 @@ void ScenarioPlayer::WriteReport(const std::string& text) {
         throw BoardError("cannot write the report " + reportFile + ": " + std::strerror(errno));
 }
 
+bool ScenarioPlayer::Hears(ProgramStream stream) const {
+    const auto log = stream == ProgramStream::OUTPUT ? LogHas::Log::OUTPUT : LogHas::Log::ERRORS;
+    return report.is_open() || std::ranges::any_of(scenario.steps, [log](const Step& step) {
+               const Condition* condition = ConditionOf(step);
+               const auto* has = condition ? std::get_if<LogHas>(condition) : nullptr;
+               return has && has->log == log;
+           });
+}
+
+void ScenarioPlayer::OnOutput(ProgramStream stream, std::string_view piece, BoardTime time) {
+    if (report.is_open())
+        captured.Add(stream, piece);
+    Keep(time, [this, stream, text = std::string(piece)](ScenarioTime at) { runner.OnOutput(stream, text, at); });
+}
+
 void ScenarioPlayer::OnProgramStarted(BoardTime time) {
     ended.reset();
     programRuns = true;
@@ -124,7 +139,7 @@ int ScenarioPlayer::Finish(BoardTime now) {
     const std::string plain = PlainReport(scenario, runner.Results());
     (void)std::fwrite(plain.data(), 1, plain.size(), stderr);
     if (report.is_open())
-        WriteReport(JUnitReport(suite, scenario, runner.Results(), beganAt));
+        WriteReport(JUnitReport(suite, scenario, runner.Results(), beganAt, captured));
     return runner.HasPassed() ? 0 : 1;
 }
 

@@ -12,6 +12,7 @@
 #include "board/control/IBoardControl.h"
 #include "board/loop/ILoopPart.h"
 #include "board/model/BoardState.h"
+#include "board/scenario/JUnit.h"
 #include "board/scenario/Scenario.h"
 #include "board/scenario/ScenarioRunner.h"
 
@@ -38,6 +39,9 @@ public:
 
     const Scenario& Steps() const { return scenario; }
 
+    // Whether it judges or reports what the program prints there: the board then passes the stream on and observes it.
+    bool Hears(ProgramStream stream) const;
+
     void OnChange(std::size_t signal, bool level, BoardTime time) override {
         Keep(time, [this, name = state.Name(signal), level](ScenarioTime at) { runner.OnLevel(name, level, at); });
     }
@@ -50,6 +54,7 @@ public:
     void OnSyslog(std::string_view record, BoardTime time) override {
         Keep(time, [this, text = std::string(record)](ScenarioTime at) { runner.OnSystemLog(text, at); });
     }
+    void OnOutput(ProgramStream stream, std::string_view piece, BoardTime time) override;
     void OnProgramStarted(BoardTime time) override;
     void OnProgramEnded(int waitStatus, BoardTime time) override {
         programRuns = false;
@@ -85,6 +90,7 @@ private:
     const std::string reportFile;
     const std::string suite;
     std::ofstream report;
+    CapturedOutput captured; // for the report
     const ScenarioNames names;
     const Scenario scenario;
     ScenarioRunner runner;

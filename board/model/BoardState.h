@@ -13,6 +13,9 @@
 
 namespace VelrixBoard {
 
+// The standard streams that a program prints to.
+enum class ProgramStream { OUTPUT, ERRORS };
+
 // An observer of a board: each event does nothing until a derived class overrides it. Called on the board's event
 // loop; must neither block nor throw.
 class BoardObserver {
@@ -32,6 +35,9 @@ public:
     virtual void OnWebLog(std::string_view, BoardTime) {}
     virtual void OnReboot(std::string_view, BoardTime) {}
     virtual void OnSyslog(std::string_view, BoardTime) {}
+
+    // The program printed this; a line may come in pieces. Only of streams that the board passes on.
+    virtual void OnOutput(ProgramStream, std::string_view, BoardTime) {}
 
     // A fault was injected or removed; the simulated module changed its state. Query IBoardControl for details.
     virtual void OnFault(std::size_t, BoardTime) {}

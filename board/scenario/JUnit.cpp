@@ -56,7 +56,33 @@ std::string Head(const std::string& suite, std::size_t tests, std::size_t failur
            std::to_string(errors) + "\" skipped=\"" + std::to_string(skipped) + "\"" + times + ">\n";
 }
 
+// Nothing for an empty text. Keeps the lines.
+std::string Element(const std::string& name, const std::string& text) {
+    if (text.empty())
+        return "";
+    std::string element = "  <" + name + ">";
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = std::min(text.find('\n', begin), text.size());
+        element += Escaped(text.substr(begin, end - begin)) + (end < text.size() ? "\n" : "");
+        begin = end + 1;
+    }
+    return element + "</" + name + ">\n";
+}
+
 } // namespace
+
+void CapturedOutput::Add(ProgramStream stream, std::string_view piece) {
+    Stream& kept = streams[static_cast<std::size_t>(stream)];
+    kept.text += piece;
+    const std::size_t tooMuch = kept.text.size() - std::min(kept.text.size(), MOST);
+    kept.text.erase(0, tooMuch);
+    kept.leftOut += tooMuch;
+}
+
+std::string CapturedOutput::Text(ProgramStream stream) const {
+    const Stream& kept = streams[static_cast<std::size_t>(stream)];
+    return (kept.leftOut == 0 ? "" : "[" + std::to_string(kept.leftOut) + " bytes are left out here]\n") + kept.text;
+}
 
 std::string SuiteName(const std::string& scenarioPath) {
     return std::filesystem::path(scenarioPath).stem().string();
@@ -69,7 +95,7 @@ std::string JUnitReport(const std::string& suite, const ScenarioError& mistake) 
 }
 
 std::string JUnitReport(const std::string& suite, const Scenario& scenario, const std::vector<StepResult>& results,
-                        std::time_t began) {
+                        std::time_t began, const CapturedOutput& output) {
     ScenarioTime length{0};
     for (const StepResult& result : results)
         length = std::max(length, result.time);
@@ -92,7 +118,8 @@ std::string JUnitReport(const std::string& suite, const Scenario& scenario, cons
         if (reached)
             before = std::max(before, result.time);
     }
-    return report + "</testsuite>\n";
+    return report + Element("system-out", output.Text(ProgramStream::OUTPUT)) +
+           Element("system-err", output.Text(ProgramStream::ERRORS)) + "</testsuite>\n";
 }
 
 std::string PlainReport(const Scenario& scenario, const std::vector<StepResult>& results) {

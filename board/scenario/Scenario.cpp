@@ -41,7 +41,8 @@ std::string TextOf(const Condition& condition) {
                                                   : "program is killed by " + std::string(sigabbrev_np(c.number));
         },
         [](const LogHas& c) {
-            return (c.log == LogHas::Log::WEB ? "web log has " : "system log has ") + Quoted(c.text);
+            constexpr const char* NAMES[] = {"web log", "system log", "stdout", "stderr"};
+            return NAMES[static_cast<int>(c.log)] + std::string(" has ") + Quoted(c.text);
         },
         [](const RebootIsCalled&) { return std::string("reboot is called"); }};
     return std::visit(text, condition);

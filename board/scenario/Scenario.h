@@ -60,9 +60,10 @@ struct ProgramEnd {
     friend bool operator==(const ProgramEnd&, const ProgramEnd&) = default;
 };
 
-// A line of the web log, or a record of the system log, that contains the text.
+// A line of the web log, a record of the system log, or what the program printed contains the text.
 struct LogHas {
-    enum class Log { WEB, SYSTEM };
+    enum class Log { WEB, SYSTEM, OUTPUT, ERRORS };
+    static constexpr std::size_t LOGS = 4;
 
     Log log;
     std::string text;

@@ -110,6 +110,10 @@ private:
             line.Need("has");
             return LogHas{web ? LogHas::Log::WEB : LogHas::Log::SYSTEM, line.Any("a text")};
         }
+        if (const bool output = line.Take("stdout"); output || line.Take("stderr")) {
+            line.Need("has");
+            return LogHas{output ? LogHas::Log::OUTPUT : LogHas::Log::ERRORS, line.Any("a text")};
+        }
         if (line.Take("reboot")) {
             line.Need("is");
             line.Need("called");
@@ -133,7 +137,7 @@ private:
         for (const auto& led : names.leds)
             subjects.push_back(led.name);
         subjects.insert(subjects.end(), lines.begin(), lines.end());
-        subjects.insert(subjects.end(), {"program", "web log", "system log", "reboot"});
+        subjects.insert(subjects.end(), {"program", "stdout", "stderr", "web log", "system log", "reboot"});
         line.FailHere(JoinAlternatives(subjects));
     }
 

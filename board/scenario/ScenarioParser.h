@@ -20,7 +20,7 @@ namespace VelrixBoard {
 //               | LED "is" "toggling" COLOR COLOR TIME TIME [ "tolerance" TIME ]
 //               | LINE "is" ( "high" | "low" )
 //               | "program" ( "exits" "with" NUMBER | "is" "killed" "by" SIGNALNAME )
-//               | "web" "log" "has" TEXT | "system" "log" "has" TEXT | "reboot" "is" "called"
+//               | ( "web" "log" | "system" "log" | "stdout" | "stderr" ) "has" TEXT | "reboot" "is" "called"
 //     TIME      = digits, a point and digits if need be, and "us", "ms", "s" or "min", without a blank
 //     COLOR     = an element's colour, which is lit alone, or colours joined by "+", which are lit together; where the
 //                 LED neither flashes nor toggles "off" as well

@@ -44,7 +44,7 @@ void ScenarioRunner::ExpectTexts() {
     for (const Step& step : scenario.steps) {
         const Condition* condition = ConditionOf(step);
         if (const auto* log = condition ? std::get_if<LogHas>(condition) : nullptr)
-            (log->log == LogHas::Log::WEB ? webLog : systemLog).Expect(log->text);
+            Log(log->log).Expect(log->text);
     }
 }
 
@@ -257,10 +257,6 @@ bool ScenarioRunner::HasPassed() const {
                        [](const StepResult& result) { return result.verdict == Verdict::PASSED; });
 }
 
-const LogHistory& ScenarioRunner::LogOf(const LogHas& condition) const {
-    return condition.log == LogHas::Log::WEB ? webLog : systemLog;
-}
-
 bool ScenarioRunner::Holds(const Condition& condition, ScenarioTime now) const {
     const ForEachKind holds{
         [&](const LedIs& c) {
@@ -328,7 +324,10 @@ std::string ScenarioRunner::Seen(const Condition& condition) const {
                                                        : "the program was " + KilledBy(ended->number);
         },
         [&](const LogHas& c) {
-            return LogOf(c).IsEmpty() ? "an empty log" : "\"" + LogOf(c).LastRecord() + "\" as the last record";
+            const bool isLog = c.log == LogHas::Log::WEB || c.log == LogHas::Log::SYSTEM;
+            if (LogOf(c).IsEmpty())
+                return std::string(isLog ? "an empty log" : "no output");
+            return "\"" + LogOf(c).LastRecord() + "\" as the last " + (isLog ? "record" : "line");
         },
         [](const RebootIsCalled&) { return std::string("no call of reboot"); },
     };

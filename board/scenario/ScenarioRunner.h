@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <map>
 #include <optional>
@@ -8,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "board/model/BoardState.h"
 #include "board/scenario/LedHistory.h"
 #include "board/scenario/LogHistory.h"
 #include "board/scenario/Scenario.h"
@@ -47,8 +49,12 @@ public:
 
     // A line "OXBO_RL" or an LED element "MS.green". Initially call it once for each, with time 0.
     void OnLevel(const std::string& signal, bool high, ScenarioTime time);
-    void OnWebLog(std::string_view record, ScenarioTime time) { OnLog(webLog, record, time); }
-    void OnSystemLog(std::string_view record, ScenarioTime time) { OnLog(systemLog, record, time); }
+    void OnWebLog(std::string_view record, ScenarioTime time) { OnLog(LogHas::Log::WEB, record, time); }
+    void OnSystemLog(std::string_view record, ScenarioTime time) { OnLog(LogHas::Log::SYSTEM, record, time); }
+    void OnOutput(ProgramStream stream, std::string_view piece, ScenarioTime time) {
+        Log(stream == ProgramStream::OUTPUT ? LogHas::Log::OUTPUT : LogHas::Log::ERRORS).AddPiece(piece);
+        OnTime(time);
+    }
     void OnReboot(ScenarioTime time) {
         rebootCalled = true;
         OnTime(time);
@@ -82,8 +88,8 @@ private:
     };
 
     void ExpectTexts();
-    void OnLog(LogHistory& log, std::string_view record, ScenarioTime time) {
-        log.Add(record);
+    void OnLog(LogHas::Log log, std::string_view record, ScenarioTime time) {
+        Log(log).Add(record);
         OnTime(time);
     }
     void OnEnd(ProgramEnd end, ScenarioTime time) {
@@ -91,7 +97,8 @@ private:
         programEnd = time;
         OnTime(time);
     }
-    const LogHistory& LogOf(const LogHas& condition) const;
+    LogHistory& Log(LogHas::Log log) { return logs[static_cast<std::size_t>(log)]; }
+    const LogHistory& LogOf(const LogHas& condition) const { return logs[static_cast<std::size_t>(condition.log)]; }
     void Advance(ScenarioTime now);
     // When the step was passed; nothing: it waits, or has failed.
     std::optional<ScenarioTime> Play(const Do& action, ScenarioTime now);
@@ -124,8 +131,7 @@ private:
     bool finished = false;
     std::map<std::string, LedHistory> leds;
     std::map<std::string, LineHistory> lines;
-    LogHistory webLog;
-    LogHistory systemLog;
+    std::array<LogHistory, LogHas::LOGS> logs; // by LogHas::Log
     bool rebootCalled = false;
     std::optional<ProgramEnd> ended;
     ScenarioTime programEnd{0};

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cerrno>
+#include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -11,7 +12,7 @@
 
 namespace VelrixBoard {
 
-ProgramOutput::ProgramOutput(TerminalView& terminalView) : view(terminalView) {
+ProgramOutput::ProgramOutput(Reader outputReader) : reader(std::move(outputReader)) {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0)
         ThrowSystemError("cannot make a pipe for the program's output");
@@ -20,13 +21,13 @@ ProgramOutput::ProgramOutput(TerminalView& terminalView) : view(terminalView) {
     ::fcntl(reading.Get(), F_SETFL, O_NONBLOCK);
 }
 
-bool ProgramOutput::ReadSome() {
-    if (!reading || !view.TakesOutput())
+bool ProgramOutput::ReadSome(BoardTime now) {
+    if (!reading || !reader.takes())
         return false;
     std::array<char, BYTES_PER_TURN> buffer;
     const ssize_t length = ::read(reading.Get(), buffer.data(), buffer.size());
     if (length > 0)
-        view.Print({buffer.data(), static_cast<std::size_t>(length)});
+        reader.print({buffer.data(), static_cast<std::size_t>(length)}, now);
     else if (length == 0)
         reading.Close();
     return length > 0 || (length < 0 && errno == EINTR);

@@ -115,7 +115,9 @@ void BoardParts::WatchLogs() {
 
 void BoardParts::Show(Program& program) {
     if (options.terminal)
-        user.Show(state, *this, program, clock());
+        user.Show(state, *this, clock());
+    user.PassOn(
+        state, [this](ProgramStream stream) { return player && player->Hears(stream); }, program);
 }
 
 void BoardParts::Attach() {

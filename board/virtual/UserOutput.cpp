@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/virtual/UserOutput.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <string_view>
+#include <utility>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -40,27 +42,58 @@ void UserOutput::Say(const std::string& what) {
         errors.Write(text);
 }
 
-void UserOutput::Show(BoardState& state, const IBoardControl& control, Program& shown, BoardTime now) {
-    const bool block = IsTerminal(STDERR_FILENO);
+void UserOutput::Show(BoardState& state, const IBoardControl& control, BoardTime now) {
     using Style = TerminalView::Style;
-    const Style style = !block ? Style::LINES : WantsColors() ? Style::BLOCK : Style::PLAIN_BLOCK;
+    hasPicture = IsTerminal(STDERR_FILENO);
+    const Style style = !hasPicture ? Style::LINES : WantsColors() ? Style::BLOCK : Style::PLAIN_BLOCK;
     view = std::make_unique<TerminalView>(state, control, style, TerminalSize, errors);
     state.Add(*view);
-    if (!block)
-        return;
-    program = std::make_unique<ProgramOutput>(*view);
-    shown.standardError = program->WritingEnd();
-    if (::isatty(STDOUT_FILENO) == 1)
-        shown.standardOutput = program->WritingEnd();
-    view->OnSettled(now);
+    if (hasPicture)
+        view->OnSettled(now);
+}
+
+ProgramOutput& UserOutput::AddPipe(ProgramOutput::Reader reader) {
+    passed.push_back(std::make_unique<ProgramOutput>(std::move(reader)));
+    return *passed.back();
+}
+
+void UserOutput::PassOn(BoardState& state, const Hears& hears, Program& program) {
+    const auto pipeTo = [&](ProgramStream stream, bool isInPicture) {
+        if (stream == ProgramStream::OUTPUT && !isInPicture)
+            output.emplace(STDOUT_FILENO);
+        StreamWriter& writer = output && stream == ProgramStream::OUTPUT ? *output : errors;
+        const bool isHeard = hears(stream);
+        return AddPipe(
+                   {[this, &state, &writer, stream, isInPicture, isHeard](std::string_view piece, BoardTime now) {
+                        if (isInPicture)
+                            view->Print(piece);
+                        else
+                            writer.Write(piece);
+                        if (isHeard)
+                            state.Tell(&BoardObserver::OnOutput, stream, piece, now);
+                    },
+                    [this, &writer, isInPicture] { return isInPicture ? view->TakesOutput() : writer.IsWritten(); }})
+            .WritingEnd();
+    };
+    const bool isOutputInPicture = hasPicture && ::isatty(STDOUT_FILENO) == 1;
+    const bool isAnyHeard = hears(ProgramStream::OUTPUT) || hears(ProgramStream::ERRORS);
+    if (hasPicture || hears(ProgramStream::ERRORS))
+        program.standardError = pipeTo(ProgramStream::ERRORS, hasPicture);
+    // One pipe for both keeps their order, but not whose output it was.
+    if (isOutputInPicture && !isAnyHeard)
+        program.standardOutput = program.standardError;
+    else if (isOutputInPicture || hears(ProgramStream::OUTPUT))
+        program.standardOutput = pipeTo(ProgramStream::OUTPUT, isOutputInPicture);
 }
 
 std::vector<ILoopPart*> UserOutput::Parts() {
     std::vector<ILoopPart*> parts = {&errors};
+    if (output)
+        parts.push_back(&*output);
     if (view)
         parts.push_back(view.get());
-    if (program)
-        parts.push_back(program.get());
+    for (const auto& each : passed)
+        parts.push_back(each.get());
     return parts;
 }
 
@@ -68,7 +101,7 @@ void UserOutput::Finish(const Clock& clock, const StreamWriter::Patience& patien
     do
         if (!AwaitReader(patience))
             return;
-    while (program && program->ReadSome());
+    while (std::ranges::count_if(passed, [&](const auto& each) { return each->ReadSome(clock()); }) > 0);
     if (!view)
         return;
     view->Finish(clock());

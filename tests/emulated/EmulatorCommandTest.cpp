@@ -121,6 +121,19 @@ TEST_F(EmulatorCommand, InterruptsTheProgramAndWhatItWaitsFor) {
     EXPECT_EQ(output, "started\n");
 }
 
+TEST_F(EmulatorCommand, JudgesAndReportsWhatTheProgramPrints) {
+    folder.Write("a.scenario", "within 60s stdout has \"and out\"\nwithin 60s stderr has err\n"
+                               "never stdout has err\nwithin 60s program exits with 0");
+
+    EXPECT_EQ(Run({"run", "--image", image, "--scenario", folder.Path("a.scenario"), "--junit", folder.Path("a.xml"),
+                   "--", "sh", "-c", "printf 'here and '; sleep 1; echo out; echo err >&2; sleep 1"}),
+              0)
+        << errors;
+    EXPECT_EQ(output, "here and out\n");
+    EXPECT_NE(folder.Read("a.xml").find("<system-out>here and out\n</system-out>\n  <system-err>err\n</system-err>"),
+              std::string::npos);
+}
+
 TEST_F(EmulatorCommand, EndsWithAProgramThatKillsEveryProcess) {
     EXPECT_EQ(Run({"run", "--image", image, "--", "sh", "-c", "echo started; kill -9 -1; exit 3"}), 137) << errors;
     EXPECT_EQ(output, "started\n");

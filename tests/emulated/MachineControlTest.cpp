@@ -30,9 +30,9 @@ TEST(MachineControl, RefusesFaultsAndLogsWithTheirPlace) {
 }
 
 TEST(MachineControl, TakesWhatIsSeenFromOutside) {
-    EXPECT_NO_THROW(RefuseWhatTheMachineCannot(
-        ParseScenario("x",
-                      "set OXBO_IRQ_N low\nsend TERM\nnever MS is red\nwithin 1s reboot is called\n"
-                      "within 1s program exits with 0\nexpect OXBO_RL pulses high",
-                      NAMES)));
+    EXPECT_NO_THROW(RefuseWhatTheMachineCannot(ParseScenario(
+        "x",
+        "set OXBO_IRQ_N low\nsend TERM\nnever MS is red\nwithin 1s reboot is called\n"
+        "within 1s program exits with 0\nwithin 1s stdout has a\nnever stderr has b\nexpect OXBO_RL pulses high",
+        NAMES)));
 }

@@ -33,6 +33,26 @@ TEST(JUnit, ReportsACaseAStep) {
               "</testsuite>\n");
 }
 
+TEST(JUnit, ShowsWhatTheProgramPrinted) {
+    CapturedOutput output;
+    output.Add(ProgramStream::OUTPUT, "a <b>\n\nc\x1b");
+    output.Add(ProgramStream::OUTPUT, "d");
+
+    const std::string report = JUnitReport("s", Scenario{"x", {}}, {}, 0, output);
+
+    EXPECT_TRUE(report.ends_with("  <system-out>a &lt;b&gt;\n\nc\\x1Bd</system-out>\n</testsuite>\n")) << report;
+}
+
+TEST(JUnit, KeepsTheEndOfWhatTheProgramPrinted) {
+    CapturedOutput output;
+    output.Add(ProgramStream::ERRORS, "123");
+    output.Add(ProgramStream::ERRORS, std::string(CapturedOutput::MOST - 1, 'x'));
+
+    EXPECT_EQ(output.Text(ProgramStream::ERRORS),
+              "[2 bytes are left out here]\n3" + std::string(CapturedOutput::MOST - 1, 'x'));
+    EXPECT_EQ(output.Text(ProgramStream::OUTPUT), "");
+}
+
 TEST(JUnit, ReportsAMistakeInTheScenarioAsAnError) {
     EXPECT_EQ(JUnitReport("power-up", ScenarioError("a.scenario:2:1: expected <x>")),
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"

@@ -79,6 +79,8 @@ TEST(ScenarioParser, UnderstandsEveryStep) {
         {"fault OXBO_RL ENOSPC", "fault OXBO_RL ENOSPC"},
         {"at 1s fault OXBO_IRQ_N missing", "at 1.000 s fault OXBO_IRQ_N missing"},
         {"fault OXBO_IRQ_N none", "fault OXBO_IRQ_N none"},
+        {"within 1s stdout has \"a b\"", "within 1.000 s stdout has \"a b\""},
+        {"never stderr has a", "never stderr has \"a\""},
         {"send TERM", "send 15"},
         {"wait 250us", "wait 0.2 ms"},
         {"never MS is red", "never MS is red"},
@@ -124,7 +126,7 @@ TEST(ScenarioParser, SaysWhereAndWhatItExpected) {
         {"wait 2s 3s", "x:1:9: expected the end of the line, found '3s'"},
         {"within 1s PS is green",
          "x:1:11: expected MS, NS, LINK_ACT1, OXBO_IRQ_N, QOR_DPRAM_BUSY_N, OXBO_RL, OXBO_RESET1_N, "
-         "program, web log, system log or reboot, found 'PS'"},
+         "program, stdout, stderr, web log, system log or reboot, found 'PS'"},
         {"within 1s MS green", "x:1:14: expected 'is', found 'green'"},
         {"within 1s MS is blue",
          "x:1:17: expected steady, flashing, toggling, green, red, green+red or off, found 'blue'"},

@@ -316,6 +316,26 @@ TEST(ScenarioRunner, MissesAPulseThatNeverCame) {
     EXPECT_EQ(run.Message(), "expected a low pulse of OXBO_RESET1_N; seen none");
 }
 
+TEST(ScenarioRunner, JudgesWhatTheProgramPrints) {
+    Play run("within 1s stdout has ready\nnever stderr has failed\nwithin 1s stderr has done");
+    run.runner.OnOutput(ProgramStream::ERRORS, "ready", milliseconds(10));
+    run.runner.OnOutput(ProgramStream::OUTPUT, "rea", milliseconds(20));
+    run.runner.OnOutput(ProgramStream::OUTPUT, "dy failed done\n", milliseconds(30));
+    EXPECT_EQ(run.Verdicts(), "pnn");
+    run.Until(2'000);
+    EXPECT_EQ(run.Message(),
+              "expected within 1.000 s: stderr has \"done\"; seen at 1.030 s: \"ready\" as the last line");
+
+    Play silent("within 1s stdout has ready");
+    silent.Until(2'000);
+    EXPECT_EQ(silent.Message(), "expected within 1.000 s: stdout has \"ready\"; seen at 1.000 s: no output");
+
+    Play failing("never stderr has failed\nwait 1s");
+    failing.runner.OnOutput(ProgramStream::ERRORS, "it has fai", milliseconds(5));
+    failing.runner.OnOutput(ProgramStream::ERRORS, "led", milliseconds(6));
+    EXPECT_EQ(failing.Message(), "never expected: stderr has \"failed\"; seen at 6.0 ms");
+}
+
 TEST(ScenarioRunner, SaysSinceWhenAPulseHasNotEnded) {
     Play run("expect OXBO_RESET1_N pulses high");
     run.Level(10, "OXBO_RESET1_N", true);

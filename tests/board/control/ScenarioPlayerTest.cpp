@@ -8,6 +8,7 @@
 
 #include "board/base/BoardError.h"
 #include "tests/board/CommandRun.h"
+#include "tests/board/Terminal.h"
 #include "tests/support/CapturedStandardError.h"
 
 namespace VelrixBoard {
@@ -17,6 +18,7 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 // A board without a program: what is done to it goes into one log, and to its observers at once, as on the real one.
 class FakeControl final : public IBoardControl {
@@ -254,6 +256,53 @@ TEST_F(ScenarioCommandTest, SaysWhatItExpectedAndSawAndWhen) {
                                        "OXBO_RL is high; seen at [0-9.]+ m?s: OXBO_RL low since 0.0 ms\n"));
     EXPECT_THAT(end.errors, EndsWith("1 step passed, 1 failed, 1 not reached\n"));
     EXPECT_THAT(folder.Read("a.xml"), HasSubstr("tests=\"3\" failures=\"1\" errors=\"0\" skipped=\"1\""));
+}
+
+TEST_F(ScenarioCommandTest, JudgesWhatTheProgramPrintsAndPassesItOn) {
+    // More than a pipe and a turn of the loop take; the last piece has no line end.
+    const CommandEnd end = Play("within 20s stdout has 50000\nwithin 20s stderr has prob\nnever stdout has problem\n"
+                                "within 20s program exits with 0",
+                                "i=0; while [ $i -le 50000 ]; do echo $i; i=$((i + 1)); done; printf 'a problem' >&2");
+
+    EXPECT_EQ(end.ExitCode(), 0) << end.errors;
+    std::string whole;
+    for (int i = 0; i <= 50'000; ++i)
+        whole += std::to_string(i) + "\n";
+    EXPECT_TRUE(end.output == whole) << end.output.size();
+    EXPECT_THAT(end.errors, StartsWith("a problem"));
+}
+
+TEST_F(ScenarioCommandTest, ReportsWhatTheProgramPrinted) {
+    const CommandEnd end =
+        Play("within 20s stdout has two\nwithin 20s stderr has problem\nwithin 20s program exits with 0",
+             "echo one; printf two; sleep 0.01; echo a problem >&2");
+
+    EXPECT_EQ(end.ExitCode(), 0) << end.errors;
+    EXPECT_EQ(end.output, "one\ntwo");
+    EXPECT_THAT(end.errors, StartsWith("a problem\n"));
+    EXPECT_THAT(folder.Read("a.xml"), HasSubstr("  <system-out>one\ntwo</system-out>\n"
+                                                "  <system-err>a problem\n</system-err>\n"));
+}
+
+TEST_F(ScenarioCommandTest, LeavesStreamsToTheProgramThatNobodyJudges) {
+    folder.Write("a.scenario", "within 20s stderr has \"an error\"\nwithin 20s program exits with 0");
+    const CommandEnd end = CommandRun{OnBoard("test ! -p /dev/stdout && test -p /dev/stderr && echo an error >&2",
+                                              {"--scenario", folder.Path("a.scenario")})}
+                               .Run();
+
+    EXPECT_EQ(end.ExitCode(), 0) << end.errors;
+}
+
+TEST_F(ScenarioCommandTest, JudgesEachStreamBesideTheBoardsPicture) {
+    folder.Write("a.scenario", "within 20s stdout has \"from out\"\nwithin 20s stderr has \"from err\"\n"
+                               "never stderr has out\nwithin 20s program exits with 0");
+    Terminal terminal(
+        OnBoard("echo from out; echo from err >&2", {"--scenario", folder.Path("a.scenario"), "--terminal"}));
+
+    const std::string shown = terminal.ReadUntil("steps passed");
+
+    EXPECT_EQ(terminal.Wait(), 0);
+    EXPECT_THAT(shown, testing::AllOf(HasSubstr("from out"), HasSubstr("from err"), HasSubstr("4 steps passed")));
 }
 
 TEST_F(ScenarioCommandTest, FailsAProgramThatCannotBeRun) {
