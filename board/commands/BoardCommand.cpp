@@ -12,6 +12,7 @@
 #include <CLI/CLI.hpp>
 
 #include "board/commands/CommandArguments.h"
+#include "board/commands/CommonCommands.h"
 #include "board/panel/Panel.h"
 #include "board/sandbox/RebootStub.h"
 #include "board/timeline/Difference.h"
@@ -180,8 +181,10 @@ CLI::App* AddDiff(CLI::App& app, DiffArguments& arguments) {
 
 int Diff(const DiffArguments& arguments) {
     const auto differences = Difference(ReadVcd(arguments.first), ReadVcd(arguments.second), arguments.options);
+    std::string text;
     for (const std::string& difference : differences)
-        std::printf("%s\n", difference.c_str());
+        text += difference + "\n";
+    PrintOutput(text);
     return differences.empty() ? 0 : 1;
 }
 
@@ -208,8 +211,11 @@ int RunCommand(int argc, char** argv) {
     record->add_flag("--force", replacesFile, "Replace FILE if it exists");
     DiffArguments diffArguments;
     const CLI::App* diff = AddDiff(app, diffArguments);
+    const CommonCommands common(app);
     try {
         app.parse(OwnArguments(argc, argv, command));
+        if (common.Run())
+            return 0;
         if (diff->parsed())
             return Diff(diffArguments);
         RequireProgram(app, command);
@@ -221,8 +227,7 @@ int RunCommand(int argc, char** argv) {
         AttachPanel(arguments, command);
         EndAs(RunBoard(options, CommandProgram(command)));
     } catch (const CLI::ParseError& error) {
-        const int code = app.exit(error);
-        return code == 0 ? 0 : BOARD_FAILED;
+        return EndParsing(app, error);
     }
 }
 

@@ -18,13 +18,23 @@ namespace {
 // Every command that runs a program has it.
 constexpr const char* SET = "--set";
 
+bool wasOutputMissing = false;
+
 } // namespace
 
 // open returns the lowest free number.
 void OpenMissingStandardStreams() {
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-        if (::fcntl(stream, F_GETFD) < 0 && errno == EBADF && ::open("/dev/null", O_RDWR) != stream)
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) >= 0 || errno != EBADF)
+            continue;
+        wasOutputMissing = wasOutputMissing || stream == STDOUT_FILENO;
+        if (::open("/dev/null", O_RDWR) != stream)
             ::_exit(BOARD_FAILED);
+    }
+}
+
+bool WasOutputMissing() {
+    return wasOutputMissing;
 }
 
 std::vector<std::string> OwnArguments(int argc, char** argv, std::vector<std::string>& program) {
@@ -88,6 +98,29 @@ void AddTestingOptions(CLI::App& command, std::optional<std::string>& timeline, 
         ->needs(play);
 }
 
+namespace {
+
+// "A is required" of CLI11, with the argument's description: "A is missing: the recording to compare with".
+std::string MissingText(const CLI::App& command, const CLI::Error& error) {
+    const std::string what = error.what();
+    const CLI::Option* option = command.get_option_no_throw(what.substr(0, what.find(' ')));
+    if (error.get_name() != "RequiredError" || option == nullptr || option->get_description().empty())
+        return what;
+    std::string description = option->get_description();
+    if (description.size() > 1 && description[1] >= 'a')
+        description[0] = static_cast<char>(description[0] | 0x20);
+    return option->get_single_name() + " is missing: " + description;
+}
+
+// The word can be the port of a --panel without one.
+bool IsPortOf(const CLI::App& command, const std::string& word) {
+    const CLI::Option* panel = command.get_option_no_throw("--panel");
+    return panel != nullptr && panel->count() > 0 && !word.empty() &&
+           word.find_first_not_of("0123456789") == std::string::npos;
+}
+
+} // namespace
+
 std::string RefusalText(const CLI::App* app, const CLI::Error& error) {
     const CLI::App* command = nullptr;
     std::string names;
@@ -97,12 +130,14 @@ std::string RefusalText(const CLI::App* app, const CLI::Error& error) {
     }
     const std::string called = app->get_name() + (command != nullptr ? " " + command->get_name() : "");
     const std::vector<std::string> rest = app->remaining(true);
-    std::string what = error.what();
+    std::string what = command == nullptr ? error.what() : MissingText(*command, error);
     if (command == nullptr)
         what = (rest.empty() ? "a command is missing" : "there is no command \"" + rest.front() + "\"") +
                "; there are: " + names;
     else if (!rest.empty() && rest.front().starts_with('-'))
         what = "there is no option " + rest.front();
+    else if (!rest.empty() && IsPortOf(*command, rest.front()))
+        what = "\"" + rest.front() + "\" is no option; give the panel's port as --panel=" + rest.front();
     else if (!rest.empty() && command->get_option_no_throw(SET) == nullptr)
         what = "\"" + rest.front() + "\" is one too many";
     else if (!rest.empty())

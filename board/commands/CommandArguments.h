@@ -23,6 +23,9 @@ inline constexpr int BOARD_FAILED = 125;
 // get its number, and the program's prints. Call it first in main. Ends the process with BOARD_FAILED if it cannot.
 void OpenMissingStandardStreams();
 
+// Standard output was one of them.
+bool WasOutputMissing();
+
 // The arguments up to "--" in CLI11's order, last first; the rest is the program's.
 std::vector<std::string> OwnArguments(int argc, char** argv, std::vector<std::string>& program);
 

@@ -16,6 +16,7 @@
 
 #include "board/base/Paths.h"
 #include "board/commands/CommandArguments.h"
+#include "board/commands/CommonCommands.h"
 #include "board/control/ScenarioPlayer.h"
 #include "board/emulated/ArmProgram.h"
 #include "board/emulated/Machine.h"
@@ -222,13 +223,15 @@ int RunEmulatorCommand(int argc, char** argv) {
     CLI::App* run =
         app.add_subcommand("run", "Boot the machine and run a program on it: run [OPTIONS] -- PROGRAM [ARG...]");
     AddRunOptions(*run, options);
+    const CommonCommands common(app);
 
     try {
         app.parse(OwnArguments(argc, argv, options.command));
+        if (common.Run())
+            return 0;
         RequireProgram(app, options.command);
     } catch (const CLI::ParseError& error) {
-        const int code = app.exit(error);
-        return code == 0 ? 0 : BOARD_FAILED;
+        return EndParsing(app, error);
     }
 
     try {

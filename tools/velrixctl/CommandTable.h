@@ -5,31 +5,9 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/completion/CommandRow.h"
+
 namespace VelrixTools {
-
-// A word of the command line that is not an option.
-struct ArgumentRow {
-    std::string name;
-    std::string description;
-    bool isRequired = false;
-    bool isRepeated = false;
-    std::vector<std::string> choices{}; // empty: anything, completed as a file's name
-};
-
-struct OptionRow {
-    std::string name;
-    std::string value; // what it takes; empty: nothing
-    std::string description;
-};
-
-// A command, as the parser, the help, the manual page and the completions need it.
-struct CommandRow {
-    std::string name;
-    std::string summary;           // a line
-    std::vector<std::string> text; // paragraphs; the last one says what the command leaves behind
-    std::vector<ArgumentRow> arguments;
-    std::vector<OptionRow> options;
-};
 
 // All commands, in the order of the help.
 const std::vector<CommandRow>& Commands();

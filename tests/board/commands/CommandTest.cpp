@@ -19,11 +19,19 @@ TEST(CommandTest, RefusesWhatItDoesNotUnderstandBeforeAnythingRuns) {
         std::vector<std::string> arguments;
         std::string reason;
     } rows[] = {
-        {{}, "a command is missing; there are: run, record, diff\n\"velrix-board --help\""},
-        {{"walk"}, "there is no command \"walk\"; there are: run, record, diff\n"},
+        {{}, "a command is missing; there are: run, record, diff, help, completion\n\"velrix-board --help\""},
+        {{"walk"}, "there is no command \"walk\"; there are: run, record, diff, help, completion\n"},
         {{"run"}, "the program is missing; give it after --, as in velrix-board run -- PROGRAM\n"},
         {{"run", "--"}, "the program is missing"},
         {{"run", "echo", "ran"}, "\"echo\" is no option; give the program after --, as in velrix-board run -- echo\n"},
+        {{"run", "--panel", "8642", "--", "echo"}, "\"8642\" is no option; give the panel's port as --panel=8642\n"},
+        {{"run", "--panel", "8642"}, "--panel=8642\n"},
+        {{"run", "--panel", "./8642"}, "as in velrix-board run -- ./8642\n"},
+        {{"run", "8642"}, "as in velrix-board run -- 8642\n"},
+        {{"record", "--", "echo"}, "FILE is missing: the file for what is done to the board, as a scenario\n"},
+        {{"help", "rum"}, "there is no command \"rum\"\n"},
+        {{"completion"}, "SHELL is missing: name of the shell\n"},
+        {{"completion", "ksh"}, "SHELL: ksh not in {bash,zsh,fish}\n"},
         {{"run", "--unknown", "--", "echo"},
          "there is no option --unknown\n\"velrix-board run --help\" says what can be given.\n"},
         {{"run", "--set", "OXBO_IRQ_N", "--", "echo"}, "LABEL=0 or LABEL=1"},
@@ -72,6 +80,47 @@ TEST(CommandTest, ExplainsItself) {
 
         EXPECT_EQ(end.ExitCode(), 0);
         EXPECT_THAT(end.output, HasSubstr("velrix-board run [OPTIONS] -- PROGRAM [ARG...]"));
+    }
+}
+
+TEST(CommandTest, HelpsWithACommand) {
+    const std::vector<std::string> commands = {"run", "record", "diff", "help", "completion"};
+    for (const std::string& command : commands) {
+        const CommandEnd option = CommandRun{{VELRIX_BOARD_COMMAND, command, "--help"}}.Run();
+        const CommandEnd help = CommandRun{{VELRIX_BOARD_COMMAND, "help", command}}.Run();
+
+        EXPECT_EQ(help.ExitCode(), 0);
+        EXPECT_EQ(help.output, option.output);
+        EXPECT_THAT(help.output, HasSubstr("\nUsage: velrix-board " + command + " "));
+    }
+    EXPECT_EQ((CommandRun{{VELRIX_BOARD_COMMAND, "help"}}).Run().output,
+              (CommandRun{{VELRIX_BOARD_COMMAND, "--help"}}).Run().output);
+}
+
+TEST(CommandTest, SaysItsVersion) {
+    const CommandEnd end = CommandRun{{VELRIX_BOARD_COMMAND, "--version"}}.Run();
+
+    EXPECT_EQ(end.output, "velrix-board " VELRIX_VERSION "\n");
+    EXPECT_EQ(end.ExitCode(), 0);
+}
+
+TEST(CommandTest, FailsWhenItsOutputIsFullOrClosed) {
+    const TestSupport::TemporaryFolder folder;
+    folder.Write("a.vcd", "$timescale 1 us $end\n$var wire 1 ! a $end\n$enddefinitions $end\n#0\n0!\n#5\n1!\n#9\n");
+    folder.Write("b.vcd", "$timescale 1 us $end\n$var wire 1 ! a $end\n$enddefinitions $end\n#0\n0!\n#9\n");
+    const std::string command = VELRIX_BOARD_COMMAND;
+    const std::string rows[] = {
+        command + " --help",          command + " run --help",
+        command + " --version",       command + " help diff",
+        command + " completion bash", command + " diff " + folder.Path("a.vcd") + " " + folder.Path("b.vcd")};
+    for (const std::string& row : rows) {
+        const CommandEnd full = CommandRun{{"sh", "-c", row + " > /dev/full"}}.Run();
+        EXPECT_EQ(full.ExitCode(), 125) << row;
+        EXPECT_EQ(full.errors, "velrix-board: cannot write the output: No space left on device\n") << row;
+
+        const CommandEnd closed = CommandRun{{"sh", "-c", row + " >&-"}}.Run();
+        EXPECT_EQ(closed.ExitCode(), 125) << row;
+        EXPECT_EQ(closed.errors, "velrix-board: cannot write the output: standard output is closed\n") << row;
     }
 }
 

@@ -78,7 +78,7 @@ TEST_F(DiffCommandTest, SaysWhyItCannotCompare) {
         std::vector<std::string> arguments;
         std::string reason;
     } rows[] = {
-        {{a}, "B is required"},
+        {{a}, "B is missing: the recording to compare"},
         {{a, folder.Path("none.vcd")}, folder.Path("none.vcd")},
         {{a, folder.Path("text.vcd")}, folder.Path("text.vcd") + ":1"},
         {{a, a, "--tolerance", "20"}, "takes a time such as 500us, 20ms or 1.5s, not 20"},

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace VelrixTools {
+
+// A word of the command line that is not an option.
+struct ArgumentRow {
+    std::string name;
+    std::string description;
+    bool isRequired = false;
+    bool isRepeated = false;
+    std::vector<std::string> choices{}; // empty: anything, completed as a file's name
+};
+
+struct OptionRow {
+    std::string name;
+    std::string value; // what it takes; empty: nothing
+    std::string description;
+    std::vector<std::string> choices{}; // values; empty: anything, completed as a file's name
+};
+
+// A command, as the parser, the help, the manual page and the completions need it.
+struct CommandRow {
+    std::string name;
+    std::string summary;           // a line
+    std::vector<std::string> text; // paragraphs; the last one says what the command leaves behind
+    std::vector<ArgumentRow> arguments;
+    std::vector<OptionRow> options;
+    bool runsProgram = false; // given after "--", with its arguments
+};
+
+} // namespace VelrixTools
