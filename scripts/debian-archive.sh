@@ -64,6 +64,11 @@ archive_armhf() {
     archive_retried apt-get "${archive[@]}" update || fail "the list of Debian's armhf packages cannot be fetched"
 }
 
+# archive_megabytes PACKAGE...: the size of their files. After archive_armhf.
+archive_megabytes() {
+    apt-get "${archive[@]}" --print-uris download "$@" | awk '{ sum += $3 } END { printf "%d", sum / 1000000 + 0.5 }'
+}
+
 # archive_download FOLDER PACKAGE...: the packages' files in FOLDER, and no others. After archive_armhf.
 archive_download() {
     local folder=$1
