@@ -116,6 +116,8 @@ void BoardParts::WatchLogs() {
 void BoardParts::Show(Program& program) {
     if (options.terminal)
         user.Show(state, *this, clock());
+    else if (options.attachments.empty() && !options.scenario.file && !options.recording)
+        user.Hint("add --terminal to see the board, or --panel to see it in a browser");
     user.PassOn(
         state, [this](ProgramStream stream) { return player && player->Hears(stream); }, program);
 }

@@ -42,6 +42,11 @@ void UserOutput::Say(const std::string& what) {
         errors.Write(text);
 }
 
+void UserOutput::Hint(const std::string& what) {
+    if (::isatty(STDERR_FILENO) == 1)
+        Say(what);
+}
+
 void UserOutput::Show(BoardState& state, const IBoardControl& control, BoardTime now) {
     using Style = TerminalView::Style;
     hasPicture = IsTerminal(STDERR_FILENO);

@@ -25,6 +25,9 @@ public:
     // Prints a line.
     void Say(const std::string& what);
 
+    // The same for a person alone: on a terminal.
+    void Hint(const std::string& what);
+
     // Shows the board from now on, on a terminal in colour.
     void Show(BoardState& state, const IBoardControl& control, BoardTime now);
 

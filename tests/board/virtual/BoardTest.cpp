@@ -951,6 +951,20 @@ TEST(BoardTest, TellsTheRecordsOfEachWebLogThatAProgramMakes) {
     EXPECT_EQ(records, "one two three four fives six ") << end.errors;
 }
 
+TEST(BoardTest, SaysOnATerminalHowToSeeTheBoard) {
+    const std::string hint = "velrix-board: add --terminal to see the board, or --panel to see it in a browser";
+    const auto printed = [](const std::vector<std::string>& options) {
+        Terminal terminal(OnBoard("echo the program runs", options));
+        const std::string text = terminal.ReadUntil("the program runs");
+        EXPECT_EQ(terminal.Wait(), 0);
+        return text;
+    };
+
+    EXPECT_THAT(printed({}), HasSubstr(hint));
+    EXPECT_THAT(printed({"--terminal"}), Not(HasSubstr(hint)));
+    EXPECT_THAT(printed({"--panel=0"}), Not(HasSubstr(hint)));
+}
+
 TEST(BoardTest, GivesTheTerminalToTheProgram) {
     Terminal terminal(OnBoard("tty; test -t 0 && test -t 1 && test -t 2 && read line < /dev/tty && echo got $line"));
 
