@@ -198,7 +198,18 @@ function buildFaultChoices() {
   const select = find('fault-signal');
   if (select.childElementCount === board.signals.length) return;
   select.replaceChildren(...board.signals.map((signal) => make('option', { value: signal.name }, signal.name)));
+  offerFaults();
 }
+
+// Only writes find a device full, and nobody writes to an input.
+function offerFaults() {
+  const kind = find('fault-kind');
+  const noSpace = kind.querySelector('[value=ENOSPC]');
+  noSpace.disabled = board.signals.find((signal) => signal.name === find('fault-signal').value)?.input ?? false;
+  if (noSpace.disabled && noSpace.selected) kind.value = 'EIO';
+}
+
+find('fault-signal').addEventListener('change', offerFaults);
 
 find('fault-kind').addEventListener('change', () => {
   for (const id of ['delay-label', 'delay-field']) find(id).hidden = find('fault-kind').value !== 'slow';

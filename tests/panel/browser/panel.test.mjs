@@ -198,7 +198,13 @@ describe('the panel', () => {
     const faults = page.getByRole('region', { name: 'Faults' });
     assert.equal(await faults.getByLabel('after').isVisible(), false);
 
+    const noSpace = faults.getByRole('option', { name: 'ENOSPC' });
+    await faults.getByLabel('Value file of').selectOption('MS.red');
+    assert.equal(await noSpace.isDisabled(), false);
+    await faults.getByLabel('answers with').selectOption('ENOSPC');
     await faults.getByLabel('Value file of').selectOption('OXBO_MOD_1');
+    assert.equal(await noSpace.isDisabled(), true); // nobody writes to an input
+    assert.equal(await faults.getByLabel('answers with').inputValue(), 'EIO');
     await faults.getByLabel('answers with').selectOption('slow');
     await faults.getByLabel('after').fill('120');
     await faults.getByRole('button', { name: 'Inject' }).click();
