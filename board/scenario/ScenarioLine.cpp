@@ -6,6 +6,8 @@
 #include <cstring>
 #include <utility>
 
+#include "board/scenario/Printable.h"
+
 namespace VelrixBoard {
 
 std::string JoinAlternatives(const std::vector<std::string>& names) {
@@ -14,6 +16,16 @@ std::string JoinAlternatives(const std::vector<std::string>& names) {
         list += (i == 0 ? "" : i + 1 == names.size() ? " or " : ", ") + names[i];
     return list;
 }
+
+namespace {
+
+// A word of a binary file can be the whole file.
+std::string Beginning(const std::string& word) {
+    constexpr std::size_t LONGEST = 60;
+    return word.size() <= LONGEST ? word : word.substr(0, LONGEST) + "...";
+}
+
+} // namespace
 
 ScenarioLine::ScenarioLine(std::shared_ptr<const std::string> ownFile, int ownNumber, std::string_view text)
     : file(std::move(ownFile)), number(ownNumber) {
@@ -39,13 +51,15 @@ ScenarioLine::ScenarioLine(std::shared_ptr<const std::string> ownFile, int ownNu
 }
 
 void ScenarioLine::Fail(std::size_t column, const std::string& problem) const {
-    throw ScenarioError(*file + ":" + std::to_string(number) + ":" + std::to_string(column) + ": " + problem);
+    // A binary file must not write to the user's terminal.
+    throw ScenarioError(*file + ":" + std::to_string(number) + ":" + std::to_string(column) + ": " +
+                        Printable(problem));
 }
 
 void ScenarioLine::FailHere(const std::string& expected) const {
     if (AtEnd())
         Fail(end + 1, "expected " + expected + ", found the end of the line");
-    Fail(words[next].column, "expected " + expected + ", found '" + words[next].text + "'");
+    Fail(words[next].column, "expected " + expected + ", found '" + Beginning(words[next].text) + "'");
 }
 
 bool ScenarioLine::Take(std::string_view word) {

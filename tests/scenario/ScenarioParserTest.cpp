@@ -202,6 +202,30 @@ TEST(ScenarioParser, PassesOverAByteOrderMark) {
     }
 }
 
+TEST(ScenarioParser, ShowsABinaryFileInPrintableCharacters) {
+    const struct {
+        std::string text;
+        const char* found;
+    } rows[] = {
+        {"\x7F"
+         "ELF\x02\x1B[31m\xFF",
+         "found '\\x7FELF\\x02\\x1B[31m\\xFF'"},
+        {"within \x1B[2J MS is red", "found '\\x1B[2J'"},
+        {"wait 1s \x07", "'\\x07'"},
+        {"web log has \"\\\x1B\"", "'\\\\x1B'"},
+        {std::string(1000, 'x'), "xxx...'"},
+    };
+    for (const auto& row : rows)
+        try {
+            ParseScenario("x", row.text, NAMES);
+            ADD_FAILURE() << row.found;
+        } catch (const ScenarioError& error) {
+            const std::string text = error.what();
+            EXPECT_NE(text.find(row.found), std::string::npos) << text;
+            EXPECT_LT(text.size(), 250U);
+        }
+}
+
 TEST(ScenarioParser, KnowsWhereWhatAStepIsAboutBegins) {
     const Scenario scenario = ParseScenario("x",
                                             "at 1s fault MS.red EIO\n  send TERM\nwithin  1s web log has a\n"
