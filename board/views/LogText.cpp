@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 
 namespace VelrixBoard {
 
@@ -27,6 +28,12 @@ constexpr struct {
 } SEVERITIES[] = {{"fatal", Weight::ERROR}, {"fatal", Weight::ERROR},     {"fatal", Weight::ERROR},
                   {"error", Weight::ERROR}, {"warning", Weight::WARNING}, {"info", Weight::NORMAL},
                   {"info", Weight::NORMAL}, {"debug", Weight::LIGHT}};
+
+// By the numbers of <syslog.h>; 12 to 15 are free.
+constexpr const char* FACILITIES[] = {"kern",   "user",   "mail",     "daemon", "auth",   "syslog", "lpr",    "news",
+                                      "uucp",   "cron",   "authpriv", "ftp",    "12",     "13",     "14",     "15",
+                                      "local0", "local1", "local2",   "local3", "local4", "local5", "local6", "local7"};
+constexpr int FIRST_NOT_FATAL = 3; // severity
 
 // "Nov  1 10:00:00 ", the time stamp of syslog(3).
 constexpr std::string_view TIME_FORM = "Aaa dd 00:00:00 ";
@@ -92,7 +99,12 @@ LogText ReadSystemLogRecord(std::string_view record) {
     if (BeginsWithTime(record))
         record.remove_prefix(TIME_FORM.size());
     const auto& severity = SEVERITIES[priority & 7];
-    return {severity.name + (" " + WithoutProcess(record)), severity.weight};
+    // The library sends a fatal event to two facilities.
+    const auto facility = static_cast<std::size_t>(priority >> 3);
+    const std::string origin = (priority & 7) < FIRST_NOT_FATAL && facility < std::size(FACILITIES)
+                                   ? std::string(" ") + FACILITIES[facility]
+                                   : "";
+    return {severity.name + origin + " " + WithoutProcess(record), severity.weight};
 }
 
 } // namespace VelrixBoard

@@ -46,7 +46,10 @@ TEST(LogTextTest, ReadsTheSystemLogByItsPriority) {
         const char* text;
         Weight weight;
     } rows[] = {
-        {"<8>gateway: gone", "fatal gateway: gone", Weight::ERROR},
+        {"<8>gateway: gone", "fatal user gateway: gone", Weight::ERROR},
+        {"<130>gateway: gone", "fatal local0 gateway: gone", Weight::ERROR},
+        {"<136>gateway: gone", "fatal local1 gateway: gone", Weight::ERROR},
+        {"<1000>gateway: gone", "fatal gateway: gone", Weight::ERROR},
         {"<11>Nov 21 10:00:00 gateway[7]: too hot: 99", "error gateway: too hot: 99", Weight::ERROR},
         {"<28>Nov  1 10:00:00 gateway: hm", "warning gateway: hm", Weight::WARNING},
         {"<13>gateway: note", "info gateway: note", Weight::NORMAL},
