@@ -19,11 +19,18 @@ std::string ReadSysctl(const std::filesystem::path& file) {
     return value;
 }
 
-// In a chroot the root directory is usually not a mount point, and the kernel refuses user namespaces.
+// In a chroot, the kernel refuses user namespaces. Its root directory is usually not a mount point; if it is, only root
+// can compare it with that of process 1.
 bool IsInChroot() {
     struct statx root {};
-    return ::statx(AT_FDCWD, "/", 0, STATX_BASIC_STATS, &root) == 0 &&
-           (root.stx_attributes_mask & ~root.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    if (::statx(AT_FDCWD, "/", 0, STATX_BASIC_STATS, &root) != 0)
+        return false;
+    if ((root.stx_attributes_mask & ~root.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0)
+        return true;
+    struct statx first {};
+    return ::statx(AT_FDCWD, "/proc/1/root", 0, STATX_BASIC_STATS, &first) == 0 &&
+           (first.stx_ino != root.stx_ino || first.stx_dev_major != root.stx_dev_major ||
+            first.stx_dev_minor != root.stx_dev_minor);
 }
 
 } // namespace
@@ -49,8 +56,9 @@ std::string DescribeRefusal(const std::string& step, int error, uid_t user, cons
     if (IsInChroot())
         return what + "User namespaces are refused inside a chroot. Enter the folder as a container, for instance with "
                       "\"systemd-nspawn -D FOLDER\" or with pivot_root.";
-    return what + "A container usually refuses them by its seccomp filter; start it with, for instance, "
-                  "\"--security-opt seccomp=unconfined\" and an unmasked /proc.";
+    return what + "In a container, its seccomp filter usually refuses them; start it with, for instance, "
+                  "\"--security-opt seccomp=unconfined\" and an unmasked /proc. In a chroot, the kernel refuses them; "
+                  "enter the folder with \"systemd-nspawn -D FOLDER\" instead.";
 }
 
 } // namespace VelrixBoard

@@ -14,6 +14,7 @@
 #include <poll.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #define FUSE_USE_VERSION 34
@@ -338,6 +339,10 @@ FileDescriptor MountFuse(const std::filesystem::path& mountPoint, FuseFiles::Own
         throw BoardError(what +
                          "Load it, as root, with \"modprobe fuse\"; start a container with \"--device /dev/fuse\".");
     }
+    struct stat status {};
+    if (::fstat(connection.Get(), &status) != 0 || !S_ISCHR(status.st_mode) || status.st_rdev != ::makedev(10, 229))
+        throw BoardError("/dev/fuse is not the kernel's device. Make it, as root, with \"rm /dev/fuse; mknod -m 0666 "
+                         "/dev/fuse c 10 229\"; start a container with \"--device /dev/fuse\".");
     const std::string options = "fd=" + std::to_string(connection.Get()) +
                                 ",rootmode=40000,user_id=" + std::to_string(owner.user) +
                                 ",group_id=" + std::to_string(owner.group) + ",default_permissions";

@@ -208,6 +208,7 @@ void BoardParts::RemoveOwnFiles() const {
     fs::remove(layout.NameList(), error);
     fs::remove(layout.PreloadLibrary(), error);
     fs::remove(layout.Control(), error);
+    fs::remove(layout.SyslogSocket(), error);
 }
 
 std::optional<int> BoardParts::Finish() {

@@ -33,6 +33,7 @@ TEST(RefusalTest, SaysWhyTheyAreRefusedAndWhatToDo) {
          "\"sysctl kernel.apparmor_restrict_unprivileged_userns=0\""},
         {"kernel/apparmor_restrict_unprivileged_userns", "1\n", ROOT, EACCES, "seccomp=unconfined"},
         {"kernel/apparmor_restrict_unprivileged_userns", "0\n", SOMEBODY, EACCES, "seccomp=unconfined"},
+        {"kernel/other", "0\n", SOMEBODY, EPERM, "\"systemd-nspawn -D FOLDER\""},
         {"kernel/other", "0\n", SOMEBODY, EUSERS, "too deep"},
         {"kernel/other", "0\n", SOMEBODY, EINVAL, "CONFIG_USER_NS"},
         {"kernel/other", "0\n", SOMEBODY, ENOSYS, "CONFIG_USER_NS"},

@@ -188,6 +188,7 @@ TEST(CommandTest, KeepsADirectoryThatWasNamed) {
     EXPECT_FALSE(std::filesystem::exists(folder.Path("b/stage")));
     EXPECT_FALSE(std::filesystem::exists(folder.Path("b/device")));
     EXPECT_FALSE(std::filesystem::exists(folder.Path("b/control")));
+    EXPECT_FALSE(std::filesystem::exists(folder.Path("b/dev-log")));
 }
 
 } // namespace

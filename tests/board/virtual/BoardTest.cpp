@@ -850,6 +850,18 @@ TEST(BoardTest, SaysWhatToDoWithoutFuse) {
     EXPECT_THAT(end.errors, AllOf(StartsWith("velrix-board: cannot open /dev/fuse"), HasSubstr("\"modprobe fuse\"")));
 }
 
+TEST(BoardTest, SaysWhatToDoWhereFuseIsAnotherFile) {
+    const CommandEnd end = CommandRun{OnBoard("umount /dev/fuse && > /dev/fuse; " VELRIX_BOARD_COMMAND
+                                              " run --isolation namespaces -- echo ran",
+                                              {"--as-root"})}
+                               .Run();
+
+    EXPECT_EQ(end.ExitCode(), 125);
+    EXPECT_EQ(end.output, "");
+    EXPECT_THAT(end.errors, AllOf(StartsWith("velrix-board: /dev/fuse is not the kernel's device"),
+                                  HasSubstr("mknod -m 0666 /dev/fuse c 10 229")));
+}
+
 TEST(BoardTest, NamesTheIsolationThatItChoseOnRequest) {
     const CommandEnd end = CommandRun{OnBoard("true", {"--isolation", "auto"})}.Run();
 
