@@ -2,6 +2,7 @@
 #include "board/virtual/UserOutput.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <string_view>
 #include <utility>
@@ -31,6 +32,9 @@ TerminalView::Size TerminalSize() {
                ? TerminalView::Size{size.ws_col, size.ws_row}
                : USUAL;
 }
+
+// More than a pipe can hold: the kernel's /proc/sys/fs/pipe-max-size.
+constexpr std::size_t LARGEST_PIPE = std::size_t{1024} * 1024;
 
 } // namespace
 
@@ -103,10 +107,13 @@ std::vector<ILoopPart*> UserOutput::Parts() {
 }
 
 void UserOutput::Finish(const Clock& clock, const StreamWriter::Patience& patience) {
-    do
+    // After the program's end only what the pipes hold is left, unless a process got away that goes on printing.
+    for (std::size_t i = 0; i <= LARGEST_PIPE / ProgramOutput::BYTES_PER_TURN; ++i) {
         if (!AwaitReader(patience))
             return;
-    while (std::ranges::count_if(passed, [&](const auto& each) { return each->ReadSome(clock()); }) > 0);
+        if (std::ranges::count_if(passed, [&](const auto& each) { return each->ReadSome(clock()); }) == 0)
+            break;
+    }
     if (!view)
         return;
     view->Finish(clock());
