@@ -1,25 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/completion/Completion.h"
 
+#include "tools/completion/Words.h"
+
 namespace VelrixTools {
 
 namespace {
 
-std::string Replaced(std::string text, const std::string& what, const std::string& with) {
-    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size()))
-        text.replace(at, what.size(), with);
-    return text;
-}
-
 std::string InQuotes(const std::string& text) {
     return "'" + Replaced(text, "'", "'\\''") + "'";
-}
-
-std::string Words(const std::vector<std::string>& words) {
-    std::string joined;
-    for (const std::string& word : words)
-        joined += (joined.empty() ? "" : " ") + word;
-    return joined;
 }
 
 // The shell function of the tool: "_velrix_board".
@@ -32,7 +21,7 @@ std::string NamesOf(const std::vector<OptionRow>& options, bool onlyWithValue) {
     for (const OptionRow& option : options)
         if (!onlyWithValue || !option.value.empty())
             names.push_back(option.name);
-    return Words(names);
+    return Joined(names);
 }
 
 // The words that can be at a place of the command line: those of the last argument, if that is repeated.
@@ -41,7 +30,7 @@ std::string BashArguments(const CommandRow& command) {
     for (std::size_t i = 0; i < command.arguments.size(); ++i) {
         const ArgumentRow& argument = command.arguments[i];
         cases += "                " + (argument.isRepeated ? std::string("*") : std::to_string(i)) + ") " +
-                 (argument.choices.empty() ? "files=1" : "words=" + InQuotes(Words(argument.choices))) + " ;;\n";
+                 (argument.choices.empty() ? "files=1" : "words=" + InQuotes(Joined(argument.choices))) + " ;;\n";
     }
     return cases.empty() ? "" : "            case $place in\n" + cases + "            esac\n";
 }
@@ -51,7 +40,7 @@ std::string BashValues(const CommandRow& command) {
     std::string cases;
     for (const OptionRow& option : command.options)
         if (!option.choices.empty())
-            cases += "                " + option.name + ") values=" + InQuotes(Words(option.choices)) + " ;;\n";
+            cases += "                " + option.name + ") values=" + InQuotes(Joined(option.choices)) + " ;;\n";
     return cases.empty() ? "" : "            case $before in\n" + cases + "            esac\n";
 }
 
@@ -73,7 +62,7 @@ std::string ZshText(std::string text) {
 }
 
 std::string ZshWords(const std::vector<std::string>& choices) {
-    return choices.empty() ? "_files" : "(" + Words(choices) + ")";
+    return choices.empty() ? "_files" : "(" + Joined(choices) + ")";
 }
 
 std::string ZshCase(const CommandRow& command) {
@@ -115,7 +104,7 @@ std::string BashCompletion(const CompletedTool& tool) {
            afterDashes +
            "        [[ ${COMP_WORDS[i]} == -* ]] || ((++place))\n    done\n"
            "    if ((COMP_CWORD == 1)); then\n        mapfile -t COMPREPLY < <(compgen -W " +
-           InQuotes(Words(names) + " " + NamesOf(tool.options, false)) +
+           InQuotes(Joined(names) + " " + NamesOf(tool.options, false)) +
            " -- \"$word\")\n        return\n    fi\n    case ${COMP_WORDS[1]} in\n" + BashCases(tool) +
            "    esac\n"
            "    if [[ -n $values ]]; then\n        mapfile -t COMPREPLY < <(compgen -W \"$values\" -- \"$word\")\n"
@@ -159,12 +148,12 @@ std::string FishCompletion(const CompletedTool& tool) {
         const std::string within = complete + " -n '__fish_seen_subcommand_from " + command.name + "'";
         script += complete + " -n __fish_use_subcommand -a " + command.name + " -d " + InQuotes(command.summary) + "\n";
         for (const OptionRow& option : command.options) {
-            const std::string value = option.choices.empty() ? " -r -F" : " -x -a " + InQuotes(Words(option.choices));
+            const std::string value = option.choices.empty() ? " -r -F" : " -x -a " + InQuotes(Joined(option.choices));
             script += within + " -l " + option.name.substr(2) + (option.value.empty() ? "" : value) + " -d " +
                       InQuotes(option.description) + "\n";
         }
         for (const ArgumentRow& argument : command.arguments)
-            script += within + (argument.choices.empty() ? " -F" : " -a " + InQuotes(Words(argument.choices))) +
+            script += within + (argument.choices.empty() ? " -F" : " -a " + InQuotes(Joined(argument.choices))) +
                       " -d " + InQuotes(argument.description) + "\n";
         if (command.runsProgram)
             script += within + " -F\n";

@@ -4,29 +4,17 @@
 #include <algorithm>
 
 #include "tools/completion/Completion.h"
+#include "tools/completion/Words.h"
 #include "tools/velrixctl/CommandTable.h"
 
 namespace VelrixTools {
 
 namespace {
 
-std::string Replaced(std::string text, const std::string& what, const std::string& with) {
-    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size()))
-        text.replace(at, what.size(), with);
-    return text;
-}
-
 // A hyphen is a minus, which can be copied into a shell; a line that begins with a dot would be a request.
 std::string Troff(const std::string& text) {
     const std::string escaped = Replaced(Replaced(text, "\\", "\\e"), "-", "\\-");
     return escaped.starts_with('.') || escaped.starts_with('\'') ? "\\&" + escaped : escaped;
-}
-
-std::string Words(const std::vector<std::string>& words) {
-    std::string joined;
-    for (const std::string& word : words)
-        joined += (joined.empty() ? "" : " ") + word;
-    return joined;
 }
 
 std::string ManualTag(const std::string& bold, const std::string& italic, const std::string& text) {
@@ -45,7 +33,7 @@ std::string ManualCommand(const CommandRow& command) {
     for (const ArgumentRow& argument : command.arguments)
         page +=
             ManualTag(argument.name, "",
-                      argument.description + (argument.choices.empty() ? "" : ": " + Words(argument.choices)) + ".");
+                      argument.description + (argument.choices.empty() ? "" : ": " + Joined(argument.choices)) + ".");
     std::vector<OptionRow> options = command.options;
     options.push_back(HelpOption());
     for (const OptionRow& option : options)

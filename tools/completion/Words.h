@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace VelrixTools {
+
+// The text with every occurrence replaced, from left to right. what: not empty.
+std::string Replaced(std::string text, const std::string& what, const std::string& with);
+
+// The words with a blank between them.
+std::string Joined(const std::vector<std::string>& words);
+
+} // namespace VelrixTools
