@@ -260,14 +260,18 @@ TEST_F(ScenarioCommandTest, SaysWhatItExpectedAndSawAndWhen) {
 
 TEST_F(ScenarioCommandTest, JudgesWhatTheProgramPrintsAndPassesItOn) {
     // More than a pipe and a turn of the loop take; the last piece has no line end.
-    const CommandEnd end = Play("within 20s stdout has 50000\nwithin 20s stderr has prob\nnever stdout has problem\n"
-                                "within 20s program exits with 0",
-                                "i=0; while [ $i -le 50000 ]; do echo $i; i=$((i + 1)); done; printf 'a problem' >&2");
+    constexpr int LINES = 1'500;
+    const std::string rest(100, 'x');
+    const CommandEnd end =
+        Play("within 60s stdout has \"1499 x\"\nwithin 60s stderr has prob\nnever stdout has problem\n"
+             "within 60s program exits with 0",
+             "i=0; while [ $i -lt " + std::to_string(LINES) + " ]; do echo $i " + rest +
+                 "; i=$((i + 1)); done; printf 'a problem' >&2");
 
     EXPECT_EQ(end.ExitCode(), 0) << end.errors;
     std::string whole;
-    for (int i = 0; i <= 50'000; ++i)
-        whole += std::to_string(i) + "\n";
+    for (int i = 0; i < LINES; ++i)
+        whole += std::to_string(i) + " " + rest + "\n";
     EXPECT_TRUE(end.output == whole) << end.output.size();
     EXPECT_THAT(end.errors, StartsWith("a problem"));
 }
@@ -286,7 +290,7 @@ TEST_F(ScenarioCommandTest, ReportsWhatTheProgramPrinted) {
 
 TEST_F(ScenarioCommandTest, LeavesStreamsToTheProgramThatNobodyJudges) {
     folder.Write("a.scenario", "within 20s stderr has \"an error\"\nwithin 20s program exits with 0");
-    const CommandEnd end = CommandRun{OnBoard("test ! -p /dev/stdout && test -p /dev/stderr && echo an error >&2",
+    const CommandEnd end = CommandRun{OnBoard("test ! -p /proc/$$/fd/1 && test -p /proc/$$/fd/2 && echo an error >&2",
                                               {"--scenario", folder.Path("a.scenario")})}
                                .Run();
 
