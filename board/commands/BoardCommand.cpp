@@ -18,6 +18,7 @@
 #include "board/timeline/Difference.h"
 #include "board/timeline/VcdReader.h"
 #include "board/virtual/Board.h"
+#include "tools/completion/Words.h"
 
 namespace VelrixBoard {
 
@@ -84,13 +85,6 @@ std::optional<int> ParsePort(const std::string& text) {
     return port;
 }
 
-std::string Title(const std::vector<std::string>& command) {
-    std::string title;
-    for (const std::string& word : command)
-        title += (title.empty() ? "" : " ") + word;
-    return title;
-}
-
 // The options of a command that runs a program.
 struct RunArguments {
     BoardOptions options;
@@ -140,10 +134,11 @@ void AddRunOptions(CLI::App& run, RunArguments& arguments) {
 void AttachPanel(RunArguments& arguments, const std::vector<std::string>& command) {
     if (arguments.panel.empty())
         return;
-    arguments.options.attachments.emplace_back([number = ParsePort(arguments.panel), title = Title(command)](
-                                                   const BoardState& state, IBoardControl& control, Clock clock) {
-        return std::make_unique<Panel>(state, control, std::move(clock), title, number);
-    });
+    arguments.options.attachments.emplace_back(
+        [number = ParsePort(arguments.panel),
+         title = VelrixTools::Joined(command)](const BoardState& state, IBoardControl& control, Clock clock) {
+            return std::make_unique<Panel>(state, control, std::move(clock), title, number);
+        });
 }
 
 // Where two recorded runs differ.

@@ -9,10 +9,10 @@ std::string Replaced(std::string text, const std::string& what, const std::strin
     return text;
 }
 
-std::string Joined(const std::vector<std::string>& words) {
+std::string Joined(const std::vector<std::string>& words, const char* separator) {
     std::string joined;
     for (const std::string& word : words)
-        joined += (joined.empty() ? "" : " ") + word;
+        joined += (joined.empty() ? "" : separator) + word;
     return joined;
 }
 

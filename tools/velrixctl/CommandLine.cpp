@@ -10,6 +10,7 @@
 #include <CLI/CLI.hpp>
 
 #include "tools/check/Similar.h"
+#include "tools/completion/Words.h"
 #include "tools/velrixctl/Console.h"
 
 namespace VelrixTools {
@@ -23,17 +24,10 @@ std::vector<std::string> NamesOfCommands() {
     return names;
 }
 
-std::string Joined(const std::vector<std::string>& words) {
-    std::string joined;
-    for (const std::string& word : words)
-        joined += (joined.empty() ? "" : ", ") + word;
-    return joined;
-}
-
 // "; did you mean "led"?", or what there is.
 std::string Known(const std::string& word, const std::vector<std::string>& known) {
     const std::string similar = FindSimilar(word, known);
-    return similar.empty() ? "; there are: " + Joined(known) : "; did you mean \"" + similar + "\"?";
+    return similar.empty() ? "; there are: " + Joined(known, ", ") : "; did you mean \"" + similar + "\"?";
 }
 
 std::string InQuotes(const std::string& word) {
@@ -138,7 +132,7 @@ void CommandLine::CheckArguments() const {
     for (const ArgumentRow& argument : command->arguments) {
         if (argument.isRequired && !Has(argument.name))
             Refuse(argument.name + " is missing" +
-                       (argument.choices.empty() ? "" : "; there are: " + Joined(argument.choices)),
+                       (argument.choices.empty() ? "" : "; there are: " + Joined(argument.choices, ", ")),
                    command->name);
         for (const std::string& word : Values(argument.name))
             if (!argument.choices.empty() &&
