@@ -10,12 +10,14 @@ before(async () => { browser = await Browser.launch(); });
 after(() => Promise.all([browser.close(), endBoards()]));
 
 test('the panel shows the life of the gateway', async () => {
-  const board = await Board.start({ program: [process.env.VELRIX_GATEWAY] });
+  const program = [process.env.VELRIX_GATEWAY, '--seconds', '60']; // far longer than this takes
+  const board = await Board.start({ program });
   const window = await browser.window({ viewport: PHONE, colorScheme: 'dark', reducedMotion: 'reduce' });
   try {
     const page = await window.open(board);
     const pattern = (name) => page.locator(`.leds [data-led="${name}"]`);
     const webLog = page.getByRole('log', { name: 'Web log' });
+    await hasText(page.locator('#program-name'), program.join(' '));
     // Everything announced of an LED, also states too short for polling.
     const said = { announcement: [], pattern: [] };
     await page.exposeFunction('note', (kind, text) => said[kind].push(text));
