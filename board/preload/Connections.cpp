@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstring>
 
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/un.h>
@@ -39,28 +38,12 @@ constexpr int DescriptorOf(std::uint64_t state) {
     return static_cast<int>(state / 2) - 1;
 }
 
-// The kernel's descriptor table grows up to the highest number.
-constexpr std::uint64_t HIGHEST = 4096;
-
 // Longer than any fault of a board. SO_RCVTIMEO also disables SA_RESTART, so that a signal handler interrupts the wait.
 constexpr long LONGEST_WAIT_S = 2L * 60 * 60;
 
 // Timeout to connect to a busy board.
 constexpr long LONGEST_CONNECT_S = 60;
 constexpr int MOST_SIGNALS = 1000;
-
-// Moves the descriptor to a free high number, if any.
-int MoveUp(int descriptor) {
-    const std::uint64_t limit = std::min(Kernel::Limit(RLIMIT_NOFILE), HIGHEST);
-    for (std::uint64_t below = SLOTS; below >= 1 && limit > 2 * below; below /= 4) {
-        const int moved = Kernel::Duplicate(descriptor, static_cast<int>(limit - below));
-        if (moved >= 0) {
-            Kernel::Close(descriptor);
-            return moved;
-        }
-    }
-    return descriptor;
-}
 
 std::uint64_t Inode(int descriptor) {
     struct stat status {};
@@ -168,7 +151,7 @@ void Connection::Connect(const Names& names) {
     socket = Kernel::MakeSocket(SOCK_SEQPACKET);
     if (socket < 0)
         return;
-    socket = MoveUp(socket);
+    socket = Kernel::MoveUp(socket, SLOTS);
     const timeval toAnswer{LONGEST_WAIT_S, 0}, toConnect{LONGEST_CONNECT_S, 0};
     ::syscall(SYS_setsockopt, socket, SOL_SOCKET, SO_RCVTIMEO, &toAnswer, sizeof toAnswer);
     ::syscall(SYS_setsockopt, socket, SOL_SOCKET, SO_SNDTIMEO, &toConnect, sizeof toConnect);

@@ -13,7 +13,10 @@
 #include "board/preload/Path.h"
 #include "board/preload/Preloaded.h"
 #include "board/preload/Streams.h"
+#include "board/preload/Time.h"
+#include "board/preload/TimerFiles.h"
 #include "board/preload/ValueFiles.h"
+#include "board/preload/WakeSockets.h"
 
 namespace VelrixBoard::Preload {
 
@@ -28,13 +31,24 @@ constinit Next<int(unsigned, unsigned, int)> nextCloseRange{"close_range"};
 constinit Next<void(int)> nextClosefrom{"closefrom"};
 
 bool HasBoard() {
-    return Names::Current() != nullptr;
+    return Names::Current() != nullptr || Time::Page() != nullptr;
+}
+
+bool IsOwn(int descriptor) {
+    return Connections::IsOwn(descriptor) || WakeSocket::IsOwn(descriptor);
+}
+
+int LowestOwn(unsigned first, unsigned last) {
+    const int connection = Connections::LowestIn(first, last), socket = WakeSocket::LowestIn(first, last);
+    return connection < 0 || (socket >= 0 && socket < connection) ? socket : connection;
 }
 
 // Called before descriptor to is replaced.
 void MakeWay(int to) {
     LeaveStandardStream(to);
     Connections::Forget(to);
+    WakeSocket::Forget(to);
+    TimerFiles::Forget(to);
     Descriptors::Clear(to);
 }
 
@@ -50,9 +64,9 @@ int CloseRange(unsigned first, unsigned last, int flags) {
     if (!HasBoard() || (flags & static_cast<int>(CLOSE_RANGE_CLOEXEC)) != 0 || first > last)
         return nextCloseRange(first, last, flags);
     Descriptors::Clear(first, last);
+    TimerFiles::Forget(first, last);
     int result = 0;
-    for (int own = 0; result == 0 && (own = Connections::LowestIn(first, last)) >= 0;
-         first = static_cast<unsigned>(own) + 1)
+    for (int own = 0; result == 0 && (own = LowestOwn(first, last)) >= 0; first = static_cast<unsigned>(own) + 1)
         if (first < static_cast<unsigned>(own))
             result = nextCloseRange(first, static_cast<unsigned>(own) - 1, flags);
     return result == 0 && first <= last ? nextCloseRange(first, last, flags) : result;
@@ -66,9 +80,10 @@ using namespace VelrixBoard::Preload;
 
 VELRIX_PRELOADED(int, close, int descriptor) {
     if (HasBoard()) {
-        if (Connections::IsOwn(descriptor))
+        if (IsOwn(descriptor))
             return Fail(EBADF);
         LeaveStandardStream(descriptor);
+        TimerFiles::Forget(descriptor);
         // Before the close, since another thread may reuse the number at once.
         Descriptors::Clear(descriptor);
     }
@@ -78,13 +93,13 @@ VELRIX_PRELOADED(int, close, int descriptor) {
 VELRIX_PRELOADED(int, dup, int from) {
     if (!HasBoard())
         return nextDup(from);
-    return Connections::IsOwn(from) ? Fail(EBADF) : Duplicated(from, nextDup(from));
+    return IsOwn(from) ? Fail(EBADF) : Duplicated(from, nextDup(from));
 }
 
 VELRIX_PRELOADED(int, dup2, int from, int to) {
     if (!HasBoard() || from == to)
         return nextDup2(from, to);
-    if (Connections::IsOwn(from))
+    if (IsOwn(from))
         return Fail(EBADF);
     MakeWay(to);
     return Duplicated(from, nextDup2(from, to));
@@ -93,7 +108,7 @@ VELRIX_PRELOADED(int, dup2, int from, int to) {
 VELRIX_PRELOADED(int, dup3, int from, int to, int flags) {
     if (!HasBoard() || from == to)
         return nextDup3(from, to, flags);
-    if (Connections::IsOwn(from))
+    if (IsOwn(from))
         return Fail(EBADF);
     MakeWay(to);
     return Duplicated(from, nextDup3(from, to, flags));
@@ -106,7 +121,7 @@ VELRIX_PRELOADED(int, fcntl, int descriptor, int command, ...) {
     va_end(arguments);
     if (!HasBoard())
         return nextFcntl(descriptor, command, argument);
-    if (Connections::IsOwn(descriptor))
+    if (IsOwn(descriptor))
         return Fail(EBADF);
     if (command == F_DUPFD || command == F_DUPFD_CLOEXEC)
         return Duplicated(descriptor, nextFcntl(descriptor, command, argument));
@@ -126,7 +141,7 @@ VELRIX_PRELOADED(int, close_range, unsigned first, unsigned last, int flags) {
 }
 
 VELRIX_PRELOADED(void, closefrom, int first) {
-    if (!HasBoard() || Connections::LowestIn(first < 0 ? 0 : static_cast<unsigned>(first), UINT_MAX) < 0)
+    if (!HasBoard() || LowestOwn(first < 0 ? 0 : static_cast<unsigned>(first), UINT_MAX) < 0)
         nextClosefrom(first);
     else
         (void)CloseRange(first < 0 ? 0 : static_cast<unsigned>(first), UINT_MAX, 0);

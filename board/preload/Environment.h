@@ -5,9 +5,9 @@
 
 namespace VelrixBoard::Preload {
 
-// Saves the environment entries of this process's board. Call it before any other thread runs, or after another thread
-// did.
-void RememberEnvironment(const char* listPath);
+// Saves the entry that names a file of this process's board, and the one that loads this library. Call it before any
+// other thread runs, or after another thread did.
+void RememberEnvironment(const char* variable, const char* path);
 
 // The environment for a new program: the given one, with the board's entries restored. Keeps other libraries in
 // LD_PRELOAD.
@@ -18,7 +18,7 @@ public:
     char* const* Get() const { return entries; }
 
 private:
-    void Complete(char* const* given, const char* preloaded, bool hasList);
+    void Complete(char* const* given, const char* preloaded);
 
     char* const* entries;
     Kernel::Memory memory;

@@ -12,15 +12,13 @@
 #include "board/preload/Next.h"
 #include "board/preload/Path.h"
 #include "board/preload/Preloaded.h"
+#include "board/preload/TimedPolls.h"
 
 namespace VelrixBoard::Preload {
 
 namespace {
 
 constinit Next<int(int, int, int, epoll_event*)> nextEpollControl{"epoll_ctl"};
-constinit Next<int(int, epoll_event*, int, int)> nextEpollWait{"epoll_wait"};
-constinit Next<int(int, epoll_event*, int, int, const sigset_t*)> nextEpollPwait{"epoll_pwait"};
-constinit Next<int(int, epoll_event*, int, const timespec*, const sigset_t*)> nextEpollPwait2{"epoll_pwait2"};
 
 constexpr std::uint32_t ALWAYS = EPOLLIN | EPOLLOUT | EPOLLRDNORM | EPOLLWRNORM;
 constexpr std::uint32_t WAYS = EPOLLET | EPOLLONESHOT | EPOLLWAKEUP | EPOLLEXCLUSIVE;
@@ -147,14 +145,14 @@ VELRIX_PRELOADED(int, epoll_ctl, int queue, int operation, int descriptor, epoll
 }
 
 VELRIX_PRELOADED(int, epoll_wait, int queue, epoll_event* events, int size, int timeoutMs) {
-    return Translate(events, nextEpollWait(queue, events, size, timeoutMs));
+    return Translate(events, TimedPolls::EpollWait(queue, events, size, timeoutMs));
 }
 
 VELRIX_PRELOADED(int, epoll_pwait, int queue, epoll_event* events, int size, int timeoutMs, const sigset_t* signals) {
-    return Translate(events, nextEpollPwait(queue, events, size, timeoutMs, signals));
+    return Translate(events, TimedPolls::EpollPwait(queue, events, size, timeoutMs, signals));
 }
 
 VELRIX_PRELOADED(int, epoll_pwait2, int queue, epoll_event* events, int size, const timespec* timeout,
                  const sigset_t* signals) {
-    return Translate(events, nextEpollPwait2(queue, events, size, timeout, signals));
+    return Translate(events, TimedPolls::EpollPwait2(queue, events, size, timeout, signals));
 }

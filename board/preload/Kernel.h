@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -18,15 +19,27 @@ namespace VelrixBoard::Preload::Kernel {
 int Open(int directory, const char* path, int flags);
 int Close(int descriptor);
 ssize_t Read(int descriptor, void* buffer, std::size_t size);
+ssize_t ReadNow(int descriptor, void* buffer, std::size_t size); // EAGAIN instead of waiting
+ssize_t Write(int descriptor, const void* buffer, std::size_t size);
+bool IsReadable(int descriptor);
+bool IsNonBlocking(int descriptor);
 ssize_t ReadLink(int directory, const char* path, char* buffer, std::size_t size);
 ssize_t CurrentDirectory(char* buffer, std::size_t size); // without the terminating zero
 int Status(int descriptor, struct stat& status);
 int Status(const char* path, bool follow, struct stat& status);
-int Duplicate(int descriptor, int lowest); // with O_CLOEXEC
+int Duplicate(int descriptor, int lowest);      // with O_CLOEXEC
+int MoveUp(int descriptor, std::uint64_t room); // to a free high number, if any: the descriptor's number now
 int MakeSocket(int type);
+int Bind(int socket, const sockaddr* address, socklen_t size);
+int SocketName(int socket, sockaddr* address, socklen_t* size);
 ssize_t Send(int socket, const msghdr& message);
 ssize_t Receive(int socket, msghdr& message, int flags);
 pid_t Process();
+pid_t Thread();
+bool IsGone(pid_t process, pid_t thread);
+void* MapShared(int descriptor, std::size_t size);
+int FutexWait(std::atomic<std::uint32_t>& word, std::uint32_t expected); // shared; EINTR after every signal handler
+void FutexWake(std::atomic<std::uint32_t>& word);                        // one thread
 uid_t EffectiveUser();
 gid_t EffectiveGroup();
 std::uint64_t Limit(int resource);

@@ -69,7 +69,7 @@ const Names* Begin() {
     if (names == nullptr)
         EndWithoutList(path, errno);
     owner.store(Kernel::Process());
-    RememberEnvironment(path);
+    RememberEnvironment(LIST_VARIABLE, path);
     Descriptors::TakeInherited(*names);
     const Names* expected = nullptr;
     // Race of several first threads: one wins; the lists are equal.

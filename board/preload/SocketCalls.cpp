@@ -11,6 +11,7 @@
 #include "board/preload/Next.h"
 #include "board/preload/Path.h"
 #include "board/preload/Preloaded.h"
+#include "board/preload/Time.h"
 
 namespace VelrixBoard::Preload {
 
@@ -65,6 +66,10 @@ bool SocketAddress::Shorten(const char* path) {
 using namespace VelrixBoard::Preload;
 
 VELRIX_PRELOADED(int, connect, int socket, const sockaddr* address, socklen_t size) {
+    const bool isInternet = address != nullptr && (address->sa_family == AF_INET || address->sa_family == AF_INET6);
+    TimePage* const page = isInternet ? Time::Page() : nullptr;
+    if (page != nullptr)
+        Time::NoteUnserved(*page, Unserved::CONNECTION);
     const SocketAddress led(address, size);
     return nextConnect(socket, led.Get(), led.Size());
 }

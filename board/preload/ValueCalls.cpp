@@ -14,6 +14,7 @@
 #include "board/preload/Path.h"
 #include "board/preload/Preloaded.h"
 #include "board/preload/Protocol.h"
+#include "board/preload/TimerFiles.h"
 #include "board/preload/ValueFiles.h"
 
 namespace VelrixBoard::Preload {
@@ -81,7 +82,10 @@ using namespace VelrixBoard::Preload;
 
 VELRIX_PRELOADED(ssize_t, read, int descriptor, void* buffer, size_t size) {
     const Opened opened(descriptor);
-    return opened ? ValueFiles::Read(opened, buffer, size, AT_POSITION) : nextRead(descriptor, buffer, size);
+    if (opened)
+        return ValueFiles::Read(opened, buffer, size, AT_POSITION);
+    ssize_t result = 0;
+    return TimerFiles::Read(descriptor, buffer, size, result) ? result : nextRead(descriptor, buffer, size);
 }
 VELRIX_PRELOADED(ssize_t, pread, int descriptor, void* buffer, size_t size, off_t offset) {
     const Opened opened(descriptor);

@@ -12,17 +12,14 @@
 #include "board/preload/Next.h"
 #include "board/preload/Path.h"
 #include "board/preload/Preloaded.h"
+#include "board/preload/TimedPolls.h"
 
 namespace VelrixBoard::Preload {
 
 namespace {
 
-constinit Next<int(pollfd*, nfds_t, int)> nextPoll{"poll"};
-constinit Next<int(pollfd*, nfds_t, const timespec*, const sigset_t*)> nextPpoll{"ppoll"};
 constinit Next<int(pollfd*, nfds_t, int, size_t)> nextPollChecked{"__poll_chk"};
 constinit Next<int(pollfd*, nfds_t, const timespec*, const sigset_t*, size_t)> nextPpollChecked{"__ppoll_chk"};
-constinit Next<int(int, fd_set*, fd_set*, fd_set*, timeval*)> nextSelect{"select"};
-constinit Next<int(int, fd_set*, fd_set*, fd_set*, const timespec*, const sigset_t*)> nextPselect{"pselect"};
 
 constexpr short ALWAYS = POLLIN | POLLOUT | POLLRDNORM | POLLWRNORM;
 constexpr timespec NOW{};
@@ -170,44 +167,45 @@ using namespace VelrixBoard::Preload;
 
 VELRIX_PRELOADED(int, poll, pollfd* waits, nfds_t count, int timeoutMs) {
     if (!HasValue(waits, count))
-        return nextPoll(waits, count, timeoutMs);
-    return PollValues(waits, count,
-                      [=](pollfd* asked, bool isReady) { return nextPoll(asked, count, isReady ? 0 : timeoutMs); });
+        return TimedPolls::Poll(waits, count, timeoutMs);
+    return PollValues(waits, count, [=](pollfd* asked, bool isReady) {
+        return TimedPolls::Poll(asked, count, isReady ? 0 : timeoutMs);
+    });
 }
 VELRIX_PRELOADED(int, __poll_chk, pollfd* waits, nfds_t count, int timeoutMs, size_t room) {
-    if (count > room / sizeof(pollfd) || !HasValue(waits, count))
+    if (count > room / sizeof(pollfd))
         return nextPollChecked(waits, count, timeoutMs, room);
     return velrix_poll(waits, count, timeoutMs);
 }
 
 VELRIX_PRELOADED(int, ppoll, pollfd* waits, nfds_t count, const timespec* timeout, const sigset_t* signals) {
     if (!HasValue(waits, count))
-        return nextPpoll(waits, count, timeout, signals);
+        return TimedPolls::Ppoll(waits, count, timeout, signals);
     return PollValues(waits, count, [=](pollfd* asked, bool isReady) {
-        return nextPpoll(asked, count, isReady ? &NOW : timeout, signals);
+        return TimedPolls::Ppoll(asked, count, isReady ? &NOW : timeout, signals);
     });
 }
 VELRIX_PRELOADED(int, __ppoll_chk, pollfd* waits, nfds_t count, const timespec* timeout, const sigset_t* signals,
                  size_t room) {
-    if (count > room / sizeof(pollfd) || !HasValue(waits, count))
+    if (count > room / sizeof(pollfd))
         return nextPpollChecked(waits, count, timeout, signals, room);
     return velrix_ppoll(waits, count, timeout, signals);
 }
 
 VELRIX_PRELOADED(int, select, int count, fd_set* reading, fd_set* writing, fd_set* exceptional, timeval* timeout) {
     if (!HasValue(count, reading, writing, exceptional))
-        return nextSelect(count, reading, writing, exceptional, timeout);
+        return TimedPolls::Select(count, reading, writing, exceptional, timeout);
     return SelectValues(count, reading, writing, exceptional, [=](fd_set* r, fd_set* w, fd_set* e, bool isReady) {
         timeval now{};
-        return nextSelect(count, r, w, e, isReady ? &now : timeout);
+        return TimedPolls::Select(count, r, w, e, isReady ? &now : timeout);
     });
 }
 
 VELRIX_PRELOADED(int, pselect, int count, fd_set* reading, fd_set* writing, fd_set* exceptional,
                  const timespec* timeout, const sigset_t* signals) {
     if (!HasValue(count, reading, writing, exceptional))
-        return nextPselect(count, reading, writing, exceptional, timeout, signals);
+        return TimedPolls::Pselect(count, reading, writing, exceptional, timeout, signals);
     return SelectValues(count, reading, writing, exceptional, [=](fd_set* r, fd_set* w, fd_set* e, bool isReady) {
-        return nextPselect(count, r, w, e, isReady ? &NOW : timeout, signals);
+        return TimedPolls::Pselect(count, r, w, e, isReady ? &NOW : timeout, signals);
     });
 }
