@@ -17,7 +17,7 @@ namespace VelrixBoard {
 //     reboot  syslog  changes  writes  logs of the board, one record per line
 //
 // The value files are not there; they exist only on the board. A board without namespaces also has device/, names and
-// velrix-board-preload.so there, while it runs.
+// velrix-board-preload.so there, while it runs; one with virtual time has clock and velrix-board-preload.so.
 //
 // A value object, without file access.
 class BoardLayout final {
@@ -35,6 +35,7 @@ public:
     std::filesystem::path Stage() const { return root / "stage"; }
     std::filesystem::path Device() const { return root / "device"; }
     std::filesystem::path Files() const { return root / "files"; }
+    std::filesystem::path Clock() const { return root / "clock"; }
     std::filesystem::path NameList() const { return root / "names"; }
     std::filesystem::path PreloadLibrary() const { return root / "velrix-board-preload.so"; }
 

@@ -18,4 +18,10 @@ inline Clock StartClock() {
     return [start = Source::now()] { return std::chrono::duration_cast<BoardTime>(Source::now() - start); };
 }
 
+// A jump of the board's wall clock: to a moment since 1970, or by a length of time, back where that is negative.
+struct WallClockChange {
+    bool isRelative = false;
+    std::chrono::nanoseconds time{0};
+};
+
 } // namespace VelrixBoard

@@ -13,6 +13,7 @@
 
 #include "board/commands/CommandArguments.h"
 #include "board/commands/CommonCommands.h"
+#include "board/commands/TimingOptions.h"
 #include "board/panel/Panel.h"
 #include "board/sandbox/RebootStub.h"
 #include "board/timeline/Difference.h"
@@ -89,6 +90,7 @@ std::optional<int> ParsePort(const std::string& text) {
 struct RunArguments {
     BoardOptions options;
     std::string panel; // its port; empty: no panel
+    TimingOptions timing;
 };
 
 void AddRunOptions(CLI::App& run, RunArguments& arguments) {
@@ -123,12 +125,20 @@ void AddRunOptions(CLI::App& run, RunArguments& arguments) {
         "--no-syslog", [&options] { options.syslog = false; }, "Leave /dev/log free for a daemon started on the board");
     run.add_flag("--terminal", options.terminal, "Show LEDs, lines, module, faults and logs on standard error");
     AddTestingOptions(run, options.timeline, options.scenario);
+    arguments.timing.AddTo(run);
     AddDeviceOptions(run, options);
     TakeOneValueEach(run);
     run.add_flag("--panel", arguments.panel,
                  "Show the board in a browser, on 127.0.0.1; on port 8642, or a free one where that is in use, if none "
                  "is given: --panel=PORT")
         ->type_name("[=PORT]");
+}
+
+// Throws CLI::ParseError for options that do not go together.
+void SetTime(RunArguments& arguments) {
+    arguments.options.time = arguments.timing.Get();
+    if (arguments.options.time.isVirtual)
+        arguments.options.scenario.tolerance = VIRTUAL_TIME_TOLERANCE;
 }
 
 void AttachPanel(RunArguments& arguments, const std::vector<std::string>& command) {
@@ -219,6 +229,7 @@ int RunCommand(int argc, char** argv) {
         if (options.recording && !replacesFile && std::filesystem::exists(*options.recording))
             throw CLI::ValidationError("FILE",
                                        *options.recording + " exists; name another file, or replace it with --force");
+        SetTime(arguments);
         AttachPanel(arguments, command);
         EndAs(RunBoard(options, CommandProgram(command)));
     } catch (const CLI::ParseError& error) {

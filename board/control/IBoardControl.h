@@ -36,6 +36,9 @@ public:
 
     // Sends the signal to the program if one runs.
     virtual void SignalProgram(int signal) = 0;
+
+    // Throws BoardError where the program has the machine's time.
+    virtual void ChangeWallClock(const WallClockChange& change) = 0;
 };
 
 // An external observer and control of a running board. Made just before the program starts, may start threads, and is

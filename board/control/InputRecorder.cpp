@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "board/base/BoardError.h"
+#include "board/timeline/Timeline.h"
 
 namespace VelrixBoard {
 
@@ -43,6 +44,15 @@ void InputRecorder::SetOxboReadyAfter(std::optional<std::chrono::milliseconds> d
 void InputRecorder::SignalProgram(int signal) {
     control.SignalProgram(signal);
     Put(std::string("send ") + ::sigabbrev_np(signal));
+}
+
+void InputRecorder::ChangeWallClock(const WallClockChange& change) {
+    control.ChangeWallClock(change);
+    if (change.isRelative)
+        Put(change.time < change.time.zero() ? "set clock back " + Microseconds(-change.time)
+                                             : "set clock forward " + Microseconds(change.time));
+    else
+        Put("set clock " + TextOfDate(change.time));
 }
 
 void InputRecorder::Finish() {

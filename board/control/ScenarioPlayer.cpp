@@ -47,14 +47,15 @@ ScenarioPlayer::ScenarioPlayer(const ScenarioOptions& options, const BoardState&
                                IBoardControl& boardControl)
     : state(boardState), control(boardControl), reportFile(options.junit.value_or("")),
       suite(options.name.value_or(SuiteName(options.file.value_or("")))), report(OpenReport(options.junit)),
-      names(NamesOf(boardState.Model())), scenario(Read(options.file.value())), runner(scenario, names, *this) {
+      names(NamesOf(boardState.Model())), scenario(Read(options.file.value(), options.tolerance)),
+      runner(scenario, names, *this) {
     for (std::size_t signal = 0; signal < state.Count(); ++signal)
         OnChange(signal, state.Level(signal), BoardTime(0));
 }
 
-Scenario ScenarioPlayer::Read(const std::string& file) {
+Scenario ScenarioPlayer::Read(const std::string& file, ScenarioTime tolerance) {
     try {
-        return ReadScenario(file, names);
+        return ReadScenario(file, names, tolerance);
     } catch (const ScenarioError& mistake) {
         if (report.is_open())
             WriteReport(JUnitReport(suite, mistake));

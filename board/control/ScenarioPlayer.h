@@ -14,6 +14,7 @@
 #include "board/model/BoardState.h"
 #include "board/scenario/JUnit.h"
 #include "board/scenario/Scenario.h"
+#include "board/scenario/ScenarioParser.h"
 #include "board/scenario/ScenarioRunner.h"
 
 namespace VelrixBoard {
@@ -25,7 +26,8 @@ ScenarioNames NamesOf(const BoardModel& model);
 struct ScenarioOptions {
     std::optional<std::string> file{};
     std::optional<std::string> junit{};
-    std::optional<std::string> name{}; // of the report's suite; the file's name if not given
+    std::optional<std::string> name{};          // of the report's suite; the file's name if not given
+    ScenarioTime tolerance = DEFAULT_TOLERANCE; // of steps that name none
 };
 
 // Plays a scenario on a board and judges the run, with times since the first start of the program. After the last step
@@ -69,12 +71,13 @@ public:
     int Finish(BoardTime now);
 
 private:
-    Scenario Read(const std::string& file);
+    Scenario Read(const std::string& file, ScenarioTime tolerance);
     void WriteReport(const std::string& text);
 
     void Set(const std::string& line, bool high) override { control.DriveInput(FindSignal(state, line), high); }
     void SetFault(const std::string& signal, const std::optional<Fault>& fault) override;
     void Send(int signal) override { control.SignalProgram(signal); }
+    void SetClock(const WallClockChange& change) override { control.ChangeWallClock(change); }
 
     using Event = std::function<void(ScenarioTime)>;
 

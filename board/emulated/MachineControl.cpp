@@ -24,6 +24,10 @@ void MachineControl::SetOxboReadyAfter(std::optional<std::chrono::milliseconds> 
     module->SetReadyAfter(delay, machine.Now());
 }
 
+void MachineControl::ChangeWallClock(const WallClockChange&) {
+    throw BoardError("the emulated board cannot set its clock; try that on velrix-board with --time virtual");
+}
+
 void MachineControl::SignalProgram(int signal) {
     machine.Signal(::sigabbrev_np(signal));
 }

@@ -34,9 +34,6 @@ using Number = DeviceTree::Number;
 // with a program that waits for the board.
 constexpr double FOR_EVER_S = 86400;
 
-// Requests per turn of the event loop.
-constexpr int BURST = 64;
-
 } // namespace
 
 struct FuseFiles::OpenFile {
@@ -302,7 +299,7 @@ int FuseFiles::Descriptor() const {
 }
 
 void FuseFiles::Run(BoardTime) {
-    for (int i = 0; i < BURST && Descriptor() >= 0; ++i) {
+    for (int i = 0; i < requestsPerTurn && Descriptor() >= 0; ++i) {
         const int length = fuse_session_receive_buf(session, &buffer->content);
         if (length == -EINTR)
             continue;

@@ -38,6 +38,9 @@ public:
     // Starts to serve the connection, a mounted descriptor of /dev/fuse. Throws BoardError when the library cannot.
     void Serve(FileDescriptor connection);
 
+    // Gives the other parts of the loop their turn after each request, so that what they do depends on no race.
+    void ServeOneAtATime() { requestsPerTurn = 1; }
+
     // The connection; -1 before and after it.
     int Descriptor() const override;
     void Run(BoardTime now) override;
@@ -56,6 +59,7 @@ private:
     std::unique_ptr<Buffer> buffer;
     fuse_session* session = nullptr;
     bool ended = false;
+    int requestsPerTurn = 64; // one system call less for each, and the other parts still have theirs soon
     std::map<std::uint64_t, std::unique_ptr<OpenFile>> openFiles;
     std::uint64_t nextOpenFile = 1;
     std::map<fuse_req*, LateRequest> late;

@@ -122,6 +122,7 @@ void ValueFiles::Run(BoardTime now) {
 }
 
 ValueFiles::Ticket ValueFiles::Take(Request request) {
+    tellRequest();
     const Fault* fault = FaultOfFile(request.file);
     if (fault == nullptr || fault->kind != Fault::Kind::SLOW) {
         Carry(request);

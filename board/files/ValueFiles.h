@@ -75,6 +75,9 @@ public:
     // Sets the callback for events of files.
     void OnEvent(std::function<void(Number)> function) { tellEvent = std::move(function); }
 
+    // Has the function called before each read and write. Replaces the one before.
+    void OnRequest(std::function<void()> function) { tellRequest = std::move(function); }
+
     // Drives an input; wakes up poll.
     void DriveInput(std::size_t signal, bool level);
 
@@ -108,6 +111,7 @@ private:
     std::vector<std::optional<Fault>> faults; // by signal
     std::map<Number, std::uint64_t> events;   // edges of each input from outside
     std::function<void(Number)> tellEvent = [](Number) {};
+    std::function<void()> tellRequest = [] {};
     std::list<Request> late; // of slow files, unordered
     Ticket nextTicket = 1;
 };

@@ -36,9 +36,10 @@ public:
     // BoardError when it cannot wait.
     void Round(std::optional<BoardTime> longest = std::nullopt);
 
-private:
+    // By the machine's time.
     static int Poll(std::vector<pollfd>& descriptors, const std::optional<BoardTime>& longest);
 
+private:
     void AwaitParts(std::optional<BoardTime> longest);
 
     Clock clock;

@@ -32,6 +32,9 @@ public:
 
     // Process 1 has set up the board as far as serving the value files through the descriptor needs.
     virtual void Serve(FileDescriptor connection) = 0;
+
+    // Gives the other parts of the loop their turn after each request of a program.
+    virtual void ServeOneAtATime() = 0;
 };
 
 } // namespace VelrixBoard

@@ -15,6 +15,9 @@ struct InitPlan {
     // The board has a pid namespace: process 1 has that id, and its end kills all others.
     bool hasOwnNumbers = true;
 
+    // The programs have the library of board/preload anyway.
+    bool preloadsLibrary = false;
+
     // Sets up the board, with the socket to the board's process; throws BoardError.
     std::function<void(int socket)> makeBoard = [](int) {};
 

@@ -20,6 +20,8 @@ public:
     pid_t Fork() override;
     void Serve(FileDescriptor connection) override { fuse.Serve(std::move(connection)); }
 
+    void ServeOneAtATime() override { fuse.ServeOneAtATime(); }
+
     int Descriptor() const override { return fuse.Descriptor(); }
     void Run(BoardTime now) override { fuse.Run(now); }
 

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <string_view>
-
 #include <sys/resource.h>
 
 #include "board/base/BoardLayout.h"
@@ -28,6 +26,8 @@ public:
     pid_t Fork() override;
     void Serve(FileDescriptor) override {}
 
+    void ServeOneAtATime() override { files.ServeOneAtATime(); }
+
     int Descriptor() const override { return files.Descriptor(); }
     void Run(BoardTime now) override { files.Run(now); }
 
@@ -39,8 +39,5 @@ private:
     rlimit descriptors{}; // the original limit, for the program
     PreloadFiles files;
 };
-
-// The library's bytes; empty if it was not built, as for 32-bit machines.
-std::string_view PreloadLibrary();
 
 } // namespace VelrixBoard

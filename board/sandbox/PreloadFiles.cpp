@@ -34,7 +34,6 @@ constexpr std::uint64_t LISTENER = 1;
 
 // Limits per turn of the event loop: rounds, sources per round, and values per round that one program wrote around the
 // library.
-constexpr int ROUNDS_PER_TURN = 64;
 constexpr int SOURCES = 64;
 constexpr int WRITES = 16;
 
@@ -126,7 +125,7 @@ void PreloadFiles::OnFault(std::size_t signal, BoardTime) {
 }
 
 void PreloadFiles::Run(BoardTime) {
-    for (int i = 0; i < ROUNDS_PER_TURN && RunOnce(); ++i) {
+    for (int i = 0; i < roundsPerTurn && RunOnce(); ++i) {
     }
 }
 

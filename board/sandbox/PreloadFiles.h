@@ -42,6 +42,9 @@ public:
 
     void OnFault(std::size_t signal, BoardTime time) override;
 
+    // Gives the other parts of the loop their turn after each request, so that what they do depends on no race.
+    void ServeOneAtATime() { roundsPerTurn = 1; }
+
     // An epoll descriptor of all sockets.
     int Descriptor() const override { return queue.Get(); }
     void Run(BoardTime now) override;
@@ -95,6 +98,7 @@ private:
     std::map<std::uint64_t, Connection> connections; // by source, as are the open files: unique numbers
     std::map<std::uint64_t, OpenFile> openFiles;
     std::uint64_t nextSource;
+    int roundsPerTurn = 64;
 };
 
 } // namespace VelrixBoard

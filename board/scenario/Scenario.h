@@ -8,6 +8,7 @@
 #include <variant>
 #include <vector>
 
+#include "board/base/Clock.h"
 #include "board/model/Fault.h"
 #include "board/timeline/Timeline.h"
 
@@ -93,8 +94,11 @@ struct InjectFault {
 struct SendSignal {
     int signal;
 };
+struct SetClock {
+    WallClockChange change;
+};
 
-using Action = std::variant<SetInput, InjectFault, SendSignal>;
+using Action = std::variant<SetInput, InjectFault, SendSignal, SetClock>;
 
 // The kinds of steps. Do and Await run in sequence: each begins when the previous one is done.
 struct Do {

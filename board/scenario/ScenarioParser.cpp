@@ -9,11 +9,10 @@ namespace VelrixBoard {
 
 namespace {
 
-constexpr ScenarioTime DEFAULT_TOLERANCE = std::chrono::milliseconds(50);
-
 class Parser final {
 public:
-    Parser(const ScenarioNames& ownNames) : names(ownNames) {
+    Parser(const ScenarioNames& ownNames, ScenarioTime defaultTolerance)
+        : names(ownNames), usualTolerance(defaultTolerance) {
         for (const auto& led : names.leds)
             for (const auto& color : led.colors)
                 signals.push_back(led.name + "." + color);
@@ -46,7 +45,14 @@ private:
     Action ParseAction(ScenarioLine& line) const {
         line.Begin();
         if (line.Take("set")) {
-            const std::string input = line.OneOf(names.inputs);
+            if (line.Take("clock"))
+                return ParseClock(line);
+            std::vector<std::string> settable = names.inputs;
+            if (line.AtEnd() || std::find(settable.begin(), settable.end(), line.Peek()) == settable.end()) {
+                settable.push_back("clock");
+                line.FailHere(JoinAlternatives(settable));
+            }
+            const std::string input = line.Any("");
             return SetInput{input, line.High()};
         }
         if (line.Take("fault")) {
@@ -56,6 +62,18 @@ private:
         if (line.Take("send"))
             return SendSignal{line.Signal()};
         line.FailHere("set, fault or send");
+    }
+
+    static SetClock ParseClock(ScenarioLine& line) {
+        if (line.Take("forward"))
+            return {{true, line.Time()}};
+        if (line.Take("back"))
+            return {{true, -line.Time()}};
+        const auto date = line.AtEnd() ? std::nullopt : ParseDate(line.Peek());
+        if (!date)
+            line.FailHere("forward, back or a moment such as 2038-01-19T03:14:00Z");
+        line.Any("");
+        return {{false, *date}};
     }
 
     std::optional<Fault> ParseFaultOf(const std::string& signal, ScenarioLine& line) const {
@@ -181,7 +199,7 @@ private:
         line.FailHere(JoinAlternatives(possible));
     }
 
-    static Condition ParseLed(ScenarioLine& line, const ScenarioNames::Led& led) {
+    Condition ParseLed(ScenarioLine& line, const ScenarioNames::Led& led) const {
         std::vector<std::string> colors = ColorsOf(led);
         if (line.Take("flashing")) {
             const std::string color = ParseColor(line, colors);
@@ -199,15 +217,16 @@ private:
         return LedIs{led.name, ParseColor(line, colors, steady ? std::vector<std::string>() : keywords), steady};
     }
 
-    static LedAlternates ParseAlternation(ScenarioLine& line, const std::string& led, const std::string& first,
-                                          const std::string& second) {
+    LedAlternates ParseAlternation(ScenarioLine& line, const std::string& led, const std::string& first,
+                                   const std::string& second) const {
         const ScenarioTime firstTime = line.Time();
         const ScenarioTime secondTime = line.Time();
-        const ScenarioTime tolerance = line.May("tolerance") ? line.Time() : DEFAULT_TOLERANCE;
+        const ScenarioTime tolerance = line.May("tolerance") ? line.Time() : usualTolerance;
         return {led, first, second, firstTime, secondTime, tolerance};
     }
 
     const ScenarioNames& names;
+    const ScenarioTime usualTolerance;
     std::vector<std::string> lines;
     std::vector<std::string> signals;
 };
@@ -244,9 +263,10 @@ void RefuseInRepeat(const PlayedLine& line) {
 
 } // namespace
 
-Scenario ParseScenario(const std::string& path, std::string_view text, const ScenarioNames& names) {
+Scenario ParseScenario(const std::string& path, std::string_view text, const ScenarioNames& names,
+                       ScenarioTime defaultTolerance) {
     Scenario scenario{path, {}};
-    const Parser parser(names);
+    const Parser parser(names, defaultTolerance);
     Order order;
     for (PlayedLine& line : WriteOut(path, text)) {
         RefuseInRepeat(line);
@@ -261,7 +281,7 @@ Scenario ParseScenario(const std::string& path, std::string_view text, const Sce
     return scenario;
 }
 
-Scenario ReadScenario(const std::string& path, const ScenarioNames& names) {
+Scenario ReadScenario(const std::string& path, const ScenarioNames& names, ScenarioTime defaultTolerance) {
     std::string text;
     try {
         text = ReadScenarioText(path);
@@ -269,7 +289,7 @@ Scenario ReadScenario(const std::string& path, const ScenarioNames& names) {
         throw ScenarioError("cannot read the scenario " + path + ": " + error.what() +
                             "; give a text file with a step a line");
     }
-    return ParseScenario(path, text, names);
+    return ParseScenario(path, text, names, defaultTolerance);
 }
 
 } // namespace VelrixBoard

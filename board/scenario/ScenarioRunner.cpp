@@ -118,6 +118,8 @@ std::optional<ScenarioTime> ScenarioRunner::Play(const Do& action, ScenarioTime 
             board.Set(set->line, set->high);
         else if (const auto* fault = std::get_if<InjectFault>(&action.action))
             board.SetFault(fault->signal, fault->fault);
+        else if (const auto* clock = std::get_if<SetClock>(&action.action))
+            board.SetClock(clock->change);
         else
             board.Send(std::get<SendSignal>(action.action).signal);
     } catch (const std::exception& error) {

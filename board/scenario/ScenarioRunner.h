@@ -26,6 +26,8 @@ public:
     // board cannot.
     virtual void SetFault(const std::string& signal, const std::optional<Fault>& fault) = 0;
     virtual void Send(int signal) = 0;
+    // Throws std::exception with a text for people where this board cannot do it.
+    virtual void SetClock(const WallClockChange& change) = 0;
 };
 
 // The verdict on one step.

@@ -56,8 +56,13 @@ std::string SignalName(const std::string& name);
 // "1.250 s", "38 ms", "0.4 ms": rounded for people.
 std::string TextOf(TimelineTime time);
 
-// Parses a time: digits, optionally a point and more digits, and "us", "ms", "s" or "min" without a blank, rounded to
-// microseconds. Nothing for other texts and for more than a year.
+// Parses a time: digits, optionally a point and more digits, and "us", "ms", "s", "min", "h" or "d" without a blank,
+// rounded to microseconds. Nothing for other texts and for more than a year.
 std::optional<TimelineTime> ParseTime(std::string_view text);
+
+// A moment since 1970: "2038-01-19T03:14:00Z", with or without a fraction of a second, from 1970 to 2200. Nothing for
+// other texts.
+std::optional<std::chrono::nanoseconds> ParseDate(std::string_view text);
+std::string TextOfDate(std::chrono::nanoseconds sinceEpoch);
 
 } // namespace VelrixBoard

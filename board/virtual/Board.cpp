@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <memory>
 #include <utility>
 
 #include <sys/prctl.h>
@@ -17,12 +18,15 @@
 #include <unistd.h>
 
 #include "board/base/BoardError.h"
+#include "board/base/BoardLayout.h"
 #include "board/loop/EventLoop.h"
 #include "board/loop/FunctionPart.h"
 #include "board/loop/ProcessSignals.h"
 #include "board/loop/StopSignals.h"
 #include "board/sandbox/Init.h"
+#include "board/sandbox/PreloadLibrary.h"
 #include "board/sandbox/Residents.h"
+#include "board/time/VirtualTime.h"
 #include "board/virtual/BoardParts.h"
 #include "board/virtual/ProgramLife.h"
 
@@ -78,10 +82,16 @@ class Board final : private IProgramHost {
 public:
     Board(const BoardOptions& options, RunDirectory directory, const SavedSignals& savedSignals,
           StopSignals& stopSignals)
-        : saved(savedSignals), stop(stopSignals),
+        : saved(savedSignals), stop(stopSignals), layout(directory.Path()), time(MakeTime(options.time)),
+          loop(time ? time->MakeLoop() : EventLoop(StartClock())),
           parts(options, std::move(directory), loop,
                 {[this](int signal) { life.Signal(signal); }, [this](std::string_view call) { life.Reboot(call); },
-                 [this](bool restart) { life.RebootBySystemCall(restart); }}),
+                 [this](bool restart) { life.RebootBySystemCall(restart); },
+                 [this](const WallClockChange& change) { ChangeWallClock(change); },
+                 [this] {
+                     if (time)
+                         time->Keeper().OnValueFileUsed();
+                 }}),
           life(
               *this, parts.State(), [this] { return loop.Now(); },
               options.onReboot == BoardOptions::OnReboot::RESTART) {}
@@ -114,6 +124,37 @@ public:
     }
 
 private:
+    std::unique_ptr<VirtualTime> MakeTime(const TimeOptions& options) {
+        if (!options.isVirtual)
+            return nullptr;
+        if (PreloadLibrary().empty())
+            throw BoardError(
+                "this velrix-board has no library to preload, which virtual time needs, as it was built for "
+                "a 32-bit machine; use --time real");
+        return std::make_unique<VirtualTime>(options, layout.Clock(),
+                                             [this](const std::string& text) { parts.User().Say(text); });
+    }
+
+    void ChangeWallClock(const WallClockChange& change) {
+        if (!time)
+            throw BoardError("a board with the machine's time cannot set its clock; use --time virtual");
+        time->Keeper().ChangeWallClock(change);
+    }
+
+    // The board's programs get its clock, by the library.
+    void ShareTime(InitPlan& plan) {
+        const fs::path library = fs::absolute(layout.PreloadLibrary());
+        if (!plan.preloadsLibrary)
+            WriteLibrary(library);
+        parts.Entry().ServeOneAtATime();
+        plan.beginProgram = [this, begin = plan.beginProgram, library, preloads = !plan.preloadsLibrary] {
+            time->Share();
+            if (preloads)
+                PreloadInto(library);
+            return begin();
+        };
+    }
+
     // Forks process 1, which waits for its order to begin. Returns whether it has a pid namespace.
     bool Fork(const Program& program) {
         std::array<int, 2> pair{};
@@ -123,6 +164,8 @@ private:
         FileDescriptor farEnd(pair[1]);
         InitPlan plan = parts.Entry().Plan(parts.Placements());
         plan.restoreSignals = [this] { saved.Restore(); };
+        if (time)
+            ShareTime(plan);
         // If process 1 is killed, its children become children of this process.
         ::prctl(PR_SET_CHILD_SUBREAPER, 1);
 
@@ -137,6 +180,8 @@ private:
             RunInit(plan, program, std::move(farEnd));
         }
         ::sigprocmask(SIG_SETMASK, &before, nullptr);
+        if (time)
+            time->SetFirst(init);
         return plan.hasOwnNumbers;
     }
 
@@ -168,6 +213,13 @@ private:
         life.End(atOnce, atOnce ? stop.Reason() : "");
     }
 
+    static void Tell(TimeKeeper& keeper, const InitMessage& message) {
+        if (message.kind == InitMessage::Kind::STARTED)
+            keeper.OnProgramStarted();
+        if (message.kind == InitMessage::Kind::ENDED)
+            keeper.OnProgramEnded();
+    }
+
     // False when process 1 is gone.
     bool Receive() {
         InitMessage message;
@@ -180,6 +232,8 @@ private:
             parts.Entry().Serve(std::move(attached));
         else if (message.kind == InitMessage::Kind::STARTED)
             programProcess = std::move(attached);
+        if (time)
+            Tell(time->Keeper(), message);
         life.Obey(message);
         return true;
     }
@@ -193,7 +247,9 @@ private:
 
     const SavedSignals& saved;
     StopSignals& stop;
-    EventLoop loop{StartClock()};
+    const BoardLayout layout;
+    std::unique_ptr<VirtualTime> time; // none: the machine's
+    EventLoop loop;
     BoardParts parts;
     ProgramLife life;
     pid_t init = -1;

@@ -15,6 +15,7 @@
 #include "board/model/OxboModule.h"
 #include "board/sandbox/IBoardEntry.h"
 #include "board/sandbox/Program.h"
+#include "board/time/TimeOptions.h"
 
 namespace VelrixBoard {
 
@@ -62,6 +63,9 @@ struct BoardOptions {
 
     // Judges the run; the wait status is then an exit with the verdict.
     ScenarioOptions scenario;
+
+    // How the board's time passes.
+    TimeOptions time{};
 
     // Further observers and controls of the board.
     std::vector<AttachmentFactory> attachments;

@@ -12,6 +12,7 @@
 #include "board/model/SettingsReader.h"
 #include "board/sandbox/NamespaceEntry.h"
 #include "board/sandbox/PreloadEntry.h"
+#include "board/sandbox/PreloadLibrary.h"
 #include "board/virtual/BoardPlacements.h"
 
 namespace VelrixBoard {
@@ -46,6 +47,7 @@ BoardParts::BoardParts(const BoardOptions& boardOptions, RunDirectory runDirecto
       webLog(layout.Outside(model.WebLogFile()),
              [this](std::string_view record) { state.Tell(&BoardObserver::OnWebLog, record, clock()); }) {
     RequireKnownPaths(options, layout, state);
+    files.OnRequest(actions.useValueFile);
     state.Add(recorder);
     state.Add(oxbo);
     fs::create_directory(layout.Stage());
@@ -206,6 +208,7 @@ void BoardParts::RemoveOwnFiles() const {
     fs::remove(layout.Stage(), error);
     RemoveTree(layout.Device());
     fs::remove(layout.NameList(), error);
+    fs::remove(layout.Clock(), error);
     fs::remove(layout.PreloadLibrary(), error);
     fs::remove(layout.Control(), error);
     fs::remove(layout.SyslogSocket(), error);

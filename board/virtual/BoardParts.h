@@ -35,6 +35,8 @@ public:
         std::function<void(int signal)> signal;
         std::function<void(std::string_view call)> reboot;
         std::function<void(bool restart)> rebootBySystemCall;
+        std::function<void(const WallClockChange& change)> changeWallClock;
+        std::function<void()> useValueFile;
     };
 
     // Throws BoardError, ScenarioError or TimelineError when the board cannot be made.
@@ -85,6 +87,7 @@ private:
     }
     ModuleState OxboState() const override { return oxbo.State(); }
     void SignalProgram(int signal) override { actions.signal(signal); }
+    void ChangeWallClock(const WallClockChange& change) override { actions.changeWallClock(change); }
 
     std::unique_ptr<IBoardEntry> MakeEntry();
     void MakeWatchers();

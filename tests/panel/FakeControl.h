@@ -35,6 +35,7 @@ public:
         module.readyAfter = delay;
     }
     ModuleState OxboState() const override { return module; }
+    void ChangeWallClock(const WallClockChange&) override { log += "clock\n"; }
     void SignalProgram(int signal) override { log += "signal " + std::to_string(signal) + "\n"; }
 
     const BoardState& state;

@@ -19,6 +19,9 @@ namespace {
 struct Understood {
     std::string operator()(const Do& step) const {
         std::string text = step.at ? "at " + TextOf(*step.at) + " " : "";
+        if (const auto* clock = std::get_if<SetClock>(&step.action))
+            return text + "set clock " + (clock->change.isRelative ? "by " : "to ") +
+                   std::to_string(clock->change.time / std::chrono::seconds(1));
         if (const auto* set = std::get_if<SetInput>(&step.action))
             return text + "set " + set->line + (set->high ? " high" : " low");
         if (const auto* fault = std::get_if<InjectFault>(&step.action))
@@ -71,6 +74,9 @@ TEST(ScenarioParser, UnderstandsEveryStep) {
         {"within 1s reboot is called", "within 1.000 s reboot is called"},
         {"at 3s set OXBO_IRQ_N high", "at 3.000 s set OXBO_IRQ_N high"},
         {"set QOR_DPRAM_BUSY_N low", "set QOR_DPRAM_BUSY_N low"},
+        {"set clock 2038-01-19T03:14:00Z", "set clock to 2147483640"},
+        {"at 23h set clock forward 1d", "at 82800.000 s set clock by 86400"},
+        {"set clock back 90s", "set clock by -90"},
         {"fault NS.red EIO", "fault NS.red EIO"},
         {"fault OXBO_RL slow:2s", "fault OXBO_RL slow:2s"},
         {"fault OXBO_RL slow:0.5s", "fault OXBO_RL slow:500ms"},
@@ -152,7 +158,13 @@ TEST(ScenarioParser, SaysWhereAndWhatItExpected) {
         {"within 1s web log has \"a", "x:1:23: the quotes that begin here do not end in this line"},
         {R"(within 1s web log has "a\")", "x:1:23: the quotes that begin here do not end in this line"},
         {R"(within 1s web log has "a\n")", R"(x:1:25: expected \" or \\ in quotes, found '\n')"},
-        {"set OXBO_RL high", "x:1:5: expected OXBO_IRQ_N or QOR_DPRAM_BUSY_N, found 'OXBO_RL'"},
+        {"set OXBO_RL high", "x:1:5: expected OXBO_IRQ_N, QOR_DPRAM_BUSY_N or clock, found 'OXBO_RL'"},
+        {"set clock",
+         "x:1:10: expected forward, back or a moment such as 2038-01-19T03:14:00Z, found the end of the line"},
+        {"set clock 2038-01-19",
+         "x:1:11: expected forward, back or a moment such as 2038-01-19T03:14:00Z, found '2038-01-19'"},
+        {"set clock back", "x:1:15: expected a time such as 500ms or 2s, found the end of the line"},
+        {"set clock forward 1h 1h", "x:1:22: expected the end of the line, found '1h'"},
         {"set \"OXBO_IRQ_N\" up", "x:1:18: expected high or low, found 'up'"},
         {"at 1s wait 2s", "x:1:7: expected set, fault or send, found 'wait'"},
         {"fault MS.yellow EIO",

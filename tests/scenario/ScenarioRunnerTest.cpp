@@ -25,6 +25,9 @@ public:
             throw std::runtime_error("this board cannot lose files");
         Put("fault " + signal + " " + (fault ? ToString(*fault) : "none"));
     }
+    void SetClock(const WallClockChange& change) override {
+        Put((change.isRelative ? "clock by " : "clock to ") + std::to_string(change.time / std::chrono::seconds(1)));
+    }
     void Send(int signal) override { Put("send " + std::to_string(signal)); }
 
     std::string log;
@@ -99,6 +102,14 @@ TEST(ScenarioRunner, PlaysItsStepsInOrder) {
     EXPECT_EQ(run.Verdicts(), "ppppp");
     EXPECT_TRUE(run.runner.HasPassed());
     EXPECT_EQ(run.runner.Results()[0].time, milliseconds(105)); // when the colour was stable
+}
+
+TEST(ScenarioRunner, SetsTheClock) {
+    Play run("set clock 1970-01-02T00:00:00Z\nat 10ms set clock back 1h\nat 20ms set clock forward 1d");
+
+    run.Until(30);
+
+    EXPECT_EQ(run.board.log, "clock to 86400, clock by -3600, clock by 86400");
 }
 
 TEST(ScenarioRunner, SaysWhatItExpectedAndWhatItSaw) {

@@ -33,6 +33,7 @@ public:
     void SetOxboReadyAfter(std::optional<milliseconds>) override { ++calls; }
     ModuleState OxboState() const override { return {.readyAfter = milliseconds(7)}; }
     void SignalProgram(int) override { ++calls; }
+    void ChangeWallClock(const WallClockChange&) override { ++calls; }
 
     int calls = 0;
 };
@@ -55,6 +56,8 @@ TEST(InputRecorderTest, WritesEachStepWithItsTimeFromTheProgramsStart) {
     EXPECT_THROW(recorder.SetFault(signal("MS.red"), ParseFault("missing")), BoardError);
     recorder.SetOxboReadyAfter(std::nullopt);
     now = milliseconds(1'530);
+    recorder.ChangeWallClock({true, std::chrono::seconds(-3)});
+    recorder.ChangeWallClock({false, std::chrono::seconds(5)});
     recorder.SignalProgram(SIGUSR1);
     recorder.OnProgramEnded(0, milliseconds(1'630));
     recorder.Finish();
@@ -63,9 +66,11 @@ TEST(InputRecorderTest, WritesEachStepWithItsTimeFromTheProgramsStart) {
                                 "at 1000000us fault MS.red slow:2s\n"
                                 "at 1000000us fault MS.red none\n"
                                 "# from here on as with --oxbo-ready-after never\n"
+                                "at 1500000us set clock back 3000000us\n"
+                                "at 1500000us set clock 1970-01-01T00:00:05.000000000Z\n"
                                 "at 1500000us send USR1\n"
                                 "wait 100000us\n");
-    EXPECT_EQ(control.calls, 5);
+    EXPECT_EQ(control.calls, 7);
     EXPECT_EQ(recorder.OxboState().readyAfter, milliseconds(7));
 }
 

@@ -35,6 +35,9 @@ public:
     std::optional<Fault> FaultOf(std::size_t) const override { return std::nullopt; }
     void SetOxboReadyAfter(std::optional<milliseconds>) override {}
     ModuleState OxboState() const override { return {}; }
+    void ChangeWallClock(const WallClockChange& change) override {
+        Put("clock " + std::to_string(change.time / seconds(1)));
+    }
     void SignalProgram(int signal) override { Put("signal " + std::to_string(signal)); }
 
     std::string log;

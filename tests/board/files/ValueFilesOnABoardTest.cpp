@@ -31,7 +31,7 @@
 
 #include "board/control/IBoardControl.h"
 #include "board/preload/Protocol.h"
-#include "board/sandbox/PreloadEntry.h"
+#include "board/sandbox/PreloadLibrary.h"
 #include "board/virtual/Board.h"
 #include "tests/support/Isolation.h"
 #include "tests/support/TemporaryFolder.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "board/sandbox/PreloadEntry.h"
+#include "board/sandbox/PreloadLibrary.h"
 #include "tests/board/CommandRun.h"
 #include "tests/board/RunningCommand.h"
 
