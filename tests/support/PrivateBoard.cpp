@@ -147,11 +147,15 @@ char PrivateBoard::Level(const std::string& path) const {
 }
 
 std::string PrivateBoard::Changes() const {
-    std::istringstream lines(ReadFile(folder / "board" / "changes"));
+    std::istringstream lines(TimedChanges());
     std::string changes, time, change;
     while (lines >> time && std::getline(lines >> std::ws, change))
         changes += change + "\n";
     return changes;
+}
+
+std::string PrivateBoard::TimedChanges() const {
+    return ReadFile(folder / "board" / "changes");
 }
 
 std::string PrivateBoard::Reboots() const {

@@ -59,6 +59,9 @@ public:
     // All changes of levels, in order, one per line: "MS.green 1".
     std::string Changes() const;
 
+    // The same with their times: "0.512031207 MS.green 1".
+    std::string TimedChanges() const;
+
     // The calls of the reboot command, one per line.
     std::string Reboots() const;
 

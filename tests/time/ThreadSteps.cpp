@@ -1,0 +1,216 @@
+// SPDX-License-Identifier: Apache-2.0
+// Steps that wait for other threads.
+#include <array>
+#include <atomic>
+#include <condition_variable>
+#include <future>
+#include <mutex>
+#include <semaphore>
+#include <shared_mutex>
+
+#include <fcntl.h>
+#include <mqueue.h>
+#include <pthread.h>
+#include <semaphore.h>
+#include <unistd.h>
+
+#include "tests/time/Steps.h"
+
+namespace VelrixBoard::Timed {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+namespace {
+
+int joined = 0; // its address is the result of a thread
+
+std::string Condition() {
+    std::mutex mutex;
+    std::condition_variable condition;
+    std::unique_lock lock(mutex);
+    const bool first = condition.wait_for(lock, seconds(4)) == std::cv_status::timeout;
+    bool isSet = false;
+    std::thread other = After(seconds(6), [&] {
+        const std::lock_guard inner(mutex);
+        isSet = true;
+        condition.notify_one();
+    });
+    const bool second = condition.wait_for(lock, seconds(60), [&] { return isSet; });
+    lock.unlock();
+    other.join();
+    return std::to_string(first) + std::to_string(second);
+}
+std::string WallCondition() {
+    pthread_mutex_t mutex{}; // all zeros, like PTHREAD_MUTEX_INITIALIZER
+    pthread_cond_t condition{};
+    const timespec until = In(CLOCK_REALTIME, 10);
+    ::pthread_mutex_lock(&mutex);
+    const std::string result = OfError(::pthread_cond_timedwait(&condition, &mutex, &until));
+    return result + OfError(::pthread_mutex_unlock(&mutex));
+}
+std::string MonotonicCondition() {
+    pthread_condattr_t attributes;
+    ::pthread_condattr_init(&attributes);
+    ::pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
+    pthread_mutex_t mutex{}; // all zeros, like PTHREAD_MUTEX_INITIALIZER
+    pthread_cond_t condition;
+    ::pthread_cond_init(&condition, &attributes);
+    const timespec until = In(CLOCK_MONOTONIC, 10);
+    ::pthread_mutex_lock(&mutex);
+    return OfError(::pthread_cond_timedwait(&condition, &mutex, &until));
+}
+// Threads of both kinds of waits at the same variable.
+std::string Broadcast() {
+    std::mutex mutex;
+    std::condition_variable condition;
+    bool isSet = false;
+    std::atomic<int> done{0};
+    std::array<std::thread, 6> threads;
+    for (std::size_t i = 0; i < threads.size(); ++i)
+        threads[i] = std::thread([&, i] {
+            std::unique_lock lock(mutex);
+            if (i % 2 == 0)
+                condition.wait(lock, [&] { return isSet; });
+            else
+                condition.wait_for(lock, seconds(60), [&] { return isSet; });
+            ++done;
+        });
+    std::this_thread::sleep_for(seconds(10));
+    {
+        const std::lock_guard lock(mutex);
+        isSet = true;
+    }
+    condition.notify_all();
+    for (std::thread& thread : threads)
+        thread.join();
+    return std::to_string(done.load());
+}
+// Two threads that hand work to each other, 1,000 times 10 ms.
+std::string HandOver() {
+    std::mutex mutex;
+    std::condition_variable condition;
+    int turn = 0;
+    const auto play = [&](int own) {
+        for (int i = 0; i < 500; ++i) {
+            std::unique_lock lock(mutex);
+            condition.wait_for(lock, seconds(60), [&] { return turn % 2 == own; });
+            lock.unlock();
+            std::this_thread::sleep_for(milliseconds(10));
+            lock.lock();
+            ++turn;
+            condition.notify_all();
+        }
+    };
+    std::thread other(play, 1);
+    play(0);
+    other.join();
+    return std::to_string(turn);
+}
+
+std::string TimedMutex() {
+    std::timed_mutex mutex;
+    mutex.lock();
+    bool first = true, second = false;
+    std::thread other([&] {
+        first = mutex.try_lock_for(seconds(4));
+        second = mutex.try_lock_for(seconds(60));
+        mutex.unlock();
+    });
+    std::this_thread::sleep_for(seconds(10));
+    mutex.unlock();
+    other.join();
+    return std::to_string(first) + std::to_string(second);
+}
+std::string SharedMutex() {
+    std::shared_timed_mutex mutex;
+    mutex.lock();
+    bool first = true, second = false;
+    std::thread other([&] {
+        first = mutex.try_lock_shared_for(seconds(4));
+        second = mutex.try_lock_for(seconds(60));
+        mutex.unlock();
+    });
+    std::this_thread::sleep_for(seconds(10));
+    mutex.unlock();
+    other.join();
+    return std::to_string(first) + std::to_string(second);
+}
+std::string Semaphore() {
+    sem_t semaphore;
+    ::sem_init(&semaphore, 0, 0);
+    const timespec until = In(CLOCK_REALTIME, 4);
+    const std::string first = Of(::sem_timedwait(&semaphore, &until));
+    std::thread other = After(seconds(6), [&] { ::sem_post(&semaphore); });
+    const timespec later = In(CLOCK_MONOTONIC, 60);
+    const std::string second = Of(::sem_clockwait(&semaphore, CLOCK_MONOTONIC, &later));
+    other.join();
+    return first + " " + second;
+}
+// Of the C++ library, which makes the system call for a futex itself.
+std::string CountingSemaphore() {
+    std::counting_semaphore<4> semaphore(0);
+    const bool first = semaphore.try_acquire_for(seconds(4));
+    std::thread other = After(seconds(6), [&] { semaphore.release(); });
+    const bool second = semaphore.try_acquire_for(seconds(60));
+    other.join();
+    return std::to_string(first) + std::to_string(second);
+}
+std::string Future() {
+    std::promise<int> promise;
+    std::future<int> future = promise.get_future();
+    const bool isEarly = future.wait_for(seconds(4)) == std::future_status::ready;
+    std::thread other = After(seconds(6), [&] { promise.set_value(5); });
+    const bool isReady = future.wait_for(seconds(60)) == std::future_status::ready;
+    other.join();
+    return std::to_string(isEarly) + std::to_string(isReady) + std::to_string(future.get());
+}
+std::string Queue() {
+    const std::string name = "/velrix-timed-steps-" + std::to_string(::getpid());
+    mq_attr attributes{};
+    attributes.mq_maxmsg = 1;
+    attributes.mq_msgsize = 8;
+    const mqd_t queue = ::mq_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, 0600, &attributes);
+    if (queue < 0)
+        return "no queues";
+    ::mq_unlink(name.c_str());
+    std::array<char, 8> text{};
+    const timespec until = In(CLOCK_REALTIME, 4);
+    const std::string first = Of(static_cast<int>(::mq_timedreceive(queue, text.data(), text.size(), nullptr, &until)));
+    std::thread other = After(seconds(6), [=] { ::mq_send(queue, "abc", 3, 0); });
+    const timespec later = In(CLOCK_REALTIME, 60);
+    const std::string second =
+        Of(static_cast<int>(::mq_timedreceive(queue, text.data(), text.size(), nullptr, &later)));
+    other.join();
+    return first + " " + second;
+}
+std::string JoinThread() {
+    pthread_t other{};
+    ::pthread_create(
+        &other, nullptr, [](void*) -> void* { return ::sleep(10) == 0 ? static_cast<void*>(&joined) : nullptr; },
+        nullptr);
+    const timespec until = In(CLOCK_REALTIME, 4), later = In(CLOCK_MONOTONIC, 60);
+    void* result = nullptr;
+    const std::string first = OfError(::pthread_timedjoin_np(other, &result, &until));
+    const std::string second = OfError(::pthread_clockjoin_np(other, &result, CLOCK_MONOTONIC, &later));
+    return first + " " + second + std::to_string(result == static_cast<void*>(&joined));
+}
+
+} // namespace
+
+std::vector<Step> ThreadSteps() {
+    return {{"condition", Condition},
+            {"wall-condition", WallCondition},
+            {"monotonic-condition", MonotonicCondition},
+            {"broadcast", Broadcast},
+            {"hand-over", HandOver},
+            {"timed-mutex", TimedMutex},
+            {"shared-mutex", SharedMutex},
+            {"semaphore", Semaphore},
+            {"counting-semaphore", CountingSemaphore},
+            {"future", Future},
+            {"queue", Queue},
+            {"join-thread", JoinThread}};
+}
+
+} // namespace VelrixBoard::Timed
