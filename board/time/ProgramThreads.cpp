@@ -305,7 +305,7 @@ void ProgramThreads::Send(const TimerSignal& signal) {
     information.si_signo = signal.signal;
     information.si_code = signal.code;
     information.si_timerid = signal.timer;
-    information.si_value.sival_ptr = reinterpret_cast<void*>(signal.value);
+    information.si_value.sival_ptr = reinterpret_cast<void*>(static_cast<std::uintptr_t>(signal.value));
     for (std::size_t i = 0; i < found.size(); ++i) {
         if (found[i].process != signal.process || (signal.thread != 0 && found[i].number != signal.thread))
             continue;
