@@ -79,10 +79,10 @@ int Connected(int socket) {
 
 using namespace VelrixBoard::Preload;
 
-extern "C" int velrix_clock_gettime(clockid_t clock, timespec* time) __asm__("clock_gettime");
-extern "C" int velrix_nanosleep(const timespec* time, timespec* left) __asm__("nanosleep");
-extern "C" int velrix_clock_nanosleep(clockid_t clock, int flags, const timespec* time,
-                                      timespec* left) __asm__("clock_nanosleep");
+// This library's own: a program may have functions of the C library's names that are made of system calls.
+extern "C" __attribute__((visibility("hidden"))) int velrix_own_nanosleep(const timespec* time, timespec* left);
+extern "C" __attribute__((visibility("hidden"))) int velrix_own_clock_nanosleep(clockid_t clock, int flags,
+                                                                                const timespec* time, timespec* left);
 
 VELRIX_PRELOADED(long, syscall, long number, ...) {
     long arguments[ARGUMENTS];
@@ -93,15 +93,25 @@ VELRIX_PRELOADED(long, syscall, long number, ...) {
     va_end(rest);
     const auto clock = static_cast<clockid_t>(arguments[0]);
     switch (number) {
-    case SYS_clock_gettime:
-        return velrix_clock_gettime(clock, reinterpret_cast<timespec*>(arguments[1]));
+    case SYS_clock_gettime: {
+        const Time::ClockKind kind = Time::KindOf(clock);
+        TimePage* const page = kind != Time::ClockKind::OTHER ? Time::Page() : nullptr;
+        if (page == nullptr)
+            break;
+        *reinterpret_cast<timespec*>(arguments[1]) = Time::ToTimespec(Time::Read(*page, kind == Time::ClockKind::WALL));
+        return 0;
+    }
     case SYS_nanosleep:
-        return velrix_nanosleep(reinterpret_cast<const timespec*>(arguments[0]),
-                                reinterpret_cast<timespec*>(arguments[1]));
+        if (Time::Page() == nullptr)
+            break;
+        return velrix_own_nanosleep(reinterpret_cast<const timespec*>(arguments[0]),
+                                    reinterpret_cast<timespec*>(arguments[1]));
     case SYS_clock_nanosleep: {
-        const int error = velrix_clock_nanosleep(clock, static_cast<int>(arguments[1]),
-                                                 reinterpret_cast<const timespec*>(arguments[2]),
-                                                 reinterpret_cast<timespec*>(arguments[3]));
+        if (Time::Page() == nullptr)
+            break;
+        const int error = velrix_own_clock_nanosleep(clock, static_cast<int>(arguments[1]),
+                                                     reinterpret_cast<const timespec*>(arguments[2]),
+                                                     reinterpret_cast<timespec*>(arguments[3]));
         return error == 0 ? 0 : Fail(error);
     }
     case SYS_futex: {

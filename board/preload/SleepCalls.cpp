@@ -84,3 +84,8 @@ VELRIX_PRELOADED(int, usleep, useconds_t microseconds) {
     errno = error;
     return -1;
 }
+
+// For the system calls of these names.
+extern "C" __attribute__((visibility("hidden"), alias("nanosleep"))) decltype(velrix_nanosleep) velrix_own_nanosleep;
+extern "C" __attribute__((visibility("hidden"),
+                          alias("clock_nanosleep"))) decltype(velrix_clock_nanosleep) velrix_own_clock_nanosleep;
