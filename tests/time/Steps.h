@@ -46,7 +46,7 @@ inline std::string OfError(int error) {
 
 // Calls a function in a thread after that time.
 template <class Action>
-std::thread After(std::chrono::seconds time, Action action) {
+std::thread After(std::chrono::milliseconds time, Action action) {
     return std::thread([=] {
         std::this_thread::sleep_for(time);
         action();
