@@ -114,12 +114,15 @@ void ProgramThreads::RequireProc() {
 bool ProgramThreads::AreAsleep() {
     if (first <= 0 || (!isListed && !List()))
         return false;
-    // A single thread has nobody to hand work to, and need not be asked twice.
-    if (found.size() == 1 && !IsAnyoneNew()) {
-        if (Sleep(0))
-            return true;
-        (void)ReadTimes(true);
-        return false;
+    // A single thread has nobody to hand work to, and need not be asked twice. Only a thread that it made before it
+    // slept could run now, so it is looked for afterwards.
+    if (found.size() == 1) {
+        const bool isAsleep = Sleep(0);
+        if (!IsAnyoneNew()) {
+            if (!isAsleep)
+                (void)ReadTimes(true);
+            return isAsleep;
+        }
     }
     // Where nobody is left, process 1 is about to say so.
     isListed = !found.empty() && ReadTimes(true) && !HasMadeOthers();

@@ -6,11 +6,14 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <ctime>
 #include <functional>
 #include <string>
 #include <thread>
 #include <tuple>
 
+#include <sched.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -78,6 +81,50 @@ void Read(int orders) {
     for (std::atomic<int> i{0};; ++i) {
     }
 }
+
+void UseProcessorFor(std::chrono::microseconds time) {
+    const auto used = [] {
+        timespec now{};
+        ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+        return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+    };
+    const auto end = used() + time;
+    while (used() < end) {
+    }
+}
+
+// Keeps this process and those that it starts to one processor, so that they run in turns, at any moment of a look.
+class OneProcessor final {
+public:
+    OneProcessor() {
+        EXPECT_EQ(::sched_getaffinity(0, sizeof before, &before), 0);
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        CPU_SET(::sched_getcpu(), &one);
+        EXPECT_EQ(::sched_setaffinity(0, sizeof one, &one), 0);
+    }
+    OneProcessor(const OneProcessor&) = delete;
+    OneProcessor& operator=(const OneProcessor&) = delete;
+    ~OneProcessor() { ::sched_setaffinity(0, sizeof before, &before); }
+
+private:
+    cpu_set_t before{};
+};
+
+// A flag that processes share.
+class SharedFlag final {
+public:
+    SharedFlag() {
+        void* const memory = ::mmap(nullptr, sizeof *flag, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        if (memory != MAP_FAILED)
+            flag = new (memory) std::atomic<bool>(false);
+    }
+    SharedFlag(const SharedFlag&) = delete;
+    SharedFlag& operator=(const SharedFlag&) = delete;
+    ~SharedFlag() { ::munmap(flag, sizeof *flag); }
+
+    std::atomic<bool>* flag = nullptr;
+};
 
 TEST(ProgramThreadsTest, SaysWhatSleepingThreadsWaitIn) {
     Programs programs(Read);
@@ -171,6 +218,34 @@ TEST(ProgramThreadsTest, IsNotFooledByTwoThreadsThatHandWorkToEachOther) {
     int asleep = 0;
     for (int i = 0; i < 20'000; ++i)
         asleep += programs.threads.AreAsleep() ? 1 : 0;
+
+    EXPECT_EQ(asleep, 0);
+}
+
+// The program's only thread makes another one, and sleeps until that has ended.
+TEST(ProgramThreadsTest, SeesAThreadThatIsMadeDuringALook) {
+    const OneProcessor processor;
+    const SharedFlag works;
+    ASSERT_NE(works.flag, nullptr);
+    Programs programs([&works](int orders) {
+        for (int round = 0;; ++round) {
+            Read(orders);
+            UseProcessorFor(std::chrono::microseconds(3'000 + round % 8 * 500));
+            std::thread(UseProcessorFor, std::chrono::milliseconds(4)).join();
+            works.flag->store(false);
+        }
+    });
+    constexpr int ROUNDS = 30, MOST_LOOKS = 1'000'000;
+    int asleep = 0;
+
+    for (int round = 0; round < ROUNDS; ++round) {
+        ASSERT_TRUE(programs.Sleep(1));
+        works.flag->store(true);
+        programs.Order();
+        for (int look = 0; works.flag->load() && look < MOST_LOOKS; ++look)
+            asleep += programs.threads.AreAsleep() && works.flag->load() ? 1 : 0;
+        ASSERT_FALSE(works.flag->load()) << "the program did not work";
+    }
 
     EXPECT_EQ(asleep, 0);
 }
