@@ -2,7 +2,7 @@
 //
 // Runs on a private board. "write": the median time of a write of one byte into a value file, in nanoseconds.
 // "threads": how many such writes of four threads the board takes in a second; who runs it counts the board's record of
-// them.
+// them. "sleeps": a minute of sleeps of 10 ms; how much too late the median one ended, by the program's clock.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -67,6 +67,19 @@ void MeasureThreads() {
     std::printf("writes_per_second %.0f\n", static_cast<double>(threads.size()) * WRITES / seconds);
 }
 
+void MeasureSleeps() {
+    constexpr int SLEEPS = 6000;
+    constexpr std::chrono::milliseconds LENGTH{10};
+    std::vector<long long> late;
+    for (int i = 0; i < SLEEPS; ++i) {
+        const Clock::time_point end = Clock::now() + LENGTH;
+        std::this_thread::sleep_until(end);
+        late.push_back(std::chrono::nanoseconds(Clock::now() - end).count());
+    }
+    std::nth_element(late.begin(), late.begin() + SLEEPS / 2, late.end());
+    std::printf("late_ns %lld\n", late[SLEEPS / 2]);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -75,6 +88,8 @@ int main(int argc, char** argv) {
         MeasureWrite();
     else if (what == "threads")
         MeasureThreads();
+    else if (what == "sleeps")
+        MeasureSleeps();
     else
         return 2;
     return 0;
