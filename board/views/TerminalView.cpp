@@ -290,6 +290,8 @@ std::string TerminalView::Erase() const {
 TerminalView::Row TerminalView::LedRow(int columns, BoardTime time) const {
     Row row(columns, IsColored());
     row.Add(Seconds(time));
+    if (!paceText.empty())
+        row.Add(paceText + "   ", BOLD);
     for (const Led& led : leds)
         row.Add((&led == &leds.front() ? "" : "   ") + led.name + " ").Add("\u25CF " + led.shown, LedStyle(led.shown));
     return row;
@@ -339,6 +341,8 @@ std::vector<TerminalView::Row> TerminalView::Rows(const Size& size, BoardTime ti
 void TerminalView::DrawBelow(const std::string& text, BoardTime time) {
     std::string drawing = text;
     drawnWidths.clear();
+    if (pace)
+        paceText = pace->TextAt(time);
     for (const Row& row : Rows(measure(), time)) {
         drawing += row.Text() + "\n";
         drawnWidths.push_back(row.Width());

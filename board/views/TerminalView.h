@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "board/control/IBoardControl.h"
@@ -16,6 +17,7 @@
 #include "board/views/ChangeLines.h"
 #include "board/views/LogText.h"
 #include "board/views/OpenLine.h"
+#include "board/views/Pace.h"
 
 namespace VelrixBoard {
 
@@ -44,6 +46,9 @@ public:
 
     TerminalView(const BoardState& boardState, const IBoardControl& boardControl, Style viewStyle, Measure terminalSize,
                  ITextOutput& textOutput);
+
+    // Lets the block say how fast the board's time passes, where that is not as fast as this clock's.
+    void ShowPace(Clock machineClock) { pace.emplace(std::move(machineClock)); }
 
     void OnChange(std::size_t signal, bool level, BoardTime time) override;
     void OnSettled(BoardTime time) override;
@@ -118,6 +123,8 @@ private:
     BoardTime drawnTime{};
     std::vector<int> drawnWidths; // of the block's rows on the screen, in columns
     bool changed = true;
+    std::optional<Pace> pace;
+    std::string paceText;
 };
 
 } // namespace VelrixBoard

@@ -56,6 +56,7 @@ void UserOutput::Show(BoardState& state, const IBoardControl& control, BoardTime
     hasPicture = IsTerminal(STDERR_FILENO);
     const Style style = !hasPicture ? Style::LINES : WantsColors() ? Style::BLOCK : Style::PLAIN_BLOCK;
     view = std::make_unique<TerminalView>(state, control, style, TerminalSize, errors);
+    view->ShowPace(StartClock());
     state.Add(*view);
     if (hasPicture)
         view->OnSettled(now);

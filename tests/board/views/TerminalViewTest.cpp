@@ -115,6 +115,18 @@ TEST_F(TerminalViewTest, PrintsALineForEachThingThatChanged) {
                        "  12.000 s  fault MS.red EIO\n  12.000 s  fault MS.red none\n");
 }
 
+TEST_F(TerminalViewTest, SaysHowFastTheBoardsTimePasses) {
+    BoardTime machine{0};
+    Make(TerminalView::Style::PLAIN_BLOCK).ShowPace([&machine] { return machine; });
+
+    view->OnSettled(1s);
+    EXPECT_THAT(written, HasSubstr("1.000 s  MS"));
+    machine += 1s;
+    state.Set(4, true, 5s);
+    view->OnSettled(5s);
+    EXPECT_THAT(written, HasSubstr("5.000 s  5.0x   MS"));
+}
+
 TEST_F(TerminalViewTest, PrintsEveryChangeInItsOrder) {
     Make(TerminalView::Style::LINES);
 
