@@ -39,6 +39,9 @@ public:
     // them they do so still.
     virtual bool AreAsleep() = 0;
 
+    // Whether there is the same single thread as when AreAsleep was true last. Far cheaper than that.
+    virtual bool IsStillAlone() = 0;
+
     // As the last call of AreAsleep has found them; what they wait in only if that was true.
     virtual const std::vector<ProgramThread>& Threads() const = 0;
 

@@ -31,6 +31,7 @@ public:
     void SetFirst(pid_t init) { first = init; }
 
     bool AreAsleep() override;
+    bool IsStillAlone() override { return isListed && found.size() == 1 && !IsAnyoneNew(); }
     const std::vector<ProgramThread>& Threads() const override { return found; }
     std::string Describe(const ProgramThread& thread) const override;
     void Send(const TimerSignal& signal) override;

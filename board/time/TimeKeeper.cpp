@@ -73,14 +73,16 @@ std::optional<int> TimeKeeper::Turn(Descriptors& descriptors, const std::optiona
         return WaitForStart(descriptors, due);
     if (state == State::ENDED)
         return FollowMachine(descriptors, due);
-    if ((patience < LONG_PATIENCE && !waits.HasWokenReturned()) || !threads.AreAsleep())
+    const bool isSingle = waits.MatchSingle();
+    if (!isSingle && ((patience < LONG_PATIENCE && !waits.HasWokenReturned()) || !threads.AreAsleep()))
         return LetRun(descriptors);
     // What programs did before they slept comes first.
     const int ready = machine.wait(descriptors, BoardTime::zero());
     if (ready != 0)
         return ready;
     patience = usualPatience;
-    waits.Match();
+    if (!isSingle)
+        waits.Match();
     CheckUnserved();
     if (waits.WakeRetries() || WakeOne(descriptors))
         return LetRun(descriptors);

@@ -55,6 +55,9 @@ public:
     void OnProgramStarted();
     void OnProgramEnded();
 
+    // The board sends a program a signal.
+    void OnSignal() { waits.OnSignal(); }
+
     void ChangeWallClock(const WallClockChange& change) { waits.ChangeWallClock(change); }
 
     // For messages: how long the machine may take before the user is asked to look.

@@ -94,6 +94,7 @@ void TimedWaits::Account() {
 }
 
 void TimedWaits::Match() {
+    hasSignalled = false;
     sleepers.clear();
     others.clear();
     bursts.clear();
@@ -109,6 +110,19 @@ void TimedWaits::Match() {
     }
     if (withEntry != page.liveEntries.load())
         FreeEnded();
+}
+
+bool TimedWaits::MatchSingle() {
+    if (hasSignalled || woken == nullptr || sleepers.size() != 1 || !others.empty() || sleepers[0].entry != woken ||
+        !HasWokenReturned())
+        return false;
+    const std::uint64_t ticket = woken->ticket.load();
+    if (woken->kind.load() != WaitKind::FUTEX || woken->word.load() != WaitWord::Armed(ticket) ||
+        !threads.IsStillAlone())
+        return false;
+    sleepers[0].ticket = ticket;
+    bursts.clear();
+    return true;
 }
 
 // The entries of threads and the timers of processes that have ended.
@@ -271,8 +285,10 @@ void TimedWaits::Fire(SignalTimer& timer) {
     const TimerSignal signal{timer.process.load(), timer.thread.load(), timer.signal.load(),
                              timer.code.load(),    timer.number.load(), timer.value.load()};
     timer.state.store(timer.deadline.load() == NEVER ? SignalTimer::DISARMED : SignalTimer::ARMED);
-    if (isDue && signal.signal != 0)
+    if (isDue && signal.signal != 0) {
+        OnSignal();
         threads.Send(signal);
+    }
 }
 
 // A process that has never had an entry has not loaded the library.

@@ -56,6 +56,14 @@ public:
     // Whether the thread that WakeFirst woke last waits again: a hint that spares looks.
     bool HasWokenReturned() const;
 
+    // Whether all sleep, without a look at the threads: the single thread that there was has begun another wait, for a
+    // time alone, and got no signal. Nobody but the board can end that, so it does nothing more, even before it sleeps.
+    // If so, takes that wait for the one it sleeps in, as Match does.
+    bool MatchSingle();
+
+    // A program gets a signal, whose handler runs in the midst of a wait.
+    void OnSignal() { hasSignalled = true; }
+
     // Without a look before: wakes all threads whose time has come, and those that try again.
     void WakeAllDue();
 
@@ -92,6 +100,7 @@ private:
     std::map<std::pair<pid_t, pid_t>, Burst> bursts;
     const Preload::ThreadEntry* woken = nullptr;
     std::uint64_t wokenTicket = 0;
+    bool hasSignalled = false; // since Match
     std::uint64_t lastSignature = 0; // of what ran before the last retries
 };
 

@@ -240,7 +240,11 @@ private:
 
     void Order(InitOrder order) override { SendInitOrder(initSocket.Get(), order); }
     void KillInit() override { ::kill(init, SIGKILL); }
-    void Signal(int number) override { ::syscall(SYS_pidfd_send_signal, programProcess.Get(), number, nullptr, 0); }
+    void Signal(int number) override {
+        if (time)
+            time->Keeper().OnSignal();
+        ::syscall(SYS_pidfd_send_signal, programProcess.Get(), number, nullptr, 0);
+    }
     void PowerUp() override { parts.PowerUp(); }
     void RecordSystemCall(bool restart) override { parts.RecordSystemCall(restart); }
     void Say(const std::string& what) override { parts.User().Say(what); }

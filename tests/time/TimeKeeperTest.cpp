@@ -124,6 +124,27 @@ TEST_F(TimeKeeperTest, LooksForWhatProgramsDidBeforeTheySleptFirst) {
     EXPECT_EQ(keeper.Now(), 0ns);
 }
 
+// What a tick costs the board, which is what virtual time costs.
+TEST_F(TimeKeeperTest, WaitsTwiceAndNeverLooksForATickOfASingleThread) {
+    constexpr int TICKS = 6'000;
+    TimeKeeper keeper = Keep(Virtual());
+    keeper.OnProgramStarted();
+    fake.threads.isAlone = true;
+    ThreadEntry& entry = fake.Wait(1, nanoseconds(10ms).count());
+    int waits = 0, ticks = 0;
+    onWait = [&] {
+        ++waits;
+        if (FakePage::IsWoken(entry))
+            fake.WaitAgain(entry, nanoseconds(++ticks * 10ms + 10ms).count());
+    };
+
+    EXPECT_EQ(Wait(keeper, TICKS * 10ms + 5ms), 0);
+
+    EXPECT_EQ(ticks, TICKS);
+    EXPECT_LE(waits, 2 * TICKS + 5);
+    EXPECT_LE(fake.threads.lookCount, 1);
+}
+
 TEST_F(TimeKeeperTest, PassesAsOnTheMachineAfterTheProgramsEnd) {
     TimeKeeper keeper = Keep(Virtual());
     keeper.OnProgramStarted();

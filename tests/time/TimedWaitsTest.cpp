@@ -58,6 +58,63 @@ TEST_F(TimedWaitsTest, WakesOneAtATimeByDeadlineAndThenByAge) {
     EXPECT_EQ(waits.Soonest(), nanoseconds(30));
 }
 
+class SingleThreadTest : public TimedWaitsTest {
+protected:
+    // The thread was woken at 10 and waits again until 20.
+    SingleThreadTest() {
+        fake.threads.isAlone = true;
+        MoveTo(10);
+        waits.WakeFirst();
+        EXPECT_FALSE(waits.MatchSingle()); // still running
+        fake.WaitAgain(entry, 20);
+    }
+
+    ThreadEntry& entry = fake.Wait(1, 10);
+};
+
+TEST_F(SingleThreadTest, IsKnownToSleepByWhatItSays) {
+    EXPECT_TRUE(waits.MatchSingle());
+
+    EXPECT_EQ(waits.Soonest(), nanoseconds(20));
+    waits.Advance(nanoseconds(20));
+    EXPECT_EQ(waits.WakeFirst(), entry.ticket.load());
+    EXPECT_TRUE(FakePage::IsWoken(entry));
+    EXPECT_FALSE(waits.MatchSingle());
+}
+
+TEST_F(SingleThreadTest, IsLookedAtWhereAnotherOneMayHaveBeenMade) {
+    fake.threads.isAlone = false;
+    EXPECT_FALSE(waits.MatchSingle());
+}
+
+TEST_F(SingleThreadTest, IsLookedAtWhereAnotherOneSlept) {
+    fake.Wait(2, 100);
+    waits.Match();
+    EXPECT_FALSE(waits.MatchSingle());
+}
+
+TEST_F(SingleThreadTest, IsLookedAtWhereSomethingElseCanEndItsWait) {
+    for (const WaitKind kind : {WaitKind::POLL, WaitKind::RETRY}) {
+        fake.WaitAgain(entry, 20, kind);
+        EXPECT_FALSE(waits.MatchSingle());
+    }
+    fake.WaitAgain(entry, 20);
+    EXPECT_TRUE(waits.MatchSingle());
+    entry.word.fetch_or(Preload::WaitWord::REPLACED);
+    EXPECT_FALSE(waits.MatchSingle());
+}
+
+TEST_F(SingleThreadTest, IsLookedAtAfterASignal) {
+    waits.OnSignal();
+    EXPECT_FALSE(waits.MatchSingle());
+    waits.Match();
+    EXPECT_TRUE(waits.MatchSingle());
+
+    Arm(10, 0);
+    EXPECT_EQ(waits.WakeFirst(), 0U);
+    EXPECT_FALSE(waits.MatchSingle());
+}
+
 TEST_F(TimedWaitsTest, KnowsNoDeadlineWhereNobodyHasOne) {
     fake.Wait(1, NEVER, WaitKind::POLL);
     MoveTo(1'000);
