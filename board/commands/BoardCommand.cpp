@@ -19,6 +19,7 @@
 #include "board/timeline/Difference.h"
 #include "board/timeline/VcdReader.h"
 #include "board/virtual/Board.h"
+#include "board/virtual/TimeChoice.h"
 #include "tools/completion/Words.h"
 
 namespace VelrixBoard {
@@ -134,11 +135,15 @@ void AddRunOptions(CLI::App& run, RunArguments& arguments) {
         ->type_name("[=PORT]");
 }
 
-// Throws CLI::ParseError for options that do not go together.
-void SetTime(RunArguments& arguments) {
-    arguments.options.time = arguments.timing.Get();
-    if (arguments.options.time.isVirtual)
-        arguments.options.scenario.tolerance = VIRTUAL_TIME_TOLERANCE;
+// A scenario that nobody watches is judged by the program's own clock. Throws CLI::ParseError for options that do not
+// go together.
+void SetTime(RunArguments& arguments, const std::string& program) {
+    BoardOptions& options = arguments.options;
+    const bool isWatched = options.terminal || !arguments.panel.empty() || options.recording;
+    options.time = arguments.timing.Get(!arguments.timing.IsTimeGiven() && options.scenario.file && !isWatched &&
+                                        CanSkipTime(program));
+    if (options.time.isVirtual)
+        options.scenario.tolerance = VIRTUAL_TIME_TOLERANCE;
 }
 
 void AttachPanel(RunArguments& arguments, const std::vector<std::string>& command) {
@@ -229,7 +234,7 @@ int RunCommand(int argc, char** argv) {
         if (options.recording && !replacesFile && std::filesystem::exists(*options.recording))
             throw CLI::ValidationError("FILE",
                                        *options.recording + " exists; name another file, or replace it with --force");
-        SetTime(arguments);
+        SetTime(arguments, command.front());
         AttachPanel(arguments, command);
         EndAs(RunBoard(options, CommandProgram(command)));
     } catch (const CLI::ParseError& error) {

@@ -12,7 +12,8 @@ void TimingOptions::AddTo(CLI::App& command) {
         .add_option(
             "--time", time,
             "How the board's time passes: as the machine's; skipping the time in which nothing on the board runs; "
-            "or that way, but at most so many times faster than the machine's, as in 5x; real if not given")
+            "or that way, but at most so many times faster than the machine's, as in 5x; virtual if not given for a "
+            "scenario that nobody watches (--terminal, --panel) and a program that it reaches, else real")
         ->check([](const std::string& text) {
             return ParseTimeOptions(text) ? "" : "expected real, virtual, or a pace from 0.001x to 100000x";
         })
@@ -33,8 +34,9 @@ void TimingOptions::AddTo(CLI::App& command) {
         ->type_name("real|fail");
 }
 
-TimeOptions TimingOptions::Get() const {
-    TimeOptions options = ParseTimeOptions(time).value_or(TimeOptions());
+TimeOptions TimingOptions::Get(bool isUsuallyVirtual) const {
+    const std::string usual = isUsuallyVirtual ? "virtual" : "real";
+    TimeOptions options = ParseTimeOptions(time.empty() ? usual : time).value_or(TimeOptions());
     if (!options.isVirtual && !date.empty())
         throw CLI::ValidationError("--date", "needs --time virtual or a pace");
     if (!options.isVirtual && !unserved.empty())

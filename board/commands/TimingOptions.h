@@ -16,11 +16,14 @@ class TimingOptions final {
 public:
     void AddTo(CLI::App& command);
 
-    // Throws CLI::ParseError for options that do not go together.
-    TimeOptions Get() const;
+    // With virtual time or the machine's where the user asks for neither. Throws CLI::ParseError for options that do
+    // not go together.
+    TimeOptions Get(bool isUsuallyVirtual) const;
+
+    bool IsTimeGiven() const { return !time.empty(); }
 
 private:
-    std::string time = "real";
+    std::string time;
     std::string date;
     std::string unserved;
 };

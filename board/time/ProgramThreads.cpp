@@ -95,20 +95,23 @@ struct ProgramThreads::Process {
 ProgramThreads::ProgramThreads() : loadAverage(Open("/proc/loadavg")) {}
 ProgramThreads::~ProgramThreads() = default;
 
-void ProgramThreads::RequireProc() {
+std::string ProgramThreads::MissingInProc() {
     const std::string own = "/proc/thread-self/";
     char buffer[256];
     for (const char* name : {"syscall", "schedstat", "children", "stat"})
         if (!Open(own + name))
-            throw BoardError("virtual time needs /proc/PID/task/TID/" + std::string(name) +
-                             ", which this machine does not "
-                             "have (" +
-                             std::strerror(errno) + "); use --time real");
+            return "/proc/PID/task/TID/" + std::string(name) + ", which this machine does not have (" +
+                   std::strerror(errno) + ")";
     std::string_view times = Read(Open(own + "schedstat"), buffer, sizeof buffer);
     std::uint64_t spent = 0;
     if (!TakeNumber(times, spent) || spent == 0)
-        throw BoardError("virtual time needs the processor times in /proc/PID/task/TID/schedstat, which this machine's "
-                         "kernel does not keep; use --time real");
+        return "the processor times in /proc/PID/task/TID/schedstat, which this machine's kernel does not keep";
+    return {};
+}
+
+void ProgramThreads::RequireProc() {
+    if (const std::string missing = MissingInProc(); !missing.empty())
+        throw BoardError("virtual time needs " + missing + "; use --time real");
 }
 
 bool ProgramThreads::AreAsleep() {

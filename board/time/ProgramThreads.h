@@ -23,7 +23,10 @@ public:
     ProgramThreads& operator=(const ProgramThreads&) = delete;
     ~ProgramThreads() override;
 
-    // Throws BoardError where this machine's /proc does not say enough.
+    // What this machine's /proc does not say and virtual time needs; empty: it says enough.
+    static std::string MissingInProc();
+
+    // Throws BoardError where it does not.
     static void RequireProc();
 
     // Process 1, by the machine's number. It only does something when one of its children has ended, or by order of the

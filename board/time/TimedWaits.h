@@ -100,7 +100,7 @@ private:
     std::map<std::pair<pid_t, pid_t>, Burst> bursts;
     const Preload::ThreadEntry* woken = nullptr;
     std::uint64_t wokenTicket = 0;
-    bool hasSignalled = false; // since Match
+    bool hasSignalled = false;       // since Match
     std::uint64_t lastSignature = 0; // of what ran before the last retries
 };
 

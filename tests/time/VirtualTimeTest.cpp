@@ -22,6 +22,8 @@ using testing::MatchesRegex;
 using TestSupport::BoardResult;
 using TestSupport::PrivateBoard;
 
+constexpr const char* MACHINES_TIME = "a board with the machine's time cannot set its clock; use --time virtual";
+
 BoardResult RunVirtual(const std::vector<std::string>& command, const std::string& time = "virtual") {
     PrivateBoard board;
     board.AddOption("--time", time);
@@ -202,12 +204,35 @@ TEST(VirtualTimeTest, RefusesToSetTheMachinesClock) {
     const TestSupport::TemporaryFolder folder;
     folder.Write("a.scenario", "set clock forward 1h\nwithin 1min program exits with 0");
     PrivateBoard board;
+    board.AddOption("--time", "real");
     board.AddOption("--scenario", folder.Path("a.scenario"));
 
     const BoardResult end = board.Run({"/bin/sleep", "0"});
 
     EXPECT_EQ(end.exitCode, 1);
-    EXPECT_THAT(end.errors, HasSubstr("a board with the machine's time cannot set its clock; use --time virtual"));
+    EXPECT_THAT(end.errors, HasSubstr(MACHINES_TIME));
+}
+
+// The board of a scenario with that option and a program; what it says.
+std::string PlayScenario(const std::string& option, const std::string& program) {
+    const TestSupport::TemporaryFolder folder;
+    folder.Write("a.scenario", "set clock forward 1h\nwithin 1min program exits with 0");
+    PrivateBoard board;
+    board.AddOption("--scenario", folder.Path("a.scenario"));
+    if (!option.empty())
+        board.AddOption(option);
+    board.Start({program});
+    return board.Wait().errors;
+}
+
+TEST(VirtualTimeTest, PlaysAScenarioThatNobodyWatches) {
+    EXPECT_THAT(PlayScenario("", "true"), HasSubstr("2 steps passed"));
+    EXPECT_THAT(PlayScenario("--terminal", "true"), HasSubstr(MACHINES_TIME));
+    EXPECT_THAT(PlayScenario("--panel=0", "true"), HasSubstr(MACHINES_TIME));
+}
+
+TEST(VirtualTimeTest, LeavesTheMachinesTimeToAScenarioOfAStaticProgram) {
+    EXPECT_THAT(PlayScenario("", STATIC_SLEEP), HasSubstr(MACHINES_TIME));
 }
 
 TEST(VirtualTimeTest, ServesProgramsThatAreStartedWithoutAnEnvironment) {
