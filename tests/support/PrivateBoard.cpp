@@ -62,6 +62,9 @@ void PrivateBoard::AddOption(const std::string& option, const std::string& value
 }
 
 BoardResult PrivateBoard::Run(const std::vector<std::string>& command) {
+    constexpr bool HAS_VIRTUAL_TIME = sizeof(void*) == 8; // boards for 32-bit machines preload nothing
+    if (HAS_VIRTUAL_TIME && std::find(options.begin(), options.end(), "--time") == options.end())
+        AddOption("--time", "virtual");
     Start(command);
     return Wait();
 }

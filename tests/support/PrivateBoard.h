@@ -33,10 +33,11 @@ public:
     // Any other option of the command; an empty value is omitted.
     void AddOption(const std::string& option, const std::string& value = {});
 
-    // Runs the program and waits for its end; once per board.
+    // Runs the program and waits for its end; once per board. Nobody else acts on the board, so it has virtual time
+    // where that exists and no option --time says otherwise.
     BoardResult Run(const std::vector<std::string>& command);
 
-    // Starts the program without waiting; Signal sends it a signal, Wait waits for its end.
+    // Starts the program without waiting, with the machine's time; Signal sends it a signal, Wait waits for its end.
     void Start(const std::vector<std::string>& command);
     void Signal(int number);
     BoardResult Wait();
