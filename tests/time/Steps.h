@@ -23,6 +23,7 @@ std::vector<Step> DescriptorSteps();
 std::vector<Step> ThreadSteps();
 std::vector<Step> SignalSteps();
 std::vector<Step> ProcessSteps();
+std::vector<Step> UnservedSteps();
 
 inline timespec Now(clockid_t clock) {
     timespec now{};

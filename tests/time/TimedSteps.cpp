@@ -10,7 +10,8 @@ int main(int argc, char** argv) {
     using namespace VelrixBoard::Timed;
     for (int i = 1; i < argc; ++i) {
         bool isKnown = false;
-        for (const auto& steps : {SleepSteps(), DescriptorSteps(), ThreadSteps(), SignalSteps(), ProcessSteps()})
+        for (const auto& steps :
+             {SleepSteps(), DescriptorSteps(), ThreadSteps(), SignalSteps(), ProcessSteps(), UnservedSteps()})
             for (const Step& step : steps) {
                 if (std::strcmp(argv[i], step.name) != 0)
                     continue;

@@ -30,6 +30,16 @@ BoardResult RunVirtual(const std::vector<std::string>& command, const std::strin
     return board.Run(command);
 }
 
+// The name of a test of a step: "TimerFile" of "timer-file".
+std::string NameOf(const char* step) {
+    std::string name;
+    bool isFirst = true;
+    for (const char* c = step; *c != '\0'; isFirst = *c++ == '-')
+        if (*c != '-')
+            name += isFirst ? static_cast<char>(*c - 'a' + 'A') : *c;
+    return name;
+}
+
 // A step of TimedSteps.cpp, what its calls give, and by how many milliseconds it may be longer than ten seconds: the
 // processor time that it uses.
 struct TimedStep {
@@ -75,14 +85,7 @@ INSTANTIATE_TEST_SUITE_P(
                     TimedStep{"interval-timer", "4 2"}, TimedStep{"posix-timer", "0420"}, TimedStep{"fork", "3"},
                     TimedStep{"command", "0"}, TimedStep{"busy-loop", "ended"}, TimedStep{"busy-thread", "ended"},
                     TimedStep{"close-all", "polled"}, TimedStep{"system-call", "0"}),
-    [](const testing::TestParamInfo<TimedStep>& step) {
-        std::string name;
-        bool isFirst = true;
-        for (const char* c = step.param.name; *c != '\0'; isFirst = *c++ == '-')
-            if (*c != '-')
-                name += isFirst ? static_cast<char>(*c - 'a' + 'A') : *c;
-        return name;
-    });
+    [](const testing::TestParamInfo<TimedStep>& step) { return NameOf(step.param.name); });
 
 // What the programs around event loops print (LoopProgram.h). libuv counts whole milliseconds.
 void ExpectEventLoop(const char* program) {
@@ -272,16 +275,37 @@ TEST(VirtualTimeTest, LetsTimePassAsOnTheMachineForWhatItDoesNotServe) {
     EXPECT_THAT(end.output, MatchesRegex("shared-condition [1-9][0-9][0-9][0-9][0-9]+ 0\n"));
 }
 
-TEST(VirtualTimeTest, NamesATimerThatStartsAThread) {
+// A step of UnservedSteps.cpp, and what the board says of it.
+struct UnservedStep {
+    const char* name;
+    const char* text;
+
+    friend std::ostream& operator<<(std::ostream& out, const UnservedStep& step) { return out << step.name; }
+};
+
+class UnservedStepTest : public testing::TestWithParam<UnservedStep> {};
+
+TEST_P(UnservedStepTest, EndsTheRunOnRequest) {
     PrivateBoard board;
     board.AddOption("--time", "virtual");
     board.AddOption("--unserved", "fail");
 
-    const BoardResult end = board.Run({TIMED_STEPS, "thread-timer"});
+    const BoardResult end = board.Run({TIMED_STEPS, GetParam().name});
 
     EXPECT_EQ(end.exitCode, 125);
-    EXPECT_THAT(end.errors, HasSubstr(" uses a timer that starts a thread (SIGEV_THREAD)"));
+    EXPECT_THAT(end.errors, HasSubstr("virtual time does not reach the program: thread "));
+    EXPECT_THAT(end.errors, HasSubstr(" of timed-steps (process "));
+    EXPECT_THAT(end.errors, HasSubstr(GetParam().text));
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    OnABoard, UnservedStepTest,
+    testing::Values(UnservedStep{"thread-timer", " uses a timer that starts a thread (SIGEV_THREAD)"},
+                    UnservedStep{"shared-condition", " waits past the board's clock, by the system call futex"},
+                    UnservedStep{"socket-limit", " uses a time limit of a socket (SO_RCVTIMEO or SO_SNDTIMEO)"},
+                    UnservedStep{"connection", " uses a TCP or UDP connection"},
+                    UnservedStep{"own-system-call", " waits past the board's clock, by the system call nanosleep"}),
+    [](const testing::TestParamInfo<UnservedStep>& step) { return NameOf(step.param.name); });
 
 TEST(VirtualTimeTest, LeavesNoProcessBehindWhereItEndsTheRun) {
     PrivateBoard board;
