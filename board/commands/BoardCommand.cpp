@@ -141,9 +141,7 @@ void SetTime(RunArguments& arguments, const std::string& program) {
     BoardOptions& options = arguments.options;
     const bool isWatched = options.terminal || !arguments.panel.empty() || options.recording;
     options.time = arguments.timing.Get(!arguments.timing.IsTimeGiven() && options.scenario.file && !isWatched &&
-                                        CanSkipTime(program));
-    if (options.time.isVirtual)
-        options.scenario.tolerance = VIRTUAL_TIME_TOLERANCE;
+                                        CanSkipTime(program, options.directory));
 }
 
 void AttachPanel(RunArguments& arguments, const std::vector<std::string>& command) {

@@ -45,17 +45,16 @@ std::ofstream OpenReport(const std::optional<std::string>& path) {
 
 ScenarioPlayer::ScenarioPlayer(const ScenarioOptions& options, const BoardState& boardState,
                                IBoardControl& boardControl)
-    : state(boardState), control(boardControl), reportFile(options.junit.value_or("")),
+    : state(boardState), control(boardControl), hasOwnTime(options.hasOwnTime), reportFile(options.junit.value_or("")),
       suite(options.name.value_or(SuiteName(options.file.value_or("")))), report(OpenReport(options.junit)),
-      names(NamesOf(boardState.Model())), scenario(Read(options.file.value(), options.tolerance)),
-      runner(scenario, names, *this) {
+      names(NamesOf(boardState.Model())), scenario(Read(options.file.value())), runner(scenario, names, *this) {
     for (std::size_t signal = 0; signal < state.Count(); ++signal)
         OnChange(signal, state.Level(signal), BoardTime(0));
 }
 
-Scenario ScenarioPlayer::Read(const std::string& file, ScenarioTime tolerance) {
+Scenario ScenarioPlayer::Read(const std::string& file) {
     try {
-        return ReadScenario(file, names, tolerance);
+        return ReadScenario(file, names);
     } catch (const ScenarioError& mistake) {
         if (report.is_open())
             WriteReport(JUnitReport(suite, mistake));
@@ -109,6 +108,7 @@ std::optional<BoardTime> ScenarioPlayer::Due() const {
 void ScenarioPlayer::Run(BoardTime now) {
     if (!programRuns)
         return;
+    runner.SetTolerance(hasOwnTime && hasOwnTime() ? VIRTUAL_TIME_TOLERANCE : MACHINE_TIME_TOLERANCE);
     Tell();
     runner.OnTime(TimeOf(now));
     Tell(); // what the steps did

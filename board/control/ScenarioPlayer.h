@@ -26,8 +26,10 @@ ScenarioNames NamesOf(const BoardModel& model);
 struct ScenarioOptions {
     std::optional<std::string> file{};
     std::optional<std::string> junit{};
-    std::optional<std::string> name{};          // of the report's suite; the file's name if not given
-    ScenarioTime tolerance = DEFAULT_TOLERANCE; // of steps that name none
+    std::optional<std::string> name{}; // of the report's suite; the file's name if not given
+
+    // Whether the program's time has been the board's so far; none: it is the machine's.
+    std::function<bool()> hasOwnTime{};
 };
 
 // Plays a scenario on a board and judges the run, with times since the first start of the program. After the last step
@@ -71,7 +73,7 @@ public:
     int Finish(BoardTime now);
 
 private:
-    Scenario Read(const std::string& file, ScenarioTime tolerance);
+    Scenario Read(const std::string& file);
     void WriteReport(const std::string& text);
 
     void Set(const std::string& line, bool high) override { control.DriveInput(FindSignal(state, line), high); }
@@ -90,6 +92,7 @@ private:
 
     const BoardState& state;
     IBoardControl& control;
+    const std::function<bool()> hasOwnTime;
     const std::string reportFile;
     const std::string suite;
     std::ofstream report;

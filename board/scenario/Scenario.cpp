@@ -33,7 +33,8 @@ std::string TextOf(const Condition& condition) {
         [](const LedAlternates& c) {
             return c.led + " is " +
                    (c.second == "off" ? "flashing " + c.first : "toggling " + c.first + " " + c.second) + " " +
-                   TextOf(c.firstTime) + " " + TextOf(c.secondTime) + " tolerance " + TextOf(c.tolerance);
+                   TextOf(c.firstTime) + " " + TextOf(c.secondTime) +
+                   (c.tolerance ? " tolerance " + TextOf(*c.tolerance) : "");
         },
         [](const LineIs& c) { return c.line + " is " + (c.high ? "high" : "low"); },
         [](const ProgramEnd& c) {

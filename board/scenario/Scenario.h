@@ -36,14 +36,15 @@ struct LedIs {
     bool steady;
 };
 
-// An LED alternates between two colours ("off" for flashing), each phase within the tolerance of its time.
+// An LED alternates between two colours ("off" for flashing), each phase within the tolerance of its time; none: that
+// of the run.
 struct LedAlternates {
     std::string led;
     std::string first;
     std::string second;
     ScenarioTime firstTime;
     ScenarioTime secondTime;
-    ScenarioTime tolerance;
+    std::optional<ScenarioTime> tolerance;
 };
 
 struct LineIs {

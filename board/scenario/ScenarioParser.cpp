@@ -11,8 +11,7 @@ namespace {
 
 class Parser final {
 public:
-    Parser(const ScenarioNames& ownNames, ScenarioTime defaultTolerance)
-        : names(ownNames), usualTolerance(defaultTolerance) {
+    explicit Parser(const ScenarioNames& ownNames) : names(ownNames) {
         for (const auto& led : names.leds)
             for (const auto& color : led.colors)
                 signals.push_back(led.name + "." + color);
@@ -221,12 +220,11 @@ private:
                                    const std::string& second) const {
         const ScenarioTime firstTime = line.Time();
         const ScenarioTime secondTime = line.Time();
-        const ScenarioTime tolerance = line.May("tolerance") ? line.Time() : usualTolerance;
+        const auto tolerance = line.May("tolerance") ? std::optional(line.Time()) : std::nullopt;
         return {led, first, second, firstTime, secondTime, tolerance};
     }
 
     const ScenarioNames& names;
-    const ScenarioTime usualTolerance;
     std::vector<std::string> lines;
     std::vector<std::string> signals;
 };
@@ -263,10 +261,9 @@ void RefuseInRepeat(const PlayedLine& line) {
 
 } // namespace
 
-Scenario ParseScenario(const std::string& path, std::string_view text, const ScenarioNames& names,
-                       ScenarioTime defaultTolerance) {
+Scenario ParseScenario(const std::string& path, std::string_view text, const ScenarioNames& names) {
     Scenario scenario{path, {}};
-    const Parser parser(names, defaultTolerance);
+    const Parser parser(names);
     Order order;
     for (PlayedLine& line : WriteOut(path, text)) {
         RefuseInRepeat(line);
@@ -281,7 +278,7 @@ Scenario ParseScenario(const std::string& path, std::string_view text, const Sce
     return scenario;
 }
 
-Scenario ReadScenario(const std::string& path, const ScenarioNames& names, ScenarioTime defaultTolerance) {
+Scenario ReadScenario(const std::string& path, const ScenarioNames& names) {
     std::string text;
     try {
         text = ReadScenarioText(path);
@@ -289,7 +286,7 @@ Scenario ReadScenario(const std::string& path, const ScenarioNames& names, Scena
         throw ScenarioError("cannot read the scenario " + path + ": " + error.what() +
                             "; give a text file with a step a line");
     }
-    return ParseScenario(path, text, names, defaultTolerance);
+    return ParseScenario(path, text, names);
 }
 
 } // namespace VelrixBoard

@@ -8,10 +8,6 @@
 
 namespace VelrixBoard {
 
-// The tolerance of a step that names none: on a busy machine a program runs late. By its own time it does not.
-inline constexpr ScenarioTime DEFAULT_TOLERANCE = std::chrono::milliseconds(50);
-inline constexpr ScenarioTime VIRTUAL_TIME_TOLERANCE = std::chrono::milliseconds(5);
-
 // Parses a scenario, one line after the other:
 //
 //     line      = step | "include" FILE | "repeat" NUMBER | "end"
@@ -36,11 +32,9 @@ inline constexpr ScenarioTime VIRTUAL_TIME_TOLERANCE = std::chrono::milliseconds
 // "#" begins a comment; blank lines are skipped, as is a byte order mark. "at most" is no shorter than "at least", and
 // an LED toggles between two different colours. What repeat and include mean, and their limits, is in ScenarioSource.h;
 // "at", "never" and "expect" are not repeated. Throws ScenarioError with file, line, column and the valid alternatives.
-Scenario ParseScenario(const std::string& path, std::string_view text, const ScenarioNames& names,
-                       ScenarioTime defaultTolerance = DEFAULT_TOLERANCE);
+Scenario ParseScenario(const std::string& path, std::string_view text, const ScenarioNames& names);
 
 // The same from a file. An unreadable file: ScenarioError.
-Scenario ReadScenario(const std::string& path, const ScenarioNames& names,
-                      ScenarioTime defaultTolerance = DEFAULT_TOLERANCE);
+Scenario ReadScenario(const std::string& path, const ScenarioNames& names);
 
 } // namespace VelrixBoard

@@ -284,14 +284,15 @@ bool ScenarioRunner::Alternates(const LedAlternates& condition, ScenarioTime now
     const auto& phases = leds.at(condition.led).Phases();
     if (phases.size() < 3 || ended)
         return false;
+    const ScenarioTime tolerance = condition.tolerance.value_or(usualTolerance);
     const auto fits = [&](const LedHistory::Phase& phase, const std::string& color, ScenarioTime time) {
         const ScenarioTime length = phase.end - phase.begin;
-        return phase.color == color && length >= time - condition.tolerance && length <= time + condition.tolerance;
+        return phase.color == color && length >= time - tolerance && length <= time + tolerance;
     };
     const auto& before = phases[phases.size() - 3];
     const auto& after = phases[phases.size() - 2];
     const auto goesOn = [&](const std::string& color, ScenarioTime time) {
-        return phases.back().color == color && now - phases.back().begin <= time + condition.tolerance;
+        return phases.back().color == color && now - phases.back().begin <= time + tolerance;
     };
     return (fits(before, condition.first, condition.firstTime) && fits(after, condition.second, condition.secondTime) &&
             goesOn(condition.first, condition.firstTime)) ||

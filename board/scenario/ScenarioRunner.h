@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <map>
 #include <optional>
@@ -29,6 +30,10 @@ public:
     // Throws std::exception with a text for people where this board cannot do it.
     virtual void SetClock(const WallClockChange& change) = 0;
 };
+
+// The tolerance of a step that names none: on a busy machine a program runs late. By its own time it does not.
+inline constexpr ScenarioTime MACHINE_TIME_TOLERANCE = std::chrono::milliseconds(50);
+inline constexpr ScenarioTime VIRTUAL_TIME_TOLERANCE = std::chrono::milliseconds(5);
 
 // The verdict on one step.
 struct StepResult {
@@ -65,6 +70,9 @@ public:
     void OnExit(int code, ScenarioTime time) { OnEnd({ProgramEnd::How::EXIT, code}, time); }
     void OnKilled(int signal, ScenarioTime time) { OnEnd({ProgramEnd::How::KILL, signal}, time); }
     void OnTime(ScenarioTime now);
+
+    // The tolerance of steps that name none, from now on.
+    void SetTolerance(ScenarioTime tolerance) { usualTolerance = tolerance; }
 
     // When to call OnTime if no event comes first; nothing: not needed.
     std::optional<ScenarioTime> NextTime() const;
@@ -125,6 +133,7 @@ private:
     void Judge(std::size_t step, const Pulses& pulses, ScenarioTime now);
 
     const Scenario& scenario;
+    ScenarioTime usualTolerance = MACHINE_TIME_TOLERANCE;
     IScenarioBoard& board;
     std::vector<StepResult> results;
     std::size_t next = 0;      // the current step

@@ -91,7 +91,8 @@ public:
                  [this] {
                      if (time)
                          time->Keeper().OnValueFileUsed();
-                 }}),
+                 },
+                 [this] { return time && time->Keeper().HasReachedAll(); }}),
           life(
               *this, parts.State(), [this] { return loop.Now(); },
               options.onReboot == BoardOptions::OnReboot::RESTART) {}

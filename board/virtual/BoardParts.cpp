@@ -97,7 +97,9 @@ void BoardParts::MakeWatchers() {
     // After the recorder, which records its commands.
     control.emplace(layout.Control(), state, Control(), [this](const std::string& text) { user.Say(text); });
     if (options.scenario.file) {
-        player.emplace(options.scenario, state, Control());
+        ScenarioOptions scenario = options.scenario;
+        scenario.hasOwnTime = actions.hasOwnTime;
+        player.emplace(scenario, state, Control());
         state.Add(*player);
     }
 }

@@ -37,6 +37,7 @@ public:
         std::function<void(bool restart)> rebootBySystemCall;
         std::function<void(const WallClockChange& change)> changeWallClock;
         std::function<void()> useValueFile;
+        std::function<bool()> hasOwnTime; // for the whole run so far
     };
 
     // Throws BoardError, ScenarioError or TimelineError when the board cannot be made.

@@ -229,6 +229,17 @@ TEST(ScenarioRunner, KnowsFlashingByTwoWholePhases) {
     EXPECT_EQ(run.Verdicts(), "p");
 }
 
+TEST(ScenarioRunner, HasATighterToleranceByTheProgramsOwnTime) {
+    for (const auto& [tolerance, verdict] :
+         {std::pair{MACHINE_TIME_TOLERANCE, "p"}, std::pair{VIRTUAL_TIME_TOLERANCE, "f"}}) {
+        Play run("within 3s NS is flashing green 500ms 500ms");
+        run.runner.SetTolerance(tolerance);
+        for (int i = 0; i < 8; ++i)
+            run.Level(i * 506, "NS.green", i % 2 == 0);
+        EXPECT_EQ(run.Verdicts(), verdict);
+    }
+}
+
 TEST(ScenarioRunner, RefusesPhasesThatAreTooShortOrTooLong) {
     for (const int length : {479, 521}) {
         Play run("within 5s NS is flashing green 500ms 500ms tolerance 20ms");
