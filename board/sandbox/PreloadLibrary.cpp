@@ -35,18 +35,6 @@ namespace {
 
 constexpr const char* PRELOAD_VARIABLE = "LD_PRELOAD";
 
-// The dynamic loader splits LD_PRELOAD at blanks and colons.
-void RequireLoadable(const fs::path& directory) {
-    constexpr const char* REMEDY = "; name another directory with --directory or TMPDIR";
-    if (directory.string().find_first_of(" :") != std::string::npos)
-        throw BoardError("the board preloads a library from " + directory.string() +
-                         ", which may have no blank and no colon in it then" + REMEDY);
-    struct statvfs status {};
-    if (::statvfs(directory.c_str(), &status) == 0 && (status.f_flag & ST_NOEXEC) != 0)
-        throw BoardError("the board preloads a library from " + directory.string() +
-                         ", where nothing may be executed (noexec)" + REMEDY);
-}
-
 // LD_PRELOAD with this board's library first. A nested board drops the outer one's.
 std::string WithLibrary(const fs::path& library, const char* others) {
     std::string all = library.string(), word;
@@ -67,8 +55,21 @@ std::string_view PreloadLibrary() {
 #endif
 }
 
+// The dynamic loader splits LD_PRELOAD at blanks and colons.
+std::string WhyNotLoadable(const fs::path& directory) {
+    if (directory.string().find_first_of(" :") != std::string::npos)
+        return "which may have no blank and no colon in it then";
+    struct statvfs status {};
+    return ::statvfs(directory.c_str(), &status) == 0 && (status.f_flag & ST_NOEXEC) != 0
+               ? "where nothing may be executed (noexec)"
+               : "";
+}
+
 void WriteLibrary(const fs::path& path) {
-    RequireLoadable(path.parent_path());
+    const fs::path directory = path.parent_path();
+    if (const std::string reason = WhyNotLoadable(directory); !reason.empty())
+        throw BoardError("the board preloads a library from " + directory.string() + ", " + reason +
+                         "; name another directory with --directory or TMPDIR");
     WriteFile(path, PreloadLibrary(), fs::perms(0755));
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 #include <string_view>
 
 namespace VelrixBoard {
@@ -9,6 +10,9 @@ namespace VelrixBoard {
 // The library of board/preload, as it is to be in a file; empty where it was not built, which is so for 32-bit
 // machines.
 std::string_view PreloadLibrary();
+
+// Why programs could not load the library from there, to follow the directory's name; empty: they can.
+std::string WhyNotLoadable(const std::filesystem::path& directory);
 
 // Writes it to a file that programs can load. Throws BoardError where they could not.
 void WriteLibrary(const std::filesystem::path& path);

@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <filesystem>
+#include <optional>
 #include <string>
 
 namespace VelrixBoard {
 
-// Whether a board could have virtual time for that program, which is found by PATH: this command has the library that
-// programs load for it, the kernel says what threads wait in, and the program is one that loads libraries. True too for
-// a program that is not there, which the start says.
-bool CanSkipTime(const std::string& program);
+// Whether a board with that run directory, or a temporary one, could have virtual time for that program, which is found
+// by PATH: this command has the library that programs load for it, they can load it from that directory, the kernel
+// says what threads wait in, and the program is one that loads libraries, none of which is a sanitizer that must be the
+// first. True too for a program that is not there, which the start says.
+bool CanSkipTime(const std::string& program, const std::optional<std::filesystem::path>& directory);
 
 } // namespace VelrixBoard
