@@ -196,11 +196,13 @@ bool ProgramThreads::Sleep(std::size_t thread) {
     if (seen.isReadable && TakeNumber(text, seen.call) && seen.call >= 0)
         for (std::uint64_t& argument : seen.arguments)
             (void)TakeNumber(text, argument, 16);
-    // One that has ended and whose parent does not care. Process 1 cares.
+    // One that has ended and whose parent does not care; process 1 cares. A main thread that has ended while others go
+    // on concerns nobody.
     if (state == 'Z' || state == 'X') {
         seen.isReadable = true;
-        isListed = isListed && !each.isOfFirst;
-        return !each.isOfFirst;
+        const bool isAwaited = each.isOfFirst && processes.at(each.process).threads == 1;
+        isListed = isListed && !isAwaited;
+        return !isAwaited;
     }
     // Stopped by a signal, as opposed to one that a debugger stopped: its wait goes on when it does.
     if (state == 'T') {

@@ -101,6 +101,7 @@ std::optional<int> TimeKeeper::FollowMachine(Descriptors& descriptors, const std
     const nanoseconds longest = due ? std::min<nanoseconds>(*due - Now(), OUTSIDE_PATIENCE) : OUTSIDE_PATIENCE;
     const int ready = machine.wait(descriptors, std::max(longest, nanoseconds::zero()));
     waits.Advance(PacedNow());
+    (void)threads.AreAsleep(); // finds those that get the signals of timers
     waits.WakeAllDue();
     return ready != 0 ? std::optional(ready) : std::nullopt;
 }
@@ -205,6 +206,7 @@ void TimeKeeper::CheckUnserved() {
             SetPace(options.pace);
         return;
     }
+    hasMissed = true;
     if (options.unserved == TimeOptions::Unserved::FAIL)
         throw BoardError("virtual time does not reach the program: " + *what);
     SayOnce("time passes as on the machine for now, since virtual time does not reach the program: " + *what);

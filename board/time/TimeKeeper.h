@@ -55,6 +55,9 @@ public:
     void OnProgramStarted();
     void OnProgramEnded();
 
+    // Whether no program has waited past the board's clock so far.
+    bool HasReachedAll() const { return !hasMissed; }
+
     // The board sends a program a signal.
     void OnSignal() { waits.OnSignal(); }
 
@@ -103,6 +106,7 @@ private:
     std::optional<std::uint64_t> woken;      // the wait that was ended last, and how often, and since when
     int wakes = 0;
     nanoseconds firstWake{0};
+    bool hasMissed = false;
     std::set<std::string> said;
 };
 

@@ -26,6 +26,7 @@ struct TimedCallRow {
 constexpr TimedCallRow CALLS[] = {
     {SYS_nanosleep, "nanosleep", Limit::ALWAYS, 0},
     {SYS_clock_nanosleep, "clock_nanosleep", Limit::ALWAYS, 0},
+    {SYS_restart_syscall, "restart_syscall", Limit::ALWAYS, 0}, // a wait with a limit that was stopped and goes on
 // Which of them a machine has, differs.
 #ifdef SYS_poll
     {SYS_poll, "poll", Limit::MILLISECONDS, 2},

@@ -31,9 +31,10 @@ constexpr std::size_t SHOWN_THREADS = 5;
 // Longer than what a program computes between two waits, however cold the caches are.
 constexpr BoardTime ALLOWANCE = std::chrono::milliseconds(25);
 
-// The system call that a thread sleeps in whose entry is of that kind.
+// The system call that a thread sleeps in whose entry is of that kind. One that was stopped and goes on is in another.
 bool IsCallOf(WaitKind kind, long call) {
-    return kind == WaitKind::POLL ? call == SYS_ppoll : kind != WaitKind::NONE && call == SYS_futex;
+    return kind == WaitKind::POLL ? call == SYS_ppoll
+                                  : kind != WaitKind::NONE && (call == SYS_futex || call == SYS_restart_syscall);
 }
 
 } // namespace
@@ -280,7 +281,7 @@ void TimedWaits::Fire(SignalTimer& timer) {
     const bool isDue = due && *due <= Now();
     if (isDue) {
         const std::int64_t periods = interval > 0 ? (Now() - *due).count() / interval + 1 : 0;
-        timer.deadline.store(periods > 0 ? timer.deadline.load() + periods * interval : NEVER);
+        timer.deadline.store(Preload::NextDeadline(timer.deadline.load(), interval, periods));
     }
     const TimerSignal signal{timer.process.load(), timer.thread.load(), timer.signal.load(),
                              timer.code.load(),    timer.number.load(), timer.value.load()};

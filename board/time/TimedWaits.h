@@ -28,7 +28,7 @@ public:
     void LetBegin(bool may);
 
     // Lets the time keep up with threads that have used more processor time than time has passed since all slept last:
-    // 10 ms more, as less differs from run to run.
+    // 25 ms more, as less differs from run to run.
     void Account();
 
     // After AreAsleep was true: frees the entries of threads that have ended, and remembers which waits threads sleep
