@@ -26,7 +26,7 @@ constinit Next<int(pthread_cond_t*)> nextBroadcast{"pthread_cond_broadcast"};
 constinit Next<int(pthread_mutex_t*)> nextLock{"pthread_mutex_lock"};
 constinit Next<int(pthread_mutex_t*)> nextUnlock{"pthread_mutex_unlock"};
 
-// How many threads of this process wait; 0 spares a signal the search. A cancelled thread stays counted.
+// How many threads of this process wait; 0 spares a signal the search.
 constinit std::atomic<int> waiters{0};
 
 // The flags of the C library's condition variables (glibc since 2.25, the GLIBC_2.3.2 interface).
@@ -41,13 +41,25 @@ std::uint64_t AddressOf(const pthread_cond_t* condition) {
     return reinterpret_cast<std::uintptr_t>(condition);
 }
 
-void LockAgain(void* mutex) {
-    (void)nextLock(static_cast<pthread_mutex_t*>(mutex));
+struct Cancelled {
+    Time::Wait& wait;
+    pthread_cond_t* condition;
+    pthread_mutex_t* mutex;
+};
+
+// A cancelled thread has the mutex again, and a signal that came for it goes to another one.
+void LockAgain(void* cancelled) {
+    const Cancelled& own = *static_cast<Cancelled*>(cancelled);
+    waiters.fetch_sub(1);
+    if ((own.wait.End() & WaitWord::SIGNALLED) != 0)
+        (void)::pthread_cond_signal(own.condition);
+    (void)nextLock(own.mutex);
 }
 
-// A cancelled thread has the mutex again.
-void SleepUnlocked(TimePage& page, const Time::Wait& wait, pthread_mutex_t* mutex, const Deadline& deadline) {
-    pthread_cleanup_push(LockAgain, mutex);
+void SleepUnlocked(TimePage& page, Time::Wait& wait, pthread_cond_t* condition, pthread_mutex_t* mutex,
+                   const Deadline& deadline) {
+    Cancelled cancelled{wait, condition, mutex};
+    pthread_cleanup_push(LockAgain, &cancelled);
     constexpr int MOST_SIGNALS = 1'000'000;
     for (int i = 0; i < MOST_SIGNALS && !Time::IsDue(page, deadline) && !wait.Sleep(true); ++i) {
     }
@@ -65,7 +77,7 @@ int Wait(TimePage& page, ThreadEntry& entry, pthread_cond_t* condition, pthread_
             waiters.fetch_sub(1);
             return error;
         }
-        SleepUnlocked(page, wait, mutex, deadline);
+        SleepUnlocked(page, wait, condition, mutex, deadline);
         waiters.fetch_sub(1);
         const std::uint32_t flags = wait.End();
         if ((flags & (WaitWord::SIGNALLED | WaitWord::REPLACED)) == 0 && Time::IsDue(page, deadline))

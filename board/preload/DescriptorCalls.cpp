@@ -47,7 +47,8 @@ int LowestOwn(unsigned first, unsigned last) {
 void MakeWay(int to) {
     LeaveStandardStream(to);
     Connections::Forget(to);
-    WakeSocket::Forget(to);
+    if (Time::IsOwnMemory())
+        WakeSocket::Forget(to);
     TimerFiles::Forget(to);
     Descriptors::Clear(to);
 }

@@ -7,6 +7,7 @@
 #include <ctime>
 
 #include <poll.h>
+#include <pthread.h>
 #include <sys/signalfd.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -162,13 +163,21 @@ int Create(TimePage& page, clockid_t clock, const sigevent* event, timer_t* numb
     return 0;
 }
 
+// In a cancelled thread.
+void CloseFile(void* file) {
+    Kernel::Close(*static_cast<const int*>(file));
+}
+
 // Waits as poll does for one of the signals, without taking it: -1 and errno when that fails.
 int AwaitSignal(TimePage& page, const sigset_t& signals, const Time::Deadline& deadline) {
-    const int file = Kernel::MoveUp(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK), 64);
+    int file = Kernel::MoveUp(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK), 64);
     if (file < 0)
         return -1;
     pollfd wait{file, POLLIN, 0};
-    const int result = Time::Poll(page, TimedCall::SIGNAL, &wait, 1, deadline, nullptr);
+    int result = 0;
+    pthread_cleanup_push(CloseFile, &file);
+    result = Time::Poll(page, TimedCall::SIGNAL, &wait, 1, deadline, nullptr);
+    pthread_cleanup_pop(0);
     const Kernel::KeptErrno kept;
     Kernel::Close(file);
     return result;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 
 #include <fcntl.h>
@@ -21,6 +22,7 @@ namespace {
 
 constinit std::atomic<TimePage*> current{nullptr};
 constinit std::atomic<bool> isDecided{false};
+constinit std::atomic<pid_t> owner{0}; // the process whose memory this is
 
 // Initial-exec, so that a signal handler may be the first to use it.
 __attribute__((tls_model("initial-exec"))) constinit thread_local ThreadEntry* own = nullptr;
@@ -61,6 +63,7 @@ TimePage* Map(const char* path) {
 // The child of a fork is known to the board before it does anything.
 void BeginInChild() {
     own = nullptr;
+    owner.store(Kernel::Process());
     TimerFiles::ReleaseInChild();
     (void)OwnEntry(*current.load());
 }
@@ -72,8 +75,10 @@ TimePage* Begin() {
     const Kernel::KeptErrno kept;
     const char* const path = PagePath();
     TimePage* const page = path != nullptr ? Map(path) : nullptr;
-    if (page != nullptr)
+    if (page != nullptr) {
         RememberEnvironment(TIME_VARIABLE, path);
+        owner.store(Kernel::Process());
+    }
     TimePage* expected = nullptr;
     // Race of several first threads: one wins; the other mapping stays unused.
     if (page != nullptr && current.compare_exchange_strong(expected, page))
@@ -119,11 +124,27 @@ ThreadEntry* Allocate(TimePage& page, std::int32_t process, std::int32_t thread)
     return nullptr;
 }
 
+// The POSIX timers of the program that was executed before this one in the same process: they end with it.
+void EndTimers(TimePage& page) {
+    const auto process = static_cast<std::int32_t>(Kernel::Process());
+    for (SignalTimer& timer : page.timers) {
+        std::uint32_t state = timer.state.load();
+        if (timer.process.load() != process || timer.code.load() != SI_TIMER ||
+            (state != SignalTimer::ARMED && state != SignalTimer::DISARMED) ||
+            !timer.state.compare_exchange_strong(state, SignalTimer::BEING_CHANGED))
+            continue;
+        timer.process.store(0);
+        timer.state.store(SignalTimer::FREE);
+    }
+}
+
 // A program that never asks for the time is known to the board by this entry.
 __attribute__((constructor)) void BeginTime() {
     TimePage* const page = Page();
-    if (page != nullptr)
-        (void)OwnEntry(*page);
+    if (page == nullptr)
+        return;
+    (void)OwnEntry(*page);
+    EndTimers(*page);
 }
 
 } // namespace
@@ -142,7 +163,8 @@ ThreadEntry* OwnEntry(TimePage& page) {
 }
 
 bool IsOwnMemory() {
-    return own == nullptr || own->process.load() == static_cast<std::int32_t>(Kernel::Process());
+    const pid_t process = owner.load();
+    return process == 0 || process == Kernel::Process();
 }
 
 void NoteUnserved(TimePage& page, Unserved what) {
@@ -152,10 +174,20 @@ void NoteUnserved(TimePage& page, Unserved what) {
         if (page.unserved[i].process.load() == process && page.unserved[i].what.load() == what)
             return;
     const std::uint32_t place = page.uses.fetch_add(1);
-    if (place >= TimePage::USES)
+    if (place < TimePage::USES) {
+        page.unserved[place].what.store(what);
+        page.unserved[place].process.store(process);
         return;
-    page.unserved[place].what.store(what);
-    page.unserved[place].process.store(process);
+    }
+    // The table is full: in the place of a process that has ended.
+    for (UnservedUse& use : page.unserved) {
+        std::int32_t old = use.process.load();
+        if (old == process || !Kernel::IsGone(old, old) || !use.process.compare_exchange_strong(old, 0))
+            continue;
+        use.what.store(what);
+        use.process.store(process);
+        return;
+    }
 }
 
 ClockKind KindOf(clockid_t clock) {
@@ -185,16 +217,30 @@ std::int64_t Read(TimePage& page, bool isWall) {
     return Now(page, isWall);
 }
 
+namespace {
+
+std::int64_t Sum(time_t seconds, std::int64_t nanoseconds) {
+    constexpr std::int64_t MOST = NEVER / NANOSECONDS;
+    return seconds >= MOST ? NEVER : seconds <= -MOST ? -NEVER : seconds * NANOSECONDS + nanoseconds;
+}
+
+} // namespace
+
 std::int64_t ToNanoseconds(const timespec& time) {
-    return time.tv_sec >= NEVER / NANOSECONDS ? NEVER : time.tv_sec * NANOSECONDS + time.tv_nsec;
+    return Sum(time.tv_sec, time.tv_nsec);
 }
 
 std::int64_t ToNanoseconds(const timeval& time) {
-    return time.tv_sec >= NEVER / NANOSECONDS ? NEVER : time.tv_sec * NANOSECONDS + time.tv_usec * 1000;
+    return Sum(time.tv_sec, time.tv_usec * 1000);
 }
 
 timespec ToTimespec(std::int64_t nanoseconds) {
-    return {static_cast<time_t>(nanoseconds / NANOSECONDS), static_cast<long>(nanoseconds % NANOSECONDS)};
+    std::int64_t seconds = nanoseconds / NANOSECONDS, rest = nanoseconds % NANOSECONDS;
+    if (rest < 0) { // before 1970
+        --seconds;
+        rest += NANOSECONDS;
+    }
+    return {static_cast<time_t>(seconds), static_cast<long>(rest)};
 }
 
 bool IsValid(const timespec& time) {

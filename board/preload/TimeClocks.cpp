@@ -10,6 +10,7 @@
 #include "board/preload/Next.h"
 #include "board/preload/Preloaded.h"
 #include "board/preload/Time.h"
+#include "board/preload/TimeWaits.h"
 
 namespace VelrixBoard::Preload {
 
@@ -30,6 +31,7 @@ int SetWall(TimePage& page, std::int64_t nanoseconds) {
         return -1;
     }
     page.wallBase.store(nanoseconds - page.now.load());
+    Time::WakePolls(page, true);
     return 0;
 }
 

@@ -46,6 +46,14 @@ enum class WaitKind : std::uint32_t {
 
 inline constexpr std::int64_t NEVER = std::numeric_limits<std::int64_t>::max();
 
+// When a timer expires next that has expired that often since the deadline: NEVER for one without an interval, and
+// where that lies beyond all times.
+constexpr std::int64_t NextDeadline(std::int64_t deadline, std::int64_t interval, std::int64_t expirations) {
+    return interval <= 0 || expirations <= 0 || interval > (NEVER - deadline) / expirations
+               ? NEVER
+               : deadline + expirations * interval;
+}
+
 // The states of word: ARMED plus the ticket while the thread sleeps; each of the others ends the sleep.
 namespace WaitWord {
 inline constexpr std::uint32_t TICKET_SHIFT = 3;

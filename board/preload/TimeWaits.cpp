@@ -17,8 +17,13 @@ namespace {
 
 constinit Next<int(pollfd*, nfds_t, const timespec*, const sigset_t*)> nextPpoll{"ppoll"};
 
-// The limit of wake-ups that turn out to be too early.
-constexpr int MOST_WAKES = 1'000'000;
+// The limit of wake-ups that turn out to be too early, one for each time that a timer of the process expires.
+constexpr int MOST_WAKES = 1'000'000'000;
+
+// In a cancelled thread.
+void EndWait(void* wait) {
+    (void)static_cast<Wait*>(wait)->End();
+}
 
 } // namespace
 
@@ -45,16 +50,18 @@ Wait::Wait(TimePage& page, ThreadEntry& ownEntry, const What& what) : entry(ownE
     entry.kind.store(what.kind);
 }
 
-bool Wait::Sleep(bool isCancellable) const {
-    int before = 0;
-    if (isCancellable) {
-        ::pthread_testcancel();
-        ::pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, &before);
-    }
+bool Wait::Sleep(bool isCancellable) {
     const Kernel::KeptErrno kept;
-    const bool isInterrupted = Kernel::FutexWait(entry.word, armed) != 0 && errno == EINTR;
-    if (isCancellable)
-        ::pthread_setcanceltype(before, nullptr);
+    if (!isCancellable)
+        return Kernel::FutexWait(entry.word, armed) == 0 || errno != EINTR;
+    int before = 0;
+    bool isInterrupted = false;
+    pthread_cleanup_push(EndWait, this);
+    ::pthread_testcancel();
+    ::pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, &before);
+    isInterrupted = Kernel::FutexWait(entry.word, armed) != 0 && errno == EINTR;
+    ::pthread_setcanceltype(before, nullptr);
+    pthread_cleanup_pop(0);
     return !isInterrupted;
 }
 
@@ -83,7 +90,7 @@ int SleepUntil(TimePage& page, const Deadline& deadline) {
         ThreadEntry* const entry = OwnEntry(page);
         if (entry == nullptr)
             return -1;
-        const Wait wait(page, *entry, {WaitKind::FUTEX, TimedCall::SLEEP, deadline});
+        Wait wait(page, *entry, {WaitKind::FUTEX, TimedCall::SLEEP, deadline});
         if (!wait.Sleep(true))
             return EINTR;
     }
@@ -111,8 +118,10 @@ bool PollOnce(TimePage& page, const Wait::What& what, pollfd* asked, nfds_t coun
         const timespec left = ToTimespec(Left(page, what.deadline));
         result = nextPpoll(asked, count + 1, &left, signals);
     } else {
-        const Wait wait(page, *entry, what);
+        Wait wait(page, *entry, what);
+        pthread_cleanup_push(EndWait, &wait);
         result = nextPpoll(asked, count + 1, nullptr, signals);
+        pthread_cleanup_pop(0);
     }
     if (result < 0)
         return false;
@@ -144,8 +153,10 @@ int Poll(TimePage& page, TimedCall call, pollfd* waits, nfds_t count, const Dead
     pollfd* const asked = count > FEW ? memory.As<pollfd>() : few;
     std::copy_n(waits, count, asked);
     WakeSocket socket;
-    if (socket.Descriptor() < 0)
-        return -1;
+    if (socket.Descriptor() < 0) { // none left: by the machine's clock, which the board notices
+        const timespec left = ToTimespec(Left(page, deadline));
+        return nextPpoll(waits, count, deadline.time == NEVER ? nullptr : &left, signals);
+    }
     asked[count] = {socket.Descriptor(), POLLIN, 0};
     int result = 0;
     Cleanup cleanup{&socket, &memory};
@@ -167,7 +178,7 @@ int Poll(TimePage& page, TimedCall call, pollfd* waits, nfds_t count, const Dead
     return result;
 }
 
-void WakePolls(TimePage& page) {
+void WakePolls(TimePage& page, bool areAll) {
     const Kernel::KeptErrno kept;
     const ThreadEntry* const own = OwnEntry(page);
     if (own == nullptr)
@@ -175,7 +186,7 @@ void WakePolls(TimePage& page) {
     const std::uint32_t used = std::min(page.usedEntries.load(), TimePage::ENTRIES);
     for (std::uint32_t i = 0; i < used; ++i) {
         const ThreadEntry& entry = page.entries[i];
-        if (entry.kind.load() == WaitKind::POLL && entry.process.load() == own->process.load())
+        if (entry.kind.load() == WaitKind::POLL && (areAll || entry.process.load() == own->process.load()))
             WakeSocket::Wake(entry.wakeName.load());
     }
 }

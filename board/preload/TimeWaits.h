@@ -31,7 +31,8 @@ public:
     ~Wait() { (void)End(); }
 
     // Sleeps until somebody changes the word, or a signal handler has run: then false. A cancellation point on request.
-    bool Sleep(bool isCancellable) const;
+    // A cancelled thread waits no more.
+    bool Sleep(bool isCancellable);
 
     // The flags of WaitWord that the word got. No more come.
     std::uint32_t End();
@@ -68,7 +69,7 @@ auto Retry(TimePage& page, TimedCall call, const Deadline& deadline, bool endsBy
             return EAGAIN;
         if (IsDue(page, deadline))
             return ETIMEDOUT;
-        const Wait wait(page, *entry, {WaitKind::RETRY, call, deadline});
+        Wait wait(page, *entry, {WaitKind::RETRY, call, deadline});
         hasWaited = true;
         if (!wait.Sleep(endsBySignal) && endsBySignal)
             return EINTR;
@@ -80,7 +81,8 @@ auto Retry(TimePage& page, TimedCall call, const Deadline& deadline, bool endsBy
 int Poll(TimePage& page, TimedCall call, pollfd* waits, nfds_t count, const Deadline& deadline,
          const sigset_t* signals);
 
-// Wakes the threads of this process that poll, since their timer descriptors have changed.
-void WakePolls(TimePage& page);
+// Wakes the threads of this process that poll, since their timer descriptors have changed, or those of all processes,
+// since the wall clock has.
+void WakePolls(TimePage& page, bool areAll = false);
 
 } // namespace VelrixBoard::Preload::Time

@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include <pthread.h>
+
 #include "board/preload/Kernel.h"
 #include "board/preload/Next.h"
 #include "board/preload/TimeWaits.h"
@@ -25,7 +27,7 @@ constinit Next<int(int, epoll_event*, int, const timespec*, const sigset_t*)> ne
 constexpr timespec NOW{};
 
 // The limit of wake-ups that turn out to be another thread's.
-constexpr int MOST_WAKES = 1'000'000;
+constexpr int MOST_WAKES = 1'000'000'000;
 
 // The page for a wait that may block. One that may not gets the expirations of timers that are due first.
 TimePage* PageFor(bool mayBlock) {
@@ -87,6 +89,21 @@ nfds_t Collect(Sets& sets, int count, bool hasReading, bool hasWriting, bool has
     return waits;
 }
 
+// What poll finds ready and select does not: a descriptor that hung up, in no set that this concerns. Would end each
+// wait at once.
+nfds_t WithoutHungUp(Sets& sets, nfds_t waits) {
+    const auto isHungUp = [](const pollfd& wait) {
+        const int counts = wait.events | ((wait.events & POLLIN) != 0 ? POLLHUP | POLLERR : 0) |
+                           ((wait.events & POLLOUT) != 0 ? POLLERR : 0) | POLLNVAL;
+        return wait.revents != 0 && (wait.revents & counts) == 0;
+    };
+    return static_cast<nfds_t>(std::remove_if(sets.waits, sets.waits + waits, isHungUp) - sets.waits);
+}
+
+void Release(void* memory) {
+    static_cast<const Kernel::Memory*>(memory)->~Memory();
+}
+
 int SelectUntil(TimePage& page, int count, fd_set* reading, fd_set* writing, fd_set* exceptional,
                 const Time::Deadline& deadline, const sigset_t* signals) {
     const Kernel::Memory memory(sizeof(Sets)); // of which the kernel gives only what is used
@@ -95,20 +112,26 @@ int SelectUntil(TimePage& page, int count, fd_set* reading, fd_set* writing, fd_
         return -1;
     }
     Sets& sets = *memory.As<Sets>();
+    Copy(sets.reading, reading, count);
+    Copy(sets.writing, writing, count);
+    Copy(sets.exceptional, exceptional, count);
+    nfds_t waits = Collect(sets, count, reading != nullptr, writing != nullptr, exceptional != nullptr);
     int result = 0;
+    pthread_cleanup_push(Release, const_cast<Kernel::Memory*>(&memory));
     for (int i = 0; i < MOST_WAKES; ++i) {
         TimerFiles::Fire(page);
         fd_set* const r = Copy(sets.reading, reading, count);
         fd_set* const w = Copy(sets.writing, writing, count);
         fd_set* const e = Copy(sets.exceptional, exceptional, count);
-        const nfds_t waits = Collect(sets, count, r != nullptr, w != nullptr, e != nullptr);
         result = nextPselect(count, r, w, e, &NOW, signals);
         if (result != 0 || Time::IsDue(page, deadline))
             break;
+        waits = WithoutHungUp(sets, waits);
         result = Time::Poll(page, TimedCall::SELECT, sets.waits, waits, deadline, signals);
         if (result < 0)
-            return -1;
+            break;
     }
+    pthread_cleanup_pop(0);
     if (result >= 0) {
         CopyBack(reading, sets.reading, count);
         CopyBack(writing, sets.writing, count);

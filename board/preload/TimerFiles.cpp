@@ -91,8 +91,7 @@ void FireOne(TimePage& page, Timer& timer) {
     std::uint64_t expirations = 1;
     if (timer.interval > 0)
         expirations += static_cast<std::uint64_t>((now - timer.deadline) / timer.interval);
-    timer.deadline =
-        timer.interval > 0 ? timer.deadline + static_cast<std::int64_t>(expirations) * timer.interval : NEVER;
+    timer.deadline = NextDeadline(timer.deadline, timer.interval, static_cast<std::int64_t>(expirations));
     (void)Kernel::Write(descriptor, &expirations, sizeof expirations);
 }
 
@@ -165,7 +164,7 @@ void TimerFiles::Fire(TimePage& page) {
             FireOne(page, timers[i]);
 }
 
-// An expiration that nobody has read needs no other one: whoever waits is awake.
+// Also where nobody has read the last expiration: an edge-triggered queue tells of each.
 Time::Deadline TimerFiles::Next(TimePage& page) {
     const Kernel::KeptErrno kept;
     Time::Deadline soonest;
@@ -174,8 +173,7 @@ Time::Deadline TimerFiles::Next(TimePage& page) {
     for (int i = 0; i < count; ++i) {
         Timer& timer = timers[i];
         const Lock lock(timer);
-        const int descriptor = timer.descriptor.load() - 1;
-        if (!lock || descriptor < 0 || timer.deadline == NEVER || Kernel::IsReadable(descriptor))
+        if (!lock || timer.descriptor.load() == 0 || timer.deadline == NEVER)
             continue;
         const Time::Deadline deadline{timer.deadline, timer.isWall};
         const std::int64_t leftOfTimer = Time::Left(page, deadline);
@@ -188,9 +186,13 @@ Time::Deadline TimerFiles::Next(TimePage& page) {
 }
 
 bool TimerFiles::Read(int descriptor, void* buffer, std::size_t size, ssize_t& result) {
-    if (used.load() == 0 || Find(descriptor) == nullptr || Kernel::IsNonBlocking(descriptor))
+    if (used.load() == 0 || Find(descriptor) == nullptr)
         return false;
     TimePage* const page = Time::Page();
+    if (page != nullptr && Kernel::IsNonBlocking(descriptor)) {
+        Fire(*page);
+        return false;
+    }
     constexpr int MOST_READERS = 1'000'000; // each of which can take an expiration away
     result = -1;
     for (int i = 0; i < MOST_READERS && page != nullptr; ++i) {

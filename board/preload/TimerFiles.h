@@ -17,7 +17,8 @@ void Fire(TimePage& page);
 // When the next one is due.
 Time::Deadline Next(TimePage& page);
 
-// A read of a timer that may block. False for other descriptors; then nothing was done.
+// A read of a timer that may block. False for other descriptors, and for one that does not block, which has its
+// expirations now: then the caller reads.
 bool Read(int descriptor, void* buffer, std::size_t size, ssize_t& result);
 
 // In the child of a fork: no other thread changes a timer.

@@ -82,7 +82,9 @@ std::string Epoll() {
     (void)!::pipe(pipe.data());
     epoll_event event{EPOLLIN, {.u64 = 7}};
     ::epoll_ctl(queue, EPOLL_CTL_ADD, pipe[0], &event);
-    const std::string first = Of(::epoll_wait(queue, &event, 1, 4'000));
+    const timespec second1{1, 0};
+    std::string first = Of(::epoll_pwait2(queue, &event, 1, &second1, nullptr));
+    first += Of(::epoll_wait(queue, &event, 1, 3'000));
     std::thread writer = After(seconds(6), [=] { (void)!::write(pipe[1], "x", 1); });
     const std::string second = Of(::epoll_pwait(queue, &event, 1, 60'000, nullptr));
     writer.join();
@@ -121,6 +123,63 @@ std::string TimerFileInEpoll() {
     return before + " " + result + std::to_string(expirations);
 }
 
+// Read now and then, without a wait for it.
+std::string TimerFileReadAlone() {
+    const int timer = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK);
+    const itimerspec time{{2, 0}, {2, 0}};
+    ::timerfd_settime(timer, 0, &time, nullptr);
+    std::uint64_t all = 0;
+    for (int i = 0; i < 10; ++i) {
+        ::sleep(1);
+        std::uint64_t some = 0;
+        all += ::read(timer, &some, sizeof some) > 0 ? some : 0;
+    }
+    ::close(timer);
+    return std::to_string(all);
+}
+// Each expiration is told, though none is read.
+std::string EdgeTriggeredTimer() {
+    const int timer = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK);
+    const int queue = ::epoll_create1(EPOLL_CLOEXEC);
+    epoll_event event{EPOLLIN | EPOLLET, {.fd = timer}};
+    ::epoll_ctl(queue, EPOLL_CTL_ADD, timer, &event);
+    const itimerspec time{{2, 500'000'000}, {2, 500'000'000}};
+    ::timerfd_settime(timer, 0, &time, nullptr);
+    std::string result;
+    for (int i = 0; i < 4; ++i)
+        result += Of(::epoll_wait(queue, &event, 1, 60'000));
+    ::close(timer);
+    return result;
+}
+// A pipe without a writer is ready for poll, and in no set of select.
+std::string SelectHungUp() {
+    std::array<int, 2> pipe{};
+    (void)!::pipe(pipe.data());
+    ::close(pipe[1]);
+    fd_set set;
+    FD_ZERO(&set);
+    FD_SET(pipe[0], &set);
+    timeval time{10, 0};
+    return Of(::select(pipe[0] + 1, nullptr, nullptr, &set, &time));
+}
+// Another thread sets the wall clock ahead.
+std::string SetClock() {
+    const int wall = ::timerfd_create(CLOCK_REALTIME, TFD_CLOEXEC);
+    itimerspec time{};
+    time.it_value = In(CLOCK_REALTIME, 3'600);
+    ::timerfd_settime(wall, TFD_TIMER_ABSTIME, &time, nullptr);
+    std::string set;
+    std::thread other = After(seconds(1), [&] {
+        const timespec ahead = In(CLOCK_REALTIME, 3'601);
+        set = Of(::clock_settime(CLOCK_REALTIME, &ahead));
+    });
+    pollfd wait{wall, POLLIN, 0};
+    const std::string result = Of(::poll(&wait, 1, 60'000));
+    other.join();
+    ::sleep(9);
+    return set + " " + result;
+}
+
 } // namespace
 
 std::vector<Step> DescriptorSteps() {
@@ -133,7 +192,11 @@ std::vector<Step> DescriptorSteps() {
             {"pselect", Pselect},
             {"epoll", Epoll},
             {"timer-file", TimerFile},
-            {"timer-file-in-epoll", TimerFileInEpoll}};
+            {"timer-file-in-epoll", TimerFileInEpoll},
+            {"timer-file-read-alone", TimerFileReadAlone},
+            {"edge-triggered-timer", EdgeTriggeredTimer},
+            {"select-hung-up", SelectHungUp},
+            {"set-clock", SetClock}};
 }
 
 } // namespace VelrixBoard::Timed

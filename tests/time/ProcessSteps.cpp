@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include <fcntl.h>
+#include <linux/futex.h>
 #include <poll.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -86,8 +87,13 @@ std::string Flash() {
     }
 }
 std::string SystemCall() {
-    const timespec time{10, 0};
-    return Of(static_cast<int>(::syscall(SYS_nanosleep, &time, nullptr)));
+    const timespec time{3, 0}, rest{4, 0};
+    const int word = 0;
+    std::string result = Of(::syscall(SYS_nanosleep, &time, nullptr));
+    result += " " + Of(::syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, 0, &time, nullptr, 0));
+    timespec now{};
+    result += " " + Of(::syscall(SYS_clock_gettime, CLOCK_MONOTONIC, &now));
+    return result + Of(::syscall(SYS_clock_nanosleep, CLOCK_MONOTONIC, 0, &rest, nullptr));
 }
 
 } // namespace

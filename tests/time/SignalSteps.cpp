@@ -48,6 +48,14 @@ std::string Alarm() {
     ::pause();
     return std::to_string(left) + " " + std::to_string(signals);
 }
+std::string Ualarm() {
+    Handle(SIGALRM, 0);
+    ::ualarm(900'000, 100'000);
+    while (signals < 92)
+        ::pause();
+    ::ualarm(0, 0);
+    return std::to_string(signals);
+}
 std::string IntervalTimer() {
     Handle(SIGALRM, 0);
     const itimerval time{{2, 0}, {4, 0}};
@@ -79,11 +87,25 @@ std::string PosixTimer() {
     return created + std::to_string(timerValue) + Of(::timer_delete(timer));
 }
 
+// POSIX timers end with the program. This one's signal would end the next.
+std::string ExecTimer() {
+    sigevent event{};
+    event.sigev_notify = SIGEV_SIGNAL;
+    event.sigev_signo = SIGRTMIN + 3;
+    timer_t timer{};
+    ::timer_create(CLOCK_MONOTONIC, &event, &timer);
+    const itimerspec time{{1, 0}, {1, 0}};
+    ::timer_settime(timer, 0, &time, nullptr);
+    ::execl("/proc/self/exe", "timed-steps", "sleep", nullptr);
+    return Of(-1);
+}
+
 } // namespace
 
 std::vector<Step> SignalSteps() {
-    return {
-        {"signal-wait", SignalWait}, {"alarm", Alarm}, {"interval-timer", IntervalTimer}, {"posix-timer", PosixTimer}};
+    return {{"signal-wait", SignalWait}, {"alarm", Alarm},
+            {"ualarm", Ualarm},          {"interval-timer", IntervalTimer},
+            {"posix-timer", PosixTimer}, {"exec-timer", ExecTimer}};
 }
 
 } // namespace VelrixBoard::Timed

@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <condition_variable>
+#include <cstdio>
 #include <future>
 #include <mutex>
 #include <semaphore>
@@ -175,8 +176,11 @@ std::string Queue() {
         return "no queues";
     ::mq_unlink(name.c_str());
     std::array<char, 8> text{};
-    const timespec until = In(CLOCK_REALTIME, 4);
-    const std::string first = Of(static_cast<int>(::mq_timedreceive(queue, text.data(), text.size(), nullptr, &until)));
+    const timespec until = In(CLOCK_REALTIME, 3), afterThat = In(CLOCK_REALTIME, 4);
+    std::string first = Of(static_cast<int>(::mq_timedreceive(queue, text.data(), text.size(), nullptr, &until)));
+    ::mq_send(queue, "full", 4, 0);
+    first += " " + Of(::mq_timedsend(queue, "x", 1, 0, &afterThat));
+    (void)::mq_receive(queue, text.data(), text.size(), nullptr);
     std::thread other = After(seconds(6), [=] { ::mq_send(queue, "abc", 3, 0); });
     const timespec later = In(CLOCK_REALTIME, 60);
     const std::string second =
@@ -196,6 +200,73 @@ std::string JoinThread() {
     return first + " " + second + std::to_string(result == static_cast<void*>(&joined));
 }
 
+pthread_mutex_t cancelMutex{}; // all zeros, like PTHREAD_MUTEX_INITIALIZER
+pthread_cond_t cancelCondition{};
+void Unlock(void* mutex) {
+    ::pthread_mutex_unlock(static_cast<pthread_mutex_t*>(mutex));
+}
+void* WaitToBeCancelled(void*) {
+    const timespec until = In(CLOCK_REALTIME, 1);
+    ::pthread_mutex_lock(&cancelMutex);
+    pthread_cleanup_push(Unlock, &cancelMutex);
+    (void)::pthread_cond_timedwait(&cancelCondition, &cancelMutex, &until);
+    pthread_cleanup_pop(1);
+    return nullptr;
+}
+void* SleepToBeCancelled(void*) {
+    ::sleep(60);
+    return nullptr;
+}
+// Threads that are cancelled as they wait, the first one while another one holds its mutex beyond its limit.
+std::string Cancelled() {
+    pthread_t waiting{}, sleeping{};
+    ::pthread_create(&waiting, nullptr, WaitToBeCancelled, nullptr);
+    ::pthread_create(&sleeping, nullptr, SleepToBeCancelled, nullptr);
+    ::usleep(500'000);
+    ::pthread_mutex_lock(&cancelMutex);
+    ::pthread_cancel(waiting);
+    ::usleep(9'500'000);
+    ::pthread_mutex_unlock(&cancelMutex);
+    ::pthread_cancel(sleeping);
+    void *first = nullptr, *second = nullptr;
+    ::pthread_join(waiting, &first);
+    ::pthread_join(sleeping, &second);
+    return std::to_string(first == PTHREAD_CANCELED) + std::to_string(second == PTHREAD_CANCELED);
+}
+// The main thread ends, as some programs let it.
+std::string MainEnds() {
+    std::thread([begin = std::chrono::steady_clock::now()] {
+        ::sleep(10);
+        const auto took = std::chrono::steady_clock::now() - begin;
+        std::printf("main-ends %lld 0\n", static_cast<long long>(took / milliseconds(1)));
+        std::fflush(stdout);
+        ::_exit(0);
+    }).detach();
+    ::pthread_exit(nullptr);
+}
+// Limits beyond all times, before all times, and none at all.
+std::string OddLimits() {
+    const timespec wrong{0, 1'000'000'000}, longAgo{-9'000'000'000'000'000'000, 0};
+    const std::string refused = Of(::nanosleep(&wrong, nullptr));
+    std::timed_mutex mutex;
+    std::condition_variable condition;
+    std::mutex inner;
+    sem_t semaphore;
+    ::sem_init(&semaphore, 0, 0);
+    const std::string late = Of(::sem_timedwait(&semaphore, &longAgo));
+    std::unique_lock lock(inner);
+    bool isSet = false;
+    std::thread other = After(seconds(10), [&] {
+        const std::lock_guard held(inner);
+        isSet = true;
+        condition.notify_one();
+    });
+    const bool waited = condition.wait_until(lock, std::chrono::steady_clock::time_point::max(), [&] { return isSet; });
+    lock.unlock();
+    other.join();
+    return refused + " " + late + " " + std::to_string(waited);
+}
+
 } // namespace
 
 std::vector<Step> ThreadSteps() {
@@ -210,7 +281,10 @@ std::vector<Step> ThreadSteps() {
             {"counting-semaphore", CountingSemaphore},
             {"future", Future},
             {"queue", Queue},
-            {"join-thread", JoinThread}};
+            {"join-thread", JoinThread},
+            {"cancelled", Cancelled},
+            {"main-ends", MainEnds},
+            {"odd-limits", OddLimits}};
 }
 
 } // namespace VelrixBoard::Timed

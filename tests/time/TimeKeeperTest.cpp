@@ -156,6 +156,7 @@ TEST_F(TimeKeeperTest, PassesAsOnTheMachineAfterTheProgramsEnd) {
     EXPECT_GE(machineNow, 1s);
     EXPECT_EQ(keeper.Now(), machineNow);
     EXPECT_TRUE(FakePage::IsWoken(left));
+    EXPECT_GE(fake.threads.lookCount, 1000ms / 5ms); // for the threads that there are
 }
 
 TEST_F(TimeKeeperTest, KeepsThePace) {
@@ -186,8 +187,10 @@ TEST_F(TimeKeeperTest, PassesAsOnTheMachineWhereAProgramIsNotServed) {
     TimeKeeper keeper = Keep(Virtual());
     keeper.OnProgramStarted();
     fake.SleepElsewhere(fake.Wait(1, 0), SYS_nanosleep);
+    EXPECT_TRUE(keeper.HasReachedAll());
 
     EXPECT_EQ(Wait(keeper, 2s), 0);
+    EXPECT_FALSE(keeper.HasReachedAll());
     EXPECT_GE(machineNow, 2s);
     EXPECT_EQ(said,
               "time passes as on the machine for now, since virtual time does not reach the program: thread 1 of 100 "

@@ -6,7 +6,9 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <pthread.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
@@ -113,14 +115,19 @@ std::string OwnSystemCall() {
 #endif
 }
 
+// Where no descriptor is left for the board to wake it by.
+std::string NoDescriptors() {
+    const rlimit none{3, 3};
+    ::setrlimit(RLIMIT_NOFILE, &none);
+    return Of(::poll(nullptr, 0, 200));
+}
+
 } // namespace
 
 std::vector<Step> UnservedSteps() {
-    return {{"shared-condition", SharedCondition},
-            {"thread-timer", ThreadTimer},
-            {"socket-limit", SocketLimit},
-            {"connection", Connection},
-            {"own-system-call", OwnSystemCall}};
+    return {{"shared-condition", SharedCondition}, {"thread-timer", ThreadTimer},
+            {"socket-limit", SocketLimit},         {"connection", Connection},
+            {"own-system-call", OwnSystemCall},    {"no-descriptors", NoDescriptors}};
 }
 
 } // namespace VelrixBoard::Timed

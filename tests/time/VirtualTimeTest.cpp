@@ -69,22 +69,24 @@ TEST_P(TimedStepTest, WaitsTenSecondsByTheBoardsClock) {
 
 INSTANTIATE_TEST_SUITE_P(
     OnABoard, TimedStepTest,
-    testing::Values(TimedStep{"sleep", "0"}, TimedStep{"usleep", "0"}, TimedStep{"nanosleep", "0"},
-                    TimedStep{"sleep-until", "00"}, TimedStep{"this-thread", "slept"},
-                    TimedStep{"interrupted-sleep", "EINTR 50"}, TimedStep{"nested-sleep", "0"}, TimedStep{"poll", "0"},
-                    TimedStep{"ppoll", "0"}, TimedStep{"poll-data", "1 1"}, TimedStep{"poll-without-limit", "1"},
-                    TimedStep{"read-pipe", "1x"}, TimedStep{"select", "000 11 54"}, TimedStep{"pselect", "0"},
-                    TimedStep{"epoll", "017"}, TimedStep{"timer-file", "1 3 22"},
-                    TimedStep{"timer-file-in-epoll", "EAGAIN 11"}, TimedStep{"condition", "11"},
-                    TimedStep{"wall-condition", "ETIMEDOUT0"}, TimedStep{"monotonic-condition", "ETIMEDOUT"},
-                    TimedStep{"broadcast", "6"}, TimedStep{"hand-over", "1000", 1'000}, TimedStep{"timed-mutex", "01"},
-                    TimedStep{"shared-mutex", "01"}, TimedStep{"semaphore", "ETIMEDOUT 0"},
-                    TimedStep{"counting-semaphore", "01"}, TimedStep{"future", "015"},
-                    TimedStep{"queue", "ETIMEDOUT 3"}, TimedStep{"join-thread", "ETIMEDOUT 01"},
-                    TimedStep{"signal-wait", "EAGAIN 1"}, TimedStep{"alarm", "30 1"},
-                    TimedStep{"interval-timer", "4 2"}, TimedStep{"posix-timer", "0420"}, TimedStep{"fork", "3"},
-                    TimedStep{"command", "0"}, TimedStep{"busy-loop", "ended"}, TimedStep{"busy-thread", "ended"},
-                    TimedStep{"close-all", "polled"}, TimedStep{"system-call", "0"}),
+    testing::Values(
+        TimedStep{"sleep", "0"}, TimedStep{"usleep", "0"}, TimedStep{"nanosleep", "0"}, TimedStep{"sleep-until", "00"},
+        TimedStep{"this-thread", "slept"}, TimedStep{"interrupted-sleep", "EINTR 50"}, TimedStep{"nested-sleep", "0"},
+        TimedStep{"poll", "0"}, TimedStep{"ppoll", "0"}, TimedStep{"poll-data", "1 1"},
+        TimedStep{"poll-without-limit", "1"}, TimedStep{"read-pipe", "1x"}, TimedStep{"select", "000 11 54"},
+        TimedStep{"pselect", "0"}, TimedStep{"epoll", "0017"}, TimedStep{"timer-file", "1 3 22"},
+        TimedStep{"timer-file-in-epoll", "EAGAIN 11"}, TimedStep{"timer-file-read-alone", "5"},
+        TimedStep{"edge-triggered-timer", "1111"}, TimedStep{"select-hung-up", "0"}, TimedStep{"condition", "11"},
+        TimedStep{"wall-condition", "ETIMEDOUT0"}, TimedStep{"monotonic-condition", "ETIMEDOUT"},
+        TimedStep{"broadcast", "6"}, TimedStep{"hand-over", "1000", 1'000}, TimedStep{"timed-mutex", "01"},
+        TimedStep{"shared-mutex", "01"}, TimedStep{"semaphore", "ETIMEDOUT 0"}, TimedStep{"counting-semaphore", "01"},
+        TimedStep{"future", "015"}, TimedStep{"queue", "ETIMEDOUT ETIMEDOUT 3"},
+        TimedStep{"join-thread", "ETIMEDOUT 01"}, TimedStep{"cancelled", "11"}, TimedStep{"main-ends", "0"},
+        TimedStep{"odd-limits", "EINVAL ETIMEDOUT 1"}, TimedStep{"signal-wait", "EAGAIN 1"}, TimedStep{"alarm", "30 1"},
+        TimedStep{"ualarm", "92"}, TimedStep{"interval-timer", "4 2"}, TimedStep{"posix-timer", "0420"},
+        TimedStep{"fork", "3"}, TimedStep{"command", "0"}, TimedStep{"busy-loop", "ended"},
+        TimedStep{"busy-thread", "ended"}, TimedStep{"close-all", "polled"},
+        TimedStep{"system-call", "0 ETIMEDOUT 00"}),
     [](const testing::TestParamInfo<TimedStep>& step) { return NameOf(step.param.name); });
 
 // What the programs around event loops print (LoopProgram.h). libuv counts whole milliseconds.
@@ -245,6 +247,35 @@ TEST(VirtualTimeTest, ServesProgramsThatAreStartedWithoutAnEnvironment) {
     EXPECT_EQ(end.errors, "");
 }
 
+TEST(VirtualTimeTest, EndsPosixTimersWithTheirProgram) {
+    const BoardResult end = RunVirtual({TIMED_STEPS, "exec-timer"});
+
+    EXPECT_EQ(end.exitCode, 0);
+    EXPECT_EQ(end.output, "sleep 10000 0\n");
+}
+
+TEST(VirtualTimeTest, WakesWhoWaitsByTheWallClockThatAProgramSets) {
+    PrivateBoard board;
+    board.AddOption("--time", "virtual");
+    board.AddOption("--as-root");
+
+    EXPECT_EQ(board.Run({TIMED_STEPS, "set-clock"}).output, "set-clock 10000 0 1\n");
+}
+
+TEST(VirtualTimeTest, LetsAStoppedProgramGoOnToItsDeadline) {
+    const TestSupport::TemporaryFolder folder;
+    folder.Write("a.scenario", "at 1s send STOP\nat 3s send CONT\nwithin 8s program exits with 0\n"
+                               "never stderr has \"time\"");
+    PrivateBoard board;
+    board.AddOption("--time", "virtual");
+    board.AddOption("--scenario", folder.Path("a.scenario"));
+
+    const BoardResult end = board.Run({TIMED_STEPS, "sleep"});
+
+    EXPECT_EQ(end.exitCode, 0) << end.errors;
+    EXPECT_EQ(end.output, "sleep 10000 0\n");
+}
+
 // A child that has done nothing yet but wait is not one that has the machine's clock.
 TEST(VirtualTimeTest, KnowsAChildThatWaitsBeforeItRunsAProgram) {
     const BoardResult end = RunVirtual({TIMED_STEPS, "waiting-child"});
@@ -304,8 +335,22 @@ INSTANTIATE_TEST_SUITE_P(
                     UnservedStep{"shared-condition", " waits past the board's clock, by the system call futex"},
                     UnservedStep{"socket-limit", " uses a time limit of a socket (SO_RCVTIMEO or SO_SNDTIMEO)"},
                     UnservedStep{"connection", " uses a TCP or UDP connection"},
-                    UnservedStep{"own-system-call", " waits past the board's clock, by the system call nanosleep"}),
+                    UnservedStep{"own-system-call", " waits past the board's clock, by the system call nanosleep"},
+                    UnservedStep{"no-descriptors", " waits past the board's clock, by the system call ppoll"}),
     [](const testing::TestParamInfo<UnservedStep>& step) { return NameOf(step.param.name); });
+
+// Time passes as on the machine then; timers expire nonetheless.
+TEST(VirtualTimeTest, LetsTimersOfWhatOutlivesTheProgramExpire) {
+    PrivateBoard board;
+    board.AddOption("--time", "virtual");
+
+    const BoardResult end = board.Run({"/bin/sh", "-c",
+                                       "(timeout 0.2 sh -c 'while :; do :; done'; echo 1 > "
+                                       "/sys/class/leds/ledGwStsGrn/brightness) & exit 4"});
+
+    EXPECT_EQ(end.exitCode, 4) << end.errors;
+    EXPECT_EQ(board.Changes(), "MS.green 1\n");
+}
 
 TEST(VirtualTimeTest, LeavesNoProcessBehindWhereItEndsTheRun) {
     PrivateBoard board;
