@@ -248,7 +248,6 @@ std::string MainEnds() {
 std::string OddLimits() {
     const timespec wrong{0, 1'000'000'000}, longAgo{-9'000'000'000'000'000'000, 0};
     const std::string refused = Of(::nanosleep(&wrong, nullptr));
-    std::timed_mutex mutex;
     std::condition_variable condition;
     std::mutex inner;
     sem_t semaphore;
