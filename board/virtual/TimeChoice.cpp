@@ -35,8 +35,9 @@ std::string FindProgram(const std::string& name) {
     return name;
 }
 
-// gcc's sanitizers are libraries of their own, which end a program that has loaded another one before.
-bool NeedsToBeFirst(const std::string& program) {
+// gcc's sanitizers are libraries of their own, which end a program that has loaded another one before. The thread
+// sanitizer has a thread that waits past the board's clock.
+bool HasSuchASanitizer(const std::string& program) {
     const FileDescriptor file(::open(program.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
     if (!file || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0)
@@ -46,7 +47,7 @@ bool NeedsToBeFirst(const std::string& program) {
     if (content == MAP_FAILED)
         return false;
     bool isFound = false;
-    for (const std::string_view name : {"libasan.so", "libtsan.so", "liblsan.so", "libhwasan.so"})
+    for (const std::string_view name : {"libasan.so", "liblsan.so", "libhwasan.so", "__tsan_init"})
         isFound = isFound || ::memmem(content, size, name.data(), name.size()) != nullptr;
     ::munmap(content, size);
     return isFound;
@@ -69,7 +70,7 @@ bool CanSkipTime(const std::string& program, const std::optional<std::filesystem
     const std::string file = FindProgram(program);
     std::array<char, 512> reason{};
     return Preload::CheckProgram(file.c_str(), reason.data(), reason.size()) == Preload::Refusal::NONE &&
-           !NeedsToBeFirst(file);
+           !HasSuchASanitizer(file);
 }
 
 } // namespace VelrixBoard
