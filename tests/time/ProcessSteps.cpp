@@ -78,6 +78,14 @@ std::string CloseAll() {
     ::poll(nullptr, 0, 6'000);
     return "polled";
 }
+// Executes another program with a value file open, which the kernel closes then.
+std::string ExecWithOpenFile() {
+    const int led = ::open("/sys/class/leds/ledEthStsGrn/brightness", O_WRONLY | O_CLOEXEC);
+    (void)!::write(led, "1", 1);
+    ::usleep(1'000);
+    ::execl("/proc/self/exe", "timed-steps", "sleep", nullptr);
+    return Of(-1);
+}
 // Flashes an LED until it is killed, with phases that are 4 ms too long.
 std::string Flash() {
     const int led = ::open("/sys/class/leds/ledEthStsGrn/brightness", O_WRONLY | O_CLOEXEC);
@@ -106,6 +114,7 @@ std::vector<Step> ProcessSteps() {
             {"busy-thread", BusyThread},
             {"close-all", CloseAll},
             {"system-call", SystemCall},
+            {"exec-with-open-file", ExecWithOpenFile},
             {"flash", Flash}};
 }
 

@@ -254,6 +254,12 @@ TEST(VirtualTimeTest, EndsPosixTimersWithTheirProgram) {
     EXPECT_EQ(end.output, "sleep 10000 0\n");
 }
 
+// The board looks at the program while the kernel closes its files. Many times, since the moment is short.
+TEST(VirtualTimeTest, AnswersAProgramThatIsExecutedWithAnOpenValueFile) {
+    for (int i = 0; i < 10; ++i)
+        EXPECT_EQ(RunVirtual({TIMED_STEPS, "exec-with-open-file"}).output, "sleep 10000 0\n");
+}
+
 TEST(VirtualTimeTest, WakesWhoWaitsByTheWallClockThatAProgramSets) {
     PrivateBoard board;
     board.AddOption("--time", "virtual");
