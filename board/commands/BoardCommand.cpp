@@ -28,8 +28,8 @@ namespace {
 
 constexpr const char* FOOTER =
     "The program's exit code, or the signal that ended it, becomes that of this command, or the verdict of "
-    "--scenario:\n"
-    "0 or 1. 125 says that the board could not be made, 126 that PROGRAM cannot be run, 127 that it was not found.";
+    "--scenario: 0 or 1. 125 says that the board could not be made, 126 that PROGRAM cannot be run, 127 that it was "
+    "not found.";
 
 const std::map<std::string, Isolation> ISOLATIONS = {
     {"auto", Isolation::AUTO}, {"namespaces", Isolation::NAMESPACES}, {"preload", Isolation::PRELOAD}};
@@ -131,8 +131,8 @@ void AddRunOptions(CLI::App& run, RunArguments& arguments) {
     TakeOneValueEach(run);
     run.add_flag("--panel", arguments.panel,
                  "Show the board in a browser, on 127.0.0.1; on port 8642, or a free one where that is in use, if none "
-                 "is given: --panel=PORT")
-        ->type_name("[=PORT]");
+                 "is given")
+        ->type_name("PORT");
 }
 
 // A scenario that nobody watches is judged by the program's own clock. Throws CLI::ParseError for options that do not
@@ -172,8 +172,7 @@ void AddTime(CLI::App& command, const std::string& name, TimelineTime& time, con
 }
 
 CLI::App* AddDiff(CLI::App& app, DiffArguments& arguments) {
-    CLI::App* diff =
-        app.add_subcommand("diff", "Say where two recordings differ: velrix-board diff A.vcd B.vcd [OPTIONS]");
+    CLI::App* diff = app.add_subcommand("diff", "Say where two recordings differ");
     diff->footer(
         "Ends with 0 where the recordings agree, with 1 where they differ, with 125 where one cannot be read.");
     diff->add_option("A", arguments.first, "The recording to compare with")->required()->type_name("FILE.vcd");
@@ -201,16 +200,14 @@ int RunCommand(int argc, char** argv) {
     RunArguments runArguments;
     RunArguments recordArguments;
     std::vector<std::string> command;
-    CLI::App app("A private board to run device programs on.", "velrix-board");
+    CLI::App app("Run device programs on a private board", "velrix-board");
     app.footer(FOOTER);
     app.require_subcommand(1);
     app.failure_message(RefusalText);
-    CLI::App* run =
-        app.add_subcommand("run", "Run a program on a private board: velrix-board run [OPTIONS] -- PROGRAM [ARG...]");
+    CLI::App* run = app.add_subcommand("run", "Run a program on a private board");
     AddRunOptions(*run, runArguments);
     CLI::App* record =
-        app.add_subcommand("record", "Run a program and record what is done to its board, for run --scenario: "
-                                     "velrix-board record FILE [OPTIONS] -- PROGRAM [ARG...]");
+        app.add_subcommand("record", "Run a program and record what is done to its board, for run --scenario");
     AddRunOptions(*record, recordArguments);
     record
         ->add_option("FILE", recordArguments.options.recording, "The file for what is done to the board, as a scenario")

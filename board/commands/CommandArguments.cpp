@@ -10,6 +10,7 @@
 
 #include "board/base/BoardError.h"
 #include "board/model/OxboModule.h"
+#include "tools/help/Reason.h"
 
 namespace VelrixBoard {
 
@@ -35,6 +36,15 @@ void OpenMissingStandardStreams() {
 
 bool WasOutputMissing() {
     return wasOutputMissing;
+}
+
+bool RunsProgram(const CLI::App& command) {
+    return command.get_option_no_throw(SET) != nullptr;
+}
+
+std::string ValueOf(const CLI::Option& option) {
+    const std::string type = option.get_type_name();
+    return type.substr(0, type.find(':'));
 }
 
 std::vector<std::string> OwnArguments(int argc, char** argv, std::vector<std::string>& program) {
@@ -101,11 +111,14 @@ void AddTestingOptions(CLI::App& command, std::optional<std::string>& timeline, 
 namespace {
 
 // "A is required" of CLI11, with the argument's description: "A is missing: the recording to compare with".
-std::string MissingText(const CLI::App& command, const CLI::Error& error) {
+std::string ReasonFor(const CLI::App& command, const CLI::Error& error) {
     const std::string what = error.what();
     const CLI::Option* option = command.get_option_no_throw(what.substr(0, what.find(' ')));
     if (error.get_name() != "RequiredError" || option == nullptr || option->get_description().empty())
-        return what;
+        return VelrixTools::ReasonOf(error.get_name(), what, [&](const std::string& name) {
+            const CLI::Option* known = command.get_option_no_throw(name);
+            return known == nullptr ? std::string("a value") : ValueOf(*known);
+        });
     std::string description = option->get_description();
     if (description.size() > 1 && description[1] >= 'a')
         description[0] = static_cast<char>(description[0] | 0x20);
@@ -130,7 +143,7 @@ std::string RefusalText(const CLI::App* app, const CLI::Error& error) {
     }
     const std::string called = app->get_name() + (command != nullptr ? " " + command->get_name() : "");
     const std::vector<std::string> rest = app->remaining(true);
-    std::string what = command == nullptr ? error.what() : MissingText(*command, error);
+    std::string what = command == nullptr ? error.what() : ReasonFor(*command, error);
     if (command == nullptr)
         what = (rest.empty() ? "a command is missing" : "there is no command \"" + rest.front() + "\"") +
                "; there are: " + names;
@@ -138,7 +151,7 @@ std::string RefusalText(const CLI::App* app, const CLI::Error& error) {
         what = "there is no option " + rest.front();
     else if (!rest.empty() && IsPortOf(*command, rest.front()))
         what = "\"" + rest.front() + "\" is no option; give the panel's port as --panel=" + rest.front();
-    else if (!rest.empty() && command->get_option_no_throw(SET) == nullptr)
+    else if (!rest.empty() && !RunsProgram(*command))
         what = "\"" + rest.front() + "\" is one too many";
     else if (!rest.empty())
         what =
@@ -153,10 +166,14 @@ void RequireProgram(const CLI::App& app, const std::vector<std::string>& program
 }
 
 void TakeOneValueEach(CLI::App& command) {
-    const auto refuseEmpty = [](const std::string& value) { return value.empty() ? "the value is empty" : ""; };
     for (CLI::Option* option : command.get_options()) {
+        const auto refuse = [&command, option](const std::string& value) {
+            if (value.starts_with("--") && command.get_option_no_throw(value) != nullptr)
+                return "takes " + ValueOf(*option) + ", and " + value + " is an option";
+            return std::string(value.empty() ? "the value is empty" : "");
+        };
         if (option->get_items_expected_max() > 0)
-            option->check(refuseEmpty);
+            option->check(refuse);
         if (option->get_items_expected_max() > 1)
             option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     }

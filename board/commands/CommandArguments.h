@@ -12,6 +12,7 @@
 namespace CLI {
 class App;
 class Error;
+class Option;
 } // namespace CLI
 
 namespace VelrixBoard {
@@ -41,12 +42,18 @@ void AddTestingOptions(CLI::App& command, std::optional<std::string>& timeline, 
 // The message for arguments that are wrong: the reason, and where help is. For CLI::App's failure_message.
 std::string RefusalText(const CLI::App* app, const CLI::Error& error);
 
+// The command takes a program after "--".
+bool RunsProgram(const CLI::App& command);
+
+// What the option takes, such as "FILE"; without what CLI11 appends after a colon, its own list of the choices.
+std::string ValueOf(const CLI::Option& option);
+
 // Throws CLI::ParseError when there is no program to run.
 void RequireProgram(const CLI::App& app, const std::vector<std::string>& program);
 
-// Lets each occurrence of an option take one value, which is not empty: "--set A=1 -- X" would take more, and a
-// script's
-// --settings "$file" would run without settings. Call it after the last option was added.
+// Lets each occurrence of an option take one value, which is neither empty nor an option: "--set A=1 -- X" would take
+// more, a script's --settings "$file" would run without settings, and --settings --terminal is an omission. Call it
+// after the last option was added.
 void TakeOneValueEach(CLI::App& command);
 
 } // namespace VelrixBoard

@@ -32,9 +32,9 @@ namespace VelrixBoard {
 namespace {
 
 constexpr const char* FOOTER = "The program's exit code becomes that of this command, 128 and the signal's number "
-                               "after a signal, 0 when the program\n"
+                               "after a signal, 0 when the program "
                                "restarted or halted the machine; 125 says that the board could not be made or that "
-                               "its kernel gave up, 126 that\n"
+                               "its kernel gave up, 126 that "
                                "PROGRAM cannot be run, 127 that it was not found.";
 
 // The program cannot be run, which is known before the machine boots. The code is the shell's.
@@ -216,12 +216,11 @@ void AddRunOptions(CLI::App& run, EmulatorOptions& options) {
 int RunEmulatorCommand(int argc, char** argv) {
     EmulatorOptions options;
 
-    CLI::App app("A 32-bit ARM machine with the board's LEDs and lines, to run device programs on.", "velrix-emulator");
+    CLI::App app("Run device programs on a 32-bit ARM machine with the board's LEDs and lines", "velrix-emulator");
     app.footer(FOOTER);
     app.require_subcommand(1);
     app.failure_message(RefusalText);
-    CLI::App* run =
-        app.add_subcommand("run", "Boot the machine and run a program on it: run [OPTIONS] -- PROGRAM [ARG...]");
+    CLI::App* run = app.add_subcommand("run", "Boot the machine and run a program on it");
     AddRunOptions(*run, options);
     const CommonCommands common(app);
 

@@ -12,7 +12,7 @@ std::string InQuotes(const std::string& text) {
 }
 
 // The shell function of the tool: "_velrix_board".
-std::string FunctionOf(const CompletedTool& tool) {
+std::string FunctionOf(const Tool& tool) {
     return "_" + Replaced(tool.name, "-", "_");
 }
 
@@ -44,7 +44,7 @@ std::string BashValues(const CommandRow& command) {
     return cases.empty() ? "" : "            case $before in\n" + cases + "            esac\n";
 }
 
-std::string BashCases(const CompletedTool& tool) {
+std::string BashCases(const Tool& tool) {
     std::string cases;
     for (const CommandRow& command : tool.commands)
         cases += "        " + command.name + ")\n            options=" +
@@ -82,7 +82,7 @@ std::string ZshCase(const CommandRow& command) {
 
 } // namespace
 
-std::string BashCompletion(const CompletedTool& tool) {
+std::string BashCompletion(const Tool& tool) {
     std::vector<std::string> names;
     std::string afterDashes;
     for (const CommandRow& command : tool.commands) {
@@ -118,7 +118,7 @@ std::string BashCompletion(const CompletedTool& tool) {
            function + " " + tool.name + "\n";
 }
 
-std::string ZshCompletion(const CompletedTool& tool) {
+std::string ZshCompletion(const Tool& tool) {
     std::string described, cases;
     for (const CommandRow& command : tool.commands) {
         described += "        " + InQuotes(command.name + ":" + ZshText(command.summary)) + "\n";
@@ -138,7 +138,7 @@ std::string ZshCompletion(const CompletedTool& tool) {
            "    esac\n    ;;\nesac\n";
 }
 
-std::string FishCompletion(const CompletedTool& tool) {
+std::string FishCompletion(const Tool& tool) {
     const std::string complete = "complete -c " + tool.name;
     std::string script = "# fish completion of " + tool.name + ", made from its commands\n" + complete + " -f\n";
     for (const OptionRow& option : tool.options)

@@ -11,6 +11,7 @@
 
 #include "tools/check/Similar.h"
 #include "tools/completion/Words.h"
+#include "tools/help/Reason.h"
 #include "tools/velrixctl/Console.h"
 
 namespace VelrixTools {
@@ -109,15 +110,17 @@ std::vector<std::string> CommandLine::TakeOptions(std::vector<std::string> words
         else
             app.add_option(names, found[option.name], option.description)
                 ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-        // CLI11 would say it in other words.
-        if (!option.value.empty() && !words.empty() && words.back() == option.name)
-            Refuse(option.name + " takes " + option.value, command->name);
     }
     std::reverse(words.begin(), words.end()); // as CLI11 takes them
     try {
         app.parse(words);
     } catch (const CLI::ParseError& error) {
-        Refuse(error.what(), command->name);
+        const auto valueOf = [&](const std::string& name) {
+            const auto row =
+                std::find_if(options.begin(), options.end(), [&](const auto& each) { return each.name == name; });
+            return row == options.end() ? std::string("a value") : row->value;
+        };
+        Refuse(ReasonOf(error.get_name(), error.what(), valueOf), command->name);
     }
     for (const auto& [name, isGiven] : flags)
         if (isGiven)

@@ -96,6 +96,26 @@ const std::vector<ExitRow>& ExitCodes() {
 
 namespace {
 
+Tool MakeTool() {
+    Tool tool{"velrixctl",
+              Commands(),
+              {HelpOption(), {"--version", "", "Show the versions"}},
+              "Look at a Velrix board and drive it by hand",
+              ExitCodes()};
+    for (CommandRow& command : tool.commands)
+        command.options.push_back(HelpOption());
+    return tool;
+}
+
+} // namespace
+
+const Tool& ThisTool() {
+    static const Tool tool = MakeTool();
+    return tool;
+}
+
+namespace {
+
 const std::string CHANGES_NOTHING = "Changes nothing on the board.";
 
 std::vector<CommandRow> MakeCommands() {

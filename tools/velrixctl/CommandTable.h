@@ -19,11 +19,10 @@ const CommandRow* FindCommand(std::string_view name);
 const OptionRow& HelpOption();
 
 // The exit codes of all commands.
-struct ExitRow {
-    int code;
-    std::string meaning;
-};
 const std::vector<ExitRow>& ExitCodes();
+
+// All of this, each command with HelpOption.
+const Tool& ThisTool();
 
 inline constexpr int EXIT_GOOD = 0;
 inline constexpr int EXIT_WRONG = 1;

@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/velrixctl/Commands.h"
 
+#include <algorithm>
+
+#include <unistd.h>
+
+#include "tools/help/Help.h"
+#include "tools/help/Layout.h"
 #include "tools/velrixctl/Console.h"
-#include "tools/velrixctl/Help.h"
 
 namespace VelrixTools {
 
@@ -33,8 +38,11 @@ constexpr RunRow RUNS[] = {
 } // namespace
 
 int RunHelp(const CommandLine& line) {
-    const CommandRow* const command = FindCommand(line.Value("COMMAND"));
-    Print(command == nullptr ? Help(OutputWidth()) : HelpOf(*command, OutputWidth()));
+    const Tool& tool = ThisTool();
+    const std::size_t width = OutputWidth(STDOUT_FILENO);
+    const auto command = std::find_if(tool.commands.begin(), tool.commands.end(),
+                                      [&](const auto& row) { return row.name == line.Value("COMMAND"); });
+    Print(command == tool.commands.end() ? Help(tool, width) : HelpOf(tool, *command, width));
     return EXIT_GOOD;
 }
 

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/velrixctl/Console.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include "tools/check/SettingsText.h"
@@ -16,10 +14,6 @@
 namespace VelrixTools {
 
 namespace {
-
-constexpr std::size_t NARROWEST = 40;
-constexpr std::size_t WIDEST = 100;
-constexpr std::size_t USUAL_WIDTH = 80;
 
 bool WriteAll(int descriptor, std::string_view text) {
     while (!text.empty()) {
@@ -87,31 +81,9 @@ bool HasErrorColours() {
     return IsErrorTerminal() && AllowsColours();
 }
 
-std::size_t OutputWidth() {
-    winsize size{};
-    if (!IsTerminal() || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
-        return USUAL_WIDTH;
-    return std::clamp<std::size_t>(size.ws_col, NARROWEST, WIDEST);
-}
-
 std::string In(Colour colour, const std::string& text) {
     return colour == Colour::NONE || !HasColours() ? text
                                                    : std::string("\x1b[") + CodeOf(colour) + "m" + text + "\x1b[0m";
-}
-
-std::string Wrapped(std::string_view text, std::size_t width, std::size_t indentation) {
-    std::string wrapped, line;
-    const std::string indent(indentation, ' ');
-    while (!text.empty()) {
-        const std::string_view word = text.substr(0, text.find(' '));
-        text.remove_prefix(std::min(word.size() + 1, text.size()));
-        if (!line.empty() && indentation + line.size() + 1 + word.size() > width) {
-            wrapped += indent + line + "\n";
-            line.clear();
-        }
-        line += (line.empty() ? "" : " ") + std::string(word);
-    }
-    return wrapped + (line.empty() ? "" : indent + line + "\n");
 }
 
 std::string Escaped(std::string_view text) {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -36,16 +35,10 @@ bool IsErrorTerminal();
 bool HasColours();
 bool HasErrorColours();
 
-// Columns of the terminal, from 40 to 100; 80 elsewhere.
-std::size_t OutputWidth();
-
 enum class Colour { NONE, BOLD, RED, GREEN, YELLOW, GREY };
 
 // The text in the colour where standard output has colours.
 std::string In(Colour colour, const std::string& text);
-
-// The text in lines of at most width columns, each with the indentation; words are not split.
-std::string Wrapped(std::string_view text, std::size_t width, std::size_t indentation);
 
 // Text of a file for people: control characters and bytes that are not UTF-8 as \n or \x1B.
 std::string Escaped(std::string_view text);

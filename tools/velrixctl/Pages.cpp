@@ -41,13 +41,6 @@ std::string ManualCommand(const CommandRow& command) {
     return page;
 }
 
-CompletedTool Tool() {
-    CompletedTool tool{"velrixctl", Commands(), {HelpOption(), {"--version", "", "Show the versions"}}};
-    for (CommandRow& command : tool.commands)
-        command.options.push_back(HelpOption());
-    return tool;
-}
-
 } // namespace
 
 std::string ManualPage() {
@@ -71,15 +64,15 @@ std::string ManualPage() {
 }
 
 std::string BashCompletion() {
-    return BashCompletion(Tool());
+    return BashCompletion(ThisTool());
 }
 
 std::string ZshCompletion() {
-    return ZshCompletion(Tool());
+    return ZshCompletion(ThisTool());
 }
 
 std::string FishCompletion() {
-    return FishCompletion(Tool());
+    return FishCompletion(ThisTool());
 }
 
 } // namespace VelrixTools

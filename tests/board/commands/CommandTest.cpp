@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The command by its arguments; the real one in a process of its own.
+#include <algorithm>
 #include <filesystem>
+#include <sstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -31,7 +33,21 @@ TEST(CommandTest, RefusesWhatItDoesNotUnderstandBeforeAnythingRuns) {
         {{"record", "--", "echo"}, "FILE is missing: the file for what is done to the board, as a scenario\n"},
         {{"help", "rum"}, "there is no command \"rum\"\n"},
         {{"completion"}, "SHELL is missing: name of the shell\n"},
-        {{"completion", "ksh"}, "SHELL: ksh not in {bash,zsh,fish}\n"},
+        {{"completion", "ksh"}, "velrix-board: SHELL cannot be \"ksh\"; there are: bash, zsh, fish\n"},
+        {{"run", "--isolation", "auto", "--set"},
+         "velrix-board: --set takes LABEL=0|1\n\"velrix-board run --help\" says what can be given.\n"},
+        {{"run", "--isolation", "auto", "--scenario", "--", "echo"}, "velrix-board: --scenario takes FILE\n"},
+        {{"run", "--isolation", "--", "echo"}, "velrix-board: --isolation takes namespaces|preload|auto\n"},
+        {{"run", "--settings", "--terminal", "--", "echo"}, "--settings: takes FILE, and --terminal is an option\n"},
+        {{"run", "--isolation", "strong", "--", "echo"},
+         "velrix-board: --isolation cannot be \"strong\"; there are: auto, namespaces, preload\n"},
+        {{"run", "--name", "a", "--name", "b", "--", "echo"}, "velrix-board: --name is given more than once\n"},
+        {{"run", "--terminal=maybe", "--", "echo"}, "velrix-board: --terminal takes no value\n"},
+        {{"run", "--no-syslog=maybe", "--", "echo"}, "velrix-board: --no-syslog takes no value\n"},
+        {{"run", "--junit", "a.xml", "--", "echo"}, "velrix-board: --junit requires --scenario\n"},
+        {{"diff", "a"}, "velrix-board: B is missing: the recording to compare\n"},
+        {{"diff", "a", "b", "c"}, "velrix-board: \"c\" is one too many\n"},
+        {{"diff", "a", "b", "--glitch"}, "velrix-board: --glitch takes TIME\n"},
         {{"run", "--unknown", "--", "echo"},
          "there is no option --unknown\n\"velrix-board run --help\" says what can be given.\n"},
         {{"run", "--set", "OXBO_IRQ_N", "--", "echo"}, "LABEL=0 or LABEL=1"},
@@ -43,7 +59,8 @@ TEST(CommandTest, RefusesWhatItDoesNotUnderstandBeforeAnythingRuns) {
         {{"run", "--fault", "MS.red=2", "--", "echo"}, "\"2\" is no fault"},
         {{"run", "--fault", "MS.blue=EIO", "--", "echo"}, "MS.blue is no line or LED element"},
         {{"run", "--fault", "OXBO_IRQ_N=ENOSPC", "--", "echo"}, "OXBO_IRQ_N is an input"},
-        {{"run", "--on-reboot", "ignore", "--", "echo"}, "--on-reboot"},
+        {{"run", "--on-reboot", "ignore", "--", "echo"},
+         "--on-reboot cannot be \"ignore\"; there are: restart, exit\n"},
         {{"run", "--oxbo-ready-after", "soon", "--", "echo"}, "\"soon\" is no time for the module"},
         {{"run", "--oxbo-ready-after", "250us", "--", "echo"}, "give whole milliseconds"},
         {{"run", "--oxbo-ready-after", "-5", "--", "echo"}, "--oxbo-ready-after"},
@@ -72,15 +89,63 @@ TEST(CommandTest, RefusesWhatItDoesNotUnderstandBeforeAnythingRuns) {
 }
 
 TEST(CommandTest, ExplainsItself) {
-    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--help"}, {"run", "--help"}}) {
-        CommandRun run{{VELRIX_BOARD_COMMAND}};
-        run.command.insert(run.command.end(), arguments.begin(), arguments.end());
+    const CommandEnd all = CommandRun{{VELRIX_BOARD_COMMAND, "--help"}}.Run();
+    EXPECT_EQ(all.ExitCode(), 0);
+    EXPECT_THAT(all.output,
+                testing::StartsWith("Usage: velrix-board COMMAND [ARGUMENT]... [OPTION]...\n\nRun device "));
+    EXPECT_THAT(all.output, HasSubstr("\nCommands:\n\n  run         Run a program on a private board\n"));
+    EXPECT_THAT(all.output, HasSubstr("\n\"velrix-board help COMMAND\" explains a command.\n"));
 
-        const CommandEnd end = run.Run();
+    const CommandEnd run = CommandRun{{VELRIX_BOARD_COMMAND, "run", "--help"}, {{"COLUMNS", "80"}}}.Run();
+    EXPECT_EQ(run.ExitCode(), 0);
+    EXPECT_THAT(run.output,
+                testing::StartsWith("Usage: velrix-board run [OPTION]... -- PROGRAM [ARGUMENT]...\n\nRun a "));
+    EXPECT_THAT(run.output, HasSubstr("\n  --panel[=PORT]        Show the board in a browser"));
+    const CommandEnd record = CommandRun{{VELRIX_BOARD_COMMAND, "record", "--help"}, {{"COLUMNS", "80"}}}.Run();
+    EXPECT_THAT(record.output,
+                testing::StartsWith("Usage: velrix-board record FILE [OPTION]... -- PROGRAM [ARGUMENT]...\n"));
+}
 
-        EXPECT_EQ(end.ExitCode(), 0);
-        EXPECT_THAT(end.output, HasSubstr("velrix-board run [OPTIONS] -- PROGRAM [ARG...]"));
+std::vector<std::string> BoardCommands() {
+    std::vector<std::string> commands = {VELRIX_BOARD_COMMAND};
+#ifdef VELRIX_EMULATOR_COMMAND
+    commands.emplace_back(VELRIX_EMULATOR_COMMAND);
+#endif
+    return commands;
+}
+
+TEST(CommandTest, GroupsTheOptionsOfARunWithItsHelpLast) {
+    for (const std::string& command : BoardCommands()) {
+        const std::string help = CommandRun{{command, "run", "--help"}}.Run().output;
+
+        std::size_t place = 0;
+        for (const char* each : {"\nThe program and its board:\n\n", "\n  --settings FILE ", "\nInputs and faults:\n\n",
+                                 "\n  --set LABEL=0|1 ", "\nRecords and verdicts:\n\n", "\n  --scenario FILE ",
+                                 "\n  --timeline FILE.vcd ", "\nOther options:\n\n  -h, --help "}) {
+            place = help.find(each, place);
+            ASSERT_NE(place, std::string::npos) << command << each << help;
+        }
+        EXPECT_EQ(help.find("\n  -", place + 17), std::string::npos) << "an option without a group:\n" << help;
     }
+}
+
+TEST(CommandTest, FitsTheWidth) {
+    const std::vector<std::vector<std::string>> calls = {{"--help"}, {"help", "run"}, {"help", "help"}};
+    for (const std::string& command : BoardCommands())
+        for (const std::vector<std::string>& arguments : calls)
+            for (const std::size_t width : {60U, 100U}) {
+                CommandRun run{{command}, {{"COLUMNS", std::to_string(width)}}};
+                run.command.insert(run.command.end(), arguments.begin(), arguments.end());
+
+                const CommandEnd end = run.Run();
+
+                std::istringstream lines(end.output);
+                std::size_t longest = 0;
+                for (std::string line; std::getline(lines, line);)
+                    longest = std::max(longest, line.size());
+                EXPECT_LE(longest, width) << end.output;
+                EXPECT_GT(longest, width == 100 && arguments.back() != "help" ? 80U : 40U) << end.output;
+            }
 }
 
 TEST(CommandTest, HelpsWithACommand) {
@@ -91,7 +156,7 @@ TEST(CommandTest, HelpsWithACommand) {
 
         EXPECT_EQ(help.ExitCode(), 0);
         EXPECT_EQ(help.output, option.output);
-        EXPECT_THAT(help.output, HasSubstr("\nUsage: velrix-board " + command + " "));
+        EXPECT_THAT(help.output, testing::StartsWith("Usage: velrix-board " + command + " "));
     }
     EXPECT_EQ((CommandRun{{VELRIX_BOARD_COMMAND, "help"}}).Run().output,
               (CommandRun{{VELRIX_BOARD_COMMAND, "--help"}}).Run().output);

@@ -31,12 +31,14 @@ protected:
         std::istringstream lines(help);
         bool areCommands = isOption;
         for (std::string line, word; std::getline(lines, line);) {
-            areCommands = areCommands || line == "Subcommands:";
+            areCommands = areCommands || line == "Commands:";
             if (!areCommands || !line.starts_with("  ") || line.starts_with("   "))
                 continue;
-            std::istringstream(line) >> word;
+            std::istringstream row(line);
+            while (row >> word && word == "-h,")
+                continue;
             if (word.starts_with("-") == isOption)
-                words.push_back(word.starts_with("-h,") ? word.substr(3) : word);
+                words.push_back(word.substr(0, word.find('[')));
         }
         return words;
     }

@@ -89,6 +89,7 @@ TEST(CommandLine, SaysWhatIsWrongAndWhatThereIs) {
          "\"velrixctl help pin\" says what can be given."},
         {{"pin", "OXBO_RL", "hi\x1b"},
          "LEVEL (level) cannot be \"hi\\x1B\"; there are: high, low\n\"velrixctl help pin\" says what can be given."},
+        {{"check", "--json=maybe"}, "--json takes no value\n\"velrixctl help check\" says what can be given."},
         {{"led", "MS", "green", "--ms"}, "--ms takes N\n\"velrixctl help led\" says what can be given."},
     };
     for (const auto& row : rows)

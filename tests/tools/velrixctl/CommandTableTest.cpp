@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/velrixctl/CommandTable.h"
 
+#include <algorithm>
 #include <set>
 #include <sstream>
 #include <string>
@@ -9,7 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/tools/velrixctl/Velrixctl.h"
-#include "tools/velrixctl/Help.h"
+#include "tools/help/Help.h"
 #include "tools/velrixctl/LedPatterns.h"
 
 using namespace VelrixTools;
@@ -66,28 +67,33 @@ TEST(CommandTable, OffersWhatIndicationsAndPatternsThereAre) {
 }
 
 TEST(CommandTable, IsTheHelpOfEachCommand) {
-    const auto all = Velrixctl({"--help"});
+    const auto all = Velrixctl({"COLUMNS=80", "--help"});
     EXPECT_EQ(all.code, 0);
-    EXPECT_EQ(all.output, Help(80));
-    for (const CommandRow& command : Commands()) {
+    EXPECT_EQ(all.output, Help(ThisTool(), 80));
+    EXPECT_THAT(all.output, HasSubstr("\n  -h, --help  Show this help\n"));
+    for (const CommandRow& command : ThisTool().commands) {
         EXPECT_THAT(all.output, HasSubstr("\n  " + command.name + " "));
 
-        const auto help = Velrixctl({"help", command.name});
+        const auto help = Velrixctl({"COLUMNS=80", "help", command.name});
 
         EXPECT_EQ(help.code, 0);
-        EXPECT_EQ(help.output, HelpOf(command, 80));
+        EXPECT_EQ(help.output, HelpOf(ThisTool(), command, 80));
         EXPECT_THAT(help.output, HasSubstr(command.summary));
         for (const OptionRow& option : command.options)
-            EXPECT_THAT(help.output, HasSubstr("\n  " + option.name)) << command.name;
+            EXPECT_THAT(help.output, testing::ContainsRegex("\n  (-h, )?" + option.name)) << command.name;
     }
 }
 
 TEST(CommandTable, FitsTheWidth) {
-    for (const CommandRow& command : Commands()) {
-        std::istringstream lines(HelpOf(command, 60));
-        std::string line;
-        std::getline(lines, line); // the usage, which can be copied
-        while (std::getline(lines, line))
-            EXPECT_LE(line.size(), 60U) << line;
-    }
+    for (const std::size_t width : {60U, 100U})
+        for (const CommandRow& command : Commands()) {
+            std::istringstream lines(Velrixctl({"COLUMNS=" + std::to_string(width), "help", command.name}).output);
+            std::size_t longest = 0;
+            for (std::string line; std::getline(lines, line);) {
+                EXPECT_LE(line.size(), width) << line;
+                longest = std::max(longest, line.size());
+            }
+            // One that ignores the variable has lines of up to 80.
+            EXPECT_GT(longest, width == 60 ? 40U : command.name == "check" ? 80U : 20U) << command.name;
+        }
 }

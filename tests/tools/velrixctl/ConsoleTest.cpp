@@ -7,14 +7,6 @@
 
 using namespace VelrixTools;
 
-TEST(Console, WrapsWordsAndIndentsEachLine) {
-    EXPECT_EQ(Wrapped("one two three", 9, 2), "  one two\n  three\n");
-    EXPECT_EQ(Wrapped("one two", 7, 0), "one two\n");
-    EXPECT_EQ(Wrapped("one two", 6, 0), "one\ntwo\n");
-    EXPECT_EQ(Wrapped("a-word-that-is-too-long x", 5, 1), " a-word-that-is-too-long\n x\n");
-    EXPECT_EQ(Wrapped("", 10, 2), "");
-}
-
 TEST(Console, EscapesWhatIsNoText) {
     EXPECT_EQ(Escaped("a\n\r\t\x1b[1m\x7f\xFF\xC3\xA4\xC2\x85"), "a\\n\\r\\t\\x1B[1m\\x7F\\xFF\xC3\xA4\\xC2\\x85");
     EXPECT_EQ(Escaped(std::string(1, '\0')), "\\x00");

@@ -57,10 +57,10 @@ TEST(LiveOutput, SaysHowToEndAPatternAndLeavesTheLedOff) {
 }
 
 TEST(LiveOutput, HasTheWidthOfTheTerminal) {
-    Terminal terminal({"/bin/sh", "-c", "stty cols 50; " VELRIXCTL " help led"});
+    Terminal terminal({"/bin/sh", "-c", "stty cols 70; " VELRIXCTL " help led"});
 
     const std::string help = terminal.ReadUntil("Show this help\r\n");
 
-    EXPECT_THAT(help, HasSubstr("Shows a steady colour, or a pattern until Ctrl-C\r\n"));
+    EXPECT_THAT(help, HasSubstr("Shows a steady colour, or a pattern until Ctrl-C or for the time of\r\n--for.\r\n"));
     terminal.Wait();
 }
