@@ -53,6 +53,9 @@ foreach(tool velrix-board velrix-emulator)
     install(FILES ${PROJECT_SOURCE_DIR}/packaging/man/${tool}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
   endif()
 endforeach()
+if(TARGET velrix-board OR TARGET velrix-emulator)
+  install(FILES ${PROJECT_SOURCE_DIR}/packaging/man/velrix-scenario.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 COMPONENT tools)
+endif()
 if(TARGET velrix-emulator)
   # Builds the emulator's boot image. Installed with the repository's folder structure, in which the script finds its
   # parts.

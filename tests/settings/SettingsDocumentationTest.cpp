@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <fstream>
 #include <memory>
 #include <string>
@@ -17,8 +18,8 @@ using TestSupport::TextOf;
 using Velrix::Settings::DpramSection;
 using Velrix::Settings::SettingsFile;
 
-// The tables of docs/settings.md must list exactly the accepted sections and keys, in the same order, with the actual
-// defaults.
+// The tables of docs/settings.md and the manual page must list exactly the accepted sections and keys, in the same
+// order, with the actual defaults.
 
 namespace {
 
@@ -43,6 +44,21 @@ std::string ReadDocumentation() {
         }
         if (inSection && line.rfind("| `", 0) == 0)
             read += " " + Quoted(line, 0) + "=" + Quoted(line, line.rfind('|', line.size() - 2));
+    }
+    return read;
+}
+
+// The same from the manual page: ".SS [section]", and ".BR key " = " default".
+std::string ReadManual() {
+    std::ifstream page(SETTINGS_MANUAL);
+    const std::string heading = ".SS ", pair = ".BR ", equals = " \" = \" ";
+    std::string read;
+    for (std::string line; std::getline(page, line);) {
+        const std::string name = line.substr(std::min(line.size(), heading.size()));
+        if (line.rfind(heading, 0) == 0)
+            read += (read.empty() ? "" : "\n") + (name == "Before the first header" ? "[]" : name);
+        else if (const std::size_t end = name.find(equals); line.rfind(pair, 0) == 0 && end != std::string::npos)
+            read += " " + name.substr(0, end) + "=" + name.substr(end + equals.size());
     }
     return read;
 }
@@ -118,7 +134,10 @@ std::string DescribeSettings() {
 } // namespace
 
 TEST(SettingsDocumentation, NamesEveryKeyWithItsDefaultAndNoOther) {
-    EXPECT_EQ(ReadDocumentation(), DescribeSettings());
+    const std::string settings = DescribeSettings();
+
+    EXPECT_EQ(ReadDocumentation(), settings);
+    EXPECT_EQ(ReadManual(), settings);
 }
 
 // The example of the page, between ```ini and ```.

@@ -60,7 +60,7 @@ std::string ManualPage() {
             ManualTag("NO_COLOR", "",
                       "If it is set and not empty, output has no colours. It has none either where it is no terminal.");
     page += ".SH FILES\n" + ManualTag("/etc/velrix.conf", "", "The settings file.");
-    return page + ".SH SEE ALSO\n.BR velrix-board (1)\n";
+    return page + ".SH SEE ALSO\n.BR velrix.conf (5),\n.BR velrix-board (1)\n";
 }
 
 std::string BashCompletion() {
