@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 # The installation: both libraries, their headers, the CMake package "velrix", the pkg-config files, and the tools with
-# their manual pages. All paths in it are relative, so that it is relocatable. Components: env and velrix to run
+# their manual pages; VelrixDocuments.cmake adds documents. All paths in it are relative, so that it is relocatable. Components: env and velrix to run
 # programs, dev to build them, tools for the commands.
 
 include(CMakePackageConfigHelpers)
