@@ -67,5 +67,6 @@ if(TARGET velrix-emulator)
   set(velrixImageDir ${CMAKE_INSTALL_DATAROOTDIR}/velrix/board/emulated/image)
   install(PROGRAMS ${velrixImage}/agent ${velrixImage}/reset-lines ${velrixImage}/runner ${velrixImage}/start
     DESTINATION ${velrixImageDir} COMPONENT tools)
-  install(FILES ${velrixImage}/inittab ${velrixImage}/lines.txt DESTINATION ${velrixImageDir} COMPONENT tools)
+  install(FILES ${velrixImage}/inittab ${velrixImage}/lines.txt ${velrixImage}/open-port
+    DESTINATION ${velrixImageDir} COMPONENT tools)
 endif()

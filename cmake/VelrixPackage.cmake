@@ -103,7 +103,7 @@ ${velrixAbout}
 This package holds velrix-board, which runs an unmodified application on a
 private board that has the device's own paths.")
   if(TARGET velrix-emulator)
-    set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "cpio, device-tree-compiler, qemu-system-arm, qemu-user")
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "cpio, device-tree-compiler, qemu-system-arm, qemu-user, xz-utils")
     string(APPEND CPACK_DEBIAN_TOOLS_DESCRIPTION
       "\n.\nvelrix-emulator runs it on a 32-bit ARM machine with real LEDs and lines.")
   endif()

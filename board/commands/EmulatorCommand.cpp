@@ -14,11 +14,13 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include "board/base/BoardError.h"
 #include "board/base/Paths.h"
 #include "board/commands/CommandArguments.h"
 #include "board/commands/CommonCommands.h"
 #include "board/control/ScenarioPlayer.h"
 #include "board/emulated/ArmProgram.h"
+#include "board/emulated/ImageFolder.h"
 #include "board/emulated/Machine.h"
 #include "board/emulated/MachineControl.h"
 #include "board/loop/ProcessSignals.h"
@@ -47,7 +49,7 @@ struct ProgramRefusal {
 };
 
 struct EmulatorOptions {
-    std::filesystem::path image = DEFAULT_IMAGE;
+    std::optional<std::filesystem::path> image;
     std::optional<std::filesystem::path> settings;
     std::optional<std::string> timeline;
     ScenarioOptions scenario;
@@ -169,12 +171,14 @@ int RunOnEmulator(const EmulatorOptions& options) {
     const SignalBlock signals{SIGHUP, SIGUSR1, SIGUSR2};
     if (options.settings)
         RequireContent(*options.settings);
+    const std::filesystem::path image = options.image ? *options.image : DefaultImage();
     const BoardModel model = MakeModel("velrix-emulator", options.settings, options.levels);
-    const GpioLines lines(options.image / "lines.txt", model);
+    RequireImage(image);
+    const GpioLines lines(image / "lines.txt", model);
     BoardState state(model);
     MachineProgram program;
     program.words = options.command;
-    Machine machine(options.image, FilesFor(options, lines, program.words));
+    Machine machine(image, FilesFor(options, lines, program.words));
     Watchers watchers(options, machine, state, program);
     ProgramStreams streams;
     streams.AddTo(program, state, machine);
@@ -200,7 +204,8 @@ int RunOnEmulator(const EmulatorOptions& options) {
 void AddRunOptions(CLI::App& run, EmulatorOptions& options) {
     run.footer(FOOTER);
     run.add_option("--image", options.image,
-                   std::string("What scripts/emulated-board-image made; ") + DEFAULT_IMAGE + " if not given")
+                   "What velrix-emulator image made; if not given, that of VELRIX_EMULATED_BOARD, or the one in the "
+                   "user's cache")
         ->type_name("DIR");
     run.add_option("--settings", options.settings, "The board's /etc/velrix.conf; without it there is none")
         ->type_name("FILE");
@@ -213,6 +218,22 @@ void AddRunOptions(CLI::App& run, EmulatorOptions& options) {
     TakeOneValueEach(run);
 }
 
+CLI::App* AddImage(CLI::App& app, std::optional<std::filesystem::path>& folder) {
+    CLI::App* image = app.add_subcommand("image", "Make the image that the machine boots, from Debian's packages");
+    image->footer("Downloads Debian's kernel and some packages for armhf, and installs nothing. Does nothing when the "
+                  "image is up to date. Ends with 0, or with 1 or 125 when something is wrong.");
+    image->add_option("DIR", folder, "Folder for it; if not given, the one that run takes it from");
+    return image;
+}
+
+// Does not return: this process becomes the script.
+[[noreturn]] void MakeImage(const std::optional<std::filesystem::path>& named) {
+    const std::filesystem::path folder = std::filesystem::absolute(named ? *named : DefaultImage());
+    const std::filesystem::path script = ImageScript(std::filesystem::read_symlink("/proc/self/exe"));
+    ::execl(script.c_str(), script.c_str(), folder.c_str(), static_cast<char*>(nullptr));
+    ThrowSystemError("cannot run " + script.native());
+}
+
 int RunEmulatorCommand(int argc, char** argv) {
     EmulatorOptions options;
 
@@ -222,12 +243,16 @@ int RunEmulatorCommand(int argc, char** argv) {
     app.failure_message(RefusalText);
     CLI::App* run = app.add_subcommand("run", "Boot the machine and run a program on it");
     AddRunOptions(*run, options);
+    std::optional<std::filesystem::path> imageFolder;
+    const CLI::App* image = AddImage(app, imageFolder);
     const CommonCommands common(app);
 
     try {
         app.parse(OwnArguments(argc, argv, options.command));
         if (common.Run())
             return 0;
+        if (image->parsed())
+            MakeImage(imageFolder);
         RequireProgram(app, options.command);
     } catch (const CLI::ParseError& error) {
         return EndParsing(app, error);

@@ -14,19 +14,13 @@
 
 #include "board/base/BoardError.h"
 #include "board/base/Paths.h"
+#include "board/emulated/ImageFolder.h"
 
 namespace VelrixBoard {
 
 namespace {
 
 constexpr const char* EMULATOR = "qemu-system-arm";
-
-void RequireImage(const std::filesystem::path& image) {
-    for (const char* name : {"kernel", "board.dtb", "root.cpio", "lines.txt"})
-        if (!std::filesystem::exists(image / name))
-            throw BoardError("the emulated board's " + (image / name).native() +
-                             " is missing; scripts/emulated-board-image makes it from Debian's kernel package");
-}
 
 // Concatenates the image's archive and the files.
 void WriteRoot(const std::filesystem::path& rootFile, const std::filesystem::path& image, const CpioArchive& files) {
@@ -160,7 +154,7 @@ void Emulator::Start(const std::vector<std::string>& arguments, const std::vecto
     int error = 0;
     if (::read(verdict.Get(), &error, sizeof error) == sizeof error)
         throw BoardError(std::string(EMULATOR) + " cannot be started (" + std::strerror(error) +
-                         "); Debian has it in the package qemu-system-arm, which scripts/setup installs");
+                         "); Debian has it in the package qemu-system-arm");
 }
 
 } // namespace VelrixBoard

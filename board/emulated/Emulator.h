@@ -27,7 +27,7 @@ public:
         FileDescriptor trace;
     };
 
-    // Starts it with the image of scripts/emulated-board-image and further files. Throws BoardError when the emulator
+    // Starts it with an image, see ImageFolder.h, and further files. Throws BoardError when the emulator
     // or a part of the image is missing.
     Emulator(const std::filesystem::path& image, const CpioArchive& files, Connections& connections);
     ~Emulator();

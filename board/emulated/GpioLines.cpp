@@ -15,7 +15,7 @@ namespace {
 std::map<std::string, unsigned> ReadLines(const std::filesystem::path& file) {
     std::ifstream stream(file);
     if (!stream)
-        throw BoardError("cannot read " + file.native() + "; scripts/emulated-board-image makes it");
+        throw BoardError("cannot read " + file.native() + "; velrix-emulator image makes it");
     std::map<std::string, unsigned> numbers;
     for (std::string row; std::getline(stream, row);) {
         std::istringstream words(row);

@@ -46,7 +46,4 @@ private:
     MachineConnections connections;
 };
 
-// The folder of the image by default.
-inline constexpr const char* DEFAULT_IMAGE = "build/emulated-board";
-
 } // namespace VelrixBoard

@@ -224,14 +224,16 @@ TEST_F(EmulatorCommand, EndsByASecondSignalOfAProgramThatDoesNot) {
 
 TEST_F(EmulatorCommand, SaysWhatIsMissingAndWhatToDo) {
     EXPECT_EQ(Run({"run", "--image", folder.Path("none"), "--", "true"}), 125);
-    EXPECT_EQ(errors, "velrix-emulator: cannot read " + folder.Path("none") +
-                          "/lines.txt; scripts/emulated-board-image makes it\n");
+    EXPECT_EQ(errors, "velrix-emulator: the emulated board's " + folder.Path("none") +
+                          "/kernel is missing; make it from Debian's packages with: velrix-emulator image " +
+                          folder.Path("none") + "\n");
 
     std::filesystem::create_directory(folder.Path("half"));
     std::filesystem::copy(image + "/lines.txt", folder.Path("half"));
     EXPECT_EQ(Run({"run", "--image", folder.Path("half"), "--", "true"}), 125);
     EXPECT_EQ(errors, "velrix-emulator: the emulated board's " + folder.Path("half") +
-                          "/kernel is missing; scripts/emulated-board-image makes it from Debian's kernel package\n");
+                          "/kernel is missing; make it from Debian's packages with: velrix-emulator image " +
+                          folder.Path("half") + "\n");
 
     const std::string path = Variable("PATH");
     ::setenv("PATH", "/nowhere", 1);
@@ -239,7 +241,7 @@ TEST_F(EmulatorCommand, SaysWhatIsMissingAndWhatToDo) {
     ::setenv("PATH", path.c_str(), 1);
     EXPECT_EQ(errors,
               "velrix-emulator: qemu-system-arm cannot be started (No such file or directory); Debian has it in the "
-              "package qemu-system-arm, which scripts/setup installs\n");
+              "package qemu-system-arm\n");
 }
 
 TEST_F(EmulatorCommand, RefusesProgramsThatItCannotRunBeforeItBoots) {

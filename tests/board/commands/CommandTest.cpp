@@ -148,6 +148,30 @@ TEST(CommandTest, FitsTheWidth) {
             }
 }
 
+#ifdef VELRIX_EMULATOR_COMMAND
+TEST(CommandTest, SaysHowToMakeTheEmulatorsImageAndMakesIt) {
+    const TestSupport::TemporaryFolder folder;
+    const std::string image = folder.Path("velrix/emulated-board");
+
+    const CommandEnd none = CommandRun{{VELRIX_EMULATOR_COMMAND, "run", "--", "true"},
+                                       {{"VELRIX_EMULATED_BOARD", ""}, {"XDG_CACHE_HOME", folder.Path()}}}
+                                .Run();
+    EXPECT_EQ(none.ExitCode(), 125);
+    EXPECT_EQ(none.errors, "velrix-emulator: the emulated board's " + image +
+                               "/kernel is missing; make it from Debian's packages with: velrix-emulator image " +
+                               image + "\n");
+
+    // The script, on a machine without its programs.
+    std::filesystem::create_directory(folder.Path("few"));
+    for (const char* program : {"bash", "dirname"})
+        std::filesystem::create_symlink(std::string("/usr/bin/") + program, folder.Path("few") + "/" + program);
+    const CommandEnd made =
+        CommandRun{{VELRIX_EMULATOR_COMMAND, "image", folder.Path("x")}, {{"PATH", folder.Path("few")}}}.Run();
+    EXPECT_EQ(made.ExitCode(), 1);
+    EXPECT_EQ(made.errors, "emulated-board-image: apt-get is missing; install Debian's package apt\n");
+}
+#endif
+
 TEST(CommandTest, HelpsWithACommand) {
     const std::vector<std::string> commands = {"run", "record", "diff", "help", "completion"};
     for (const std::string& command : commands) {
