@@ -123,7 +123,8 @@ CpioArchive FilesFor(const EmulatorOptions& options, const GpioLines& lines, std
                              path.native() + " does not exist; a name without a slash is a command of the machine"};
     if (!std::filesystem::is_regular_file(path) || !ReadArmObject(path))
         throw ProgramRefusal{ProgramRefusal::NOT_RUNNABLE,
-                             path.native() + " is no 32-bit ARM program; build it with the preset \"arm\""};
+                             path.native() +
+                                 " is no 32-bit ARM program; build it for the device, with arm-linux-gnueabihf-g++"};
     AddArmProgram(files, path, options.libraries);
     words[0] = path.native();
     return files;

@@ -144,7 +144,8 @@ void AddArmProgram(CpioArchive& archive, const std::filesystem::path& program,
         waiting.pop_back();
         const auto object = ReadArmObject(placed.outside);
         if (!object)
-            throw BoardError(placed.outside.native() + " is no 32-bit ARM program; build it with the preset \"arm\"");
+            throw BoardError(placed.outside.native() +
+                             " is no 32-bit ARM program; build it for the device, with arm-linux-gnueabihf-g++");
         archive.AddProgram(placed.inside, ReadLoadedPart(placed.outside));
 
         for (const std::string& name : object->needed) {

@@ -117,7 +117,8 @@ TEST(ArmProgramErrors, RefusesProgramsOfOtherMachines) {
         AddArmProgram(archive, program, {});
         ADD_FAILURE();
     } catch (const BoardError& error) {
-        EXPECT_EQ(error.what(), program + " is no 32-bit ARM program; build it with the preset \"arm\"");
+        EXPECT_EQ(error.what(), program + " is no 32-bit ARM program; build it for the device, with "
+                                          "arm-linux-gnueabihf-g++");
     }
 }
 
