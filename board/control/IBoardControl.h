@@ -34,6 +34,10 @@ public:
     virtual void SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) = 0;
     virtual ModuleState OxboState() const = 0;
 
+    // Whether a web log that is opened from now on finds its disk full. Throws BoardError where the board does not keep
+    // that file.
+    virtual void SetWebLogFull(bool isFull) = 0;
+
     // Sends the signal to the program if one runs.
     virtual void SignalProgram(int signal) = 0;
 

@@ -37,13 +37,17 @@ void InputRecorder::SetFault(std::size_t signal, const std::optional<Fault>& fau
 
 void InputRecorder::SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) {
     control.SetOxboReadyAfter(delay);
-    file << "# from here on as with --oxbo-ready-after " << (delay ? std::to_string(delay->count()) : "never")
-         << std::endl;
+    Put(delay ? "module ready after " + std::to_string(delay->count()) + "ms" : "module ready never");
 }
 
 void InputRecorder::SignalProgram(int signal) {
     control.SignalProgram(signal);
     Put(std::string("send ") + ::sigabbrev_np(signal));
+}
+
+void InputRecorder::SetWebLogFull(bool isFull) {
+    control.SetWebLogFull(isFull);
+    Put(isFull ? "fault web log ENOSPC" : "fault web log none");
 }
 
 void InputRecorder::ChangeWallClock(const WallClockChange& change) {

@@ -30,6 +30,7 @@ public:
     void SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) override;
     ModuleState OxboState() const override { return control.OxboState(); }
     void SignalProgram(int signal) override;
+    void SetWebLogFull(bool isFull) override;
     void ChangeWallClock(const WallClockChange& change) override;
 
     // Completes the recording after the run. Throws BoardError when it could not be written.

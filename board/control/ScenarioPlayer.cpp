@@ -48,6 +48,7 @@ ScenarioPlayer::ScenarioPlayer(const ScenarioOptions& options, const BoardState&
     : state(boardState), control(boardControl), hasOwnTime(options.hasOwnTime), reportFile(options.junit.value_or("")),
       suite(options.name.value_or(SuiteName(options.file.value_or("")))), report(OpenReport(options.junit)),
       names(NamesOf(boardState.Model())), scenario(Read(options.file.value())), runner(scenario, names, *this) {
+    runner.ActAtStart();
     for (std::size_t signal = 0; signal < state.Count(); ++signal)
         OnChange(signal, state.Level(signal), BoardTime(0));
 }
@@ -71,10 +72,12 @@ void ScenarioPlayer::WriteReport(const std::string& text) {
 
 bool ScenarioPlayer::Hears(ProgramStream stream) const {
     const auto log = stream == ProgramStream::OUTPUT ? LogHas::Log::OUTPUT : LogHas::Log::ERRORS;
-    return report.is_open() || std::ranges::any_of(scenario.steps, [log](const Step& step) {
-               const Condition* condition = ConditionOf(step);
-               const auto* has = condition ? std::get_if<LogHas>(condition) : nullptr;
-               return has && has->log == log;
+    const auto isOfLog = [log](const Condition* condition) {
+        const auto* has = std::get_if<LogHas>(condition);
+        return has && has->log == log;
+    };
+    return report.is_open() || std::ranges::any_of(scenario.steps, [&isOfLog](const Step& step) {
+               return std::ranges::any_of(ConditionsOf(step), isOfLog);
            });
 }
 

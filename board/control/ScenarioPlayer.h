@@ -79,6 +79,8 @@ private:
     void Set(const std::string& line, bool high) override { control.DriveInput(FindSignal(state, line), high); }
     void SetFault(const std::string& signal, const std::optional<Fault>& fault) override;
     void Send(int signal) override { control.SignalProgram(signal); }
+    void SetWebLogFull(bool isFull) override { control.SetWebLogFull(isFull); }
+    void SetReadyAfter(std::optional<std::chrono::milliseconds> delay) override { control.SetOxboReadyAfter(delay); }
     void SetClock(const WallClockChange& change) override { control.ChangeWallClock(change); }
 
     using Event = std::function<void(ScenarioTime)>;

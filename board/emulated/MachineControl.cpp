@@ -24,6 +24,10 @@ void MachineControl::SetOxboReadyAfter(std::optional<std::chrono::milliseconds> 
     module->SetReadyAfter(delay, machine.Now());
 }
 
+void MachineControl::SetWebLogFull(bool) {
+    throw BoardError("the emulated board cannot fill its web log's disk; try that on velrix-board");
+}
+
 void MachineControl::ChangeWallClock(const WallClockChange&) {
     throw BoardError("the emulated board cannot set its clock; try that on velrix-board with --time virtual");
 }
@@ -34,17 +38,18 @@ void MachineControl::SignalProgram(int signal) {
 
 void RefuseWhatTheMachineCannot(const Scenario& scenario) {
     for (const Step& step : scenario.steps) {
-        const auto* action = std::get_if<Do>(&step.what);
-        const Condition* condition = ConditionOf(step);
+        const Action* action = ActionOf(step);
         const std::string place =
             step.file + ":" + std::to_string(step.line) + ":" + std::to_string(step.column) + ": ";
-        if (action && std::holds_alternative<InjectFault>(action->action))
+        if (action && (std::holds_alternative<InjectFault>(*action) || std::holds_alternative<SetWebLogFull>(*action)))
             throw ScenarioError(place + "the emulated board's value files are the real kernel's and cannot be broken; "
                                         "play this scenario on velrix-board");
-        const auto* log = condition ? std::get_if<LogHas>(condition) : nullptr;
-        if (log && (log->log == LogHas::Log::WEB || log->log == LogHas::Log::SYSTEM))
-            throw ScenarioError(place + "the emulated board's logs are not seen from outside; play this scenario on "
-                                        "velrix-board");
+        for (const Condition* condition : ConditionsOf(step)) {
+            const auto* log = std::get_if<LogHas>(condition);
+            if (log && (log->log == LogHas::Log::WEB || log->log == LogHas::Log::SYSTEM))
+                throw ScenarioError(place + "the emulated board's logs are not seen from outside; play this scenario "
+                                            "on velrix-board");
+        }
     }
 }
 

@@ -21,6 +21,7 @@ public:
     void SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) override;
     ModuleState OxboState() const override { return module ? module->State() : ModuleState(); }
     void SignalProgram(int signal) override;
+    void SetWebLogFull(bool isFull) override;
     void ChangeWallClock(const WallClockChange& change) override;
 
 private:

@@ -21,15 +21,27 @@ std::string Quoted(const std::string& text) {
 
 } // namespace
 
-const Condition* ConditionOf(const Step& step) {
-    const auto* await = std::get_if<Await>(&step.what);
-    const auto* never = std::get_if<Never>(&step.what);
-    return await ? &await->condition : never ? &never->condition : nullptr;
+std::vector<const Condition*> ConditionsOf(const Step& step) {
+    std::vector<const Condition*> conditions;
+    if (const auto* await = std::get_if<Await>(&step.what))
+        conditions.push_back(&await->condition);
+    if (const auto* when = std::get_if<When>(&step.what); when && when->condition)
+        conditions.push_back(&*when->condition);
+    if (const auto* never = std::get_if<Never>(&step.what))
+        for (const Condition& condition : never->conditions)
+            conditions.push_back(&condition);
+    return conditions;
+}
+
+const Action* ActionOf(const Step& step) {
+    const auto* action = std::get_if<Do>(&step.what);
+    const auto* when = std::get_if<When>(&step.what);
+    return action ? &action->action : when ? &when->action : nullptr;
 }
 
 std::string TextOf(const Condition& condition) {
     const ForEachKind text{
-        [](const LedIs& c) { return c.led + " is " + (c.steady ? "steady " : "") + c.color; },
+        [](const LedIs& c) { return c.led + " is " + (c.steady ? "steady " : "") + (c.other ? "not " : "") + c.color; },
         [](const LedAlternates& c) {
             return c.led + " is " +
                    (c.second == "off" ? "flashing " + c.first : "toggling " + c.first + " " + c.second) + " " +
@@ -41,12 +53,20 @@ std::string TextOf(const Condition& condition) {
             return c.how == ProgramEnd::How::EXIT ? "program exits with " + std::to_string(c.number)
                                                   : "program is killed by " + std::string(sigabbrev_np(c.number));
         },
+        [](const ProgramEnds&) { return std::string("program ends"); },
         [](const LogHas& c) {
             constexpr const char* NAMES[] = {"web log", "system log", "stdout", "stderr"};
             return NAMES[static_cast<int>(c.log)] + std::string(" has ") + Quoted(c.text);
         },
         [](const RebootIsCalled&) { return std::string("reboot is called"); }};
     return std::visit(text, condition);
+}
+
+std::string TextOf(const std::vector<Condition>& conditions) {
+    std::string text;
+    for (const Condition& condition : conditions)
+        text += (text.empty() ? "" : " and ") + TextOf(condition);
+    return text;
 }
 
 std::optional<int> SignalNumber(const std::string& name) {

@@ -29,11 +29,12 @@ struct ScenarioNames {
 };
 
 // An LED shows a colour now: "off", one element, or several together, as named by LedHistory; steady: for longer than
-// any step of a pattern.
+// any step of a pattern; other: it shows another colour.
 struct LedIs {
     std::string led;
     std::string color;
     bool steady;
+    bool other = false;
 };
 
 // An LED alternates between two colours ("off" for flashing), each phase within the tolerance of its time; none: that
@@ -62,6 +63,9 @@ struct ProgramEnd {
     friend bool operator==(const ProgramEnd&, const ProgramEnd&) = default;
 };
 
+// The program ended in whatever way.
+struct ProgramEnds {};
+
 // A line of the web log, a record of the system log, or what the program printed contains the text.
 struct LogHas {
     enum class Log { WEB, SYSTEM, OUTPUT, ERRORS };
@@ -73,7 +77,7 @@ struct LogHas {
 
 struct RebootIsCalled {};
 
-using Condition = std::variant<LedIs, LedAlternates, LineIs, ProgramEnd, LogHas, RebootIsCalled>;
+using Condition = std::variant<LedIs, LedAlternates, LineIs, ProgramEnd, ProgramEnds, LogHas, RebootIsCalled>;
 
 // A function with an overload for each kind of condition, for std::visit.
 template <class... Kinds>
@@ -95,11 +99,19 @@ struct InjectFault {
 struct SendSignal {
     int signal;
 };
+// Whether a web log that is opened from now on finds its disk full.
+struct SetWebLogFull {
+    bool isFull;
+};
+// The module is ready that long after its reset, also after one that has been released already; nothing: never.
+struct SetReadyTime {
+    std::optional<std::chrono::milliseconds> after;
+};
 struct SetClock {
     WallClockChange change;
 };
 
-using Action = std::variant<SetInput, InjectFault, SendSignal, SetClock>;
+using Action = std::variant<SetInput, InjectFault, SetWebLogFull, SendSignal, SetReadyTime, SetClock>;
 
 // The kinds of steps. Do and Await run in sequence: each begins when the previous one is done.
 struct Do {
@@ -113,9 +125,16 @@ struct Await {
 struct Wait {
     ScenarioTime length;
 };
-// Must not be true at any time of the run.
+// Acts once, that long after the condition has become true, which it was not before; beside the steps in sequence, and
+// no failure if that does not happen.
+struct When {
+    std::optional<Condition> condition; // nothing: the program's start
+    ScenarioTime after;
+    Action action;
+};
+// Must not be true at any time of the run, all of them at once.
 struct Never {
-    Condition condition;
+    std::vector<Condition> conditions;
 };
 // The run has at least one such pulse of the line, and every one has the length.
 struct Pulses {
@@ -128,7 +147,7 @@ struct Pulses {
 struct Step {
     int line;         // of the file, from 1
     std::string text; // verbatim, without the comment
-    std::variant<Do, Await, Wait, Never, Pulses> what;
+    std::variant<Do, Await, Wait, When, Never, Pulses> what;
     std::size_t column = 1; // where the action or the condition begins, or else the step
     std::string file{};     // the scenario's, or one that it includes
     std::string round{};    // "2 of 5" in a repeat; otherwise empty
@@ -145,11 +164,15 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// The condition of an Await or Never; null for other steps.
-const Condition* ConditionOf(const Step& step);
+// The conditions of an Await, a When or a Never; empty for other steps.
+std::vector<const Condition*> ConditionsOf(const Step& step);
+
+// The action of a Do or a When; null for other steps.
+const Action* ActionOf(const Step& step);
 
 // "MS is steady green", "the program exits with 0": for messages.
 std::string TextOf(const Condition& condition);
+std::string TextOf(const std::vector<Condition>& conditions);
 
 // The number of a signal, by its name with or without "SIG"; nothing for an unknown one.
 std::optional<int> SignalNumber(const std::string& name);

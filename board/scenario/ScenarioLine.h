@@ -33,6 +33,7 @@ public:
     // The step's action or condition begins at the next word.
     void Begin() { subject = AtEnd() ? end + 1 : words[next].column; }
     std::size_t Subject() const { return subject; }
+    void SetSubject(std::size_t column) { subject = column; }
 
     bool AtEnd() const { return next == words.size(); }
     bool Is(std::string_view word) const { return !AtEnd() && !words[next].quoted && words[next].text == word; }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "board/model/OxboModule.h"
 #include "board/scenario/ScenarioSource.h"
 
 namespace VelrixBoard {
@@ -20,7 +21,7 @@ public:
         signals.insert(signals.end(), lines.begin(), lines.end());
     }
 
-    std::variant<Do, Await, Wait, Never, Pulses> ParseStep(ScenarioLine& line) const {
+    std::variant<Do, Await, Wait, When, Never, Pulses> ParseStep(ScenarioLine& line) const {
         if (line.Take("at")) {
             const ScenarioTime at = line.Time();
             return Do{at, ParseAction(line)};
@@ -31,13 +32,15 @@ public:
         }
         if (line.Take("wait"))
             return Wait{line.Time()};
+        if (line.Take("when"))
+            return ParseWhen(line);
         if (line.Take("never"))
-            return Never{ParseCondition(line)};
+            return ParseNever(line);
         if (line.Take("expect"))
             return ParsePulses(line);
-        if (line.Is("set") || line.Is("fault") || line.Is("send"))
+        if (line.Is("set") || line.Is("fault") || line.Is("send") || line.Is("module"))
             return Do{std::nullopt, ParseAction(line)};
-        line.FailHere("within, at, set, fault, send, wait, expect, never, repeat or include");
+        line.FailHere("within, at, set, fault, send, module, wait, when, expect, never, repeat or include");
     }
 
 private:
@@ -54,13 +57,72 @@ private:
             const std::string input = line.Any("");
             return SetInput{input, line.High()};
         }
-        if (line.Take("fault")) {
-            const std::string signal = line.OneOf(signals);
-            return InjectFault{signal, ParseFaultOf(signal, line)};
-        }
+        if (line.Take("fault"))
+            return ParseFaultAction(line);
         if (line.Take("send"))
             return SendSignal{line.Signal()};
-        line.FailHere("set, fault or send");
+        if (line.Take("module")) {
+            line.Need("ready");
+            if (line.Take("never"))
+                return SetReadyTime{std::nullopt};
+            line.Need("after");
+            return SetReadyTime{ParseReadyAfter(line)};
+        }
+        line.FailHere("set, fault, send or module");
+    }
+
+    Action ParseFaultAction(ScenarioLine& line) const {
+        if (line.Take("web")) {
+            line.Need("log");
+            return SetWebLogFull{line.OneOf({"ENOSPC", "none"}) == "ENOSPC"};
+        }
+        if (line.AtEnd() || std::find(signals.begin(), signals.end(), line.Peek()) == signals.end()) {
+            std::vector<std::string> breakable = signals;
+            breakable.emplace_back("web log");
+            line.FailHere(JoinAlternatives(breakable));
+        }
+        const std::string signal = line.Any("");
+        return InjectFault{signal, ParseFaultOf(signal, line)};
+    }
+
+    static std::optional<std::chrono::milliseconds> ParseReadyAfter(ScenarioLine& line) {
+        try {
+            const auto after = ParseReadyTime(line.AtEnd() ? "" : line.Peek());
+            line.Any("");
+            return after;
+        } catch (const std::exception&) {
+            line.FailHere("a time of whole milliseconds such as 40ms or 2s");
+        }
+    }
+
+    When ParseWhen(ScenarioLine& line) const {
+        line.Begin();
+        std::optional<Condition> condition;
+        if (!TakeStart(line))
+            condition = ParseCondition(line);
+        const ScenarioTime after = line.May("after") ? line.Time() : ScenarioTime(0);
+        const std::size_t subject = line.Subject();
+        Action action = ParseAction(line);
+        line.SetSubject(subject);
+        return {std::move(condition), after, std::move(action)};
+    }
+
+    Never ParseNever(ScenarioLine& line) const {
+        Never never{{ParseCondition(line)}};
+        const std::size_t subject = line.Subject();
+        while (line.May("and"))
+            never.conditions.push_back(ParseCondition(line));
+        line.SetSubject(subject);
+        return never;
+    }
+
+    // "program starts"; takes nothing else.
+    static bool TakeStart(ScenarioLine& line) {
+        ScenarioLine ahead = line;
+        if (!ahead.Take("program") || !ahead.Take("starts"))
+            return false;
+        line = ahead;
+        return true;
     }
 
     static SetClock ParseClock(ScenarioLine& line) {
@@ -114,7 +176,10 @@ private:
     Condition ParseCondition(ScenarioLine& line) const {
         line.Begin();
         if (line.Take("program")) {
-            if (line.OneOf({"exits", "is"}) == "exits") {
+            const std::string how = line.OneOf({"ends", "exits", "is"});
+            if (how == "ends")
+                return ProgramEnds{};
+            if (how == "exits") {
                 line.Need("with");
                 return ProgramEnd{ProgramEnd::How::EXIT, line.Number(0, 255, "an exit code")};
             }
@@ -212,8 +277,10 @@ private:
         }
         colors.push_back("off");
         const bool steady = line.Take("steady");
-        const std::vector<std::string> keywords = {"steady", "flashing", "toggling"};
-        return LedIs{led.name, ParseColor(line, colors, steady ? std::vector<std::string>() : keywords), steady};
+        const bool other = !steady && line.Take("not");
+        const std::vector<std::string> keywords = {"steady", "not", "flashing", "toggling"};
+        return LedIs{led.name, ParseColor(line, colors, steady || other ? std::vector<std::string>() : keywords),
+                     steady, other};
     }
 
     LedAlternates ParseAlternation(ScenarioLine& line, const std::string& led, const std::string& first,
@@ -255,7 +322,7 @@ void RefuseInRepeat(const PlayedLine& line) {
         return;
     if (line.words.Is("at"))
         line.words.Fail(line.words.Column(), "a time since the start cannot be repeated; use wait");
-    if (line.words.Is("never") || line.words.Is("expect"))
+    if (line.words.Is("never") || line.words.Is("expect") || line.words.Is("when"))
         line.words.Fail(line.words.Column(), "it holds for the whole run; write it outside of repeat");
 }
 

@@ -11,16 +11,19 @@ namespace VelrixBoard {
 // Parses a scenario, one line after the other:
 //
 //     line      = step | "include" FILE | "repeat" NUMBER | "end"
-//     step      = "at" TIME action | action | "within" TIME condition | "wait" TIME | "never" condition
+//     step      = "at" TIME action | action | "within" TIME condition | "wait" TIME
+//               | "never" condition { "and" condition }
+//               | "when" ( "program" "starts" | condition ) [ "after" TIME ] action
 //               | "expect" LINE "pulses" ( "low" | "high" ) [ "for" ( "at least" | "at most" ) TIME [ "and at most"
 //               TIME ] ]
 //     action    = "set" INPUT ( "high" | "low" ) | "set" "clock" ( DATE | ( "forward" | "back" ) TIME )
-//               | "fault" SIGNAL FAULT | "send" SIGNALNAME
-//     condition = LED "is" [ "steady" ] COLOR
+//               | "fault" ( SIGNAL FAULT | "web" "log" ( "ENOSPC" | "none" ) ) | "send" SIGNALNAME
+//               | "module" "ready" ( "after" TIME | "never" )
+//     condition = LED "is" [ "steady" | "not" ] COLOR
 //               | LED "is" "flashing" COLOR TIME TIME [ "tolerance" TIME ]
 //               | LED "is" "toggling" COLOR COLOR TIME TIME [ "tolerance" TIME ]
 //               | LINE "is" ( "high" | "low" )
-//               | "program" ( "exits" "with" NUMBER | "is" "killed" "by" SIGNALNAME )
+//               | "program" ( "ends" | "exits" "with" NUMBER | "is" "killed" "by" SIGNALNAME )
 //               | ( "web" "log" | "system" "log" | "stdout" | "stderr" ) "has" TEXT | "reboot" "is" "called"
 //     TIME      = digits, a point and digits if need be, and "us", "ms", "s", "min", "h" or "d", without a blank
 //     DATE      = as 2038-01-19T03:14:00Z
@@ -31,7 +34,8 @@ namespace VelrixBoard {
 //
 // "#" begins a comment; blank lines are skipped, as is a byte order mark. "at most" is no shorter than "at least", and
 // an LED toggles between two different colours. What repeat and include mean, and their limits, is in ScenarioSource.h;
-// "at", "never" and "expect" are not repeated. Throws ScenarioError with file, line, column and the valid alternatives.
+// "at", "when", "never" and "expect" are not repeated. Throws ScenarioError with file, line, column and the valid
+// alternatives.
 Scenario ParseScenario(const std::string& path, std::string_view text, const ScenarioNames& names);
 
 // The same from a file. An unreadable file: ScenarioError.

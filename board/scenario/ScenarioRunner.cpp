@@ -28,7 +28,8 @@ std::string KilledBy(int signal) {
 }
 
 bool IsSequential(const Step& step) {
-    return !std::holds_alternative<Never>(step.what) && !std::holds_alternative<Pulses>(step.what);
+    return !std::holds_alternative<Never>(step.what) && !std::holds_alternative<Pulses>(step.what) &&
+           !std::holds_alternative<When>(step.what);
 }
 
 } // namespace
@@ -41,14 +42,14 @@ ScenarioRunner::ScenarioRunner(const Scenario& ownScenario, const ScenarioNames&
 }
 
 void ScenarioRunner::ExpectTexts() {
-    for (const Step& step : scenario.steps) {
-        const Condition* condition = ConditionOf(step);
-        if (const auto* log = condition ? std::get_if<LogHas>(condition) : nullptr)
-            Log(log->log).Expect(log->text);
-    }
+    for (const Step& step : scenario.steps)
+        for (const Condition* condition : ConditionsOf(step))
+            if (const auto* log = std::get_if<LogHas>(condition))
+                Log(log->log).Expect(log->text);
 }
 
 void ScenarioRunner::OnLevel(const std::string& signal, bool high, ScenarioTime time) {
+    NoteStart(time);
     const std::size_t dot = signal.find('.');
     if (const auto led = leds.find(signal.substr(0, dot)); led != leds.end() && dot != signal.npos)
         led->second.Set(signal.substr(dot + 1), high, time);
@@ -70,20 +71,81 @@ void ScenarioRunner::OnLevel(const std::string& signal, bool high, ScenarioTime 
 void ScenarioRunner::OnTime(ScenarioTime now) {
     if (finished)
         return;
+    NoteStart(now);
     last = std::max(last, now);
     // Nothing changes after the program's end, so the current colour counts as steady.
     for (auto& [name, led] : leds)
         led.Settle(ended ? last + LedHistory::GLITCH : last);
     CheckNever(last);
+    ActWhenever(last);
     Advance(last);
 }
 
 void ScenarioRunner::CheckNever(ScenarioTime now) {
+    const auto holds = [&](const Condition& condition) { return Holds(condition, now); };
     for (std::size_t i = 0; !done && i < scenario.steps.size(); ++i)
-        if (const auto* never = std::get_if<Never>(&scenario.steps[i].what); never && Holds(never->condition, now)) {
-            Decide(i, Verdict::FAILED, "never expected: " + TextOf(never->condition) + "; seen at " + TextOf(now), now);
+        if (const auto* never = std::get_if<Never>(&scenario.steps[i].what);
+            never && std::ranges::all_of(never->conditions, holds)) {
+            Decide(i, Verdict::FAILED, "never expected: " + TextOf(never->conditions) + "; seen at " + TextOf(now),
+                   now);
             done = true;
         }
+}
+
+// A step acts once: its result is there then.
+void ScenarioRunner::ActWhenever(ScenarioTime now) {
+    for (std::size_t i = 0; !done && !ended && i < scenario.steps.size(); ++i) {
+        const auto* when = std::get_if<When>(&scenario.steps[i].what);
+        if (!when || results[i].verdict != Verdict::NOT_REACHED)
+            continue;
+        if (!awaited.contains(i) && HasBecomeTrue(i, *when, now))
+            awaited[i] = (when->condition ? now : ScenarioTime(0)) + when->after;
+        if (!awaited.contains(i) || awaited[i] > now)
+            continue;
+        ActFor(i, when->action, now);
+    }
+}
+
+// What holds at the start has to become false first.
+bool ScenarioRunner::HasBecomeTrue(std::size_t step, const When& when, ScenarioTime now) {
+    if (!when.condition)
+        return true;
+    if (Holds(*when.condition, now))
+        return wereFalse.contains(step);
+    // An LED's first colour is known only after that time.
+    const bool isOfLed = std::holds_alternative<LedIs>(*when.condition);
+    if (hasStarted && (!isOfLed || now >= LedHistory::GLITCH))
+        wereFalse.insert(step);
+    return false;
+}
+
+// All levels of the start have the time 0.
+void ScenarioRunner::NoteStart(ScenarioTime time) {
+    if (hasStarted || time == ScenarioTime(0))
+        return;
+    hasStarted = true;
+    for (std::size_t i = 0; i < scenario.steps.size(); ++i)
+        if (const auto* when = std::get_if<When>(&scenario.steps[i].what))
+            (void)HasBecomeTrue(i, *when, ScenarioTime(0));
+}
+
+void ScenarioRunner::ActAtStart() {
+    for (std::size_t i = 0; !done && i < scenario.steps.size(); ++i) {
+        const auto* when = std::get_if<When>(&scenario.steps[i].what);
+        if (when && !when->condition && when->after == ScenarioTime(0) &&
+            !std::holds_alternative<SendSignal>(when->action))
+            ActFor(i, when->action, ScenarioTime(0));
+    }
+}
+
+void ScenarioRunner::ActFor(std::size_t step, const Action& action, ScenarioTime now) {
+    try {
+        Act(action);
+        Decide(step, Verdict::PASSED, "", now);
+    } catch (const std::exception& error) {
+        Decide(step, Verdict::FAILED, error.what(), now);
+        done = true;
+    }
 }
 
 void ScenarioRunner::Advance(ScenarioTime now) {
@@ -114,18 +176,23 @@ std::optional<ScenarioTime> ScenarioRunner::Play(const Do& action, ScenarioTime 
     if (action.at && *action.at > now)
         return std::nullopt;
     try {
-        if (const auto* set = std::get_if<SetInput>(&action.action))
-            board.Set(set->line, set->high);
-        else if (const auto* fault = std::get_if<InjectFault>(&action.action))
-            board.SetFault(fault->signal, fault->fault);
-        else if (const auto* clock = std::get_if<SetClock>(&action.action))
-            board.SetClock(clock->change);
-        else
-            board.Send(std::get<SendSignal>(action.action).signal);
+        Act(action.action);
     } catch (const std::exception& error) {
         return Fail(error.what(), now);
     }
     return now;
+}
+
+void ScenarioRunner::Act(const Action& action) {
+    const ForEachKind act{
+        [this](const SetInput& a) { board.Set(a.line, a.high); },
+        [this](const InjectFault& a) { board.SetFault(a.signal, a.fault); },
+        [this](const SetWebLogFull& a) { board.SetWebLogFull(a.isFull); },
+        [this](const SendSignal& a) { board.Send(a.signal); },
+        [this](const SetReadyTime& a) { board.SetReadyAfter(a.after); },
+        [this](const SetClock& a) { board.SetClock(a.change); },
+    };
+    std::visit(act, action);
 }
 
 std::optional<ScenarioTime> ScenarioRunner::Look(const Await& await, ScenarioTime now) {
@@ -158,6 +225,9 @@ std::optional<ScenarioTime> ScenarioRunner::NextTime() const {
         if (!led.Phases().empty() && led.Phases().back().begin + STEADY > last)
             propose(led.Phases().back().begin + STEADY);
     }
+    for (const auto& [step, time] : awaited)
+        if (results[step].verdict == Verdict::NOT_REACHED)
+            propose(time);
     if (next < scenario.steps.size()) {
         const auto& what = scenario.steps[next].what;
         if (const auto* action = std::get_if<Do>(&what); action && action->at)
@@ -180,9 +250,10 @@ void ScenarioRunner::Finish(ScenarioTime now) {
     for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
         if (results[i].verdict != Verdict::NOT_REACHED)
             continue;
-        if (!crash.empty() && inOrder) // absence proves nothing then
+        const bool hadNoReason = std::holds_alternative<When>(scenario.steps[i].what);
+        if (!crash.empty() && inOrder && !hadNoReason) // absence proves nothing then
             Decide(i, Verdict::FAILED, crash + " at " + TextOf(programEnd), programEnd);
-        else if (std::holds_alternative<Never>(scenario.steps[i].what))
+        else if (hadNoReason || std::holds_alternative<Never>(scenario.steps[i].what))
             Decide(i, Verdict::PASSED, "", now);
         else if (const auto* pulses = std::get_if<Pulses>(&scenario.steps[i].what)) {
             if (inOrder)
@@ -207,7 +278,9 @@ std::string ScenarioRunner::End() const {
 }
 
 std::string ScenarioRunner::CutShort(const Condition& condition, ScenarioTime limit) const {
-    const bool byEnd = ended && programEnd <= limit && !std::holds_alternative<ProgramEnd>(condition);
+    const bool isOfEnd =
+        std::holds_alternative<ProgramEnd>(condition) || std::holds_alternative<ProgramEnds>(condition);
+    const bool byEnd = ended && programEnd <= limit && !isOfEnd;
     return byEnd ? "; the program had " + End() : "";
 }
 
@@ -220,8 +293,8 @@ std::string ScenarioRunner::Crash() const {
     if (CouldNotRun())
         return "the program could not be run (exit code " + std::to_string(ended->number) + ")";
     const bool sent = std::any_of(scenario.steps.begin(), scenario.steps.end(), [this](const Step& step) {
-        const auto* action = std::get_if<Do>(&step.what);
-        const auto* send = action ? std::get_if<SendSignal>(&action->action) : nullptr;
+        const auto* action = ActionOf(step);
+        const auto* send = action ? std::get_if<SendSignal>(action) : nullptr;
         return send && ended == ProgramEnd{ProgramEnd::How::KILL, send->signal};
     });
     const bool killed = ended && ended->how == ProgramEnd::How::KILL;
@@ -263,7 +336,7 @@ bool ScenarioRunner::Holds(const Condition& condition, ScenarioTime now) const {
     const ForEachKind holds{
         [&](const LedIs& c) {
             const auto& phases = leds.at(c.led).Phases();
-            return !phases.empty() && !leds.at(c.led).Due() && phases.back().color == c.color &&
+            return !phases.empty() && !leds.at(c.led).Due() && (phases.back().color == c.color) != c.other &&
                    (!c.steady || now - phases.back().begin >= STEADY || ended);
         },
         [&](const LedAlternates& c) { return Alternates(c, now); },
@@ -272,6 +345,7 @@ bool ScenarioRunner::Holds(const Condition& condition, ScenarioTime now) const {
             return line != lines.end() && line->second.high == c.high;
         },
         [&](const ProgramEnd& c) { return ended == c; },
+        [&](const ProgramEnds&) { return ended.has_value(); },
         [&](const LogHas& c) { return LogOf(c).Has(c.text); },
         [&](const RebootIsCalled&) { return rebootCalled; },
     };
@@ -310,6 +384,13 @@ std::string ScenarioRunner::SeenOf(const std::string& led) const {
     return text;
 }
 
+std::string ScenarioRunner::SeenOfEnd() const {
+    if (!ended)
+        return "the program is running";
+    return ended->how == ProgramEnd::How::EXIT ? "the program exited with " + std::to_string(ended->number)
+                                               : "the program was " + KilledBy(ended->number);
+}
+
 std::string ScenarioRunner::Seen(const Condition& condition) const {
     const ForEachKind seen{
         [&](const LedIs& c) { return SeenOf(c.led); },
@@ -320,12 +401,8 @@ std::string ScenarioRunner::Seen(const Condition& condition) const {
                 return c.line + " unknown";
             return c.line + (line->second.high ? " high" : " low") + " since " + TextOf(line->second.since);
         },
-        [&](const ProgramEnd&) {
-            if (!ended)
-                return std::string("the program is running");
-            return ended->how == ProgramEnd::How::EXIT ? "the program exited with " + std::to_string(ended->number)
-                                                       : "the program was " + KilledBy(ended->number);
-        },
+        [&](const ProgramEnd&) { return SeenOfEnd(); },
+        [&](const ProgramEnds&) { return SeenOfEnd(); },
         [&](const LogHas& c) {
             const bool isLog = c.log == LogHas::Log::WEB || c.log == LogHas::Log::SYSTEM;
             if (LogOf(c).IsEmpty())

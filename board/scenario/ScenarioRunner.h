@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +28,10 @@ public:
     // board cannot.
     virtual void SetFault(const std::string& signal, const std::optional<Fault>& fault) = 0;
     virtual void Send(int signal) = 0;
+    // Throws std::exception with a text for people where this board cannot do it.
+    virtual void SetWebLogFull(bool isFull) = 0;
+    // The module is ready that long after its reset; nothing: never.
+    virtual void SetReadyAfter(std::optional<std::chrono::milliseconds> delay) = 0;
     // Throws std::exception with a text for people where this board cannot do it.
     virtual void SetClock(const WallClockChange& change) = 0;
 };
@@ -74,6 +79,10 @@ public:
     // The tolerance of steps that name none, from now on.
     void SetTolerance(ScenarioTime tolerance) { usualTolerance = tolerance; }
 
+    // Before the program's first instruction: does what is to happen when it starts, without a time after that. A
+    // signal has to wait for the program.
+    void ActAtStart();
+
     // When to call OnTime if no event comes first; nothing: not needed.
     std::optional<ScenarioTime> NextTime() const;
 
@@ -110,6 +119,12 @@ private:
     LogHistory& Log(LogHas::Log log) { return logs[static_cast<std::size_t>(log)]; }
     const LogHistory& LogOf(const LogHas& condition) const { return logs[static_cast<std::size_t>(condition.log)]; }
     void Advance(ScenarioTime now);
+    // Throws std::exception with a message where the board cannot do it.
+    void Act(const Action& action);
+    void ActWhenever(ScenarioTime now);
+    void NoteStart(ScenarioTime time);
+    bool HasBecomeTrue(std::size_t step, const When& when, ScenarioTime now);
+    void ActFor(std::size_t step, const Action& action, ScenarioTime now);
     // When the step was passed; nothing: it waits, or has failed.
     std::optional<ScenarioTime> Play(const Do& action, ScenarioTime now);
     std::optional<ScenarioTime> Look(const Await& await, ScenarioTime now);
@@ -126,6 +141,7 @@ private:
     std::string Crash() const;
     std::string Seen(const Condition& condition) const;
     std::string SeenOf(const std::string& led) const;
+    std::string SeenOfEnd() const;
     void Decide(std::size_t step, StepResult::Verdict verdict, std::string message, ScenarioTime time) {
         results[step] = {verdict, std::move(message), time};
     }
@@ -136,8 +152,11 @@ private:
     ScenarioTime usualTolerance = MACHINE_TIME_TOLERANCE;
     IScenarioBoard& board;
     std::vector<StepResult> results;
-    std::size_t next = 0;      // the current step
-    ScenarioTime stepBegin{0}; // when the previous one was done
+    bool hasStarted = false;
+    std::set<std::size_t> wereFalse;             // the conditions of steps "when", after the start
+    std::map<std::size_t, ScenarioTime> awaited; // the steps "when" that are to act, and when
+    std::size_t next = 0;                        // the current step
+    ScenarioTime stepBegin{0};                   // when the previous one was done
     bool done = false;
     bool finished = false;
     std::map<std::string, LedHistory> leds;

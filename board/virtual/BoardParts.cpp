@@ -169,6 +169,25 @@ void BoardParts::DriveInput(std::size_t signal, bool level) {
     files.DriveInput(signal, level);
 }
 
+// The kernel's own full device takes the place of the file, which is kept beside it.
+void BoardParts::SetWebLogFull(bool isFull) {
+    if (!CanKeepWebLog(model))
+        throw BoardError("the board does not keep the web log " + model.WebLogFile() + " and cannot fill its disk");
+    const fs::path outside = layout.Outside(fs::path(model.WebLogFile()).lexically_normal());
+    const fs::path kept = outside.string() + ".before";
+    std::error_code error;
+    if (fs::is_symlink(fs::symlink_status(outside, error)) == isFull)
+        return;
+    if (isFull) {
+        fs::create_directories(outside.parent_path());
+        fs::rename(outside, kept, error);
+        fs::create_symlink("/dev/full", outside);
+    } else {
+        fs::remove(outside);
+        fs::rename(kept, outside, error);
+    }
+}
+
 // The module does not drive lines that the user set.
 void BoardParts::DriveForModule(std::size_t signal, bool level) {
     if (options.levels.count(state.Name(signal)) == 0)

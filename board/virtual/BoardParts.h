@@ -87,6 +87,7 @@ private:
         oxbo.SetReadyAfter(delay, clock());
     }
     ModuleState OxboState() const override { return oxbo.State(); }
+    void SetWebLogFull(bool isFull) override;
     void SignalProgram(int signal) override { actions.signal(signal); }
     void ChangeWallClock(const WallClockChange& change) override { actions.changeWallClock(change); }
 

@@ -35,6 +35,7 @@ public:
         module.readyAfter = delay;
     }
     ModuleState OxboState() const override { return module; }
+    void SetWebLogFull(bool isFull) override { log += isFull ? "web log full\n" : "web log not full\n"; }
     void ChangeWallClock(const WallClockChange&) override { log += "clock\n"; }
     void SignalProgram(int signal) override { log += "signal " + std::to_string(signal) + "\n"; }
 

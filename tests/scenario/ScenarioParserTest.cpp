@@ -18,21 +18,31 @@ namespace {
 // A parsed step, in one line.
 struct Understood {
     std::string operator()(const Do& step) const {
-        std::string text = step.at ? "at " + TextOf(*step.at) + " " : "";
-        if (const auto* clock = std::get_if<SetClock>(&step.action))
-            return text + "set clock " + (clock->change.isRelative ? "by " : "to ") +
-                   std::to_string(clock->change.time / std::chrono::seconds(1));
-        if (const auto* set = std::get_if<SetInput>(&step.action))
-            return text + "set " + set->line + (set->high ? " high" : " low");
-        if (const auto* fault = std::get_if<InjectFault>(&step.action))
-            return text + "fault " + fault->signal + " " + (fault->fault ? ToString(*fault->fault) : "none");
-        return text + "send " + std::to_string(std::get<SendSignal>(step.action).signal);
+        return (step.at ? "at " + TextOf(*step.at) + " " : "") + Of(step.action);
+    }
+    std::string operator()(const When& step) const {
+        return "when " + (step.condition ? TextOf(*step.condition) : "program starts") + " after " +
+               TextOf(step.after) + " " + Of(step.action);
+    }
+    static std::string Of(const Action& action) {
+        const ForEachKind text{
+            [](const SetInput& a) { return "set " + a.line + (a.high ? " high" : " low"); },
+            [](const InjectFault& a) { return "fault " + a.signal + " " + (a.fault ? ToString(*a.fault) : "none"); },
+            [](const SetWebLogFull& a) { return std::string("web log ") + (a.isFull ? "full" : "not full"); },
+            [](const SendSignal& a) { return "send " + std::to_string(a.signal); },
+            [](const SetReadyTime& a) { return "ready " + (a.after ? std::to_string(a.after->count()) : "never"); },
+            [](const SetClock& a) {
+                return std::string("set clock ") + (a.change.isRelative ? "by " : "to ") +
+                       std::to_string(a.change.time / std::chrono::seconds(1));
+            },
+        };
+        return std::visit(text, action);
     }
     std::string operator()(const Await& step) const {
         return "within " + TextOf(step.within) + " " + TextOf(step.condition);
     }
     std::string operator()(const Wait& step) const { return "wait " + TextOf(step.length); }
-    std::string operator()(const Never& step) const { return "never " + TextOf(step.condition); }
+    std::string operator()(const Never& step) const { return "never " + TextOf(step.conditions); }
     std::string operator()(const Pulses& step) const {
         return step.line + (step.high ? " high" : " low") + (step.atLeast ? " at least " + TextOf(*step.atLeast) : "") +
                (step.atMost ? " at most " + TextOf(*step.atMost) : "");
@@ -84,11 +94,21 @@ TEST(ScenarioParser, UnderstandsEveryStep) {
         {"fault OXBO_RL ENOSPC", "fault OXBO_RL ENOSPC"},
         {"at 1s fault OXBO_IRQ_N missing", "at 1.000 s fault OXBO_IRQ_N missing"},
         {"fault OXBO_IRQ_N none", "fault OXBO_IRQ_N none"},
+        {"fault web log ENOSPC", "web log full"},
+        {"at 1s fault web log none", "at 1.000 s web log not full"},
         {"within 1s stdout has \"a b\"", "within 1.000 s stdout has \"a b\""},
         {"never stderr has a", "never stderr has \"a\""},
+        {"when program starts after 3ms fault MS.red EIO", "when program starts after 3.0 ms fault MS.red EIO"},
+        {"when MS is steady red send TERM", "when MS is steady red after 0.0 ms send 15"},
+        {"module ready after 2s", "ready 2000"},
+        {"at 1s module ready never", "at 1.000 s ready never"},
         {"send TERM", "send 15"},
         {"wait 250us", "wait 0.2 ms"},
         {"never MS is red", "never MS is red"},
+        {"never program exits with 1 and MS is not red and OXBO_RL is low",
+         "never program exits with 1 and MS is not red and OXBO_RL is low"},
+        {"within 1s program ends", "within 1.000 s program ends"},
+        {"when MS is not green+red send TERM", "when MS is not green+red after 0.0 ms send 15"},
         {"expect OXBO_RESET1_N pulses low", "OXBO_RESET1_N low"},
         {"expect OXBO_RESET1_N pulses low for at least 1ms", "OXBO_RESET1_N low at least 1.0 ms"},
         {"expect OXBO_RESET1_N pulses high for at most 2ms", "OXBO_RESET1_N high at most 2.0 ms"},
@@ -115,14 +135,14 @@ TEST(ScenarioParser, PassesOverBlankLinesAndComments) {
 }
 
 TEST(ScenarioParser, SaysWhereAndWhatItExpected) {
-    const std::string colors = "steady, flashing, toggling, green, red, green+red or off";
+    const std::string colors = "steady, not, flashing, toggling, green, red, green+red or off";
     const std::string faults = "EIO, ENOSPC, EACCES, slow:TIME from 1us to 60min, missing or none";
     const struct {
         std::string text;
         std::string message;
     } ROWS[] = {
-        {"\n  upon 2s",
-         "x:2:3: expected within, at, set, fault, send, wait, expect, never, repeat or include, found 'upon'"},
+        {"\n  upon 2s", "x:2:3: expected within, at, set, fault, send, module, wait, when, expect, never, repeat or "
+                        "include, found 'upon'"},
         {"", "x: has no steps; write one a line, such as \"within 2s program exits with 0\""},
         {"# nothing\n", "x: has no steps; write one a line, such as \"within 2s program exits with 0\""},
         {"within", "x:1:7: expected a time such as 500ms or 2s, found the end of the line"},
@@ -134,9 +154,12 @@ TEST(ScenarioParser, SaysWhereAndWhatItExpected) {
          "program, stdout, stderr, web log, system log or reboot, found 'PS'"},
         {"within 1s MS green", "x:1:14: expected 'is', found 'green'"},
         {"within 1s MS is blue",
-         "x:1:17: expected steady, flashing, toggling, green, red, green+red or off, found 'blue'"},
+         "x:1:17: expected steady, not, flashing, toggling, green, red, green+red or off, found 'blue'"},
         {"within 1s MS is",
-         "x:1:16: expected steady, flashing, toggling, green, red, green+red or off, found the end of the line"},
+         "x:1:16: expected steady, not, flashing, toggling, green, red, green+red or off, found the end of the line"},
+        {"within 1s MS is not steady red", "x:1:21: expected green, red, green+red or off, found 'steady'"},
+        {"never MS is red or NS is red", "x:1:17: expected 'and' or the end of the line, found 'or'"},
+        {"within 1s MS is red and NS is red", "x:1:21: expected the end of the line, found 'and'"},
         {"within 1s LINK_ACT1 is steady red", "x:1:31: expected green, yellow, green+yellow or off, found 'red'"},
         {"within 1s MS is flashing off 1s 1s", "x:1:26: expected green, red or green+red, found 'off'"},
         {"within 1s MS is toggling green 1s", "x:1:32: expected red or green+red, found '1s'"},
@@ -151,7 +174,7 @@ TEST(ScenarioParser, SaysWhereAndWhatItExpected) {
         {"within 1s program exits with 256", "x:1:30: expected an exit code from 0 to 255, found '256'"},
         {"within 1s program exits with 1x", "x:1:30: expected an exit code from 0 to 255, found '1x'"},
         {"within 1s program exits with", "x:1:29: expected an exit code from 0 to 255, found the end of the line"},
-        {"within 1s program ends", "x:1:19: expected exits or is, found 'ends'"},
+        {"within 1s program fails", "x:1:19: expected ends, exits or is, found 'fails'"},
         {"within 1s program is killed by TREM", "x:1:32: expected a signal such as TERM or KILL, found 'TREM'"},
         {"within 1s web log has", "x:1:22: expected a text, found the end of the line"},
         {"within 1s web log has \"a", "x:1:23: the quotes that begin here do not end in this line"},
@@ -165,10 +188,11 @@ TEST(ScenarioParser, SaysWhereAndWhatItExpected) {
         {"set clock back", "x:1:15: expected a time such as 500ms or 2s, found the end of the line"},
         {"set clock forward 1h 1h", "x:1:22: expected the end of the line, found '1h'"},
         {"set \"OXBO_IRQ_N\" up", "x:1:18: expected high or low, found 'up'"},
-        {"at 1s wait 2s", "x:1:7: expected set, fault or send, found 'wait'"},
+        {"at 1s wait 2s", "x:1:7: expected set, fault, send or module, found 'wait'"},
         {"fault MS.yellow EIO",
          "x:1:7: expected MS.green, MS.red, NS.green, NS.red, LINK_ACT1.green, LINK_ACT1.yellow, "
-         "OXBO_IRQ_N, QOR_DPRAM_BUSY_N, OXBO_RL or OXBO_RESET1_N, found 'MS.yellow'"},
+         "OXBO_IRQ_N, QOR_DPRAM_BUSY_N, OXBO_RL, OXBO_RESET1_N or web log, found 'MS.yellow'"},
+        {"fault web log EIO", "x:1:15: expected ENOSPC or none, found 'EIO'"},
         {"fault MS.red EPERM", "x:1:14: expected " + faults + ", found 'EPERM'"},
         {"fault MS.red slow:fast", "x:1:14: expected " + faults + ", found 'slow:fast'"},
         {"fault MS.red slow:0s", "x:1:14: expected " + faults + ", found 'slow:0s'"},
@@ -188,8 +212,8 @@ TEST(ScenarioParser, SaysWhereAndWhatItExpected) {
          "x:4:1: is always late: the steps above take until 3.000 s; steps run in order, so put it above them"},
         {"expect OXBO_RL pulses low for at least 5ms and at most 1ms",
          "x:1:56: expected a time of at least 5.0 ms, found '1ms'"},
-        {"\"within\" 1s MS is green",
-         "x:1:1: expected within, at, set, fault, send, wait, expect, never, repeat or include, found 'within'"},
+        {"\"within\" 1s MS is green", "x:1:1: expected within, at, set, fault, send, module, wait, when, expect, "
+                                      "never, repeat or include, found 'within'"},
     };
     for (const auto& row : ROWS) {
         try {
@@ -207,9 +231,8 @@ TEST(ScenarioParser, PassesOverAByteOrderMark) {
         ParseScenario("x", "\xEF\xBB\xBFwiat 1s", NAMES);
         FAIL();
     } catch (const ScenarioError& error) {
-        EXPECT_STREQ(
-            error.what(),
-            "x:1:1: expected within, at, set, fault, send, wait, expect, never, repeat or include, found 'wiat'");
+        EXPECT_STREQ(error.what(), "x:1:1: expected within, at, set, fault, send, module, wait, when, expect, never, "
+                                   "repeat or include, found 'wiat'");
     }
 }
 

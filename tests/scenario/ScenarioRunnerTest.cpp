@@ -29,6 +29,10 @@ public:
         Put((change.isRelative ? "clock by " : "clock to ") + std::to_string(change.time / std::chrono::seconds(1)));
     }
     void Send(int signal) override { Put("send " + std::to_string(signal)); }
+    void SetWebLogFull(bool isFull) override { Put(isFull ? "web log full" : "web log not full"); }
+    void SetReadyAfter(std::optional<milliseconds> delay) override {
+        Put("ready " + (delay ? std::to_string(delay->count()) : "never"));
+    }
 
     std::string log;
 
@@ -336,6 +340,95 @@ TEST(ScenarioRunner, MissesAPulseThatNeverCame) {
     run.runner.Finish(milliseconds(500));
 
     EXPECT_EQ(run.Message(), "expected a low pulse of OXBO_RESET1_N; seen none");
+}
+
+TEST(ScenarioRunner, ActsWhenAConditionBecomesTrue) {
+    Play run("when OXBO_RESET1_N is high after 20ms set OXBO_IRQ_N low\nwhen OXBO_RESET1_N is low send TERM\n"
+             "when MS is green fault NS.red EIO\nwhen program starts after 5ms module ready after 250ms\nwait 1s");
+    run.Until(10);
+    EXPECT_EQ(run.board.log, "ready 250") << "the line is low from the beginning";
+    run.Level(100, "OXBO_RESET1_N", true);
+    run.Level(110, "MS.green", true);
+    run.Level(112, "OXBO_RESET1_N", false);
+    run.Level(114, "OXBO_RESET1_N", true);
+    run.Until(900);
+    EXPECT_EQ(run.board.log, "ready 250, send 15, fault NS.red EIO, set OXBO_IRQ_N low");
+    run.Until(1'000);
+    EXPECT_EQ(run.Verdicts(), "ppppp");
+    EXPECT_TRUE(run.runner.IsDone());
+}
+
+TEST(ScenarioRunner, FillsTheWebLogsDisk) {
+    Play run("fault web log ENOSPC\nfault web log none");
+    run.Until(10);
+    EXPECT_EQ(run.board.log, "web log full, web log not full");
+}
+
+TEST(ScenarioRunner, PassesAStepThatHadNoReasonToAct) {
+    Play run("when MS is red send KILL\nwait 10ms");
+    run.Until(20);
+    run.runner.Finish(milliseconds(20));
+    EXPECT_EQ(run.Verdicts(), "pp");
+    EXPECT_EQ(run.board.log, "");
+}
+
+TEST(ScenarioRunner, FailsAStepThatTheBoardCannotDo) {
+    Play run("when MS is green fault MS.red missing\nwait 1s");
+    run.Level(10, "MS.green", true);
+    run.Until(100);
+    EXPECT_EQ(run.Verdicts(), "fn");
+    EXPECT_EQ(run.Message(), "this board cannot lose files");
+}
+
+TEST(ScenarioRunner, ActsBeforeTheFirstInstructionWhereNoTimeIsGiven) {
+    const Scenario scenario = ParseScenario(
+        "x",
+        "when program starts fault MS.red EIO\nwhen program starts send HUP\nwhen program starts after 1ms send TERM",
+        NAMES);
+    FakeBoard board;
+    ScenarioRunner runner(scenario, NAMES, board);
+    runner.ActAtStart();
+    EXPECT_EQ(board.log, "fault MS.red EIO");
+    runner.OnTime(milliseconds(0));
+    EXPECT_EQ(board.log, "fault MS.red EIO, send 1");
+    EXPECT_EQ(runner.NextTime(), milliseconds(1));
+}
+
+TEST(ScenarioRunner, ForbidsWhatIsTrueAtTheSameTime) {
+    Play run("never program exits with 1 and MS is not red\nwithin 1s program ends");
+    run.Level(10, "MS.green", true);
+    run.runner.OnExit(1, milliseconds(100));
+    EXPECT_EQ(run.Message(), "never expected: program exits with 1 and MS is not red; seen at 100 ms");
+
+    Play red("never program exits with 1 and MS is not red\nwithin 1s program ends");
+    red.Level(10, "MS.red", true);
+    red.runner.OnExit(1, milliseconds(100));
+    red.runner.Finish(milliseconds(100));
+    EXPECT_EQ(red.Verdicts(), "pp");
+}
+
+TEST(ScenarioRunner, SeesAnotherColourOnlyWhenItIsKnown) {
+    Play run("within 1s MS is green\nwithin 1s MS is not green");
+    run.Level(10, "MS.green", true);
+    run.Until(50);
+    run.Level(100, "MS.green", false);
+    run.Until(104);
+    EXPECT_EQ(run.Verdicts(), "pn") << "off may be the instant between two colours";
+    run.Until(110);
+    EXPECT_EQ(run.Verdicts(), "pp");
+}
+
+TEST(ScenarioRunner, AwaitsAnyEndOfTheProgram) {
+    for (const int signal : {SIGTERM, SIGSEGV}) {
+        Play run("never MS is red\nwithin 1s program ends\nwhen program starts send TERM");
+        run.Until(10);
+        run.runner.OnKilled(signal, milliseconds(50));
+        run.runner.Finish(milliseconds(50));
+        EXPECT_EQ(run.Verdicts(), signal == SIGTERM ? "ppp" : "fpp") << "a crash is not what the step awaited";
+    }
+    Play late("within 1s program ends");
+    late.Until(1'100);
+    EXPECT_EQ(late.Message(), "expected within 1.000 s: program ends; seen at 1.000 s: the program is running");
 }
 
 TEST(ScenarioRunner, JudgesWhatTheProgramPrints) {

@@ -70,10 +70,11 @@ TEST(ScenarioSource, SaysWhatIsWrongAndWhere) {
         {"repeat 2\nat 1s send TERM\nend", "x:2:1: a time since the start cannot be repeated; use wait"},
         {"repeat 2\nnever MS is red\nend", "x:2:1: it holds for the whole run" + absolute},
         {"repeat 2\nexpect OXBO_RL pulses low\nend", "x:2:1: it holds for the whole run" + absolute},
+        {"repeat 2\nwhen MS is red send TERM\nend", "x:2:1: it holds for the whole run" + absolute},
         {"include", "x:1:8: expected the name of a file, found the end of the line"},
         {"include none", "x:1:1: cannot read none: No such file or directory"},
-        {"repeat 2\nwiat 1s\nend",
-         "x:2:1: expected within, at, set, fault, send, wait, expect, never, repeat or include, found 'wiat'"},
+        {"repeat 2\nwiat 1s\nend", "x:2:1: expected within, at, set, fault, send, module, wait, when, expect, never, "
+                                   "repeat or include, found 'wiat'"},
         {"repeat 100000\nwait 1s\nend", "x:2:1: the scenario has more than 100000 steps"},
         {"repeat 100000\nrepeat 100000\nend\nend", "x:2:1: the scenario has more than 100000 steps"},
     };

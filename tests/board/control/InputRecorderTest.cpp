@@ -33,6 +33,7 @@ public:
     void SetOxboReadyAfter(std::optional<milliseconds>) override { ++calls; }
     ModuleState OxboState() const override { return {.readyAfter = milliseconds(7)}; }
     void SignalProgram(int) override { ++calls; }
+    void SetWebLogFull(bool) override { ++calls; }
     void ChangeWallClock(const WallClockChange&) override { ++calls; }
 
     int calls = 0;
@@ -65,7 +66,7 @@ TEST(InputRecorderTest, WritesEachStepWithItsTimeFromTheProgramsStart) {
     EXPECT_EQ(folder.Read("a"), "at 1000000us set OXBO_MOD_1 high\n"
                                 "at 1000000us fault MS.red slow:2s\n"
                                 "at 1000000us fault MS.red none\n"
-                                "# from here on as with --oxbo-ready-after never\n"
+                                "at 1000000us module ready never\n"
                                 "at 1500000us set clock back 3000000us\n"
                                 "at 1500000us set clock 1970-01-01T00:00:05.000000000Z\n"
                                 "at 1500000us send USR1\n"

@@ -35,6 +35,7 @@ public:
     std::optional<Fault> FaultOf(std::size_t) const override { return std::nullopt; }
     void SetOxboReadyAfter(std::optional<milliseconds>) override {}
     ModuleState OxboState() const override { return {}; }
+    void SetWebLogFull(bool isFull) override { Put(isFull ? "web log full" : "web log not full"); }
     void ChangeWallClock(const WallClockChange& change) override {
         Put("clock " + std::to_string(change.time / seconds(1)));
     }
@@ -328,7 +329,7 @@ TEST_F(ScenarioCommandTest, RefusesAWrongScenarioBeforeTheProgramRuns) {
         std::string reason;
     } rows[] = {
         {"wait 1s\nwithin 2s MS is blue",
-         "a.scenario:2:17: expected steady, flashing, toggling, green, red, green+red or off"},
+         "a.scenario:2:17: expected steady, not, flashing, toggling, green, red, green+red or off"},
         {"", "a.scenario: has no steps"},
     };
     for (const auto& row : rows) {
