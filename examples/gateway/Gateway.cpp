@@ -5,6 +5,7 @@
 //     gateway [--seconds N]    runs until SIGTERM or SIGINT, or for N seconds
 //
 // Exit code 0 after an orderly end, 1 after a fatal error, 2 for unknown arguments.
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -13,7 +14,6 @@
 #include <memory>
 #include <utility>
 
-#include <System/DateTime.h>
 #include <System/Diagnostics/Trace.h>
 #include <System/Exceptions.h>
 #include <System/Threading/Thread.h>
@@ -23,7 +23,6 @@
 #include <velrix/logging/TraceListenerFactory.h>
 #include <velrix/platform/Platform.h>
 
-using System::DateTime;
 using System::Diagnostics::Trace;
 using Velrix::Platform;
 using Velrix::TraceListenerFactory;
@@ -40,8 +39,11 @@ void RequestStop(int) {
     stopRequested = 1;
 }
 
-long long MillisecondsSince(const std::shared_ptr<DateTime>& start) {
-    return DateTime::Now()->Subtract(start).Milliseconds();
+// Not System::DateTime, which jumps when somebody sets the wall clock.
+using Clock = std::chrono::steady_clock;
+
+long long MillisecondsSince(Clock::time_point start) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
 }
 
 enum class State { UNCONFIGURED, NO_CONNECTION, CONNECTED, TIMED_OUT };
@@ -109,7 +111,7 @@ public:
 private:
     void Enter(std::size_t newStep) {
         step = newStep;
-        entered = DateTime::Now();
+        entered = Clock::now();
         for (const auto& row : APPEARANCE) {
             if (row.state == NETWORK[step].state) {
                 Trace::TraceInformation(row.message);
@@ -122,7 +124,7 @@ private:
 
     const std::shared_ptr<Platform> platform;
     std::size_t step = 0;
-    std::shared_ptr<DateTime> entered;
+    Clock::time_point entered;
 };
 
 // The first record identifies the device.
@@ -147,7 +149,7 @@ void Run(long long seconds) {
     Gateway gateway(platform);
     try {
         gateway.StartUp();
-        const std::shared_ptr<DateTime> start = DateTime::Now();
+        const Clock::time_point start = Clock::now();
         while (!stopRequested && (seconds == 0 || MillisecondsSince(start) < seconds * 1'000)) {
             gateway.Tick();
             System::Threading::Thread::USleep(TICK_US);

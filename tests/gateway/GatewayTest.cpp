@@ -137,6 +137,27 @@ TEST(Gateway, BeginsItsTraceWithTheIdentityOfTheDevice) {
                              "(.|\n)*"));
 }
 
+TEST(Gateway, KeepsItsTimeWhenTheWallClockIsSet) {
+    for (const std::string where : {"back", "forward"}) {
+        TestSupport::TemporaryFolder folder;
+        folder.Write("a.scenario", "at 3s set clock " + where + " 1h\nat 4s set clock " + where +
+                                       " 1h\nwithin 3s program exits with 0\n");
+        PrivateBoard board;
+        board.AddOption("--time", "virtual");
+        board.AddOption("--scenario", folder.Path("a.scenario"));
+
+        const BoardResult result = RunGateway(board, {"--seconds", "5"});
+
+        EXPECT_EQ(result.exitCode, 0) << result.errors;
+        EXPECT_EQ(board.Content(WEB_LOG), STARTED + "+Waiting for a configuration\n"
+                                                    "+Waiting for a connection\n"
+                                                    "+Connection established\n"
+                                                    "@wConnection timed out\n"
+                                                    "+Connection established\n"
+                                                    ">end\n");
+    }
+}
+
 TEST(Gateway, RefusesArgumentsThatItDoesNotKnow) {
     const std::vector<std::vector<std::string>> rows = {
         {"--seconds"}, {"--seconds", "0"}, {"--seconds", "soon"}, {"--minutes", "1"}, {"--seconds", "1", "2"}, {"1"}};
