@@ -45,6 +45,8 @@ endforeach()
 install(FILES
   ${PROJECT_SOURCE_DIR}/examples/gateway/CMakeLists.txt
   ${PROJECT_SOURCE_DIR}/examples/gateway/Gateway.cpp
+  ${PROJECT_SOURCE_DIR}/examples/gateway/bounds.json
+  ${PROJECT_SOURCE_DIR}/examples/gateway/invariants.scenario
   DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvelrix-dev/examples/gateway
   COMPONENT dev)
 

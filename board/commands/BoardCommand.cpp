@@ -13,6 +13,7 @@
 
 #include "board/commands/CommandArguments.h"
 #include "board/commands/CommonCommands.h"
+#include "board/commands/ExploreCommand.h"
 #include "board/commands/TimingOptions.h"
 #include "board/panel/Panel.h"
 #include "board/sandbox/RebootStub.h"
@@ -216,6 +217,7 @@ int RunCommand(int argc, char** argv) {
     record->add_flag("--force", replacesFile, "Replace FILE if it exists");
     DiffArguments diffArguments;
     const CLI::App* diff = AddDiff(app, diffArguments);
+    const ExploreCommand explore(app);
     const CommonCommands common(app);
     try {
         app.parse(OwnArguments(argc, argv, command));
@@ -223,7 +225,10 @@ int RunCommand(int argc, char** argv) {
             return 0;
         if (diff->parsed())
             return Diff(diffArguments);
-        RequireProgram(app, command);
+        if (!explore.IsGiven() || !explore.PrintsBounds())
+            RequireProgram(app, command);
+        if (explore.IsGiven())
+            return explore.Run(command);
         RunArguments& arguments = record->parsed() ? recordArguments : runArguments;
         const BoardOptions& options = arguments.options;
         if (options.recording && !replacesFile && std::filesystem::exists(*options.recording))

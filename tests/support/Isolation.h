@@ -20,7 +20,7 @@ inline bool BoardsArePreloaded() {
 inline std::vector<std::string> WithIsolation(std::vector<std::string> command) {
     const char* isolation = std::getenv("VELRIX_TEST_ISOLATION");
     if (isolation == nullptr || command.size() < 2 || std::filesystem::path(command[0]).filename() != "velrix-board" ||
-        (command[1] != "run" && command[1] != "record"))
+        (command[1] != "run" && command[1] != "record" && command[1] != "explore"))
         return command;
     const auto separator = std::find(command.begin(), command.end(), "--");
     const bool names = std::any_of(command.begin(), separator,

@@ -20,6 +20,7 @@ TEST(Isolation, IsNamedToWhatRunsAProgramOnABoard) {
          {"velrix-board", "run", "--isolation", "auto", "--", "a"}},
         {{"velrix-board", "run", "--isolation=auto", "--", "a"},
          {"velrix-board", "run", "--isolation=auto", "--", "a"}},
+        {{"velrix-board", "explore", "--", "a"}, {"velrix-board", "explore", "--isolation", "preload", "--", "a"}},
         {{"velrix-board", "run"}, {"velrix-board", "run", "--isolation", "preload"}},
         {{"velrix-board", "diff", "a", "b"}, {"velrix-board", "diff", "a", "b"}},
         {{"velrix-board"}, {"velrix-board"}},

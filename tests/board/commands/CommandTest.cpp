@@ -21,8 +21,8 @@ TEST(CommandTest, RefusesWhatItDoesNotUnderstandBeforeAnythingRuns) {
         std::vector<std::string> arguments;
         std::string reason;
     } rows[] = {
-        {{}, "a command is missing; there are: run, record, diff, help, completion\n\"velrix-board --help\""},
-        {{"walk"}, "there is no command \"walk\"; there are: run, record, diff, help, completion\n"},
+        {{}, "a command is missing; there are: run, record, diff, explore, help, completion\n\"velrix-board --help\""},
+        {{"walk"}, "there is no command \"walk\"; there are: run, record, diff, explore, help, completion\n"},
         {{"run"}, "the program is missing; give it after --, as in velrix-board run -- PROGRAM\n"},
         {{"run", "--"}, "the program is missing"},
         {{"run", "echo", "ran"}, "\"echo\" is no option; give the program after --, as in velrix-board run -- echo\n"},
@@ -173,7 +173,7 @@ TEST(CommandTest, SaysHowToMakeTheEmulatorsImageAndMakesIt) {
 #endif
 
 TEST(CommandTest, HelpsWithACommand) {
-    const std::vector<std::string> commands = {"run", "record", "diff", "help", "completion"};
+    const std::vector<std::string> commands = {"run", "record", "diff", "explore", "help", "completion"};
     for (const std::string& command : commands) {
         const CommandEnd option = CommandRun{{VELRIX_BOARD_COMMAND, command, "--help"}}.Run();
         const CommandEnd help = CommandRun{{VELRIX_BOARD_COMMAND, "help", command}}.Run();
