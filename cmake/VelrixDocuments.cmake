@@ -5,7 +5,7 @@
 # Documents of each component, and its package. A document that needs the sources is in none.
 set(velrixDocuments_dev architecture identity runtime settings threading tracing using-the-board web-log)
 set(velrixDocuments_ctl velrixctl)
-set(velrixDocuments_tools recording scenarios testing-your-application virtual-board)
+set(velrixDocuments_tools explore recording scenarios testing-your-application virtual-board virtual-time)
 set(velrixDocumentPackage_dev libvelrix-dev)
 set(velrixDocumentPackage_ctl velrixctl)
 set(velrixDocumentPackage_tools velrix-tools)

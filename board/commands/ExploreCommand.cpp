@@ -87,8 +87,7 @@ struct ExploreCommand::Arguments {
 };
 
 ExploreCommand::ExploreCommand(CLI::App& app)
-    : command(app.add_subcommand("explore", "Search for circumstances in which a program fails: velrix-board explore "
-                                            "[OPTIONS] -- PROGRAM [ARG...]")),
+    : command(app.add_subcommand("explore", "Search for circumstances in which a program fails")),
       arguments(std::make_unique<Arguments>()) {
     command->footer("Ends with 0 without a failure, with 1 with one, with 125 where the search cannot go on.");
     command->add_option("--runs", arguments->runs, "How often the program is run; 1000 if not given")
@@ -137,8 +136,7 @@ bool ExploreCommand::PrintsBounds() const {
 TrialSetup ExploreCommand::Setup(const ScenarioNames& names, const std::vector<std::string>& program) const {
     TrialSetup setup{OwnPath(),    {},      arguments->scenario,
                      std::nullopt, program, std::chrono::seconds(arguments->limitSeconds)};
-    const bool ends =
-        !setup.scenario.empty() && EndsByItself(ReadScenario(setup.scenario, names));
+    const bool ends = !setup.scenario.empty() && EndsByItself(ReadScenario(setup.scenario, names));
     if (!arguments->length.empty() || !ends) {
         setup.length = arguments->length.empty() ? USUAL_LENGTH : ParseTime(arguments->length);
         if (!setup.length)

@@ -11,6 +11,8 @@ namespace {
 constexpr const char* PROGRAM = "The program and its board";
 constexpr const char* VIEWS = "Views";
 constexpr const char* INPUTS = "Inputs and faults";
+constexpr const char* TIME = "Time";
+constexpr const char* SEARCH = "The search";
 constexpr const char* RECORDS = "Records and verdicts";
 
 // The options of the commands that run a program, as their help lists them.
@@ -21,6 +23,10 @@ constexpr struct {
     {"--image", PROGRAM},     {"--settings", PROGRAM},  {"--directory", PROGRAM},
     {"--isolation", PROGRAM}, {"--as-root", PROGRAM},   {"--no-syslog", PROGRAM},
     {"--on-reboot", PROGRAM}, {"--libraries", PROGRAM}, {"--copy", PROGRAM},
+    {"--runs", SEARCH},       {"--seed", SEARCH},       {"--jobs", SEARCH},
+    {"--length", SEARCH},     {"--limit", SEARCH},      {"--bounds", SEARCH},
+    {"--corpus", SEARCH},     {"--quiet", SEARCH},      {"--print-bounds", SEARCH},
+    {"--time", TIME},         {"--date", TIME},         {"--unserved", TIME},
     {"--terminal", VIEWS},    {"--panel", VIEWS},       {"--set", INPUTS},
     {"--without", INPUTS},    {"--fault", INPUTS},      {"--oxbo-ready-after", INPUTS},
     {"--scenario", RECORDS},  {"--junit", RECORDS},     {"--name", RECORDS},
