@@ -92,6 +92,7 @@ std::optional<int> ParsePort(const std::string& text) {
 struct RunArguments {
     BoardOptions options;
     std::string panel; // its port; empty: no panel
+    bool panelHolds = false;
     TimingOptions timing;
 };
 
@@ -134,6 +135,9 @@ void AddRunOptions(CLI::App& run, RunArguments& arguments) {
                  "Show the board in a browser, on 127.0.0.1; on port 8642, or a free one where that is in use, if none "
                  "is given")
         ->type_name("PORT");
+    run.add_flag("--panel-hold", arguments.panelHolds,
+                 "Keep the board and its panel after the program's end, until Ctrl-C or the panel's button")
+        ->needs("--panel");
 }
 
 // A scenario that nobody watches is judged by the program's own clock. Throws CLI::ParseError for options that do not
@@ -149,10 +153,8 @@ void AttachPanel(RunArguments& arguments, const std::vector<std::string>& comman
     if (arguments.panel.empty())
         return;
     arguments.options.attachments.emplace_back(
-        [number = ParsePort(arguments.panel),
-         title = VelrixTools::Joined(command)](const BoardState& state, IBoardControl& control, Clock clock) {
-            return std::make_unique<Panel>(state, control, std::move(clock), title, number);
-        });
+        [options = PanelOptions{VelrixTools::Joined(command), ParsePort(arguments.panel), arguments.panelHolds}](
+            const AttachedBoard& board) { return std::make_unique<Panel>(board, options); });
 }
 
 // Where two recorded runs differ.

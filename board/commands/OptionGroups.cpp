@@ -20,17 +20,15 @@ constexpr struct {
     std::string_view option;
     const char* group;
 } OPTIONS[] = {
-    {"--image", PROGRAM},     {"--settings", PROGRAM},  {"--directory", PROGRAM},
-    {"--isolation", PROGRAM}, {"--as-root", PROGRAM},   {"--no-syslog", PROGRAM},
-    {"--on-reboot", PROGRAM}, {"--libraries", PROGRAM}, {"--copy", PROGRAM},
-    {"--runs", SEARCH},       {"--seed", SEARCH},       {"--jobs", SEARCH},
-    {"--length", SEARCH},     {"--limit", SEARCH},      {"--bounds", SEARCH},
-    {"--corpus", SEARCH},     {"--quiet", SEARCH},      {"--print-bounds", SEARCH},
-    {"--time", TIME},         {"--date", TIME},         {"--unserved", TIME},
-    {"--terminal", VIEWS},    {"--panel", VIEWS},       {"--set", INPUTS},
-    {"--without", INPUTS},    {"--fault", INPUTS},      {"--oxbo-ready-after", INPUTS},
-    {"--scenario", RECORDS},  {"--junit", RECORDS},     {"--name", RECORDS},
-    {"--timeline", RECORDS},  {"--force", RECORDS},
+    {"--image", PROGRAM},    {"--settings", PROGRAM},    {"--directory", PROGRAM}, {"--isolation", PROGRAM},
+    {"--as-root", PROGRAM},  {"--no-syslog", PROGRAM},   {"--on-reboot", PROGRAM}, {"--libraries", PROGRAM},
+    {"--copy", PROGRAM},     {"--runs", SEARCH},         {"--seed", SEARCH},       {"--jobs", SEARCH},
+    {"--length", SEARCH},    {"--limit", SEARCH},        {"--bounds", SEARCH},     {"--corpus", SEARCH},
+    {"--quiet", SEARCH},     {"--print-bounds", SEARCH}, {"--time", TIME},         {"--date", TIME},
+    {"--unserved", TIME},    {"--terminal", VIEWS},      {"--panel", VIEWS},       {"--panel-hold", VIEWS},
+    {"--set", INPUTS},       {"--without", INPUTS},      {"--fault", INPUTS},      {"--oxbo-ready-after", INPUTS},
+    {"--scenario", RECORDS}, {"--junit", RECORDS},       {"--name", RECORDS},      {"--timeline", RECORDS},
+    {"--force", RECORDS},
 };
 
 const auto* Find(std::string_view option) {

@@ -90,7 +90,7 @@ void ControlPipe::Obey(std::string_view line) {
         const auto [name, level] = Split(rest);
         if (level != "0" && level != "1")
             throw BoardError("a level is 0 or 1");
-        control.DriveInput(FindSignal(state, name), level == "1");
+        control.DriveInput(FindSignal(state, name), level == "1", InputDriver::PIPE);
     } else if (verb == "fault") {
         const auto [name, fault] = Split(rest);
         control.SetFault(FindSignal(state, name), fault == "none" ? std::nullopt : std::optional(ParseFault(fault)));

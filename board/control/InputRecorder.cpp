@@ -25,8 +25,18 @@ InputRecorder::InputRecorder(std::string ownPath, const BoardState& boardState, 
         throw BoardError("cannot write the recording " + path + ": " + std::strerror(errno));
 }
 
-void InputRecorder::DriveInput(std::size_t signal, bool level) {
-    control.DriveInput(signal, level);
+void InputRecorder::DriveInput(std::size_t signal, bool level, InputDriver driver) {
+    control.DriveInput(signal, level, driver);
+    PutLevel(signal, level);
+}
+
+// A scenario cannot give a line back, but it can set the level that the line then has.
+void InputRecorder::ReleaseInput(std::size_t signal) {
+    control.ReleaseInput(signal);
+    PutLevel(signal, state.Level(signal));
+}
+
+void InputRecorder::PutLevel(std::size_t signal, bool level) {
     Put("set " + state.Name(signal) + (level ? " high" : " low"));
 }
 
@@ -57,6 +67,11 @@ void InputRecorder::ChangeWallClock(const WallClockChange& change) {
                                              : "set clock forward " + Microseconds(change.time));
     else
         Put("set clock " + TextOfDate(change.time));
+}
+
+void InputRecorder::RestartProgram() {
+    control.RestartProgram();
+    file << "# here the program was started again, which a scenario cannot do" << std::endl;
 }
 
 void InputRecorder::Finish() {

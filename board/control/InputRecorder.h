@@ -24,7 +24,9 @@ public:
     }
     void OnProgramEnded(int, BoardTime time) override { ended = time; }
 
-    void DriveInput(std::size_t signal, bool level) override;
+    void DriveInput(std::size_t signal, bool level, InputDriver driver) override;
+    void ReleaseInput(std::size_t signal) override;
+    InputDriver DriverOf(std::size_t signal) const override { return control.DriverOf(signal); }
     void SetFault(std::size_t signal, const std::optional<Fault>& fault) override;
     std::optional<Fault> FaultOf(std::size_t signal) const override { return control.FaultOf(signal); }
     void SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) override;
@@ -32,11 +34,13 @@ public:
     void SignalProgram(int signal) override;
     void SetWebLogFull(bool isFull) override;
     void ChangeWallClock(const WallClockChange& change) override;
+    void RestartProgram() override;
 
     // Completes the recording after the run. Throws BoardError when it could not be written.
     void Finish();
 
 private:
+    void PutLevel(std::size_t signal, bool level);
     void Put(const std::string& action);
 
     const std::string path;

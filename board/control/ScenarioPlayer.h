@@ -76,7 +76,9 @@ private:
     Scenario Read(const std::string& file);
     void WriteReport(const std::string& text);
 
-    void Set(const std::string& line, bool high) override { control.DriveInput(FindSignal(state, line), high); }
+    void Set(const std::string& line, bool high) override {
+        control.DriveInput(FindSignal(state, line), high, InputDriver::SCENARIO);
+    }
     void SetFault(const std::string& signal, const std::optional<Fault>& fault) override;
     void Send(int signal) override { control.SignalProgram(signal); }
     void SetWebLogFull(bool isFull) override { control.SetWebLogFull(isFull); }

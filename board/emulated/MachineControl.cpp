@@ -7,10 +7,14 @@
 
 namespace VelrixBoard {
 
-void MachineControl::DriveInput(std::size_t signal, bool level) {
+void MachineControl::DriveInput(std::size_t signal, bool level, InputDriver) {
     if (!state.IsInput(signal))
         throw BoardError(state.Name(signal) + " is an output, which only the program drives");
     machine.DriveInput(signal, level);
+}
+
+void MachineControl::ReleaseInput(std::size_t signal) {
+    throw BoardError("the emulated board cannot give " + state.Name(signal) + " back to the module");
 }
 
 void MachineControl::SetFault(std::size_t signal, const std::optional<Fault>&) {
@@ -34,6 +38,10 @@ void MachineControl::ChangeWallClock(const WallClockChange&) {
 
 void MachineControl::SignalProgram(int signal) {
     machine.Signal(::sigabbrev_np(signal));
+}
+
+void MachineControl::RestartProgram() {
+    throw BoardError("the emulated board runs its program once");
 }
 
 void RefuseWhatTheMachineCannot(const Scenario& scenario) {

@@ -15,7 +15,10 @@ public:
     MachineControl(Machine& ownMachine, const BoardState& boardState, OxboModule* oxboModule)
         : machine(ownMachine), state(boardState), module(oxboModule) {}
 
-    void DriveInput(std::size_t signal, bool level) override;
+    void DriveInput(std::size_t signal, bool level, InputDriver driver) override;
+    void ReleaseInput(std::size_t signal) override;
+    // Not followed: no view of the emulated board shows it.
+    InputDriver DriverOf(std::size_t) const override { return InputDriver::START; }
     void SetFault(std::size_t signal, const std::optional<Fault>& fault) override;
     std::optional<Fault> FaultOf(std::size_t) const override { return std::nullopt; }
     void SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) override;
@@ -23,6 +26,7 @@ public:
     void SignalProgram(int signal) override;
     void SetWebLogFull(bool isFull) override;
     void ChangeWallClock(const WallClockChange& change) override;
+    void RestartProgram() override;
 
 private:
     Machine& machine;

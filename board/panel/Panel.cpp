@@ -1,20 +1,27 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/panel/Panel.h"
 
+#include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstring>
+#include <memory>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 #include <sys/wait.h>
 
 #include "board/model/Fault.h"
-#include "board/panel/PanelCommand.h"
+#include "board/panel/PanelPicture.h"
+#include "board/panel/PanelRecording.h"
 
 namespace VelrixBoard {
 
 namespace {
 
 using nlohmann::json;
+
+constexpr int CONFLICT = 409;
 
 PanelFeed::Time FeedTime(BoardTime time) {
     return std::chrono::duration_cast<PanelFeed::Time>(time);
@@ -31,6 +38,8 @@ std::string Describe(const BoardState& state, const std::string& program) {
     for (std::size_t signal = 0; signal < state.Count(); ++signal)
         signals.push_back(
             {{"name", state.Name(signal)}, {"path", state.Path(signal)}, {"input", state.IsInput(signal)}});
+    if (const auto irq = state.Find(BoardModel::OXBO_IRQ))
+        signals[*irq]["module"] = true;
     const std::size_t lines = state.Model().Lines().size();
     const auto& elements = state.Model().LedElements();
     for (std::size_t i = 0; i < elements.size(); ++i) {
@@ -38,28 +47,45 @@ std::string Describe(const BoardState& state, const std::string& program) {
         signals[lines + i]["color"] = ColorName(elements[i].color);
     }
     const auto run = std::chrono::system_clock::now().time_since_epoch().count();
-    return Text({{"run", std::to_string(run)}, {"program", program}, {"signals", signals}});
+    return Text({{"run", std::to_string(run)},
+                 {"program", program},
+                 {"keptChanges", PanelFeed::KEPT_CHANGES},
+                 {"signals", signals}});
+}
+
+std::vector<Signal> Signals(const BoardState& state) {
+    std::vector<Signal> signals;
+    for (std::size_t signal = 0; signal < state.Count(); ++signal)
+        signals.push_back({state.Name(signal), state.Level(signal), {}});
+    return signals;
 }
 
 // By ModuleState::Phase.
 constexpr const char* STATE_NAMES[] = {"reset", "starting", "ready", "silent"};
 
+// By InputDriver.
+constexpr const char* DRIVER_NAMES[] = {"start", "option", "module", "panel", "pipe", "scenario"};
+
 } // namespace
 
-Panel::Panel(const BoardState& boardState, IBoardControl& boardControl, Clock clock, const std::string& program,
-             std::optional<int> port)
-    : state(boardState), control(boardControl),
-      feed(Describe(state, program), state.Levels(), [clock = std::move(clock)] { return FeedTime(clock()); }),
-      server(
-          feed,
-          [this](const std::string& path, const std::string& body) {
-              queue.Do(ReadPanelCommand(path, body, state, control));
-              return std::string("{}");
-          },
-          port) {
+Panel::Panel(const AttachedBoard& board, const PanelOptions& panelOptions)
+    : state(board.state), control(board.control), clock(board.clock), changes(board.changes), options(panelOptions),
+      signals(Signals(state)), target{state, control, [this](int signal) { SignalProgram(signal); },
+                                      [this] { RestartProgram(); }, [this] { EndBoard(); }},
+      feed(Describe(state, options.program), state.Levels(), [this] { return FeedTime(clock()); }),
+      server(feed,
+             {.post =
+                  [this](const std::string& path, const std::string& body) {
+                      Obey(path, body);
+                      return std::string("{}");
+                  },
+              .picture = [this] { return Picture(); },
+              .recording = [this] { return Recording(); }},
+             options.port) {
     TellModule();
     TellFaults();
-    TellProgram("waiting", "not started");
+    TellInputs();
+    TellProgram();
     feed.Publish();
 }
 
@@ -69,7 +95,14 @@ Panel::~Panel() {
 }
 
 void Panel::OnChange(std::size_t signal, bool level, BoardTime time) {
+    if (firstChange == NONE)
+        firstChange = time.count();
     feed.Change(signal, level, FeedTime(time));
+}
+
+void Panel::OnSettled(BoardTime) {
+    TellInputs();
+    feed.Publish();
 }
 
 void Panel::OnWebLog(std::string_view record, BoardTime time) {
@@ -87,23 +120,74 @@ void Panel::OnSyslog(std::string_view record, BoardTime time) {
 
 // A line that cannot be a record of the program: the pages' web log starts a new run.
 void Panel::OnProgramStarted(BoardTime time) {
-    if (++runs == 1)
-        return TellProgram("running", "running");
-    const std::string run = "run " + std::to_string(runs);
-    TellProgram("running", "running, " + run);
-    feed.Record(PanelFeed::Log::WEB, "\nThe board came up again: " + run, FeedTime(time));
+    ended = NONE;
+    program = {"running", "running"};
+    if (++runs == 1) {
+        began = firstChange == NONE ? time.count() : std::min(time.count(), firstChange.load());
+    } else {
+        const std::string run = "run " + std::to_string(runs);
+        program.text += ", " + run;
+        feed.Record(PanelFeed::Log::WEB, "\nThe board came up again: " + run, FeedTime(time));
+    }
+    TellProgram();
+    feed.Publish(); // the board may have nothing to settle for a long time
 }
 
-void Panel::OnProgramEnded(int waitStatus, BoardTime) {
-    if (WIFSIGNALED(waitStatus))
-        return TellProgram("failed", std::string("ended by ") + ::strsignal(WTERMSIG(waitStatus)));
-    const int code = WEXITSTATUS(waitStatus);
-    TellProgram(code == 0 ? "ended" : "failed", "ended with " + std::to_string(code));
+void Panel::OnProgramEnded(int waitStatus, BoardTime time) {
+    ended = time.count();
+    if (WIFSIGNALED(waitStatus)) {
+        const int signal = WTERMSIG(waitStatus);
+        const char* name = ::sigabbrev_np(signal);
+        program = {"failed", std::string("ended by ") + ::strsignal(signal), name ? name : std::to_string(signal)};
+    } else {
+        const int code = WEXITSTATUS(waitStatus);
+        program = {code == 0 ? "ended" : "failed", "ended with " + std::to_string(code), std::to_string(code)};
+    }
+    TellProgram();
+    feed.Publish();
+}
+
+void Panel::OnHeld(BoardTime) {
+    isHeld = true;
+    TellProgram();
+    feed.Publish();
 }
 
 void Panel::Run(BoardTime) {
     queue.Run();
     feed.Publish();
+}
+
+// On the thread of the request.
+void Panel::Obey(const std::string& path, const std::string& body) {
+    queue.Do([this, isForBoard = path == "/board", work = ReadPanelCommand(path, body, target)] {
+        if (isHeld && !isForBoard)
+            throw PanelError(CONFLICT, "the program has ended; the board only shows what it was");
+        work();
+    });
+}
+
+void Panel::SignalProgram(int signal) {
+    control.SignalProgram(signal);
+    if (signal == SIGTERM || signal == SIGINT)
+        TellThatItIsAsked();
+}
+
+void Panel::RestartProgram() {
+    control.RestartProgram();
+    TellThatItIsAsked();
+}
+
+// The pages offer to kill a program that ignores it.
+void Panel::TellThatItIsAsked() {
+    program.askedAt = clock();
+    TellProgram();
+}
+
+void Panel::EndBoard() {
+    if (!isHeld)
+        throw PanelError(CONFLICT, "the board ends with its program; it is not kept");
+    isToldToEnd = true;
 }
 
 void Panel::TellModule() {
@@ -126,8 +210,42 @@ void Panel::TellFaults() {
     feed.Status("faults", Text(faults));
 }
 
-void Panel::TellProgram(const char* programState, const std::string& text) {
-    feed.Status("program", Text({{"state", programState}, {"text", text}}));
+// Who drives the inputs, if that has changed.
+void Panel::TellInputs() {
+    std::vector<InputDriver> current;
+    for (std::size_t signal = 0; signal < state.Count(); ++signal)
+        current.push_back(state.IsInput(signal) ? control.DriverOf(signal) : InputDriver::START);
+    if (current == drivers)
+        return;
+    drivers = std::move(current);
+    json inputs = json::object();
+    for (std::size_t signal = 0; signal < state.Count(); ++signal)
+        if (state.IsInput(signal))
+            inputs[state.Name(signal)] = DRIVER_NAMES[static_cast<std::size_t>(drivers[signal])];
+    feed.Status("inputs", Text(inputs));
+}
+
+void Panel::TellProgram() {
+    json text = {
+        {"state", program.state}, {"text", program.text}, {"end", program.end}, {"askedAt", nullptr}, {"held", isHeld}};
+    if (program.askedAt)
+        text["askedAt"] = FeedTime(*program.askedAt).count();
+    feed.Status("program", Text(text));
+}
+
+// On a thread of the server.
+std::string Panel::Picture() {
+    const json status = json::parse(feed.StatusOf("program"), nullptr, false);
+    return PanelPicture(state, feed.Levels(), options.program, status.is_object() ? status.value("text", "") : "");
+}
+
+// On a thread of the server.
+std::function<std::string()> Panel::Recording() const {
+    if (began == NONE)
+        throw PanelError(CONFLICT, "the program has not started");
+    const auto until = ended == NONE ? clock() : BoardTime(ended.load());
+    const auto recording = std::make_shared<PanelRecording>(changes, signals, BoardTime(began.load()), until);
+    return [recording] { return recording->Next(); };
 }
 
 } // namespace VelrixBoard

@@ -26,6 +26,16 @@ void PanelClients::Set(State state) {
     for (Client& client : clients)
         if (client.thread == std::this_thread::get_id())
             client.state = state;
+    wake.notify_all();
+}
+
+void PanelClients::AwaitAnswers(std::chrono::milliseconds longest) {
+    std::unique_lock lock(mutex);
+    wake.wait_for(lock, longest, [this] {
+        return std::none_of(clients.begin(), clients.end(), [](const Client& client) {
+            return client.state == State::SERVED || client.state == State::ANSWERED;
+        });
+    });
 }
 
 void PanelClients::Close() {
@@ -42,7 +52,7 @@ void PanelClients::MakeRoom() {
     if (static_cast<std::size_t>(held) <= MOST)
         return;
     const auto newest = std::prev(clients.end());
-    for (const State state : {State::AWAITED, State::STREAMING}) {
+    for (const State state : {State::AWAITED, State::ANSWERED, State::STREAMING}) {
         const auto victim = std::find_if(clients.begin(), newest, [state](const Client& client) {
             return !client.dropped && client.state == state;
         });

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
+#include <condition_variable>
 #include <cstddef>
 #include <list>
 #include <mutex>
@@ -29,9 +31,12 @@ public:
     };
 
     // The state of the calling thread's client. AWAITED, the initial one: the server waits for the client to send or
-    // read.
-    enum class State { AWAITED, SERVED, STREAMING };
+    // read. ANSWERED: the board has executed its request, and the server writes the answer.
+    enum class State { AWAITED, SERVED, ANSWERED, STREAMING };
     void Set(State state);
+
+    // Waits until all that were served have their answers.
+    void AwaitAnswers(std::chrono::milliseconds longest);
 
     // Ends all connections, and rejects new ones.
     void Close();
@@ -48,6 +53,7 @@ private:
     static void Drop(Client& client);
 
     std::mutex mutex;
+    std::condition_variable wake;
     std::list<Client> clients; // the oldest first
     bool closed = false;
 };

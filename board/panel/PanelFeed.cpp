@@ -14,11 +14,15 @@ std::string Quoted(std::string_view text) {
     return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-// Versions are monotonic, so the news are at the end.
+// Versions are monotonic, so the news are at the end. At most so many: each message is bounded, and a page asks for the
+// rest.
 template <class Run>
 typename Run::const_iterator FirstSince(const Run& run, std::uint64_t seen) {
+    const auto oldest = run.size() > PanelFeed::MOST_AT_ONCE
+                            ? run.end() - static_cast<std::ptrdiff_t>(PanelFeed::MOST_AT_ONCE)
+                            : run.begin();
     auto first = run.end();
-    while (first != run.begin() && (first - 1)->version > seen)
+    while (first != oldest && (first - 1)->version > seen)
         --first;
     return first;
 }
@@ -114,9 +118,53 @@ void PanelFeed::Pause(std::chrono::milliseconds length) {
     wake.wait_for(lock, length, [&] { return closed; });
 }
 
+std::optional<std::string> PanelFeed::Older(std::size_t signal, std::uint64_t before) {
+    std::vector<Entry> older;
+    bool more = false;
+    {
+        const std::lock_guard lock(mutex);
+        if (signal >= signals.size())
+            return std::nullopt;
+        const std::deque<Entry>& entries = signals[signal].entries;
+        const auto end = std::lower_bound(entries.begin(), entries.end(), before,
+                                          [](const Entry& entry, std::uint64_t id) { return entry.id < id; });
+        const auto count = std::min(end - entries.begin(), static_cast<std::ptrdiff_t>(MOST_AT_ONCE));
+        older.assign(end - count, end);
+        more = end - entries.begin() > count;
+    }
+    std::string text = "{\"changes\":[";
+    for (const Entry& entry : older)
+        AppendChange(text, signal, entry);
+    return text + (more ? "],\"more\":true}" : "],\"more\":false}");
+}
+
+std::string PanelFeed::Levels() {
+    const std::lock_guard lock(mutex);
+    std::string levels;
+    for (const Signal& signal : signals)
+        levels += signal.level ? '1' : '0';
+    return levels;
+}
+
+std::string PanelFeed::StatusOf(const std::string& name) {
+    const std::lock_guard lock(mutex);
+    const auto found = status.find(name);
+    return found == status.end() ? "" : found->second.json;
+}
+
+// More news of a signal than a message has.
+bool PanelFeed::IsFarBehind(const Reader& reader) const {
+    return std::any_of(signals.begin(), signals.end(), [&](const Signal& signal) {
+        return signal.entries.size() > MOST_AT_ONCE &&
+               signal.entries[signal.entries.size() - MOST_AT_ONCE - 1].version > reader.seen;
+    });
+}
+
+// A reader that is far behind begins again, so that its page asks for what is between.
 PanelFeed::News PanelFeed::Since(const Reader& reader) const {
-    const std::uint64_t seen = reader.begun ? reader.seen : 0;
-    News news{!reader.begun, {}};
+    const bool isFirst = !reader.begun || IsFarBehind(reader);
+    const std::uint64_t seen = isFirst ? 0 : reader.seen;
+    News news{isFirst, {}};
     for (std::size_t number = 0; number < signals.size(); ++number) {
         const Signal& signal = signals[number];
         news.levels += signal.level ? '1' : '0';
@@ -136,18 +184,21 @@ std::string PanelFeed::Message(const News& news) const {
     if (news.isFirst)
         message += ",\"board\":" + description;
     message += ",\"levels\":\"" + news.levels + "\",\"changes\":[";
-    for (const auto& [number, entry] : news.changes) {
-        message += message.back() == '[' ? "[" : ",[";
-        message += std::to_string(number) + "," + std::to_string(entry.id) + "," + std::to_string(entry.begin.count()) +
-                   "," + std::to_string(entry.end.count()) + "," + std::to_string(entry.count) +
-                   (entry.level ? ",1]" : ",0]");
-    }
+    for (const auto& [number, entry] : news.changes)
+        AppendChange(message, number, entry);
     message += "]";
     AppendRecords(message, "webLog", news.records[static_cast<std::size_t>(Log::WEB)]);
     AppendRecords(message, "systemLog", news.records[static_cast<std::size_t>(Log::SYSTEM)]);
     for (const auto& [name, json] : news.status)
         message += "," + Quoted(name) + ":" + json;
     return message + "}";
+}
+
+void PanelFeed::AppendChange(std::string& message, std::size_t number, const Entry& entry) {
+    message += message.back() == '[' ? "[" : ",[";
+    message += std::to_string(number) + "," + std::to_string(entry.id) + "," + std::to_string(entry.begin.count()) +
+               "," + std::to_string(entry.end.count()) + "," + std::to_string(entry.count) +
+               (entry.level ? ",1]" : ",0]");
 }
 
 void PanelFeed::AppendRecords(std::string& message, const char* name, const std::vector<LogRecord>& records) {

@@ -30,7 +30,8 @@ public:
 
     enum class Log { WEB, SYSTEM };
 
-    static constexpr std::size_t KEPT_CHANGES = 2048;   // of each signal
+    static constexpr std::size_t KEPT_CHANGES = 50'000; // of each signal
+    static constexpr std::size_t MOST_AT_ONCE = 2048;   // of these in a message: the newest
     static constexpr std::size_t KEPT_RECORDS = 1000;   // of each log
     static constexpr std::size_t LONGEST_RECORD = 2000; // bytes; records are truncated
 
@@ -66,6 +67,14 @@ public:
     // For a reader's thread: waits for the next message, one line of JSON; empty on a timeout; nothing when the feed is
     // closed.
     std::optional<std::string> Next(Reader& reader, std::chrono::milliseconds longest);
+
+    // For any thread: the changes of the signal before the one with that id, at most MOST_AT_ONCE, earliest first, as
+    // JSON: {"changes": [...], "more": true}. Nothing for an unknown signal.
+    std::optional<std::string> Older(std::size_t signal, std::uint64_t before);
+
+    // For any thread: the current levels, a digit per signal; and a named part of the state, "" if there is none.
+    std::string Levels();
+    std::string StatusOf(const std::string& name);
 
     // Sleeps, or returns early when the feed is closed.
     void Pause(std::chrono::milliseconds length);
@@ -105,8 +114,10 @@ private:
         std::vector<std::pair<std::string, std::string>> status{};
     };
 
+    bool IsFarBehind(const Reader& reader) const;
     News Since(const Reader& reader) const;
     std::string Message(const News& news) const;
+    static void AppendChange(std::string& message, std::size_t number, const Entry& entry);
     static void AppendRecords(std::string& message, const char* name, const std::vector<LogRecord>& records);
 
     const std::string description;

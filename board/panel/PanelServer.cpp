@@ -36,6 +36,13 @@ constexpr auto LAST_MESSAGE = 200ms;
 // Longer than any command.
 constexpr std::size_t LONGEST_BODY = 4096;
 
+std::optional<std::size_t> ReadNumber(const std::string& text) {
+    std::size_t number = 0;
+    const char* end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && rest == end ? std::optional(number) : std::nullopt;
+}
+
 // Without SO_REUSEPORT: two boards would share a port, and each get some of the requests.
 void ConfigureSocket(int socket) {
     const int yes = 1;
@@ -45,7 +52,7 @@ void ConfigureSocket(int socket) {
 } // namespace
 
 struct PanelServer::Inside {
-    Inside(PanelFeed& panelFeed, Post onPost) : feed(panelFeed), post(std::move(onPost)) {}
+    Inside(PanelFeed& panelFeed, Actions panelActions) : feed(panelFeed), actions(std::move(panelActions)) {}
 
     bool IsOwnName(std::string_view name) const {
         const std::string suffix = ":" + std::to_string(port);
@@ -150,16 +157,59 @@ struct PanelServer::Inside {
         wake.wait_for(lock, LAST_MESSAGE, [this] { return streams == 0; });
     }
 
-    void HandlePost(const httplib::Request& request, httplib::Response& response) {
-        server.Clients().Set(PanelClients::State::SERVED);
+    // Answers with the message of what the function throws.
+    static void Try(httplib::Response& response, const std::function<void()>& answer) {
         try {
-            response.set_content(post(request.path, request.body), JSON);
+            answer();
         } catch (const PanelError& error) {
             AnswerError(response, error.Status(), error.what());
         } catch (const std::exception& error) {
             AnswerError(response, 409, error.what());
         }
-        server.Clients().Set(PanelClients::State::AWAITED);
+    }
+
+    void HandlePost(const httplib::Request& request, httplib::Response& response) {
+        server.Clients().Set(PanelClients::State::SERVED);
+        Try(response, [&] { response.set_content(actions.post(request.path, request.body), JSON); });
+        server.Clients().Set(PanelClients::State::ANSWERED);
+    }
+
+    void SendHistory(const httplib::Request& request, httplib::Response& response) {
+        const auto signal = ReadNumber(request.get_param_value("signal"));
+        const auto before = ReadNumber(request.get_param_value("before"));
+        if (!signal || !before)
+            return AnswerError(response, 400, "the history takes ?signal=NUMBER&before=ID");
+        const auto older = feed.Older(*signal, *before);
+        if (!older)
+            return AnswerError(response, 404, "the board has no signal of that number");
+        response.set_content(*older, JSON);
+    }
+
+    // An error in the middle of the file ends the connection before the end of the file, which the client sees.
+    void SendRecording(httplib::Response& response) {
+        Try(response, [&] {
+            auto recording = actions.recording();
+            response.set_header("Content-Disposition", "attachment; filename=\"run.vcd\"");
+            response.set_chunked_content_provider("application/octet-stream",
+                                                  [next = std::move(recording)](std::size_t, httplib::DataSink& sink) {
+                                                      try {
+                                                          const std::string piece = next();
+                                                          if (!piece.empty())
+                                                              return sink.write(piece.data(), piece.size());
+                                                          sink.done();
+                                                          return true;
+                                                      } catch (const std::exception&) {
+                                                          return false;
+                                                      }
+                                                  });
+        });
+    }
+
+    void SendPicture(httplib::Response& response) {
+        Try(response, [&] {
+            response.set_header("Refresh", "1"); // for a tab that shows it; <img> has no use for it
+            response.set_content(actions.picture(), "image/svg+xml");
+        });
     }
 
     void Configure(std::chrono::milliseconds patience) {
@@ -185,6 +235,13 @@ struct PanelServer::Inside {
             PanelFeed::Reader reader;
             response.set_content(feed.Next(reader, 0ms).value_or("{}"), JSON);
         });
+        server.Get("/history", [this](const httplib::Request& request, httplib::Response& response) {
+            SendHistory(request, response);
+        });
+        server.Get("/run.vcd",
+                   [this](const httplib::Request&, httplib::Response& response) { SendRecording(response); });
+        server.Get("/board.svg",
+                   [this](const httplib::Request&, httplib::Response& response) { SendPicture(response); });
         server.Post(".*", [this](const httplib::Request& request, httplib::Response& response) {
             HandlePost(request, response);
         });
@@ -215,7 +272,7 @@ struct PanelServer::Inside {
     }
 
     PanelFeed& feed;
-    const Post post;
+    const Actions actions;
     BoundedServer server; // makes the whole process ignore SIGPIPE
     int port = 0;
     std::thread thread;
@@ -224,9 +281,9 @@ struct PanelServer::Inside {
     int streams = 0; // open event streams
 };
 
-PanelServer::PanelServer(PanelFeed& panelFeed, Post onPost, std::optional<int> wantedPort,
+PanelServer::PanelServer(PanelFeed& panelFeed, Actions panelActions, std::optional<int> wantedPort,
                          std::chrono::milliseconds patience)
-    : inside(std::make_unique<Inside>(panelFeed, std::move(onPost))) {
+    : inside(std::make_unique<Inside>(panelFeed, std::move(panelActions))) {
     inside->Configure(patience);
     inside->Listen(wantedPort);
 }
@@ -234,6 +291,7 @@ PanelServer::PanelServer(PanelFeed& panelFeed, Post onPost, std::optional<int> w
 PanelServer::~PanelServer() {
     inside->feed.Close();
     inside->WaitForStreams();
+    inside->server.Clients().AwaitAnswers(LAST_MESSAGE); // of the command that ended the board
     inside->server.stop();
     inside->server.Clients().Close();
     inside->thread.join();

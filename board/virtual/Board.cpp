@@ -85,7 +85,8 @@ public:
         : saved(savedSignals), stop(stopSignals), layout(directory.Path()), time(MakeTime(options.time)),
           loop(time ? time->MakeLoop() : EventLoop(StartClock())),
           parts(options, std::move(directory), loop,
-                {[this](int signal) { life.Signal(signal); }, [this](std::string_view call) { life.Reboot(call); },
+                {[this](int signal) { life.Signal(signal); }, [this] { life.Restart(); },
+                 [this](std::string_view call) { life.Reboot(call); },
                  [this](bool restart) { life.RebootBySystemCall(restart); },
                  [this](const WallClockChange& change) { ChangeWallClock(change); },
                  [this] {
@@ -112,6 +113,10 @@ public:
             Residents(false).End();
         parts.TellRecords();
         bool isStopped = life.IsKilled();
+        // Before the view's last drawing.
+        const bool isHeld = parts.IsHeld() && life.HasEnded() && !life.IsToldToEnd();
+        if (isHeld)
+            parts.User().Say("the program has ended; the board is kept until Ctrl-C, or the panel's button, ends it");
         parts.FinishOutput({{signals.Waiting(), stop.Descriptor()}, [&] {
                                 isStopped =
                                     isStopped || signals.AskToEnd() || stop.Take() != StopSignals::Request::NONE;
@@ -119,9 +124,11 @@ public:
                             }});
         parts.RemoveOwnFiles();
         life.RequireBoard();
-        if (const std::optional<int> verdict = parts.Finish())
-            return W_EXITCODE(*verdict, 0);
-        return life.Status(initStatus);
+        const std::optional<int> verdict = parts.Finish();
+        const int status = verdict ? W_EXITCODE(*verdict, 0) : life.Status(initStatus);
+        if (isHeld && !isStopped)
+            Hold(signals);
+        return status;
     }
 
 private:
@@ -202,6 +209,21 @@ private:
         while (::waitpid(init, &status, 0) < 0 && errno == EINTR) {
         }
         return status;
+    }
+
+    // The run is over and everything of it is written. Shows it until the user has seen enough.
+    void Hold(const PassedSignals& signals) {
+        EventLoop rest([this] { return loop.Now(); });
+        bool isStopped = false;
+        FunctionPart stopPart([this] { return stop.Descriptor(); },
+                              [&](BoardTime) { isStopped = isStopped || stop.Take() != StopSignals::Request::NONE; });
+        FunctionPart signalPart([&] { return signals.Waiting(); },
+                                [&](BoardTime) { isStopped = isStopped || signals.AskToEnd(); });
+        parts.Hold(rest);
+        rest.Add(stopPart);
+        rest.Add(signalPart);
+        while (!isStopped && parts.IsHeld())
+            rest.Round();
     }
 
     // A program that has not started gets SIGTERM when it does; after its end there is nothing to wait for.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board/virtual/BoardParts.h"
 
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
@@ -40,6 +41,7 @@ BoardParts::BoardParts(const BoardOptions& boardOptions, RunDirectory runDirecto
     : options(boardOptions), actions(std::move(programActions)), clock([&loop] { return loop.Now(); }),
       directory(std::move(runDirectory)), layout(directory.Path()),
       model(MakeModel("velrix-board", CopySettings(options.settings, layout.Settings()), options.levels)), state(model),
+      modulesLineIsSet(options.levels.contains(BoardModel::OXBO_IRQ)),
       recorder(layout, state, options.directory.has_value(), [this](const std::string& text) { user.Say(text); }),
       files(state, clock, options.without),
       oxbo(state, options.oxboReadyAfter, [this](std::size_t signal, bool level) { DriveForModule(signal, level); }),
@@ -48,6 +50,7 @@ BoardParts::BoardParts(const BoardOptions& boardOptions, RunDirectory runDirecto
              [this](std::string_view record) { state.Tell(&BoardObserver::OnWebLog, record, clock()); }) {
     RequireKnownPaths(options, layout, state);
     files.OnRequest(actions.useValueFile);
+    ResetDrivers();
     state.Add(recorder);
     state.Add(oxbo);
     fs::create_directory(layout.Stage());
@@ -128,7 +131,7 @@ void BoardParts::Show(Program& program) {
 
 void BoardParts::Attach() {
     for (const AttachmentFactory& make : options.attachments) {
-        attachments.push_back(make(state, Control(), clock));
+        attachments.push_back(make({state, Control(), clock, layout.Changes()}));
         state.Add(*attachments.back());
         user.Say(attachments.back()->Announcement());
     }
@@ -151,6 +154,17 @@ void BoardParts::AddTo(EventLoop& loop) {
     loop.Add(settlePart);
 }
 
+bool BoardParts::IsHeld() const {
+    return std::ranges::any_of(attachments, [](const auto& attachment) { return attachment->Holds(); });
+}
+
+void BoardParts::Hold(EventLoop& loop) {
+    for (const auto& attachment : attachments) {
+        loop.Add(*attachment);
+        attachment->OnHeld(clock());
+    }
+}
+
 void BoardParts::TellRecords() {
     if (syslog)
         syslog->Dispatch();
@@ -163,9 +177,11 @@ void BoardParts::ReadOn(LogTail& log) {
         watcher.CallAgain();
 }
 
-void BoardParts::DriveInput(std::size_t signal, bool level) {
+// The driver first: observers of the change may ask for it.
+void BoardParts::DriveInput(std::size_t signal, bool level, InputDriver driver) {
     if (!state.IsInput(signal))
         throw BoardError(state.Name(signal) + " is an output, which only the program drives");
+    drivers[signal] = driver;
     files.DriveInput(signal, level);
 }
 
@@ -188,10 +204,26 @@ void BoardParts::SetWebLogFull(bool isFull) {
     }
 }
 
+void BoardParts::ReleaseInput(std::size_t signal) {
+    if (state.Name(signal) != BoardModel::OXBO_IRQ)
+        throw BoardError("the module does not drive " + state.Name(signal) + ", only " + BoardModel::OXBO_IRQ);
+    modulesLineIsSet = false;
+    DriveForModule(signal, !oxbo.State().ready);
+}
+
 // The module does not drive lines that the user set.
 void BoardParts::DriveForModule(std::size_t signal, bool level) {
-    if (options.levels.count(state.Name(signal)) == 0)
-        files.DriveInput(signal, level);
+    if (!modulesLineIsSet)
+        DriveInput(signal, level, InputDriver::MODULE);
+}
+
+// As at power-up.
+void BoardParts::ResetDrivers() {
+    drivers.assign(state.Count(), InputDriver::START);
+    for (const auto& [name, level] : options.levels)
+        drivers[FindSignal(state, name)] = InputDriver::OPTION;
+    if (!modulesLineIsSet)
+        drivers[FindSignal(state, BoardModel::OXBO_IRQ)] = InputDriver::MODULE;
 }
 
 void BoardParts::PowerUp() {
@@ -200,6 +232,7 @@ void BoardParts::PowerUp() {
         if (!state.IsInput(signal))
             state.Set(signal, initial.Level(signal), clock());
     oxbo.PowerUp(clock());
+    ResetDrivers();
     for (std::size_t signal = 0; signal < state.Count(); ++signal)
         if (state.IsInput(signal))
             files.DriveInput(signal, initial.Level(signal));

@@ -33,6 +33,7 @@ public:
     // The parts' actions on the program.
     struct ProgramActions {
         std::function<void(int signal)> signal;
+        std::function<void()> restart;
         std::function<void(std::string_view call)> reboot;
         std::function<void(bool restart)> rebootBySystemCall;
         std::function<void(const WallClockChange& change)> changeWallClock;
@@ -58,6 +59,10 @@ public:
     // Adds the parts in the order of their turns, after Attach.
     void AddTo(EventLoop& loop);
 
+    // Whether an attachment keeps the board after the program's end; and adds the attachments, which alone run then.
+    bool IsHeld() const;
+    void Hold(EventLoop& loop);
+
     // Reports what the program did other than by value files.
     void TellRecords();
 
@@ -80,7 +85,9 @@ public:
     std::optional<int> Finish();
 
 private:
-    void DriveInput(std::size_t signal, bool level) override;
+    void DriveInput(std::size_t signal, bool level, InputDriver driver) override;
+    void ReleaseInput(std::size_t signal) override;
+    InputDriver DriverOf(std::size_t signal) const override { return drivers.at(signal); }
     void SetFault(std::size_t signal, const std::optional<Fault>& fault) override { files.SetFault(signal, fault); }
     std::optional<Fault> FaultOf(std::size_t signal) const override { return files.FaultOf(signal); }
     void SetOxboReadyAfter(std::optional<std::chrono::milliseconds> delay) override {
@@ -90,11 +97,13 @@ private:
     void SetWebLogFull(bool isFull) override;
     void SignalProgram(int signal) override { actions.signal(signal); }
     void ChangeWallClock(const WallClockChange& change) override { actions.changeWallClock(change); }
+    void RestartProgram() override { actions.restart(); }
 
     std::unique_ptr<IBoardEntry> MakeEntry();
     void MakeWatchers();
     void WatchLogs();
     void DriveForModule(std::size_t signal, bool level);
+    void ResetDrivers();
     void ReadOn(LogTail& log);
 
     // The control for the user's actions, which may be recorded.
@@ -107,6 +116,8 @@ private:
     const BoardLayout layout;
     const BoardModel model;
     BoardState state;
+    bool modulesLineIsSet;            // by --set, which disconnects the module
+    std::vector<InputDriver> drivers; // by signal
     FileWatcher watcher;
     UserOutput user;
     Recorder recorder;

@@ -45,7 +45,8 @@ void ProgramLife::OnDown() {
     // Process 1 killed the program and reaped it with all others.
     if (isKilled && !endStatus)
         OnEnded(W_EXITCODE(0, SIGKILL));
-    if (reboot != Effect::RESTART || isRebootedBySystemCall || isToldToEnd || !restartsAfterReboot) {
+    const bool restarts = restartsAfterReboot || std::exchange(isRestartWanted, false);
+    if (reboot != Effect::RESTART || isRebootedBySystemCall || isToldToEnd || !restarts) {
         current = State::DOWN;
         host.Order(InitOrder::LEAVE);
         return;
@@ -80,6 +81,15 @@ void ProgramLife::KillAll(const std::string& reason) {
         host.Order(InitOrder::KILL_ALL);
     else
         host.KillInit();
+}
+
+// Like a call of reboot.
+void ProgramLife::Restart() {
+    if (current != State::RUNNING || isToldToEnd || reboot != Effect::NONE)
+        throw BoardError("the program does not run, or ends already");
+    isRestartWanted = true;
+    reboot = Effect::RESTART;
+    host.Order(InitOrder::END_ALL);
 }
 
 void ProgramLife::Reboot(std::string_view call) {

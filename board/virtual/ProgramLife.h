@@ -52,6 +52,7 @@ public:
     // The program has ended and no restart is known.
     bool HasEnded() const { return endStatus.has_value(); }
     bool IsKilled() const { return isKilled; }
+    bool IsToldToEnd() const { return isToldToEnd; }
 
     void Obey(const InitMessage& message);
 
@@ -61,6 +62,9 @@ public:
     // Ends the board: sends the program SIGTERM, if need be when it starts, and does not restart it. With atOnce, and
     // after the program's end, kills everything; the reason is for the user.
     void End(bool atOnce, const std::string& reason);
+
+    // Ends everything and starts the program again. Throws BoardError if it does not run, or ends already.
+    void Restart();
 
     // A reboot command was called: ends everything. Later calls are only recorded.
     void Reboot(std::string_view call);
@@ -89,7 +93,8 @@ private:
     State current = State::NOT_STARTED;
     RebootStub::Effect reboot = RebootStub::Effect::NONE; // called since the program's start
     bool isRebootedBySystemCall = false;
-    bool isToldToEnd = false; // by a signal to this process
+    bool isToldToEnd = false;     // by a signal to this process
+    bool isRestartWanted = false; // by the user
     bool isKilled = false;
     std::optional<int> endStatus;
     std::string failure;

@@ -14,10 +14,19 @@ class FakeControl final : public IBoardControl {
 public:
     explicit FakeControl(const BoardState& boardState) : state(boardState) {}
 
-    void DriveInput(std::size_t signal, bool level) override {
+    void DriveInput(std::size_t signal, bool level, InputDriver driver) override {
         if (!state.IsInput(signal))
             throw BoardError(state.Name(signal) + " is an output");
         log += "drive " + state.Name(signal) + (level ? " 1\n" : " 0\n");
+        drivers[signal] = driver;
+    }
+    void ReleaseInput(std::size_t signal) override {
+        log += "release " + state.Name(signal) + "\n";
+        drivers[signal] = InputDriver::MODULE;
+    }
+    InputDriver DriverOf(std::size_t signal) const override {
+        const auto found = drivers.find(signal);
+        return found == drivers.end() ? InputDriver::START : found->second;
     }
     void SetFault(std::size_t signal, const std::optional<Fault>& fault) override {
         log += "fault " + state.Name(signal) + " " + (fault ? ToString(*fault) : "none") + "\n";
@@ -37,11 +46,13 @@ public:
     ModuleState OxboState() const override { return module; }
     void SetWebLogFull(bool isFull) override { log += isFull ? "web log full\n" : "web log not full\n"; }
     void ChangeWallClock(const WallClockChange&) override { log += "clock\n"; }
+    void RestartProgram() override { log += "restart\n"; }
     void SignalProgram(int signal) override { log += "signal " + std::to_string(signal) + "\n"; }
 
     const BoardState& state;
     std::string log;
     std::map<std::size_t, Fault> faults;
+    std::map<std::size_t, InputDriver> drivers;
     ModuleState module{.readyAfter = std::chrono::milliseconds(40)};
 };
 

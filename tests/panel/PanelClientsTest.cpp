@@ -2,6 +2,8 @@
 #include "board/panel/PanelClients.h"
 
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <future>
 #include <memory>
 #include <optional>
@@ -10,12 +12,15 @@
 
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 
 #include "board/base/FileDescriptor.h"
 
 namespace VelrixBoard {
 namespace {
+
+using namespace std::chrono_literals;
 
 // A client with its thread.
 class Client final {
@@ -99,6 +104,28 @@ TEST_F(PanelClientsTest, HasRoomAgainWhenAClientGoes) {
     Add(State::STREAMING);
 
     EXPECT_EQ(Dropped(), "");
+}
+
+TEST_F(PanelClientsTest, AwaitsTheAnswers) {
+    Add(State::STREAMING);
+    Add(State::AWAITED);
+    clients.AwaitAnswers(20s);
+    const FileDescriptor socket(::eventfd(0, EFD_CLOEXEC)); // that nobody drops
+    const PanelClients::Place place(clients, socket.Get());
+    clients.Set(State::SERVED);
+    std::atomic<bool> isAnswered = false;
+    bool wasAnswered = false;
+    std::thread end([&] {
+        clients.AwaitAnswers(20s);
+        wasAnswered = isAnswered;
+    });
+
+    clients.Set(State::ANSWERED);
+    isAnswered = true;
+    clients.Set(State::AWAITED);
+    end.join();
+
+    EXPECT_TRUE(wasAnswered);
 }
 
 TEST_F(PanelClientsTest, DropsAllAtTheEndAndThoseThatComeLater) {

@@ -98,9 +98,54 @@ TEST_F(PanelFeedTest, KeepsPatternsThatAnEyeCanFollowAsTheyWere) {
     EXPECT_THAT(Next(reader), HasSubstr("[1,39,78000,78000,1,0]"));
 }
 
+TEST_F(PanelFeedTest, GivesOlderChangesPartByPart) {
+    constexpr std::size_t COUNT = 2 * PanelFeed::MOST_AT_ONCE + 1;
+    for (std::size_t i = 0; i < COUNT; ++i)
+        feed.Change(1, i % 2 == 0, 1s * i);
+    EXPECT_THAT(Next(reader), HasSubstr("\"changes\":[[1," + std::to_string(COUNT - PanelFeed::MOST_AT_ONCE) + ","));
+
+    const std::string newer = feed.Older(1, COUNT - PanelFeed::MOST_AT_ONCE).value_or("");
+    EXPECT_THAT(newer, testing::StartsWith("{\"changes\":[[1,1,1000000,1000000,1,0],[1,2,"));
+    EXPECT_THAT(newer, testing::EndsWith(",[1,2048,2048000000,2048000000,1,1]],\"more\":true}"));
+    EXPECT_EQ(feed.Older(1, 1), R"({"changes":[[1,0,0,0,1,1]],"more":false})");
+    EXPECT_EQ(feed.Older(1, 0), R"({"changes":[],"more":false})");
+    EXPECT_EQ(feed.Older(0, 7), R"({"changes":[],"more":false})");
+    EXPECT_EQ(feed.Older(3, 7), std::nullopt);
+}
+
+TEST_F(PanelFeedTest, KeepsABoundedNumberOfChanges) {
+    for (std::size_t i = 0; i < PanelFeed::KEPT_CHANGES + 1; ++i)
+        feed.Change(1, i % 2 == 0, 1s * i);
+
+    EXPECT_THAT(feed.Older(1, 3).value_or(""), HasSubstr("\"changes\":[[1,1,"));
+    EXPECT_EQ(feed.Older(1, 1), R"({"changes":[],"more":false})");
+}
+
+TEST_F(PanelFeedTest, BeginsAgainWithAReaderThatIsFarBehind) {
+    Next(reader);
+    for (std::size_t i = 0; i < PanelFeed::MOST_AT_ONCE; ++i)
+        feed.Change(1, i % 2 == 0, 1s * i);
+    feed.Publish();
+    EXPECT_THAT(Next(reader), testing::AllOf(Not(HasSubstr("\"board\"")), HasSubstr("\"changes\":[[1,0,")));
+
+    for (std::size_t i = 0; i < PanelFeed::MOST_AT_ONCE + 1; ++i)
+        feed.Change(1, i % 2 == 0, 1s * (i + PanelFeed::MOST_AT_ONCE));
+    feed.Publish();
+    EXPECT_THAT(Next(reader), testing::AllOf(HasSubstr("\"board\""), HasSubstr("\"changes\":[[1,2049,")));
+}
+
+TEST_F(PanelFeedTest, SaysTheStateForAPicture) {
+    feed.Change(2, true, 1ms);
+    feed.Status("program", "1");
+
+    EXPECT_EQ(feed.Levels(), "101");
+    EXPECT_EQ(feed.StatusOf("program"), "1");
+    EXPECT_EQ(feed.StatusOf("other"), "");
+}
+
 TEST_F(PanelFeedTest, ForgetsTheOldestForASlowReader) {
     Next(reader);
-    for (std::size_t i = 0; i < PanelFeed::KEPT_CHANGES + 1; ++i)
+    for (std::size_t i = 0; i < PanelFeed::MOST_AT_ONCE + 1; ++i)
         feed.Change(1, i % 2 == 0, 1s * i);
     for (std::size_t i = 0; i < PanelFeed::KEPT_RECORDS + 1; ++i)
         feed.Record(PanelFeed::Log::SYSTEM, "r" + std::to_string(i) + ".", 1s);

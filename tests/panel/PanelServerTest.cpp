@@ -35,15 +35,31 @@ protected:
     std::vector<std::string> posts;
     std::unique_ptr<PanelServer> server = std::make_unique<PanelServer>(
         feed,
-        [this](const std::string& path, const std::string& body) {
-            posts.push_back(path + " " + body);
-            if (body == "refuse")
-                throw PanelError(404, "no \"such\" line");
-            if (body == "fail")
-                throw BoardError("it is an output");
-            return std::string("{}");
-        },
+        PanelServer::Actions{.post =
+                                 [this](const std::string& path, const std::string& body) {
+                                     posts.push_back(path + " " + body);
+                                     if (body == "refuse")
+                                         throw PanelError(404, "no \"such\" line");
+                                     if (body == "fail")
+                                         throw BoardError("it is an output");
+                                     return std::string("{}");
+                                 },
+                             .picture = [] { return std::string("<svg/>"); },
+                             .recording = [this] { return Recording(); }},
         0);
+
+    // Two pieces and the end; or an error before them, or after the first one.
+    std::function<std::string()> Recording() const {
+        if (failure == Failure::BEFORE)
+            throw PanelError(409, "not started");
+        return [this, place = 0]() mutable -> std::string {
+            if (failure == Failure::WITHIN && place == 1)
+                throw BoardError("cannot read");
+            return ++place == 1 ? "one " : place == 2 ? "two" : "";
+        };
+    }
+    enum class Failure { NONE, BEFORE, WITHIN };
+    Failure failure = Failure::NONE;
 };
 
 TEST_F(PanelServerTest, ServesThePageWithAllItsParts) {
@@ -144,6 +160,49 @@ TEST_F(PanelServerTest, SaysInWordsWhatIsWrongWithARequest) {
     EXPECT_EQ(posts.size(), 0u);
 }
 
+TEST_F(PanelServerTest, GivesTheHistoryOfASignal) {
+    feed.Change(0, true, 3ms);
+    const auto history = [this](const std::string& query) {
+        return Ask("GET /history" + query + " HTTP/1.1\r\n" + Host() + "\r\n");
+    };
+
+    EXPECT_THAT(history("?signal=0&before=1"),
+                testing::AllOf(StartsWith("HTTP/1.1 200"),
+                               testing::EndsWith("\r\n\r\n{\"changes\":[[0,0,3000,3000,1,1]],\"more\":false}")));
+    EXPECT_THAT(history("?signal=1&before=1"), StartsWith("HTTP/1.1 404"));
+    for (const char* query : {"", "?signal=0", "?before=1", "?signal=-1&before=1", "?signal=0&before=x",
+                              "?signal=0&before=99999999999999999999"})
+        EXPECT_THAT(history(query), testing::AllOf(StartsWith("HTTP/1.1 400"), HasSubstr("?signal=NUMBER&before=ID")))
+            << query;
+}
+
+TEST_F(PanelServerTest, SendsTheRecordingPieceByPiece) {
+    const std::string request = "GET /run.vcd HTTP/1.1\r\n" + Host() + "\r\n";
+
+    EXPECT_THAT(Ask(request), testing::AllOf(StartsWith("HTTP/1.1 200"),
+                                             HasSubstr("Content-Disposition: attachment; filename=\"run.vcd\""),
+                                             testing::EndsWith("\r\n\r\n4\r\none \r\n3\r\ntwo\r\n0\r\n\r\n")));
+
+    failure = Failure::BEFORE;
+    EXPECT_THAT(Ask(request), testing::AllOf(StartsWith("HTTP/1.1 409"), HasSubstr("not started"),
+                                             testing::Not(HasSubstr("attachment"))));
+
+    failure = Failure::WITHIN; // the client sees that the last chunk does not come
+    EXPECT_THAT(Ask(request), testing::EndsWith("4\r\none \r\n"));
+}
+
+TEST_F(PanelServerTest, ServesAPictureForATabThatAsksAgain) {
+    const std::string request = "GET /board.svg HTTP/1.1\r\n" + Host();
+
+    EXPECT_THAT(Ask(request + "\r\n"),
+                testing::AllOf(StartsWith("HTTP/1.1 200"), HasSubstr("Content-Type: image/svg+xml"),
+                               HasSubstr("Cache-Control: no-store"), HasSubstr("Refresh: 1\r\n"),
+                               testing::EndsWith("\r\n\r\n<svg/>")));
+    // Not for the pages of other sites, like all the rest.
+    EXPECT_THAT(Ask(request + "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: no-cors\r\n\r\n"),
+                StartsWith("HTTP/1.1 403"));
+}
+
 // The library keeps them all, in any number.
 TEST_F(PanelServerTest, BoundsTheHeadersOfARequest) {
     std::string headers = "GET /state HTTP/1.1\r\n" + Host();
@@ -170,7 +229,7 @@ TEST_F(PanelServerTest, SendsAFileOnceHoweverManyRangesOfItAreWanted) {
 TEST_F(PanelServerTest, GivesUpOnARequestThatDoesNotEnd) {
     server.reset();
     PanelFeed pages{"{}", {false}, [] { return 1ms; }};
-    server = std::make_unique<PanelServer>(pages, nullptr, 0, 50ms);
+    server = std::make_unique<PanelServer>(pages, PanelServer::Actions(), 0, 50ms);
 
     EXPECT_THAT(Ask("GET /state HTTP/1.1\r\n" + Host()),
                 testing::AllOf(StartsWith("HTTP/1.1 408"), HasSubstr("did not come to its end in time")));
@@ -185,7 +244,7 @@ TEST_F(PanelServerTest, AnswersHoweverManyClientsStall) {
     Ask("GET /state HTTP/1.1\r\n" + Host() + "\r\n");
     server.reset();
     PanelFeed pages{"{}", {false}, [] { return 1ms; }};
-    server = std::make_unique<PanelServer>(pages, nullptr, 0, 60s);
+    server = std::make_unique<PanelServer>(pages, PanelServer::Actions(), 0, 60s);
     std::vector<std::unique_ptr<Connection>> stalled;
     for (std::size_t i = 0; i < 2 * PanelServer::THREADS; ++i) {
         stalled.push_back(std::make_unique<Connection>(server->Port()));
@@ -230,7 +289,7 @@ TEST_F(PanelServerTest, TellsPagesTheLastNewsWhenItEnds) {
 TEST_F(PanelServerTest, IsNotHeldUpByPagesThatDoNotReadOrAsk) {
     server.reset();
     PanelFeed pages{"{}", {false}, [] { return 1ms; }};
-    server = std::make_unique<PanelServer>(pages, nullptr, 0, 60s);
+    server = std::make_unique<PanelServer>(pages, PanelServer::Actions(), 0, 60s);
     const Connection silent(server->Port());
     Connection deaf(server->Port());
     deaf.Send(Events()).ReadUntil("data: ");
@@ -250,7 +309,7 @@ TEST_F(PanelServerTest, IsNotHeldUpByPagesThatDoNotReadOrAsk) {
 
 TEST_F(PanelServerTest, SharesItsPortWithNobody) {
     try {
-        const PanelServer second(feed, nullptr, server->Port());
+        const PanelServer second(feed, PanelServer::Actions(), server->Port());
         ADD_FAILURE() << "two servers on a port";
     } catch (const BoardError& error) {
         EXPECT_THAT(error.what(), HasSubstr("cannot open the panel on port " + std::to_string(server->Port())));
@@ -265,7 +324,7 @@ TEST_F(PanelServerTest, OpensItsPortAgainAtOnce) {
     server.reset();
 
     PanelFeed another("{}", {false}, [] { return 1ms; });
-    const PanelServer second(another, nullptr, port);
+    const PanelServer second(another, PanelServer::Actions(), port);
 
     EXPECT_EQ(second.Address(), "http://127.0.0.1:" + std::to_string(port) + "/");
 }

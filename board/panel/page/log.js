@@ -44,6 +44,8 @@ class LogView {
   constructor(element, empty) {
     this.element = element;
     this.empty = empty;
+    this.note = make('p', 'hint dropped'); // outside of the log, which is read out
+    element.before(this.note);
     this.clear();
   }
 
@@ -51,6 +53,7 @@ class LogView {
     this.element.replaceChildren(make('p', 'hint', this.empty));
     this.isEmpty = true;
     this.seen = -1;
+    this.tellDropped(0);
   }
 
   // records: [[number, time, text]]
@@ -59,20 +62,42 @@ class LogView {
     const follow = element.scrollHeight - element.scrollTop - element.clientHeight < 24;
     for (const [number, time, record] of records) {
       if (number <= this.seen) continue;
-      if (this.isEmpty) element.replaceChildren();
-      if (number > this.seen + 1 && !this.isEmpty) element.append(make('p', 'hint', `${number - this.seen - 1} records left out`));
+      if (this.isEmpty) {
+        element.replaceChildren();
+        this.tellDropped(number);
+      } else if (number > this.seen + 1) {
+        this.append(make('p', 'hint', `${number - this.seen - 1} records are not shown`), this.seen + 1);
+      }
       this.isEmpty = false;
       this.seen = number;
       this.show(record, time);
     }
-    while (element.childElementCount > MOST_ITEMS) element.firstElementChild.remove();
+    this.trim();
     if (follow) element.scrollTop = element.scrollHeight;
+  }
+
+  trim() {
+    const { element } = this;
+    if (element.childElementCount <= MOST_ITEMS) return;
+    while (element.childElementCount > MOST_ITEMS) element.firstElementChild.remove();
+    this.tellDropped(Number(element.firstElementChild.dataset.number));
+  }
+
+  // number: that of the oldest record in the log. Records are numbered from 0.
+  tellDropped(number) {
+    this.note.hidden = number === 0;
+    this.note.textContent = number === 1 ? '1 older record is not shown.' : `${number} older records are not shown.`;
+  }
+
+  append(element, number = this.seen) {
+    element.dataset.number = String(number);
+    this.element.append(element);
   }
 
   row(kind, time, ...content) {
     const row = make('div', `record ${kind}`);
     row.append(make('time', '', seconds(time)), ...content);
-    this.element.append(row);
+    this.append(row);
   }
 }
 
@@ -88,7 +113,7 @@ export class WebLogView extends LogView {
 
   show(record, time) {
     const read = readRecord(record);
-    if (read.kind === 'break') this.element.append(make('div', 'record break'));
+    if (read.kind === 'break') this.append(make('div', 'record break'));
     else if (read.kind === 'position') this.move(read.percent, time);
     else if (read.kind === 'bar') this.addBar(read.text, time);
     else {

@@ -1,39 +1,32 @@
 // SPDX-License-Identifier: Apache-2.0
 // The page: mirrors the board from the server's events, shows it, and sends commands.
+import { controlWaveform } from './controls.js';
+import { Cursors } from './cursors.js';
+import { find, make, setAttribute, setPill, setText } from './dom.js';
+import { controlFaults } from './faults.js';
 import { follow } from './feed.js';
+import { droppedText, fetchOlder, readChange } from './history.js';
 import { describe, drawFront, phases } from './leds.js';
+import { buildLines, showDrivers, showLevels } from './lines.js';
 import { SystemLogView, WebLogView } from './log.js';
-import { SPANS, Waveform } from './waveform.js';
+import { ProgramView } from './program.js';
+import { TimeView } from './view.js';
+import { Waveform } from './waveform.js';
 
-const KEPT = 40e6; // microseconds of changes
+const RECENT = 64; // changes of an LED's element that its pattern is read from
+const TRIMMED = 1000; // changes that are forgotten at once, so that it is rare
 
-const find = (id) => document.getElementById(id);
-
-const board = { signals: [], leds: [], faults: {}, offset: Infinity, lostAt: null };
+const board = { signals: [], leds: [], faults: {}, program: '', most: Infinity, isComplete: false, offset: Infinity, lostAt: null };
 // Microseconds since the board's start, up to its end. Events may be late, never early.
 const now = () => board.lostAt ?? performance.now() * 1000 - board.offset;
-const waveform = new Waveform(find('waveform'), find('canvas'), now);
+const view = new TimeView(now);
+const cursors = new Cursors();
+const waveform = new Waveform(find('waveform'), find('canvas'), view, cursors);
+const controls = controlWaveform(waveform, view, cursors);
 const webLog = new WebLogView(find('web-log'));
 const systemLog = new SystemLogView(find('system-log'));
-
-function make(tag, attributes = {}, ...children) {
-  const element = document.createElement(tag);
-  for (const [key, value] of Object.entries(attributes)) element.setAttribute(key, value);
-  element.append(...children);
-  return element;
-}
-
-// Sets attributes and texts only when they change, for screen readers.
-function setText(element, text) {
-  if (element.textContent !== text) element.textContent = text;
-}
-function setAttribute(element, name, value) {
-  if (element.getAttribute(name) !== String(value)) element.setAttribute(name, value);
-}
-function setPill(element, state, text) {
-  setAttribute(element, 'data-state', state);
-  setText(element, text);
-}
+const program = new ProgramView(send);
+const faults = controlFaults(() => board.signals, send);
 
 // ---- events of the server ----
 
@@ -41,34 +34,43 @@ function lost() {
   board.lostAt ??= now();
   setPill(find('connection'), 'lost', 'board gone, looking for it');
   document.body.classList.add('lost');
+  program.look(board.program, now(), false);
 }
 
 function receive(message) {
   if (message.board) begin(message.board);
   board.offset = Math.min(board.offset, performance.now() * 1000 - message.now);
-  for (const [number, id, from, to, count, level] of message.changes) {
-    const { entries } = board.signals[number];
-    while (entries.length && entries.at(-1).id >= id) entries.pop();
-    entries.push({ id, begin: from, end: to, count, level: level === 1 });
+  for (const change of message.changes) {
+    const { entries } = board.signals[change[0]];
+    const entry = readChange(change);
+    while (entries.length && entries.at(-1).id >= entry.id) entries.pop();
+    entries.push(entry);
   }
-  const oldest = now() - KEPT;
   board.signals.forEach((signal, number) => {
     signal.level = message.levels[number] === '1';
-    while (signal.entries.length > 1 && signal.entries[1].end < oldest) signal.entries.shift();
+    if (signal.entries.length >= board.most + TRIMMED) signal.entries.splice(0, TRIMMED);
   });
   if (message.webLog) webLog.add(message.webLog);
   if (message.systemLog) systemLog.add(message.systemLog);
-  if (message.program) showProgram(message.program);
+  if (message.program) program.show(message.program);
   if (message.module) showModule(message.module);
-  if (message.faults) showFaults(message.faults);
-  showLevels();
+  if (message.inputs) showDrivers(message.inputs);
+  if (message.faults) {
+    board.faults = message.faults;
+    faults.show(message.faults);
+  }
+  showLevels(board.signals, board.faults);
   showLeds();
+  program.look(board.program, now(), true);
+  if (message.board) loadHistory();
 }
 
 // The first message of a connection. The user's settings stay if it is the same board.
 function begin(description) {
   const isNew = description.run !== board.run;
   board.run = description.run;
+  board.program = description.program;
+  board.most = description.keptChanges;
   board.offset = Infinity;
   board.lostAt = null;
   board.signals = description.signals.map((signal) => ({ ...signal, level: false, entries: [] }));
@@ -81,17 +83,24 @@ function begin(description) {
     showError('');
     webLog.clear();
     systemLog.clear();
-    waveform.pause(false);
+    controls.reset();
   }
   buildFront(names);
-  buildLines();
-  buildFaultChoices();
+  buildLines(board.signals, send);
+  faults.build();
   const numbered = (signal) => board.signals.indexOf(signal);
   waveform.setSignals([
     ...board.leds.map((led) => ({ name: led.name, elements: led.elements.map((e) => ({ color: e.color, signal: numbered(e) })) })),
     ...board.signals.filter((signal) => !signal.led).map((signal) => ({ name: signal.name, signal: numbered(signal) })),
   ], board.signals);
-  showPause();
+}
+
+function loadHistory() {
+  const { signals } = board;
+  board.isComplete = false;
+  fetchOlder(signals, () => signals !== board.signals, () => waveform.draw()).then(() => {
+    if (signals === board.signals) board.isComplete = true;
+  });
 }
 
 // ---- front panel ----
@@ -110,13 +119,13 @@ let lastAnnouncement = 0;
 function showLeds() {
   const time = now();
   for (const led of board.leds) {
-    const found = phases(led.elements);
+    const found = phases(led.elements.map((element) => ({ ...element, entries: element.entries.slice(-RECENT) })));
     const color = found.at(-1).color;
+    led.pattern = describe(found, time);
     for (const element of document.querySelectorAll(`[data-led="${led.name}"]`)) {
       setAttribute(element.matches('li') ? element.querySelector('.dot') : element, 'data-color', color);
-      if (element.matches('li')) setText(element.querySelector('.pattern'), describe(found, time));
+      if (element.matches('li')) setText(element.querySelector('.pattern'), led.pattern);
     }
-    led.pattern = describe(found, time);
   }
   announce(time);
 }
@@ -130,49 +139,15 @@ function announce(time) {
   lastAnnouncement = time;
   setText(find('announcement'), news.map((led) => `${led.name}: ${led.pattern}`).join('. '));
 }
-// A stopped pattern shows only by the absence of events.
-setInterval(() => { if (board.leds.length && !document.hidden) showLeds(); }, 250);
+// A stopped pattern, and a program that does not end, show only by the absence of events.
+setInterval(() => {
+  if (!board.leds.length) return;
+  program.look(board.program, now(), board.lostAt === null);
+  setText(find('dropped'), board.isComplete ? droppedText(board.signals, board.most) : '');
+  if (!document.hidden) showLeds();
+}, 250);
 
-// ---- lines ----
-
-function buildLines() {
-  const lines = board.signals.filter((signal) => !signal.led);
-  for (const [list, input] of [[find('inputs'), true], [find('outputs'), false]]) {
-    const wanted = lines.filter((line) => line.input === input);
-    const held = [...list.children].map((item) => item.dataset.line).join();
-    if (held !== wanted.map((line) => line.name).join())
-      list.replaceChildren(...wanted.map((line) => (input ? inputItem(line) : outputItem(line))));
-  }
-}
-
-function inputItem(line) {
-  const id = `line-${line.name}`;
-  const control = make('button', { type: 'button', role: 'switch', 'aria-checked': 'false', 'aria-labelledby': id, class: 'switch' },
-    make('span', { class: 'knob', 'aria-hidden': 'true' }), make('span', { class: 'level' }, 'low'));
-  control.addEventListener('click', () =>
-    send(`inputs/${line.name}`, { level: control.getAttribute('aria-checked') !== 'true' }));
-  return make('li', { 'data-line': line.name, title: line.path }, make('code', { id }, line.name), make('span', { class: 'fault' }), control);
-}
-
-function outputItem(line) {
-  return make('li', { 'data-line': line.name, title: line.path },
-    make('code', {}, line.name), make('span', { class: 'fault' }), make('span', { class: 'pill level', 'data-state': 'low' }, 'low'));
-}
-
-function showLevels() {
-  for (const signal of board.signals) {
-    if (signal.led) continue;
-    const item = document.querySelector(`[data-line="${signal.name}"]`);
-    const control = item.querySelector('.switch');
-    const text = signal.level ? 'high' : 'low';
-    if (control) setAttribute(control, 'aria-checked', signal.level);
-    else setAttribute(item.querySelector('.level'), 'data-state', text);
-    setText(item.querySelector('.level'), text);
-    setText(item.querySelector('.fault'), board.faults[signal.name] ?? '');
-  }
-}
-
-// ---- module, faults, program ----
+// ---- module and commands ----
 
 const MODULE_STATES = { reset: 'held in reset', starting: 'starting', ready: 'ready', silent: 'never becomes ready' };
 
@@ -194,55 +169,13 @@ find('module-form').addEventListener('submit', (event) => {
   send('module', { readyAfterMs: find('never').checked ? null : Number(find('ready-after').value) });
 });
 
-function buildFaultChoices() {
-  const select = find('fault-signal');
-  if (select.childElementCount === board.signals.length) return;
-  select.replaceChildren(...board.signals.map((signal) => make('option', { value: signal.name }, signal.name)));
-  offerFaults();
-}
-
-// Only writes find a device full, and nobody writes to an input.
-function offerFaults() {
-  const kind = find('fault-kind');
-  const noSpace = kind.querySelector('[value=ENOSPC]');
-  noSpace.disabled = board.signals.find((signal) => signal.name === find('fault-signal').value)?.input ?? false;
-  if (noSpace.disabled && noSpace.selected) kind.value = 'EIO';
-}
-
-find('fault-signal').addEventListener('change', offerFaults);
-
-find('fault-kind').addEventListener('change', () => {
-  for (const id of ['delay-label', 'delay-field']) find(id).hidden = find('fault-kind').value !== 'slow';
-});
-find('fault-form').addEventListener('submit', (event) => {
-  event.preventDefault();
-  const kind = find('fault-kind').value;
-  send(`faults/${find('fault-signal').value}`, { fault: kind === 'slow' ? `slow:${find('delay').value}ms` : kind });
-});
-
-function showFaults(faults) {
-  board.faults = faults;
-  const names = Object.keys(faults);
-  find('no-faults').hidden = names.length > 0;
-  find('faults').replaceChildren(...names.map((name) => {
-    const button = make('button', { type: 'button', 'aria-label': `Repair ${name}` }, 'Repair');
-    button.addEventListener('click', () => send(`faults/${name}`, { fault: null }));
-    return make('li', { 'data-fault': name }, make('code', {}, name), make('span', { class: 'fault' }, faults[name]), button);
-  }));
-}
-
-function showProgram(program) {
-  setPill(find('program-state'), program.state, program.text);
-  find('stop').disabled = program.state !== 'running';
-}
-find('stop').addEventListener('click', () => send('program', { signal: 'TERM' }));
-
-async function send(path, body) {
+// isLast: the board may end before it answers.
+async function send(path, body, { isLast = false } = {}) {
   try {
     const answer = await fetch(path, { method: 'POST', headers: { 'Content-Type': 'application/json' }, body: JSON.stringify(body) });
     showError(answer.ok ? '' : (await answer.json()).error);
   } catch {
-    showError('The board did not answer; the change was not made.');
+    if (!isLast) showError('The board did not answer; the change was not made.');
   }
 }
 
@@ -250,31 +183,5 @@ function showError(text) {
   setText(find('message'), text);
   find('message').hidden = !text;
 }
-
-// ---- waveform ----
-
-function zoom(step) {
-  waveform.zoom(step);
-  setText(find('span'), `${waveform.span} s`);
-  find('zoom-in').disabled = waveform.span === SPANS[0];
-  find('zoom-out').disabled = waveform.span === SPANS.at(-1);
-}
-function togglePause() {
-  waveform.pause(!waveform.paused);
-  showPause();
-}
-function showPause() {
-  setAttribute(find('pause'), 'aria-pressed', waveform.paused);
-  setText(find('pause'), waveform.paused ? 'Paused' : 'Pause');
-}
-find('zoom-in').addEventListener('click', () => zoom(-1));
-find('zoom-out').addEventListener('click', () => zoom(1));
-find('pause').addEventListener('click', togglePause);
-const KEYS = { '+': () => zoom(-1), '-': () => zoom(1), ' ': togglePause, ArrowLeft: () => waveform.move(-0.25), ArrowRight: () => waveform.move(0.25) };
-find('waveform').addEventListener('keydown', (event) => {
-  if (!KEYS[event.key]) return;
-  event.preventDefault();
-  KEYS[event.key]();
-});
 
 follow({ receive, lost });

@@ -39,6 +39,7 @@ TEST_F(ControlPipeTest, ObeysLinesWhenTheyAreComplete) {
     EXPECT_EQ(Send("set OXBO_"), "");
     EXPECT_EQ(Send("MOD_1=1\nset OXBO_MOD_1=0\noxbo-ready-after never\nwa"),
               "drive OXBO_MOD_1 1\ndrive OXBO_MOD_1 0\nready after never\n");
+    EXPECT_EQ(control.DriverOf(state.Find("OXBO_MOD_1").value()), InputDriver::PIPE);
     EXPECT_EQ(Send("lk\n"), "control \"walk\": there are set NAME=LEVEL, fault NAME=FAULT and oxbo-ready-after TIME\n");
 }
 

@@ -23,7 +23,12 @@ using testing::HasSubstr;
 // Takes everything but faults that outputs of a small board cannot have.
 class FakeControl final : public IBoardControl {
 public:
-    void DriveInput(std::size_t, bool) override { ++calls; }
+    void DriveInput(std::size_t, bool, InputDriver driver) override {
+        ++calls;
+        last = driver;
+    }
+    void ReleaseInput(std::size_t) override { ++calls; }
+    InputDriver DriverOf(std::size_t) const override { return last; }
     void SetFault(std::size_t, const std::optional<Fault>& fault) override {
         if (fault && fault->kind == Fault::Kind::MISSING)
             throw BoardError("refused");
@@ -35,8 +40,10 @@ public:
     void SignalProgram(int) override { ++calls; }
     void SetWebLogFull(bool) override { ++calls; }
     void ChangeWallClock(const WallClockChange&) override { ++calls; }
+    void RestartProgram() override { ++calls; }
 
     int calls = 0;
+    InputDriver last = InputDriver::START;
 };
 
 TEST(InputRecorderTest, WritesEachStepWithItsTimeFromTheProgramsStart) {
@@ -50,7 +57,7 @@ TEST(InputRecorderTest, WritesEachStepWithItsTimeFromTheProgramsStart) {
 
     recorder.OnProgramStarted(now);
     now = milliseconds(1'030);
-    recorder.DriveInput(signal("OXBO_MOD_1"), true);
+    recorder.DriveInput(signal("OXBO_MOD_1"), true, InputDriver::PANEL);
     EXPECT_EQ(folder.Read("a"), "at 1000000us set OXBO_MOD_1 high\n"); // at once, should the board be killed
     recorder.SetFault(signal("MS.red"), ParseFault("slow:2s"));
     recorder.SetFault(signal("MS.red"), std::nullopt);
@@ -60,6 +67,8 @@ TEST(InputRecorderTest, WritesEachStepWithItsTimeFromTheProgramsStart) {
     recorder.ChangeWallClock({true, std::chrono::seconds(-3)});
     recorder.ChangeWallClock({false, std::chrono::seconds(5)});
     recorder.SignalProgram(SIGUSR1);
+    recorder.ReleaseInput(signal("OXBO_IRQ_N"));
+    recorder.RestartProgram();
     recorder.OnProgramEnded(0, milliseconds(1'630));
     recorder.Finish();
 
@@ -70,8 +79,11 @@ TEST(InputRecorderTest, WritesEachStepWithItsTimeFromTheProgramsStart) {
                                 "at 1500000us set clock back 3000000us\n"
                                 "at 1500000us set clock 1970-01-01T00:00:05.000000000Z\n"
                                 "at 1500000us send USR1\n"
+                                "at 1500000us set OXBO_IRQ_N high\n" // the level that the module gives it
+                                "# here the program was started again, which a scenario cannot do\n"
                                 "wait 100000us\n");
-    EXPECT_EQ(control.calls, 7);
+    EXPECT_EQ(control.calls, 9);
+    EXPECT_EQ(recorder.DriverOf(signal("OXBO_MOD_1")), InputDriver::PANEL);
     EXPECT_EQ(recorder.OxboState().readyAfter, milliseconds(7));
 }
 

@@ -25,10 +25,13 @@ class FakeControl final : public IBoardControl {
 public:
     explicit FakeControl(BoardState& boardState) : state(boardState) {}
 
-    void DriveInput(std::size_t signal, bool level) override {
+    void DriveInput(std::size_t signal, bool level, InputDriver driver) override {
+        EXPECT_EQ(driver, InputDriver::SCENARIO);
         Put("drive " + state.Name(signal) + (level ? " high" : " low"));
         state.Set(signal, level, now);
     }
+    void ReleaseInput(std::size_t) override {}
+    InputDriver DriverOf(std::size_t) const override { return InputDriver::START; }
     void SetFault(std::size_t signal, const std::optional<Fault>& fault) override {
         Put("fault " + state.Name(signal) + " " + (fault ? ToString(*fault) : "none"));
     }
@@ -40,6 +43,7 @@ public:
         Put("clock " + std::to_string(change.time / seconds(1)));
     }
     void SignalProgram(int signal) override { Put("signal " + std::to_string(signal)); }
+    void RestartProgram() override {}
 
     std::string log;
     BoardTime now{};

@@ -279,9 +279,8 @@ int ConnectToLog() {
 
 TEST_F(ValueFilesOnABoardTest, TellsTheSystemLogBeforeTheWriteThatFollows) {
     constexpr int ROUNDS = 200;
-    options.attachments.push_back([this](const BoardState&, IBoardControl&, Clock) {
-        return std::make_unique<OrderRecorder>(folder.Path("order"));
-    });
+    options.attachments.push_back(
+        [this](const AttachedBoard&) { return std::make_unique<OrderRecorder>(folder.Path("order")); });
     OnBoard([](std::ostream&) {
         const int led = ::open(MS_RED, O_WRONLY | O_CLOEXEC);
         const int webLog = ::open("/mnt/share/logger", O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
@@ -307,9 +306,8 @@ TEST_F(ValueFilesOnABoardTest, KeepsAnyOrderOfRecordsAndWrites) {
     }
     for (const bool record : isRecord)
         expected += record ? "log " : "1 ";
-    options.attachments.push_back([this](const BoardState&, IBoardControl&, Clock) {
-        return std::make_unique<OrderRecorder>(folder.Path("order"));
-    });
+    options.attachments.push_back(
+        [this](const AttachedBoard&) { return std::make_unique<OrderRecorder>(folder.Path("order")); });
 
     OnBoard([&](std::ostream&) {
         const int led = ::open(MS_RED, O_WRONLY | O_CLOEXEC);
@@ -414,8 +412,7 @@ private:
 TEST_F(ValueFilesOnABoardTest, LetsAFileVanishAndReturnWhileItIsOpen) {
     std::array<int, 2> faults{};
     ASSERT_EQ(::pipe(faults.data()), 0);
-    options.attachments = {
-        [&](const BoardState&, IBoardControl&, Clock) { return std::make_unique<FaultWatch>(faults[1]); }};
+    options.attachments = {[&](const AttachedBoard&) { return std::make_unique<FaultWatch>(faults[1]); }};
     const std::string output = OnBoard([&](std::ostream& out) {
         const int control = ::open(folder.Path("board/control").c_str(), O_WRONLY | O_CLOEXEC);
         const int led = ::open(MS_RED, O_RDWR | O_CLOEXEC);

@@ -94,6 +94,33 @@ protected:
     }
 };
 
+TEST_F(ProgramLifeTest, RestartsTheProgramWhenTheUserWantsIt) {
+    EXPECT_THROW(life.Restart(), BoardError);
+    After(Kind::STARTED);
+
+    life.Restart();
+    EXPECT_EQ(log.Take(), "end all");
+    EXPECT_THROW(life.Restart(), BoardError);
+    EXPECT_EQ(After(Kind::ENDED, SIGTERM), "told of end 0");
+    EXPECT_EQ(After(Kind::DOWN), "power up, run anew");
+    EXPECT_EQ(After(Kind::STARTED), "told of start");
+
+    // Once.
+    AfterReboot("reboot");
+    After(Kind::ENDED, SIGTERM);
+    EXPECT_EQ(After(Kind::DOWN), "leave");
+}
+
+TEST_F(ProgramLifeTest, RestartsNoProgramThatWasAskedToEnd) {
+    After(Kind::STARTED);
+    life.Restart();
+    log.Take();
+    EXPECT_EQ(AfterEnd(false), "signal TERM");
+    After(Kind::ENDED, SIGTERM);
+    EXPECT_EQ(After(Kind::DOWN), "leave");
+    EXPECT_THROW(life.Restart(), BoardError);
+}
+
 TEST_F(ProgramLifeTest, GoesFromTheStartToTheEndByItself) {
     EXPECT_EQ(life.Current(), State::NOT_STARTED);
     EXPECT_FALSE(life.TakesSignals());

@@ -39,7 +39,8 @@ for (const [name, look] of LOOKS) {
       await board.log('>start', 'plain', '%Loading', '%40', '>br', '+note', '@wwarning', '@eerror', '>end');
       await board.do('for p in crit err warning info debug; do logger -t gateway -p daemon.$p record; done');
       await hasText(page.locator('#system-log'), 'debug');
-      await page.getByRole('button', { name: 'Pause' }).click();
+      await page.getByRole('button', { name: 'Live' }).click();
+      for (const key of ['ArrowDown', 'a', ']', 'b']) await page.locator('#waveform').press(key);
       await page.route('**/module', (route) => route.fulfill({ status: 409, json: { error: 'this is refused' } }));
       await page.getByRole('button', { name: 'Apply' }).click();
       await hasText(page.getByRole('alert'), 'this is refused');

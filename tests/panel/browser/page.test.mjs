@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The parts of the page that need no browser: histories of levels and log records.
+// The parts of the page that need no browser: histories of levels, times, log records, titles.
 import assert from 'node:assert/strict';
 import { readFile } from 'node:fs/promises';
 import { test } from 'node:test';
@@ -11,6 +11,10 @@ async function module(name) {
 }
 const { colorName, describe, phases } = await module('leds.js');
 const { readRecord, readSystemRecord } = await module('log.js');
+const { Cursors, duration, frequency, nearestEdge, nextEdge, previousEdge } = await module('cursors.js');
+const { SPANS, TimeView, spanText } = await module('view.js');
+const { droppedText, fetchOlder } = await module('history.js');
+const { ignoresTheRequest, titleOf } = await module('title.js');
 
 // element('red', '100+ 600- 1100+'): lit at 100 ms, dark at 600 ms, lit at 1100 ms.
 function element(color, changes) {
@@ -88,4 +92,108 @@ test('records of the system log are read by their priority', () => {
     ['no priority', { severity: 'info', source: '', text: 'no priority' }],
   ])
     assert.deepEqual(readSystemRecord(record), read, record);
+});
+
+test('edges are found before, after and near a time', () => {
+  // A pulse from 10 to 20, a burst from 100 to 150.
+  const entries = [{ begin: 10, end: 10, count: 1 }, { begin: 20, end: 20, count: 1 }, { begin: 100, end: 150, count: 16 }];
+  for (const [time, previous, next] of [
+    [0, null, 10], [10, null, 20], [15, 10, 20], [20, 10, 100], [99, 20, 100], [100, 20, 150], [120, 100, 150], [150, 100, null], [151, 150, null],
+  ]) {
+    assert.equal(previousEdge(entries, time), previous, `before ${time}`);
+    assert.equal(nextEdge(entries, time), next, `after ${time}`);
+  }
+  for (const [time, furthest, nearest] of [[12, 5, 10], [18, 5, 20], [20, 5, 20], [30, 5, null], [97.5, 5, 100], [130, 25, 150], [120, 25, 100]])
+    assert.equal(nearestEdge(entries, time, furthest), nearest, `near ${time}`);
+  assert.equal(nearestEdge([], 5, 5), null);
+});
+
+test('cursors say their times and the distance', () => {
+  const cursors = new Cursors();
+  assert.equal(cursors.text(), '');
+  cursors.set('B', 2_000_000);
+  assert.equal(cursors.text(), 'B 2.000000 s');
+  cursors.set('A', 1_500_000);
+  assert.equal(cursors.text(), 'A 1.500000 s · B 2.000000 s · B − A 500.000 ms (2.00 Hz)');
+  cursors.set('B', 1_500_000);
+  assert.equal(cursors.text(), 'A 1.500000 s · B 1.500000 s · B − A 0 µs');
+  assert.equal(cursors.other, 'B');
+  cursors.clear();
+  assert.equal(cursors.time, null);
+  for (const [time, text] of [[999, '999 µs'], [1000, '1.000 ms'], [-12_345, '-12.345 ms'], [1e6, '1.000000 s']]) assert.equal(duration(time), text);
+  assert.equal(frequency(-800), '1.25 kHz');
+});
+
+test('the view follows the run, moves within it and zooms around a time', () => {
+  let now = 100e6;
+  const view = new TimeView(() => now);
+  assert.deepEqual([view.live, view.window()], [true, { begin: 90e6, end: 100e6 }]);
+  view.zoom(1);
+  assert.deepEqual([view.live, view.span, view.window().end], [true, 30, 100e6]);
+  view.zoom(-1);
+
+  view.pan(-20e6);
+  now = 101e6;
+  assert.deepEqual([view.live, view.window()], [false, { begin: 70e6, end: 80e6 }]);
+  view.zoom(-1, 72e6); // a fifth of the picture from its left edge
+  assert.deepEqual([view.span, view.window()], [5, { begin: 71e6, end: 76e6 }]);
+  view.pan(1e9);
+  assert.equal(view.window().end, now); // not into the future
+  view.pan(-1e9);
+  assert.equal(view.window().end, 0.1 * view.length); // a part of the run stays in sight
+  view.show(50e6);
+  assert.equal(view.window().end, 52.5e6);
+  view.show(51e6);
+  assert.equal(view.window().end, 52.5e6);
+
+  view.follow();
+  assert.equal(view.window().end, now);
+  for (const _ of SPANS) view.zoom(-1);
+  assert.ok(view.isShortest && view.span === SPANS[0]);
+  for (const _ of SPANS) view.zoom(1);
+  assert.ok(view.isLongest && view.span === SPANS.at(-1));
+  assert.deepEqual([0.001, 0.5, 30, 120, 7200].map(spanText), ['1 ms', '500 ms', '30 s', '2 min', '2 h']);
+});
+
+test('older changes are fetched until there are none', async () => {
+  const signals = [{ name: 'A', entries: [] }, { name: 'B', entries: [{ id: 5, begin: 50 }] }, { name: 'C', entries: [{ id: 0, begin: 9 }] }];
+  const asked = [];
+  const answers = {
+    'history?signal=1&before=5': { changes: [[1, 3, 30, 30, 1, 0], [1, 4, 40, 44, 16, 1]], more: true },
+    'history?signal=1&before=3': { changes: [[1, 2, 20, 20, 1, 1]], more: false },
+  };
+  globalThis.fetch = async (path) => { asked.push(path); return { ok: true, json: async () => answers[path] }; };
+  let parts = 0;
+  await fetchOlder(signals, () => false, () => ++parts);
+
+  assert.deepEqual(asked, Object.keys(answers));
+  assert.equal(parts, 2);
+  assert.deepEqual(signals[1].entries.map((entry) => entry.id), [2, 3, 4, 5]);
+  assert.deepEqual(signals[1].entries[2], { id: 4, begin: 40, end: 44, count: 16, level: true });
+  assert.match(droppedText(signals, 50000), /^Changes of B before 0\.000 s are not shown: the panel keeps 50000 of each/);
+  assert.equal(droppedText([signals[0], signals[2]], 50000), '');
+
+  signals[1].entries.splice(0, 3);
+  await fetchOlder(signals, () => true, () => assert.fail('the board is another one'));
+  assert.equal(signals[1].entries.length, 1);
+});
+
+test('the title says how the program is', () => {
+  for (const [program, isThere, title] of [
+    [{ state: 'waiting' }, true, '○ waiting – gateway'],
+    [{ state: 'running' }, true, '● running – gateway'],
+    [{ state: 'running' }, false, 'gone – gateway'],
+    [{ state: 'ended', end: '0' }, true, 'ended 0 – gateway'],
+    [{ state: 'failed', end: '3' }, false, 'failed 3 – gateway'],
+    [{ state: 'failed', end: 'KILL' }, true, 'failed KILL – gateway'],
+  ])
+    assert.equal(titleOf(program, '/opt/bin/gateway --seconds 6', isThere), title);
+});
+
+test('a program that was asked to end is given three seconds', () => {
+  const asked = { state: 'running', askedAt: 1e6 };
+  assert.equal(ignoresTheRequest(asked, 3.9e6), false);
+  assert.equal(ignoresTheRequest(asked, 4e6), true);
+  assert.equal(ignoresTheRequest({ ...asked, state: 'failed' }, 4e6), false);
+  assert.equal(ignoresTheRequest({ state: 'running', askedAt: null }, 4e6), false);
 });

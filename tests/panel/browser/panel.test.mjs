@@ -215,7 +215,7 @@ describe('the panel', () => {
     assert.ok(performance.now() - asked >= 120);
   });
 
-  test('the waveform shows colours, zooms and pauses', async () => {
+  test('the waveform shows colours, zooms and stops', async () => {
     const waveform = page.locator('#waveform');
     const span = (text) => hasText(page.locator('#span'), text);
     // How many pixels are much more of the one colour (0: red, 1: green) than of the other and of blue.
@@ -243,19 +243,20 @@ describe('the panel', () => {
     await waveform.focus();
     await page.keyboard.press('-');
     await span(/^30 s$/);
-    await page.getByRole('button', { name: 'Show a longer time', disabled: true }).waitFor();
     await page.keyboard.press('+');
     await page.keyboard.press('+');
     await span(/^5 s$/);
 
     await page.keyboard.press('Space');
-    await page.getByRole('button', { name: 'Paused', pressed: true }).waitFor();
+    await page.getByRole('button', { name: 'Live', pressed: false }).waitFor();
     const picture = () => page.evaluate(() => document.getElementById('canvas').toDataURL());
     const shown = await picture();
     await page.keyboard.press('ArrowLeft');
     assert.ok((await picture()) !== shown, 'moves back');
     await page.keyboard.press('ArrowRight');
     assert.ok((await picture()) === shown, 'moves to where it was');
+    await page.keyboard.press('End');
+    await page.getByRole('button', { name: 'Live', pressed: true }).waitFor();
   });
 });
 
