@@ -62,7 +62,7 @@ describe('the page', () => {
     assert.deepEqual(small, []);
   });
 
-  test('no label of the front panel covers another one', async () => {
+  test('no label of the front panel covers another one or a lamp', async () => {
     for (const viewport of [PHONE, { width: 1366, height: 768 }]) {
       const page = await open({ viewport });
       await page.getByLabel('never becomes ready').check(); // the longest text
@@ -75,10 +75,13 @@ describe('the page', () => {
           .map((label) => ({ text: label.textContent, box: label.getBoundingClientRect() }));
         const frame = document.querySelector('#front svg').getBoundingClientRect();
         const outside = labels.filter(({ box }) => box.left < frame.left || box.right > frame.right).map(({ text }) => `${text} is cut`);
+        const lamps = [...document.querySelectorAll('#front .ring')].map((ring) => ring.getBoundingClientRect());
+        const covered = labels.filter(({ box }) => lamps.some((lamp) =>
+          box.left < lamp.right && lamp.left < box.right && box.top < lamp.bottom && lamp.top < box.bottom)).map(({ text }) => `${text} and a lamp`);
         const pairs = labels.flatMap((a, place) => labels.slice(place + 1).filter((b) =>
           a.box.left < b.box.right && b.box.left < a.box.right && a.box.top < b.box.bottom && b.box.top < a.box.bottom)
           .map((b) => `${a.text} and ${b.text}`));
-        return [...outside, ...pairs];
+        return [...outside, ...covered, ...pairs];
       });
       assert.deepEqual(collisions, []);
       await board.write('OXBO_RESET1_N', 0);
