@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The page: mirrors the board from the server's events, shows it, and sends commands.
+import { BoardClock } from './clock.js';
 import { controlWaveform } from './controls.js';
 import { Cursors } from './cursors.js';
 import { find, make, setAttribute, setPill, setText } from './dom.js';
@@ -16,9 +17,10 @@ import { Waveform } from './waveform.js';
 const RECENT = 64; // changes of an LED's element that its pattern is read from
 const TRIMMED = 1000; // changes that are forgotten at once, so that it is rare
 
-const board = { signals: [], leds: [], faults: {}, program: '', most: Infinity, isComplete: false, offset: Infinity, lostAt: null };
-// Microseconds since the board's start, up to its end. Events may be late, never early.
-const now = () => board.lostAt ?? performance.now() * 1000 - board.offset;
+const board = { signals: [], leds: [], faults: {}, program: '', most: Infinity, isComplete: false, lostAt: null };
+const clock = new BoardClock();
+// Microseconds since the board's start, up to its end.
+const now = () => board.lostAt ?? clock.now();
 const view = new TimeView(now);
 const cursors = new Cursors();
 const waveform = new Waveform(find('waveform'), find('canvas'), view, cursors);
@@ -39,7 +41,9 @@ function lost() {
 
 function receive(message) {
   if (message.board) begin(message.board);
-  board.offset = Math.min(board.offset, performance.now() * 1000 - message.now);
+  clock.hear(message.now);
+  setText(find('pace'), clock.text());
+  find('pace').hidden = !clock.text();
   for (const change of message.changes) {
     const { entries } = board.signals[change[0]];
     const entry = readChange(change);
@@ -71,7 +75,7 @@ function begin(description) {
   board.run = description.run;
   board.program = description.program;
   board.most = description.keptChanges;
-  board.offset = Infinity;
+  clock.reset();
   board.lostAt = null;
   board.signals = description.signals.map((signal) => ({ ...signal, level: false, entries: [] }));
   const names = [...new Set(board.signals.filter((signal) => signal.led).map((signal) => signal.led))];

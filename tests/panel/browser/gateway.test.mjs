@@ -46,3 +46,16 @@ test('the panel shows the life of the gateway', async () => {
     await window.close(board, { withFailedRequests: true });
   }
 });
+
+test('the panel says how fast the time of a board passes', async () => {
+  const board = await Board.start({ command: ['run', '--time', '5x'], program: [process.env.VELRIX_GATEWAY] });
+  const window = await browser.window({});
+  try {
+    const page = await window.open(board);
+
+    await hasText(page.locator('#pace'), /^(4\.[5-9]|5\.[0-5])x$/);
+  } finally {
+    await board.stop();
+    await window.close(board, { withFailedRequests: true });
+  }
+});
