@@ -221,7 +221,7 @@ namespace {
 
 std::int64_t Sum(time_t seconds, std::int64_t nanoseconds) {
     constexpr std::int64_t MOST = NEVER / NANOSECONDS;
-    return seconds >= MOST ? NEVER : seconds <= -MOST ? -NEVER : seconds * NANOSECONDS + nanoseconds;
+    return seconds < 0 ? 0 : seconds >= MOST ? NEVER : seconds * NANOSECONDS + nanoseconds;
 }
 
 } // namespace

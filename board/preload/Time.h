@@ -43,7 +43,7 @@ struct Deadline {
     bool isWall = false;
 };
 
-// Sums end at NEVER, and as far before zero.
+// Sums end at NEVER; times before 0 have passed as that has.
 std::int64_t ToNanoseconds(const timespec& time);
 std::int64_t ToNanoseconds(const timeval& time);
 timespec ToTimespec(std::int64_t nanoseconds);
