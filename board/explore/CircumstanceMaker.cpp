@@ -63,11 +63,11 @@ Circumstances CircumstanceMaker::Vary(const Circumstances& circumstances) {
         Add(varied);
     } else if (how == 2 && !varied.empty()) {
         const Circumstance when = Trigger();
-        Circumstance& changed = varied[Below(varied.size())];
+        Circumstance& changed = varied[IndexBelow(varied.size())];
         changed.trigger = when.trigger;
         changed.after = when.after;
     } else if (!varied.empty()) {
-        Circumstance& changed = varied[Below(varied.size())];
+        Circumstance& changed = varied[IndexBelow(varied.size())];
         changed.after = changed.after / 2 + TimeBelow(changed.after + 10 * MS);
     }
     return varied.empty() ? Make() : varied;

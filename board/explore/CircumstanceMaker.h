@@ -29,8 +29,9 @@ public:
 
 private:
     std::uint64_t Below(std::uint64_t limit) { return limit == 0 ? 0 : random() % limit; }
+    std::size_t IndexBelow(std::size_t limit) { return static_cast<std::size_t>(Below(limit)); }
     ScenarioTime TimeBelow(ScenarioTime limit);
-    const std::string& OneOf(const std::vector<std::string>& choices) { return choices[Below(choices.size())]; }
+    const std::string& OneOf(const std::vector<std::string>& choices) { return choices[IndexBelow(choices.size())]; }
     std::string Kind();
     void Add(Circumstances& circumstances);
     void AddAction(Circumstances& circumstances, const std::string& kind, const Circumstance& when);
