@@ -123,7 +123,7 @@ struct TimePage {
     std::atomic<std::uint64_t> lastTicket;
     std::atomic<std::uint64_t> progress;  // counts waits of RETRY that got what they waited for
     std::atomic<std::uint32_t> isStarted; // the board knows that a program is about to begin
-    std::atomic<std::uint32_t> reserved;
+    std::atomic<std::uint32_t> isQuick;   // the board ends the waits of the only thread within microseconds
     std::atomic<std::uint32_t> usedEntries; // no entry from this one on was ever used
     std::atomic<std::uint32_t> liveEntries; // of threads that were there when the board looked for ended ones
     std::atomic<std::uint32_t> usedTimers;  // the same of timers

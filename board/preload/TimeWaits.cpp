@@ -8,6 +8,7 @@
 
 #include "board/preload/Kernel.h"
 #include "board/preload/Next.h"
+#include "board/preload/Relax.h"
 #include "board/preload/TimerFiles.h"
 #include "board/preload/WakeSockets.h"
 
@@ -20,6 +21,39 @@ constinit Next<int(pollfd*, nfds_t, const timespec*, const sigset_t*)> nextPpoll
 // The limit of wake-ups that turn out to be too early, one for each time that a timer of the process expires.
 constexpr int MOST_WAKES = 1'000'000'000;
 
+// Waits without the kernel while the board is about to end the wait: to fall asleep and to be woken on another processor
+// costs more than a tick of a program. On a machine so busy that this fails, it is tried less and less often.
+class QuickWait final {
+public:
+    void Try(const TimePage& page, const std::atomic<std::uint32_t>& word, std::uint32_t armed) {
+        if (left > 0) {
+            --left;
+            return;
+        }
+        for (int i = 0; i < LOOKS; ++i) {
+            if (page.isQuick.load(std::memory_order_relaxed) == 0)
+                return;
+            if (word.load() != armed) {
+                pause = 0;
+                return;
+            }
+            Relax();
+        }
+        pause = std::min(2 * pause + 1, LONGEST_PAUSE);
+        left = pause;
+    }
+
+private:
+    static constexpr int LOOKS = 64; // some 40 us
+    static constexpr int LONGEST_PAUSE = 255;
+
+    int pause = 0; // waits without a try after one that failed
+    int left = 0;
+};
+
+// Initial-exec, so that a signal handler may be the first to use it.
+__attribute__((tls_model("initial-exec"))) constinit thread_local QuickWait quickWait;
+
 // In a cancelled thread.
 void EndWait(void* wait) {
     (void)static_cast<Wait*>(wait)->End();
@@ -27,7 +61,7 @@ void EndWait(void* wait) {
 
 } // namespace
 
-Wait::Wait(TimePage& page, ThreadEntry& ownEntry, const What& what) : entry(ownEntry) {
+Wait::Wait(TimePage& timePage, ThreadEntry& ownEntry, const What& what) : page(timePage), entry(ownEntry) {
     outer.kind = entry.kind.exchange(WaitKind::NONE);
     if (outer.kind != WaitKind::NONE) {
         outer = {outer.kind,
@@ -52,6 +86,7 @@ Wait::Wait(TimePage& page, ThreadEntry& ownEntry, const What& what) : entry(ownE
 
 bool Wait::Sleep(bool isCancellable) {
     const Kernel::KeptErrno kept;
+    quickWait.Try(page, entry.word, armed);
     if (!isCancellable)
         return Kernel::FutexWait(entry.word, armed) == 0 || errno != EINTR;
     int before = 0;

@@ -25,7 +25,7 @@ public:
         std::uint32_t wakeName = 0;
     };
 
-    Wait(TimePage& page, ThreadEntry& ownEntry, const What& what);
+    Wait(TimePage& timePage, ThreadEntry& ownEntry, const What& what);
     Wait(const Wait&) = delete;
     Wait& operator=(const Wait&) = delete;
     ~Wait() { (void)End(); }
@@ -38,6 +38,7 @@ public:
     std::uint32_t End();
 
 private:
+    TimePage& page;
     ThreadEntry& entry;
     std::uint32_t armed;
     bool hasEnded = false;

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "board/base/BoardError.h"
+#include "board/preload/Relax.h"
 
 namespace VelrixBoard {
 
@@ -21,6 +22,11 @@ constexpr nanoseconds LONGEST_PATIENCE = std::chrono::milliseconds(1);
 
 // A thread that was woken and has not come back by then may wait in a way that the board does not see.
 constexpr nanoseconds LONG_PATIENCE = std::chrono::microseconds(150);
+
+// A look-out for a thread that was woken: some 30 us. The first tries after one in vain are left out, at most so many.
+constexpr int LOOKS = 8;
+constexpr int RELAXATIONS = 4;
+constexpr int LONGEST_LOOK_OUT_PAUSE = 255;
 
 // How long the board sleeps at most before it looks whether something outside has woken a program.
 constexpr nanoseconds OUTSIDE_PATIENCE = std::chrono::milliseconds(5);
@@ -50,6 +56,7 @@ void TimeKeeper::OnProgramStarted() {
 
 void TimeKeeper::OnProgramEnded() {
     waits.LetBegin(false);
+    waits.LetBeQuick(false);
     state = State::ENDED;
     SetPace(1.0);
 }
@@ -81,8 +88,10 @@ std::optional<int> TimeKeeper::Turn(Descriptors& descriptors, const std::optiona
     if (ready != 0)
         return ready;
     patience = usualPatience;
-    if (!isSingle)
+    if (!isSingle) {
         waits.Match();
+        waits.LetBeQuick(machine.processors > 1 && !pace);
+    }
     CheckUnserved();
     if (waits.WakeRetries() || WakeOne(descriptors))
         return LetRun(descriptors);
@@ -108,6 +117,13 @@ std::optional<int> TimeKeeper::FollowMachine(Descriptors& descriptors, const std
 
 // Programs run: waits a little, longer each time, for what they do.
 std::optional<int> TimeKeeper::LetRun(Descriptors& descriptors) {
+    if (waits.IsQuick() && patience == usualPatience && !waits.HasWokenReturned()) {
+        const int ready = LookOut(descriptors);
+        if (ready != 0)
+            return ready;
+        if (waits.HasWokenReturned())
+            return std::nullopt;
+    }
     const int ready = machine.wait(descriptors, patience);
     if (ready != 0)
         return ready;
@@ -122,6 +138,28 @@ std::optional<int> TimeKeeper::LetRun(Descriptors& descriptors) {
     }
     patience = std::min(2 * patience, LONGEST_PATIENCE);
     return std::nullopt;
+}
+
+// Looks, without falling asleep, whether the thread that was woken waits again or something is ready. In vain less and
+// less often: then its tick is long, or the machine is busy.
+int TimeKeeper::LookOut(Descriptors& descriptors) {
+    if (lookOutsLeft > 0) {
+        --lookOutsLeft;
+        return 0;
+    }
+    for (int i = 0; i < LOOKS; ++i) {
+        for (int j = 0; j < RELAXATIONS && !waits.HasWokenReturned(); ++j)
+            Preload::Relax();
+        const bool hasReturned = waits.HasWokenReturned();
+        const int ready = hasReturned ? 0 : machine.wait(descriptors, BoardTime::zero());
+        if (hasReturned || ready != 0) {
+            lookOutPause = 0;
+            return ready;
+        }
+    }
+    lookOutPause = std::min(2 * lookOutPause + 1, LONGEST_LOOK_OUT_PAUSE);
+    lookOutsLeft = lookOutPause;
+    return 0;
 }
 
 // Long enough for a program's usual tick: each short wait costs the board more than that takes longer.

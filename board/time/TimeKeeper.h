@@ -36,6 +36,7 @@ public:
     struct Machine {
         Wait wait;
         MachineTime time;
+        unsigned processors; // that the board and its programs may use
     };
 
     TimeKeeper(const TimeOptions& timeOptions, Preload::TimePage& page, IProgramThreads& programThreads, Say sayToUser,
@@ -75,6 +76,7 @@ private:
     std::optional<int> WaitForStart(Descriptors& descriptors, const std::optional<BoardTime>& due);
     std::optional<int> FollowMachine(Descriptors& descriptors, const std::optional<BoardTime>& due);
     std::optional<int> LetRun(Descriptors& descriptors);
+    int LookOut(Descriptors& descriptors);
     std::optional<int> Pass(Descriptors& descriptors, const std::optional<BoardTime>& due);
     std::optional<int> PassPaced(Descriptors& descriptors, BoardTime target);
     std::optional<int> AwaitOutside(Descriptors& descriptors);
@@ -105,6 +107,8 @@ private:
     std::optional<nanoseconds> outsideSince; // nobody has waited for a time
     std::optional<std::uint64_t> woken;      // the wait that was ended last, and how often, and since when
     int wakes = 0;
+    int lookOutPause = 0; // short waits without a look-out after one in vain
+    int lookOutsLeft = 0; // of those
     nanoseconds firstWake{0};
     bool hasMissed = false;
     std::set<std::string> said;

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <iterator>
+#include <thread>
 
 #include <linux/futex.h>
 #include <sys/socket.h>
@@ -30,6 +31,9 @@ constexpr std::size_t SHOWN_THREADS = 5;
 
 // Longer than what a program computes between two waits, however cold the caches are.
 constexpr BoardTime ALLOWANCE = std::chrono::milliseconds(25);
+
+// Until a thread that may be quick no more sleeps in the kernel.
+constexpr auto SLEEP_BEGINS = std::chrono::microseconds(100);
 
 // The system call that a thread sleeps in whose entry is of that kind. One that was stopped and goes on is in another.
 bool IsCallOf(WaitKind kind, long call) {
@@ -111,6 +115,18 @@ void TimedWaits::Match() {
     }
     if (withEntry != page.liveEntries.load())
         FreeEnded();
+}
+
+void TimedWaits::LetBeQuick(bool may) {
+    const bool isSingle = sleepers.size() == 1 && others.empty() && sleepers[0].entry->kind.load() == WaitKind::FUTEX;
+    page.isQuick.store(may && isSingle ? 1 : 0);
+}
+
+// A handler ends a sleep, but not the looks of a thread that is about to fall asleep; those end first.
+void TimedWaits::OnSignal() {
+    hasSignalled = true;
+    if (page.isQuick.exchange(0) != 0)
+        std::this_thread::sleep_for(SLEEP_BEGINS);
 }
 
 bool TimedWaits::MatchSingle() {

@@ -62,7 +62,12 @@ public:
     bool MatchSingle();
 
     // A program gets a signal, whose handler runs in the midst of a wait.
-    void OnSignal() { hasSignalled = true; }
+    void OnSignal();
+
+    // Tells the only thread, if it is alone and waits for a time, that the board looks out for it: its waits end within
+    // microseconds, too soon to fall asleep.
+    void LetBeQuick(bool may);
+    bool IsQuick() const { return page.isQuick.load() != 0; }
 
     // Without a look before: wakes all threads whose time has come, and those that try again.
     void WakeAllDue();

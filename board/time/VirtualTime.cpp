@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <linux/futex.h>
+#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -17,6 +18,11 @@ std::chrono::nanoseconds SteadyTime() {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch());
 }
 
+unsigned Processors() {
+    cpu_set_t set;
+    return ::sched_getaffinity(0, sizeof set, &set) == 0 ? static_cast<unsigned>(CPU_COUNT(&set)) : 1;
+}
+
 const std::filesystem::path& WithProc(const std::filesystem::path& file) {
     ProgramThreads::RequireProc();
     return file;
@@ -26,7 +32,7 @@ const std::filesystem::path& WithProc(const std::filesystem::path& file) {
 
 VirtualTime::VirtualTime(const TimeOptions& options, const std::filesystem::path& timeFile, TimeKeeper::Say say)
     : path(std::filesystem::absolute(timeFile)), file(WithProc(path), options.date),
-      keeper(options, file.Page(), threads, std::move(say), {EventLoop::Poll, SteadyTime}) {}
+      keeper(options, file.Page(), threads, std::move(say), {EventLoop::Poll, SteadyTime, Processors()}) {}
 
 // Only now, since a child of this process would inherit the timer slack.
 void VirtualTime::SetFirst(pid_t init) {

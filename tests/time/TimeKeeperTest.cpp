@@ -2,6 +2,7 @@
 #include "board/time/TimeKeeper.h"
 
 #include <string>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -31,7 +32,7 @@ protected:
                                    onWait();
                                return ready;
                            },
-                           [this] { return machineNow; }});
+                           [this] { return machineNow; }, processors});
     }
 
     static TimeOptions Virtual(std::optional<double> pace = std::nullopt) {
@@ -60,6 +61,7 @@ protected:
     std::string said;
     nanoseconds machineNow{0};
     nanoseconds waited{0};
+    unsigned processors = 1;
     std::optional<nanoseconds> readyAt; // when a descriptor becomes ready, by the machine
     std::function<void()> onWait;
 };
@@ -143,6 +145,88 @@ TEST_F(TimeKeeperTest, WaitsTwiceAndNeverLooksForATickOfASingleThread) {
     EXPECT_EQ(ticks, TICKS);
     EXPECT_LE(waits, 2 * TICKS + 5);
     EXPECT_LE(fake.threads.lookCount, 1);
+}
+
+// On another processor, while the board runs: neither falls asleep.
+TEST_F(TimeKeeperTest, LooksOutForASingleThreadWhereThereIsAProcessorForIt) {
+    constexpr int TICKS = 6'000;
+    processors = 2;
+    TimeKeeper keeper = Keep(Virtual());
+    keeper.OnProgramStarted();
+    fake.threads.isAlone = true;
+    ThreadEntry& entry = fake.Wait(1, nanoseconds(10ms).count());
+    int waits = 0, ticks = 0;
+    onWait = [&] {
+        ++waits;
+        if (FakePage::IsWoken(entry))
+            fake.WaitAgain(entry, nanoseconds(++ticks * 10ms + 10ms).count());
+    };
+
+    EXPECT_EQ(Wait(keeper, TICKS * 10ms + 5ms), 0);
+
+    EXPECT_EQ(ticks, TICKS);
+    EXPECT_EQ(waited, 0ns); // looked at descriptors alone
+    EXPECT_LE(waits, 2 * TICKS + 5);
+    EXPECT_EQ(fake.page->isQuick.load(), 1U);
+    keeper.OnProgramEnded();
+    EXPECT_EQ(fake.page->isQuick.load(), 0U);
+}
+
+// That of a program that works longer than the board looks out, or has no processor.
+TEST_F(TimeKeeperTest, LooksOutSeldomWhereThatIsInVain) {
+    constexpr int TICKS = 6'000;
+    processors = 2;
+    TimeKeeper keeper = Keep(Virtual());
+    keeper.OnProgramStarted();
+    fake.threads.isAlone = true;
+    ThreadEntry& entry = fake.Wait(1, nanoseconds(10ms).count());
+    int waits = 0, ticks = 0;
+    nanoseconds waitedBefore{0};
+    onWait = [&] {
+        ++waits;
+        if (std::exchange(waitedBefore, waited) != waited && FakePage::IsWoken(entry))
+            fake.WaitAgain(entry, nanoseconds(++ticks * 10ms + 10ms).count());
+    };
+
+    EXPECT_EQ(Wait(keeper, TICKS * 10ms + 5ms), 0);
+
+    EXPECT_EQ(ticks, TICKS);
+    EXPECT_LE(waits, 2 * TICKS + TICKS / 4);
+}
+
+TEST_F(TimeKeeperTest, ServesWhatIsReadyWhileItLooksOut) {
+    processors = 2;
+    TimeKeeper keeper = Keep(Virtual());
+    keeper.OnProgramStarted();
+    fake.threads.isAlone = true;
+    const ThreadEntry& entry = fake.Wait(1, nanoseconds(10ms).count());
+    onWait = [&] {
+        if (FakePage::IsWoken(entry))
+            readyAt = machineNow; // a value file, say
+    };
+
+    EXPECT_EQ(Wait(keeper, 1s), 1);
+
+    EXPECT_EQ(waited, 0ns);
+    EXPECT_EQ(keeper.Now(), 10ms);
+}
+
+TEST_F(TimeKeeperTest, LetsThreadsSleepWhereTheyAreNotAloneOrThePaceIsBound) {
+    processors = 2;
+    {
+        TimeKeeper keeper = Keep(Virtual(5.0));
+        keeper.OnProgramStarted();
+        fake.Wait(1, nanoseconds(10ms).count());
+        EXPECT_EQ(Wait(keeper, 5ms), 0);
+        EXPECT_EQ(fake.page->isQuick.load(), 0U);
+    }
+    TimeKeeper keeper = Keep(Virtual());
+    keeper.OnProgramStarted();
+    EXPECT_EQ(Wait(keeper, 1ms), 0);
+    EXPECT_EQ(fake.page->isQuick.load(), 1U);
+    fake.Wait(2, nanoseconds(20ms).count());
+    EXPECT_EQ(Wait(keeper, 1ms), 0);
+    EXPECT_EQ(fake.page->isQuick.load(), 0U);
 }
 
 TEST_F(TimeKeeperTest, PassesAsOnTheMachineAfterTheProgramsEnd) {

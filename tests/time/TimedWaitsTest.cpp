@@ -104,6 +104,14 @@ TEST_F(SingleThreadTest, IsLookedAtWhereSomethingElseCanEndItsWait) {
     EXPECT_FALSE(waits.MatchSingle());
 }
 
+// A handler must end its sleep, which it cannot before the thread sleeps.
+TEST_F(SingleThreadTest, SleepsBeforeItGetsASignal) {
+    waits.LetBeQuick(true);
+    ASSERT_TRUE(waits.IsQuick());
+    waits.OnSignal();
+    EXPECT_FALSE(waits.IsQuick());
+}
+
 TEST_F(SingleThreadTest, IsLookedAtAfterASignal) {
     waits.OnSignal();
     EXPECT_FALSE(waits.MatchSingle());
