@@ -76,8 +76,9 @@ void MeasureSleeps() {
         std::this_thread::sleep_until(end);
         late.push_back(std::chrono::nanoseconds(Clock::now() - end).count());
     }
-    std::nth_element(late.begin(), late.begin() + SLEEPS / 2, late.end());
-    std::printf("late_ns %lld\n", late[SLEEPS / 2]);
+    std::sort(late.begin(), late.end());
+    std::printf("late_ns %lld\nlate_99_ns %lld\nlatest_ns %lld\n", late[SLEEPS / 2], late[SLEEPS * 99 / 100],
+                late.back());
 }
 
 } // namespace
