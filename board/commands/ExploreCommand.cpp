@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
+#include <exception>
 #include <filesystem>
 #include <optional>
 #include <thread>
@@ -64,6 +65,18 @@ void Say(const std::vector<std::string>& notes, const std::optional<ProgressLine
         line->Clear();
     for (const std::string& note : notes)
         std::fprintf(stderr, "velrix-board: %s\n", note.c_str());
+}
+
+// Returns the failure's file, or that there is none, with the first error.
+std::string Write(const FoundFailure& failure, const FailureStore& store, const TrialSetup& setup,
+                  std::exception_ptr& error) {
+    try {
+        return store.Write(failure, setup);
+    } catch (const BoardError&) {
+        if (error == nullptr)
+            error = std::current_exception();
+        return "(not written)";
+    }
 }
 
 std::string Counted(std::size_t count, const char* one, const char* several) {
@@ -157,6 +170,7 @@ int ExploreCommand::Run(const std::vector<std::string>& program) const {
     const ScenarioNames names = NamesOf(BoardModel());
     const TrialSetup setup = Setup(names, program);
     const FailureStore store(arguments->corpus);
+    store.RequireWritable();
     const std::vector<FailureStore::Known> known = store.Read();
     std::vector<Circumstances> knownCases;
     for (const FailureStore::Known& each : known)
@@ -182,24 +196,36 @@ int ExploreCommand::Run(const std::vector<std::string>& program) const {
             line->Set(progress);
     });
     const std::vector<TrialResult> replayed = explorer.PlayKnown(knownCases);
-    explorer.Search(arguments->runs);
+    std::exception_ptr error; // what was found until then is reported nonetheless
+    try {
+        explorer.Search(arguments->runs);
+    } catch (const BoardError&) {
+        error = std::current_exception();
+    }
     line.reset();
 
     std::string text;
     for (std::size_t i = 0; i < replayed.size(); ++i)
         if (replayed[i].failure.empty())
             text += known[i].file.string() + ": no longer fails\n";
-    for (const FoundFailure& failure : explorer.Failures())
-        text += TextOf(failure, failure.known ? known[*failure.known].file : store.Write(failure, setup));
-    PrintOutput(text + Summary(explorer));
+    for (const FoundFailure& failure : explorer.Failures()) {
+        // The circumstances of a known failure may show another one now.
+        const std::filesystem::path file = store.FileOf(failure);
+        const bool isKnown = failure.known && known[*failure.known].file == file;
+        text += TextOf(failure, isKnown ? file.string() : Write(failure, store, setup, error), isKnown);
+    }
+    if (error == nullptr || !explorer.Failures().empty())
+        PrintOutput(text + Summary(explorer));
+    if (error != nullptr)
+        std::rethrow_exception(error);
     if (explorer.IsStopped() && explorer.Failures().empty())
         return 128 + stop.Signal();
     return explorer.Failures().empty() ? 0 : 1;
 }
 
-std::string ExploreCommand::TextOf(const FoundFailure& failure, const std::filesystem::path& file) {
-    std::string text = file.string() + ": " + failure.message + "\n";
-    if (failure.known)
+std::string ExploreCommand::TextOf(const FoundFailure& failure, const std::string& file, bool isKnown) {
+    std::string text = file + ": " + failure.message + "\n";
+    if (isKnown)
         text += "    known before\n";
     if (!failure.isRepeatable)
         text += "    did not show again with the same circumstances, so they are not shrunk:\n";

@@ -38,7 +38,7 @@ private:
     struct Arguments;
 
     TrialSetup Setup(const ScenarioNames& names, const std::vector<std::string>& program) const;
-    static std::string TextOf(const FoundFailure& failure, const std::filesystem::path& file);
+    static std::string TextOf(const FoundFailure& failure, const std::string& file, bool isKnown);
     std::string Summary(const Explorer& explorer) const;
 
     CLI::App* command;

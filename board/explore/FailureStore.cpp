@@ -2,11 +2,14 @@
 #include "board/explore/FailureStore.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <fstream>
 #include <optional>
 #include <string_view>
+
+#include <unistd.h>
 
 #include "board/base/BoardError.h"
 #include "board/explore/TrialReport.h"
@@ -70,14 +73,25 @@ Circumstances CircumstancesOf(const std::string& text) {
     return circumstances;
 }
 
+// A word of a command as a shell takes it.
+std::string ForShell(const std::string& word) {
+    constexpr const char* PLAIN = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-+=./:,@%";
+    if (!word.empty() && word.find_first_not_of(PLAIN) == std::string::npos)
+        return word;
+    std::string quoted = "'";
+    for (const char c : word)
+        quoted += c == '\'' ? "'\\''" : std::string(1, c);
+    return quoted + "'";
+}
+
 // The command that replays the failure, for people.
 std::string ReplayOf(const TrialSetup& setup, const fs::path& file) {
-    std::string text = "velrix-board run --time virtual --scenario " + file.string();
+    std::string text = "velrix-board run --time virtual --scenario " + ForShell(file);
     for (const std::string& option : setup.options)
-        text += " " + option;
+        text += " " + ForShell(option);
     text += " --";
     for (const std::string& word : setup.program)
-        text += " " + word;
+        text += " " + ForShell(word);
     return text;
 }
 
@@ -101,19 +115,41 @@ std::vector<FailureStore::Known> FailureStore::Read() const {
     return all;
 }
 
+// By the folder, or the one in which it is made.
+void FailureStore::RequireWritable() const {
+    fs::path existing = fs::absolute(folder).lexically_normal();
+    std::error_code error;
+    while (!fs::exists(fs::symlink_status(existing, error)) && existing.has_relative_path())
+        existing = existing.parent_path();
+    const int reason = !fs::is_directory(existing, error)             ? ENOTDIR
+                       : ::access(existing.c_str(), W_OK | X_OK) != 0 ? errno
+                                                                      : 0;
+    if (reason != 0)
+        ThrowSystemError("cannot keep failures in " + folder.string() + " (--corpus names another folder)", reason);
+}
+
+fs::path FailureStore::FileOf(const FoundFailure& failure) const {
+    return folder / NameOf(failure.failure);
+}
+
 fs::path FailureStore::Write(const FoundFailure& failure, const TrialSetup& setup) const {
     std::error_code error;
     fs::create_directories(folder, error);
-    const fs::path file = folder / NameOf(failure.failure);
+    const fs::path file = FileOf(failure);
     const auto normal = [](const fs::path& path) { return fs::absolute(path).lexically_normal(); };
     const std::string include =
         setup.scenario.empty() ? fs::path() : normal(setup.scenario).lexically_proximate(normal(folder));
-    std::ofstream stream(file);
+    // Another search may read it meanwhile, or write the same one.
+    const fs::path draft = folder / ("." + file.filename().string() + "." + std::to_string(::getpid()));
+    std::ofstream stream(draft);
     stream << "# " << Printable(failure.message) << "\n# " << Printable(ReplayOf(setup, file)) << "\n"
            << ScenarioOf(setup, failure.circumstances, include);
     stream.close();
-    if (!stream)
-        ThrowSystemError("cannot write " + file.string());
+    if (!stream || ::rename(draft.c_str(), file.c_str()) != 0) {
+        const int reason = errno;
+        ::unlink(draft.c_str());
+        ThrowSystemError("cannot write " + file.string(), reason);
+    }
     return file;
 }
 

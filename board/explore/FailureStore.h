@@ -25,7 +25,14 @@ public:
     // BoardError for one that cannot be read.
     std::vector<Known> Read() const;
 
-    // Writes a failure; the same one replaces that of an earlier search. Returns its file.
+    // Whether failures can be written, as far as that is known before; makes nothing. Throws BoardError where not.
+    void RequireWritable() const;
+
+    // The file of that failure, in each search.
+    std::filesystem::path FileOf(const FoundFailure& failure) const;
+
+    // Writes a failure, whole or not at all; the same one replaces that of an earlier search. Returns its file. Throws
+    // BoardError.
     std::filesystem::path Write(const FoundFailure& failure, const TrialSetup& setup) const;
 
 private:

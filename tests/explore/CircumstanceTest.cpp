@@ -178,6 +178,35 @@ TEST_F(FailureStoreTest, GivesBackWhatItWrote) {
     EXPECT_EQ(store.Read()[0].circumstances, circumstances);
 }
 
+TEST_F(FailureStoreTest, LeavesNoPartOfWhatItCannotWrite) {
+    const FoundFailure failure{"a failure", "a failure", circumstances, 5};
+    std::filesystem::create_directories(store.FileOf(failure));
+
+    EXPECT_THROW(store.Write(failure, setup), BoardError);
+
+    const std::filesystem::directory_iterator entries(folder.Path("failures"));
+    EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
+}
+
+TEST_F(FailureStoreTest, KnowsBeforeWhatItCannotWriteTo) {
+    folder.Write("file", "");
+
+    EXPECT_THROW(FailureStore(folder.Path("file")).RequireWritable(), BoardError);
+    EXPECT_THROW(FailureStore(folder.Path("file/failures")).RequireWritable(), BoardError);
+
+    EXPECT_NO_THROW(FailureStore(folder.Path("some/new/folder")).RequireWritable());
+    EXPECT_FALSE(std::filesystem::exists(folder.Path("some")));
+}
+
+TEST_F(FailureStoreTest, WritesACommandThatAShellTakes) {
+    setup.program = {"/bin/sh", "-c", "echo 'it is' $1", ""};
+
+    const auto file = store.Write({"a failure", "at 3 s", circumstances, 5}, setup);
+
+    EXPECT_THAT(folder.Read("failures/" + file.filename().string()),
+                testing::HasSubstr(" -- /bin/sh -c 'echo '\\''it is'\\'' $1' ''\n"));
+}
+
 TEST_F(FailureStoreTest, WritesAScenarioThatIncludesTheUsers) {
     const auto file = store.Write({"a failure", "at 3 s", circumstances, 5}, setup);
 

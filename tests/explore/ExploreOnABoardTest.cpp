@@ -171,6 +171,39 @@ TEST_F(ExploreOnABoardTest, PlaysWhatItKnowsFirst) {
     EXPECT_THAT(mended.output, StartsWith(Corpus()[0].string() + ": no longer fails\n"));
 }
 
+TEST_F(ExploreOnABoardTest, WritesAnotherFailureInTheCircumstancesOfAKnownOne) {
+    const std::string program = folder.Path("program");
+    folder.Write("program", "test ! -e " + folder.Path("broken") + " || kill -SEGV $$\nkill -ABRT $$\n");
+    folder.Write("broken", "");
+    const auto explore = [&] { return Explore({"--runs", "1", "--quiet"}, {"sh", program}).Run(); };
+    EXPECT_THAT(explore().output, HasSubstr("never program is killed by SEGV"));
+    ASSERT_EQ(Corpus().size(), 1U);
+
+    folder.Remove("broken");
+    const CommandEnd end = explore();
+
+    EXPECT_EQ(end.ExitCode(), 1);
+    EXPECT_THAT(end.output, HasSubstr("never program is killed by ABRT"));
+    EXPECT_THAT(end.output, testing::Not(HasSubstr("known before")));
+    EXPECT_EQ(Corpus().size(), 2U);
+}
+
+// The program puts a file where the folder would be.
+TEST_F(ExploreOnABoardTest, ReportsAFailureThatItCannotWrite) {
+    const std::string program = ": > " + folder.Path("corpus") + "; kill -SEGV $$";
+
+    const CommandEnd end = Explore({"--runs", "1", "--quiet"}, {"sh", "-c", program}).Run();
+
+    EXPECT_EQ(end.ExitCode(), 125);
+    EXPECT_THAT(end.output, StartsWith("(not written): never program is killed by SEGV"));
+    EXPECT_THAT(end.output, HasSubstr("\n1 run with seed 1 and 1 to play"));
+    EXPECT_THAT(end.errors, HasSubstr("cannot write " + folder.Path("corpus")));
+
+    const CommandEnd next = Explore({"--runs", "1", "--quiet"}, {"true"}).Run();
+    EXPECT_EQ(next.ExitCode(), 125);
+    EXPECT_THAT(next.errors, HasSubstr("cannot keep failures in " + folder.Path("corpus")));
+}
+
 TEST_F(ExploreOnABoardTest, LeavesNothingBehindAfterASignal) {
     CommandRun run = Explore({"--runs", "1000", "--length", "1h", "--quiet"}, {"sh", "-c", "while :; do :; done"});
     const pid_t process = run.Start(folder.Path("output"), folder.Path("errors"));
