@@ -32,8 +32,9 @@ constexpr std::size_t SHOWN_THREADS = 5;
 // Longer than what a program computes between two waits, however cold the caches are.
 constexpr BoardTime ALLOWANCE = std::chrono::milliseconds(25);
 
-// Until a thread that may be quick no more sleeps in the kernel.
+// How long a thread that has said that it sleeps is waited for at most until it does, on a busy machine.
 constexpr auto SLEEP_BEGINS = std::chrono::microseconds(100);
+constexpr int MOST_SLEEP_LOOKS = 200;
 
 // The system call that a thread sleeps in whose entry is of that kind. One that was stopped and goes on is in another.
 bool IsCallOf(WaitKind kind, long call) {
@@ -122,22 +123,29 @@ void TimedWaits::LetBeQuick(bool may) {
     page.isQuick.store(may && isSingle ? 1 : 0);
 }
 
-// A handler ends a sleep, but not the looks of a thread that is about to fall asleep; those end first.
+// A handler ends a sleep, but not that of the only thread, which is not looked at, before it has fallen asleep.
 void TimedWaits::OnSignal() {
     hasSignalled = true;
-    if (page.isQuick.exchange(0) != 0)
+    page.isQuick.store(0);
+    for (int i = 0; i < MOST_SLEEP_LOOKS && IsSingleArmed() && !threads.AreAsleep(); ++i)
         std::this_thread::sleep_for(SLEEP_BEGINS);
+}
+
+// Whether the only thread has said that it sleeps until a time, and nothing has ended that.
+bool TimedWaits::IsSingleArmed() const {
+    if (sleepers.size() != 1 || !others.empty())
+        return false;
+    const ThreadEntry& entry = *sleepers[0].entry;
+    return entry.kind.load() == WaitKind::FUTEX && entry.word.load() == WaitWord::Armed(entry.ticket.load());
 }
 
 bool TimedWaits::MatchSingle() {
     if (hasSignalled || woken == nullptr || sleepers.size() != 1 || !others.empty() || sleepers[0].entry != woken ||
         !HasWokenReturned())
         return false;
-    const std::uint64_t ticket = woken->ticket.load();
-    if (woken->kind.load() != WaitKind::FUTEX || woken->word.load() != WaitWord::Armed(ticket) ||
-        !threads.IsStillAlone())
+    if (!IsSingleArmed() || !threads.IsStillAlone())
         return false;
-    sleepers[0].ticket = ticket;
+    sleepers[0].ticket = woken->ticket.load();
     bursts.clear();
     return true;
 }

@@ -61,7 +61,8 @@ public:
     // If so, takes that wait for the one it sleeps in, as Match does.
     bool MatchSingle();
 
-    // A program gets a signal, whose handler runs in the midst of a wait.
+    // Before a program gets a signal, whose handler runs in the midst of a wait. Waits, for a limited time, until a
+    // single thread that has begun a wait sleeps: the signal would not end that otherwise.
     void OnSignal();
 
     // Tells the only thread, if it is alone and waits for a time, that the board looks out for it: its waits end within
@@ -87,6 +88,7 @@ private:
     };
 
     Preload::ThreadEntry* Find(std::size_t thread);
+    bool IsSingleArmed() const;
     void FreeEnded();
     std::optional<BoardTime> DueOf(std::int64_t deadline, bool isWall) const;
     std::optional<BoardTime> DueOf(const Preload::ThreadEntry& entry) const;

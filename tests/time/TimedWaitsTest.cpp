@@ -108,8 +108,33 @@ TEST_F(SingleThreadTest, IsLookedAtWhereSomethingElseCanEndItsWait) {
 TEST_F(SingleThreadTest, SleepsBeforeItGetsASignal) {
     waits.LetBeQuick(true);
     ASSERT_TRUE(waits.IsQuick());
+    fake.threads.looks = {false, false, true};
+    fake.threads.lookCount = 0;
+
     waits.OnSignal();
+
     EXPECT_FALSE(waits.IsQuick());
+    EXPECT_EQ(fake.threads.lookCount, 3);
+}
+
+TEST_F(SingleThreadTest, GetsASignalAtOnceWhereItRuns) {
+    waits.Advance(nanoseconds(20));
+    ASSERT_TRUE(waits.MatchSingle());
+    waits.WakeFirst();
+    fake.threads.looks = {false, false, true};
+    fake.threads.lookCount = 0;
+
+    waits.OnSignal();
+
+    EXPECT_EQ(fake.threads.lookCount, 0);
+}
+
+TEST_F(SingleThreadTest, GetsASignalInTheEndWhereItDoesNotFallAsleep) {
+    fake.threads.looks.assign(10'000, false);
+
+    waits.OnSignal();
+
+    EXPECT_GT(fake.threads.looks.size(), 9'000U);
 }
 
 TEST_F(SingleThreadTest, IsLookedAtAfterASignal) {
