@@ -14,6 +14,7 @@
 #include <system_error>
 
 #include <fcntl.h>
+#include <sched.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -72,6 +73,19 @@ char StateOf(const FileDescriptor& stat) {
     const std::string_view text = Read(stat, buffer, sizeof buffer);
     const std::size_t nameEnd = text.rfind(')');
     return nameEnd == text.npos || text.size() < nameEnd + 3 ? '\0' : text[nameEnd + 2];
+}
+
+// Whether a thread waits for a child that has its memory until that executes a program or ends, as after vfork. The
+// child may wait for long, such as for the other end of a FIFO.
+bool WaitsForItsChild(char state, const ProgramThread& thread) {
+    if (state != 'D' || thread.call < 0)
+        return false;
+#ifdef SYS_vfork
+    if (thread.call == SYS_vfork)
+        return true;
+#endif
+    // The flags of clone3 lie in the program's memory; the C library makes no processes with it but such ones.
+    return thread.call == SYS_clone3 || (thread.call == SYS_clone && (thread.arguments[0] & CLONE_VFORK) != 0);
 }
 
 } // namespace
@@ -211,7 +225,7 @@ bool ProgramThreads::Sleep(std::size_t thread) {
         return true;
     }
     isListed = isListed && state != '\0';
-    return state == 'S' && (!seen.isReadable || seen.call >= 0);
+    return WaitsForItsChild(state, seen) || (state == 'S' && (!seen.isReadable || seen.call >= 0));
 }
 
 // Finds all processes and threads there are now. False when one is gone meanwhile.

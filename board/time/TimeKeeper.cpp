@@ -220,6 +220,7 @@ std::optional<int> TimeKeeper::PassPaced(Descriptors& descriptors, BoardTime tar
         static_cast<std::int64_t>(std::min(std::ceil(left), static_cast<double>(OUTSIDE_PATIENCE.count()))));
     const int ready = machine.wait(descriptors, longest);
     waits.Advance(std::min(target, PacedNow()));
+    WakeUnmatched();
     return ready != 0 ? std::optional(ready) : std::nullopt;
 }
 
@@ -234,7 +235,14 @@ std::optional<int> TimeKeeper::AwaitOutside(Descriptors& descriptors) {
     const int ready = machine.wait(descriptors, OUTSIDE_PATIENCE);
     if (pace)
         waits.Advance(PacedNow());
+    WakeUnmatched();
     return ready != 0 ? std::optional(ready) : std::nullopt;
+}
+
+// A thread that is not served may wait in an entry that is not its own, as the child of vfork in that of its parent.
+void TimeKeeper::WakeUnmatched() {
+    if (pace && !options.pace)
+        waits.WakeAllDue();
 }
 
 void TimeKeeper::CheckUnserved() {

@@ -80,6 +80,7 @@ private:
     std::optional<int> Pass(Descriptors& descriptors, const std::optional<BoardTime>& due);
     std::optional<int> PassPaced(Descriptors& descriptors, BoardTime target);
     std::optional<int> AwaitOutside(Descriptors& descriptors);
+    void WakeUnmatched();
     bool WakeOne(Descriptors& descriptors);
     void CountProcessorTime();
     void LearnPatience();

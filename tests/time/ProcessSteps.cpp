@@ -7,6 +7,8 @@
 #include <fcntl.h>
 #include <linux/futex.h>
 #include <poll.h>
+#include <spawn.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -49,6 +51,33 @@ std::string WaitingChild() {
 }
 std::string Command() {
     return std::to_string(::system("sleep 4; exec sleep 6"));
+}
+// The C library's call, in whose child this process's memory is used until it executes the program, waits there for the
+// other end of a FIFO.
+std::string SpawnAtAFifo() {
+    char folder[] = "/tmp/velrix-fifo-XXXXXX";
+    const std::string fifo = std::string(::mkdtemp(folder) != nullptr ? folder : "") + "/fifo";
+    if (::mkfifo(fifo.c_str(), 0600) != 0)
+        return Of(-1);
+    const pid_t writer = ::fork();
+    if (writer == 0) {
+        ::usleep(200'000);
+        ::_exit(::open(fifo.c_str(), O_WRONLY | O_CLOEXEC) >= 0 ? 0 : 1);
+    }
+    posix_spawn_file_actions_t actions;
+    ::posix_spawn_file_actions_init(&actions);
+    ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, fifo.c_str(), O_RDONLY, 0);
+    std::array<char, 5> name{"true"};
+    std::array<char*, 2> arguments{name.data(), nullptr};
+    pid_t child = 0;
+    const int error = ::posix_spawn(&child, "/bin/true", &actions, nullptr, arguments.data(), environ);
+    ::posix_spawn_file_actions_destroy(&actions);
+    int ends[2]{};
+    ::waitpid(child, &ends[0], 0);
+    ::waitpid(writer, &ends[1], 0);
+    ::unlink(fifo.c_str());
+    ::rmdir(folder);
+    return std::to_string(error) + std::to_string(ends[0]) + std::to_string(ends[1]);
 }
 // A loop that looks at the clock alone comes to its end, by the processor time that it uses.
 std::string BusyLoop() {
@@ -110,6 +139,7 @@ std::vector<Step> ProcessSteps() {
     return {{"fork", Fork},
             {"waiting-child", WaitingChild},
             {"command", Command},
+            {"spawn-at-a-fifo", SpawnAtAFifo},
             {"busy-loop", BusyLoop},
             {"busy-thread", BusyThread},
             {"close-all", CloseAll},

@@ -312,6 +312,14 @@ TEST(VirtualTimeTest, LetsTimePassAsOnTheMachineForWhatItDoesNotServe) {
     EXPECT_THAT(end.output, MatchesRegex("shared-condition [1-9][0-9][0-9][0-9][0-9]+ 0\n"));
 }
 
+// In the kernel's eyes its parent waits as for a disk meanwhile.
+TEST(VirtualTimeTest, GoesOnWhereAChildThatIsYetToExecuteAProgramWaits) {
+    const BoardResult end = RunVirtual({TIMED_STEPS, "spawn-at-a-fifo"});
+
+    EXPECT_EQ(end.exitCode, 0);
+    EXPECT_THAT(end.output, MatchesRegex("spawn-at-a-fifo [0-9]+ 000\n"));
+}
+
 // A step of UnservedSteps.cpp, and what the board says of it.
 struct UnservedStep {
     const char* name;
