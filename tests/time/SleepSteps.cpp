@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Steps that sleep.
 #include <condition_variable>
+#include <ctime>
 #include <mutex>
 
 #include <pthread.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include "tests/time/Steps.h"
@@ -47,6 +49,21 @@ std::string ThisThread() {
     return "slept";
 }
 
+// All clocks go on by the same time.
+std::string Clocks() {
+    timeval before{}, after{}, last{};
+    ::gettimeofday(&before, nullptr);
+    ::sleep(10);
+    ::gettimeofday(&after, nullptr);
+    timespec then{};
+    ::timespec_get(&then, TIME_UTC);
+    const std::time_t now = ::time(nullptr);
+    ::gettimeofday(&last, nullptr);
+    const bool areInOrder = after.tv_sec <= then.tv_sec && then.tv_sec <= now && now <= last.tv_sec;
+    const long microseconds = (after.tv_sec - before.tv_sec) * 1'000'000 + after.tv_usec - before.tv_usec;
+    return std::to_string((microseconds + 500'000) / 1'000'000) + (areInOrder ? " in order" : " not in order");
+}
+
 // A signal handler ends a sleep, whatever SA_RESTART says.
 std::string InterruptedSleep() {
     Handle(SIGUSR1, SA_RESTART);
@@ -78,6 +95,7 @@ std::string NestedSleep() {
 
 std::vector<Step> SleepSteps() {
     return {{"sleep", Sleep},
+            {"clocks", Clocks},
             {"usleep", Usleep},
             {"nanosleep", Nanosleep},
             {"sleep-until", SleepUntil},

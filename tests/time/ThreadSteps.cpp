@@ -137,6 +137,26 @@ std::string SharedMutex() {
     other.join();
     return std::to_string(first) + std::to_string(second);
 }
+// The C library's locks with a limit by the wall clock, which other threads hold.
+std::string WallLocks() {
+    pthread_mutex_t mutex{};
+    pthread_rwlock_t lock{};
+    ::pthread_mutex_init(&mutex, nullptr);
+    ::pthread_rwlock_init(&lock, nullptr);
+    ::pthread_mutex_lock(&mutex);
+    ::pthread_rwlock_wrlock(&lock);
+    std::string result;
+    std::thread other([&] {
+        const timespec first = In(CLOCK_REALTIME, 3), second = In(CLOCK_REALTIME, 6), third = In(CLOCK_REALTIME, 10);
+        result = OfError(::pthread_mutex_timedlock(&mutex, &first));
+        result += " " + OfError(::pthread_rwlock_timedrdlock(&lock, &second));
+        result += " " + OfError(::pthread_rwlock_timedwrlock(&lock, &third));
+    });
+    other.join();
+    ::pthread_rwlock_unlock(&lock);
+    ::pthread_mutex_unlock(&mutex);
+    return result;
+}
 std::string Semaphore() {
     sem_t semaphore;
     ::sem_init(&semaphore, 0, 0);
@@ -276,6 +296,7 @@ std::vector<Step> ThreadSteps() {
             {"hand-over", HandOver},
             {"timed-mutex", TimedMutex},
             {"shared-mutex", SharedMutex},
+            {"wall-locks", WallLocks},
             {"semaphore", Semaphore},
             {"counting-semaphore", CountingSemaphore},
             {"future", Future},
