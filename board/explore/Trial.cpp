@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <fstream>
 #include <utility>
 
@@ -52,6 +53,12 @@ std::string ContentOf(const fs::path& file, Part part) {
     stream.read(text.data(), static_cast<std::streamsize>(text.size()));
     text.resize(static_cast<std::size_t>(std::max<std::streamsize>(stream.gcount(), 0)));
     return text;
+}
+
+bool IsFull(const fs::path& file) {
+    std::error_code error;
+    const std::uintmax_t size = fs::file_size(file, error);
+    return !error && size >= LARGEST_FILE;
 }
 
 std::string Quoted(const std::string& text) {
@@ -183,6 +190,9 @@ TrialResult Trial::Judge(int waitStatus, bool isOverdue) const {
         result.failure = "the run hangs";
         result.message =
             "the run did not end within " + std::to_string(setup.limit.count()) + " s of the machine's time";
+    } else if (IsFull(folder / "output") || IsFull(folder / "errors")) {
+        result.failure = "the program prints without end";
+        result.message = "the program printed more than " + std::to_string(LARGEST_FILE / 1024 / 1024) + " MiB";
     } else if (code != 0) {
         result.message = report.Message(code);
         result.failure = report.Failure(code);
@@ -190,8 +200,7 @@ TrialResult Trial::Judge(int waitStatus, bool isOverdue) const {
     if (circumstances.empty() && code == BOARD_GAVE_UP)
         throw BoardError("the program cannot be run on a board: " + result.message);
     if (circumstances.empty() && report.CouldNotRun())
-        throw BoardError(setup.program.front() +
-                         " cannot be run: " + (report.LastWords().empty() ? result.message : report.LastWords()));
+        throw BoardError(setup.program.front() + " cannot be run: " + report.ReasonNotToRun());
     if (code == BOARD_GAVE_UP && result.message.find(TRIAL_SCENARIO + std::string(":")) != std::string::npos)
         throw BoardError("the search made a scenario that the board refuses: " + result.message);
     Observe(result);

@@ -117,4 +117,8 @@ bool TrialReport::CouldNotRun() const {
     return failed.find("the program could not be run (exit code") != std::string::npos;
 }
 
+std::string TrialReport::ReasonNotToRun() const {
+    return !lastWords.empty() ? lastWords : notes.empty() ? failed : notes.back();
+}
+
 } // namespace VelrixBoard

@@ -36,8 +36,8 @@ public:
     // The program does not exist, or is none.
     bool CouldNotRun() const;
 
-    // The last line that the program printed; empty: none.
-    const std::string& LastWords() const { return lastWords; }
+    // Why: the program's last line, or what the board said.
+    std::string ReasonNotToRun() const;
 
     // What the board said.
     const std::vector<std::string>& Notes() const { return notes; }

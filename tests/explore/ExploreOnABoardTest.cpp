@@ -150,6 +150,15 @@ TEST_F(ExploreOnABoardTest, EndsARunThatTakesTooLong) {
     EXPECT_TRUE(fs::is_empty(folder.Path("tmp")));
 }
 
+TEST_F(ExploreOnABoardTest, FindsAProgramThatPrintsWithoutEnd) {
+    for (const char* program : {"yes", "yes >&2"}) {
+        const CommandEnd end = Explore({"--runs", "1"}, {"sh", "-c", program}).Run();
+
+        EXPECT_EQ(end.ExitCode(), 1) << end.errors;
+        EXPECT_THAT(end.output, HasSubstr(": the program printed more than 64 MiB\n"));
+    }
+}
+
 TEST_F(ExploreOnABoardTest, PlaysWhatItKnowsFirst) {
     const std::string program = folder.Path("program");
     folder.Write("program", "test ! -e " + folder.Path("broken") + " || kill -SEGV $$\n");
@@ -237,7 +246,7 @@ TEST_F(ExploreOnABoardTest, SaysWhyItCannotSearch) {
         {{"--bounds", folder.Path("bounds.json")}, {"true"}, "the bounds name MS.blue"},
         {{"--length", "soon"}, {"true"}, "--length: takes a time such as 500ms or 30s, not soon"},
         {{"--set", "X=1"}, {"true"}, "X is no line of the board"},
-        {{}, {"/none/program"}, "/none/program cannot be run"},
+        {{}, {"/none/program"}, "/none/program cannot be run: cannot start /none/program: No such file"},
         {{}, {}, "the program is missing"},
     };
     for (const auto& row : rows) {
