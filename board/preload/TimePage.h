@@ -121,9 +121,9 @@ struct TimePage {
     std::atomic<std::int64_t> wallBase; // CLOCK_REALTIME is this and now; changes when somebody sets the clock
     std::atomic<std::int64_t> now;      // the time since the board's start, in ns
     std::atomic<std::uint64_t> lastTicket;
-    std::atomic<std::uint64_t> progress;  // counts waits of RETRY that got what they waited for
-    std::atomic<std::uint32_t> isStarted; // the board knows that a program is about to begin
-    std::atomic<std::uint32_t> isQuick;   // the board ends the waits of the only thread within microseconds
+    std::atomic<std::uint64_t> progress;    // counts waits of RETRY that got what they waited for
+    std::atomic<std::uint32_t> isStarted;   // the board knows that a program is about to begin
+    std::atomic<std::uint32_t> isQuick;     // the board ends the waits of the only thread within microseconds
     std::atomic<std::uint32_t> usedEntries; // no entry from this one on was ever used
     std::atomic<std::uint32_t> liveEntries; // of threads that were there when the board looked for ended ones
     std::atomic<std::uint32_t> usedTimers;  // the same of timers

@@ -21,8 +21,8 @@ constinit Next<int(pollfd*, nfds_t, const timespec*, const sigset_t*)> nextPpoll
 // The limit of wake-ups that turn out to be too early, one for each time that a timer of the process expires.
 constexpr int MOST_WAKES = 1'000'000'000;
 
-// Waits without the kernel while the board is about to end the wait: to fall asleep and to be woken on another processor
-// costs more than a tick of a program. On a machine so busy that this fails, it is tried less and less often.
+// Waits without the kernel while the board is about to end the wait: to fall asleep and to be woken on another
+// processor costs more than a tick of a program. On a machine so busy that this fails, it is tried less and less often.
 class QuickWait final {
 public:
     void Try(const TimePage& page, const std::atomic<std::uint32_t>& word, std::uint32_t armed) {
