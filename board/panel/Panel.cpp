@@ -60,6 +60,12 @@ std::vector<Signal> Signals(const BoardState& state) {
     return signals;
 }
 
+// The last part of the path of a command line's first word.
+std::string ShortName(const std::string& command) {
+    const std::string word = command.substr(0, command.find(' '));
+    return word.substr(word.rfind('/') + 1);
+}
+
 // By ModuleState::Phase.
 constexpr const char* STATE_NAMES[] = {"reset", "starting", "ready", "silent"};
 
@@ -233,10 +239,11 @@ void Panel::TellProgram() {
     feed.Status("program", Text(text));
 }
 
-// On a thread of the server.
+// On a thread of the server. Without the program's arguments, since other sites may embed the picture.
 std::string Panel::Picture() {
     const json status = json::parse(feed.StatusOf("program"), nullptr, false);
-    return PanelPicture(state, feed.Levels(), options.program, status.is_object() ? status.value("text", "") : "");
+    return PanelPicture(state, feed.Levels(), ShortName(options.program),
+                        status.is_object() ? status.value("text", "") : "");
 }
 
 // On a thread of the server.

@@ -24,6 +24,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr const char* ADDRESS = "127.0.0.1";
+constexpr const char* PICTURE = "/board.svg";
+constexpr const char* RESOURCE_POLICY = "Cross-Origin-Resource-Policy";
 
 // Pages get a single change at once, and many in batches of this duration.
 constexpr auto MESSAGE_DISTANCE = 25ms;
@@ -72,7 +74,7 @@ struct PanelServer::Inside {
         response.set_header("Cache-Control", "no-store");
         response.set_header("X-Content-Type-Options", "nosniff");
         response.set_header("Referrer-Policy", "no-referrer");
-        response.set_header("Cross-Origin-Resource-Policy", "same-origin");
+        response.set_header(RESOURCE_POLICY, "same-origin");
         response.set_header("Content-Security-Policy",
                             "default-src 'none'; script-src 'self'; style-src 'self'; connect-src 'self'; "
                             "img-src data:; base-uri 'none'; form-action 'none'; frame-ancestors 'none'");
@@ -93,14 +95,18 @@ struct PanelServer::Inside {
         return status != 0;
     }
 
-    // The browser's fetch metadata; other programs send none. A page of another site may link to the panel, but not
-    // load anything from it, not even opaquely, since every request occupies a thread.
+    // The browser's fetch metadata; other programs send none. A page of another site may link to the panel and embed
+    // the picture as an image, which its scripts cannot read. It may not load anything else, not even opaquely, since
+    // every request occupies a thread.
     static bool IsOfOwnSite(const httplib::Request& request) {
+        const auto isFor = [&](const char* path, const char* mode, const char* destination) {
+            return request.method == "GET" && request.path == path &&
+                   request.get_header_value("Sec-Fetch-Mode") == mode &&
+                   request.get_header_value("Sec-Fetch-Dest") == destination;
+        };
         const std::string site = request.get_header_value("Sec-Fetch-Site");
-        const bool isLink = request.method == "GET" && request.path == "/" &&
-                            request.get_header_value("Sec-Fetch-Mode") == "navigate" &&
-                            request.get_header_value("Sec-Fetch-Dest") == "document";
-        return site.empty() || site == "same-origin" || site == "none" || isLink;
+        return site.empty() || site == "same-origin" || site == "none" || isFor("/", "navigate", "document") ||
+               isFor(PICTURE, "no-cors", "image");
     }
 
     // The status if the library must not read the request, else 0. Without a length it would wait for a body; a
@@ -207,8 +213,10 @@ struct PanelServer::Inside {
 
     void SendPicture(httplib::Response& response) {
         Try(response, [&] {
-            response.set_header("Refresh", "1"); // for a tab that shows it; <img> has no use for it
             response.set_content(actions.picture(), "image/svg+xml");
+            response.set_header("Refresh", "1"); // for a tab that shows it; <img> has no use for it
+            response.headers.erase(RESOURCE_POLICY);
+            response.set_header(RESOURCE_POLICY, "cross-origin");
         });
     }
 
@@ -240,8 +248,7 @@ struct PanelServer::Inside {
         });
         server.Get("/run.vcd",
                    [this](const httplib::Request&, httplib::Response& response) { SendRecording(response); });
-        server.Get("/board.svg",
-                   [this](const httplib::Request&, httplib::Response& response) { SendPicture(response); });
+        server.Get(PICTURE, [this](const httplib::Request&, httplib::Response& response) { SendPicture(response); });
         server.Post(".*", [this](const httplib::Request& request, httplib::Response& response) {
             HandlePost(request, response);
         });

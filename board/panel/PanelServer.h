@@ -24,7 +24,8 @@ namespace VelrixBoard {
 //
 // Any web site can make the user's browser send requests to this machine. Against DNS rebinding a request must name
 // this server as its host; against cross-site requests its origin, if present, must be the panel, unless the user
-// followed a link.
+// followed a link to the page. Any site may embed the picture as an image: it holds no secret, and is not readable
+// there.
 //
 // A fixed pool of threads, internal to the server, one per open page and request. Size and number of requests are
 // limited (PanelConnection, PanelClients); a stalled client occupies a thread for a time and never blocks the board.

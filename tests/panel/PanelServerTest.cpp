@@ -17,6 +17,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 class PanelServerTest : public testing::Test {
@@ -60,6 +61,8 @@ protected:
     }
     enum class Failure { NONE, BEFORE, WITHIN };
     Failure failure = Failure::NONE;
+
+    const std::string POLICY = "Cross-Origin-Resource-Policy: ";
 };
 
 TEST_F(PanelServerTest, ServesThePageWithAllItsParts) {
@@ -71,6 +74,7 @@ TEST_F(PanelServerTest, ServesThePageWithAllItsParts) {
         EXPECT_THAT(answer, StartsWith("HTTP/1.1 200"));
         EXPECT_THAT(answer, HasSubstr("Content-Type: " + std::string(file.type)));
         EXPECT_THAT(answer, HasSubstr("Content-Security-Policy: default-src 'none'"));
+        EXPECT_THAT(answer, testing::AllOf(HasSubstr(POLICY + "same-origin"), Not(HasSubstr("cross-origin"))));
         EXPECT_THAT(answer, testing::EndsWith("\r\n\r\n" + std::string(file.content)));
     }
     EXPECT_THAT(Ask("GET /other HTTP/1.1\r\n" + Host() + "\r\n"), StartsWith("HTTP/1.1 404"));
@@ -184,8 +188,8 @@ TEST_F(PanelServerTest, SendsTheRecordingPieceByPiece) {
                                              testing::EndsWith("\r\n\r\n4\r\none \r\n3\r\ntwo\r\n0\r\n\r\n")));
 
     failure = Failure::BEFORE;
-    EXPECT_THAT(Ask(request), testing::AllOf(StartsWith("HTTP/1.1 409"), HasSubstr("not started"),
-                                             testing::Not(HasSubstr("attachment"))));
+    EXPECT_THAT(Ask(request),
+                testing::AllOf(StartsWith("HTTP/1.1 409"), HasSubstr("not started"), Not(HasSubstr("attachment"))));
 
     failure = Failure::WITHIN; // the client sees that the last chunk does not come
     EXPECT_THAT(Ask(request), testing::EndsWith("4\r\none \r\n"));
@@ -198,9 +202,41 @@ TEST_F(PanelServerTest, ServesAPictureForATabThatAsksAgain) {
                 testing::AllOf(StartsWith("HTTP/1.1 200"), HasSubstr("Content-Type: image/svg+xml"),
                                HasSubstr("Cache-Control: no-store"), HasSubstr("Refresh: 1\r\n"),
                                testing::EndsWith("\r\n\r\n<svg/>")));
-    // Not for the pages of other sites, like all the rest.
-    EXPECT_THAT(Ask(request + "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: no-cors\r\n\r\n"),
-                StartsWith("HTTP/1.1 403"));
+}
+
+TEST_F(PanelServerTest, LetsOtherSitesEmbedThePictureAsAnImage) {
+    for (const char* site : {"cross-site", "same-site"})
+        EXPECT_THAT(Ask("GET /board.svg?1 HTTP/1.1\r\n" + Host() + "Sec-Fetch-Site: " + site +
+                        "\r\nSec-Fetch-Mode: no-cors\r\nSec-Fetch-Dest: image\r\n\r\n"),
+                    testing::AllOf(StartsWith("HTTP/1.1 200"), HasSubstr(POLICY + "cross-origin\r\n"),
+                                   Not(HasSubstr(POLICY + "same-origin")), Not(HasSubstr("Access-Control-Allow")),
+                                   HasSubstr("frame-ancestors 'none'"), testing::EndsWith("\r\n\r\n<svg/>")))
+            << site;
+}
+
+TEST_F(PanelServerTest, LetsOtherSitesDoNothingElseWithThePicture) {
+    const std::string ofImage = "Sec-Fetch-Mode: no-cors\r\nSec-Fetch-Dest: image\r\n";
+    const struct {
+        std::string line;
+        std::string headers;
+    } rows[] = {
+        {"GET /board.svg", Host() + "Sec-Fetch-Mode: no-cors\r\nSec-Fetch-Dest: script\r\n"},
+        {"GET /board.svg", Host() + "Sec-Fetch-Mode: no-cors\r\nSec-Fetch-Dest: object\r\n"},
+        {"GET /board.svg", Host() + "Sec-Fetch-Mode: navigate\r\nSec-Fetch-Dest: iframe\r\n"},
+        {"GET /board.svg", Host() + "Sec-Fetch-Mode: cors\r\nSec-Fetch-Dest: image\r\n"},
+        {"GET /board.svg", Host() + "Origin: http://example.com\r\n" + ofImage},
+        {"GET /board.svg", "Host: example.com\r\n" + ofImage}, // DNS rebinding
+        {"HEAD /board.svg", Host() + ofImage},
+        {"POST /board.svg", Host() + ofImage + "Content-Length: 0\r\n"},
+        {"GET /run.vcd", Host() + ofImage},
+        {"GET /board.svg/", Host() + ofImage},
+    };
+
+    for (const auto& row : rows)
+        EXPECT_THAT(Ask(row.line + " HTTP/1.1\r\n" + row.headers + "Sec-Fetch-Site: cross-site\r\n\r\n"),
+                    testing::AllOf(StartsWith("HTTP/1.1 403"), Not(HasSubstr(POLICY + "cross-origin"))))
+            << row.line << " " << row.headers;
+    EXPECT_EQ(posts.size(), 0u);
 }
 
 // The library keeps them all, in any number.

@@ -20,6 +20,7 @@ using namespace std::chrono_literals;
 using nlohmann::json;
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 class PanelTest : public testing::Test {
@@ -183,7 +184,17 @@ TEST_F(PanelTest, DrawsTheFrontPanel) {
     panel.OnProgramStarted(1ms);
 
     EXPECT_THAT(Get("/board.svg"),
-                AllOf(HasSubstr("<title>MS red, "), HasSubstr(">gateway --now</text>"), HasSubstr(">running</text>")));
+                AllOf(HasSubstr("<title>MS red, "), HasSubstr(">gateway</text>"), HasSubstr(">running</text>")));
+}
+
+// Any web site may embed the picture.
+TEST_F(PanelTest, LeavesPathsAndArgumentsOutOfThePicture) {
+    for (const char* command : {"/home/me/gateway --password=secret", "gateway secret/x", "/secret/gateway"}) {
+        const Panel another(Attached(), {command, 0});
+        const std::string picture = Ask(Port(another), "GET", "/board.svg");
+
+        EXPECT_THAT(picture, AllOf(HasSubstr(">gateway</text>"), Not(HasSubstr("secret")))) << command;
+    }
 }
 
 TEST_F(PanelTest, EndsWithTheProgramIfItDoesNotHoldTheBoard) {

@@ -166,6 +166,29 @@ describe('the page', () => {
   });
 });
 
+test('why an action failed is seen wherever its control is', async () => {
+  board = await Board.start();
+  for (const viewport of [{ width: 1280, height: 600 }, PHONE]) {
+    window = await browser.window({ viewport });
+    const page = await window.open(board);
+    await page.route('**/faults/*', (route) => route.fulfill({ status: 409, body: '{"error": "it is not there"}' }));
+    const inject = page.getByRole('button', { name: 'Inject' });
+    await inject.evaluate((element) => element.scrollIntoView({ block: 'end' }));
+    assert.ok((await page.evaluate(() => scrollY)) > 100);
+
+    await inject.click();
+
+    const message = page.getByRole('alert');
+    await hasText(message, 'it is not there');
+    assert.ok(await message.evaluate((element) => {
+      const box = element.getBoundingClientRect();
+      return document.elementFromPoint(box.x + box.width / 2, box.y + box.height / 2) === element;
+    }), `${viewport.width} pixels wide`);
+    await window.close(board, { withFailedRequests: true });
+  }
+  await board.stop();
+});
+
 test('the title tells the state, and a program that ignores a stop can be killed', async () => {
   board = await Board.start();
   window = await browser.window();
