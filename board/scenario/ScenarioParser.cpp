@@ -307,7 +307,7 @@ public:
         if (!action || !action->at)
             return;
         if (*action->at < earliest)
-            line.Fail(line.Column(), "is always late: the steps above take until " + TextOf(earliest) +
+            line.Fail(line.Column(), "this step is always late: the steps above take until " + TextOf(earliest) +
                                          "; steps run in order, so put it above them");
         earliest = *action->at;
     }
@@ -341,7 +341,7 @@ Scenario ParseScenario(const std::string& path, std::string_view text, const Sce
         order.Add(line.words, scenario.steps.back());
     }
     if (scenario.steps.empty())
-        throw ScenarioError(path + ": has no steps; write one a line, such as \"within 2s program exits with 0\"");
+        throw ScenarioError(path + ": has no steps; write one per line, such as \"within 2s program exits with 0\"");
     return scenario;
 }
 
@@ -351,7 +351,7 @@ Scenario ReadScenario(const std::string& path, const ScenarioNames& names) {
         text = ReadScenarioText(path);
     } catch (const std::runtime_error& error) {
         throw ScenarioError("cannot read the scenario " + path + ": " + error.what() +
-                            "; give a text file with a step a line");
+                            "; give a text file with one step per line");
     }
     return ParseScenario(path, text, names);
 }

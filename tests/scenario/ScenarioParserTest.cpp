@@ -143,8 +143,8 @@ TEST(ScenarioParser, SaysWhereAndWhatItExpected) {
     } ROWS[] = {
         {"\n  upon 2s", "x:2:3: expected within, at, set, fault, send, module, wait, when, expect, never, repeat or "
                         "include, found 'upon'"},
-        {"", "x: has no steps; write one a line, such as \"within 2s program exits with 0\""},
-        {"# nothing\n", "x: has no steps; write one a line, such as \"within 2s program exits with 0\""},
+        {"", "x: has no steps; write one per line, such as \"within 2s program exits with 0\""},
+        {"# nothing\n", "x: has no steps; write one per line, such as \"within 2s program exits with 0\""},
         {"within", "x:1:7: expected a time such as 500ms or 2s, found the end of the line"},
         {"within 2 MS is green", "x:1:8: expected a time such as 500ms or 2s, found '2'"},
         {"wait -1s", "x:1:6: expected a time such as 500ms or 2s, found '-1s'"},
@@ -206,10 +206,11 @@ TEST(ScenarioParser, SaysWhereAndWhatItExpected) {
         {"expect OXBO_RL pulses low for at least 1ms or", "x:1:44: expected 'and' or the end of the line, found 'or'"},
         {"expect OXBO_RL pulses low at most 1ms", "x:1:27: expected 'for' or the end of the line, found 'at'"},
         {"expect OXBO_RL pulses low for at least 1ms and at least 2ms", "x:1:51: expected 'most', found 'least'"},
-        {"at 2s send TERM\n  at 1999ms send KILL",
-         "x:2:3: is always late: the steps above take until 2.000 s; steps run in order, so put it above them"},
+        {"at 2s send TERM\n  at 1999ms send KILL", "x:2:3: this step is always late: the steps above take until 2.000 "
+                                                   "s; steps run in order, so put it above them"},
         {"at 2s send TERM\nwithin 1s reboot is called\nwait 1s\nat 2500ms send KILL",
-         "x:4:1: is always late: the steps above take until 3.000 s; steps run in order, so put it above them"},
+         "x:4:1: this step is always late: the steps above take until 3.000 s; steps run in order, so put it above "
+         "them"},
         {"expect OXBO_RL pulses low for at least 5ms and at most 1ms",
          "x:1:56: expected a time of at least 5.0 ms, found '1ms'"},
         {"\"within\" 1s MS is green", "x:1:1: expected within, at, set, fault, send, module, wait, when, expect, "
@@ -274,7 +275,7 @@ TEST(ScenarioParser, KnowsWhereWhatAStepIsAboutBegins) {
 
 TEST(ScenarioParser, ReadsAFile) {
     const TestSupport::TemporaryFolder folder;
-    const std::string advice = "; give a text file with a step a line";
+    const std::string advice = "; give a text file with one step per line";
     folder.Write("a.scenario", "wait 1s\nwait\n");
 
     try {
