@@ -3,11 +3,14 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <functional>
+#include <limits>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -59,6 +62,19 @@ std::string OwnPath() {
     return path;
 }
 
+// Refuses a value that is no whole number of the range.
+std::function<std::string(const std::string&)> WholeNumber(std::uint64_t least, std::uint64_t most) {
+    return [=](const std::string& text) {
+        std::uint64_t number = 0;
+        const char* const end = text.data() + text.size();
+        const auto [rest, error] = std::from_chars(text.data(), end, number);
+        if (error == std::errc() && rest == end && number >= least && number <= most)
+            return std::string();
+        return "expected a whole number from " + std::to_string(least) + " to " + std::to_string(most) + ", not " +
+               text;
+    };
+}
+
 // What the board has to say about all runs alike.
 void Say(const std::vector<std::string>& notes, const std::optional<ProgressLine>& line) {
     if (line)
@@ -104,9 +120,10 @@ ExploreCommand::ExploreCommand(CLI::App& app)
       arguments(std::make_unique<Arguments>()) {
     command->footer("Ends with 0 without a failure, with 1 with one, with 125 where the search cannot go on.");
     command->add_option("--runs", arguments->runs, "How often the program is run; 1000 if not given")
-        ->check(CLI::Range(1, 1'000'000))
+        ->check(WholeNumber(1, 1'000'000))
         ->type_name("N");
     command->add_option("--seed", arguments->seed, "The same one gives the same search; 1 if not given")
+        ->check(WholeNumber(0, std::numeric_limits<std::uint64_t>::max()))
         ->type_name("N");
     command->add_option("--scenario", arguments->scenario, "What judges each run, besides crashes and hangs")
         ->type_name("FILE");
@@ -122,12 +139,12 @@ ExploreCommand::ExploreCommand(CLI::App& app)
                      "not given")
         ->type_name("DIR");
     command->add_option("--jobs", arguments->jobs, "Runs at a time; as many as processors if not given")
-        ->check(CLI::Range(1U, MOST_JOBS))
+        ->check(WholeNumber(1, MOST_JOBS))
         ->type_name("N");
     command
         ->add_option("--limit", arguments->limitSeconds,
                      "After how many seconds of the machine's time a run counts as one that hangs; 60 if not given")
-        ->check(CLI::Range(1, MOST_LIMIT_SECONDS))
+        ->check(WholeNumber(1, MOST_LIMIT_SECONDS))
         ->type_name("SECONDS");
     for (std::size_t i = 0; i < std::size(PASSED_ON); ++i)
         command->add_option(PASSED_ON[i].name, arguments->passedOn[i], "As of \"run\"")->type_name(PASSED_ON[i].type);

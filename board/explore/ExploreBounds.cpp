@@ -104,7 +104,8 @@ ExploreBounds ReadBounds(const std::string& path) {
     try {
         json = Json::parse(stream);
     } catch (const nlohmann::json::exception& error) {
-        Refuse(path, error.what());
+        const std::string what = error.what(); // begins with the library's name of the error
+        Refuse(path, what.substr(what.find("] ") + 2));
     }
     if (!json.is_object())
         Refuse(path, "takes an object");

@@ -46,9 +46,9 @@ private:
     std::string BoardsReason(int exitCode) const;
     bool IsCrash() const;
 
-    std::string place;  // "invariants.scenario:3: "; empty for a step of the search
-    std::string failed; // the first failed step, "never MS is red: ..."
-    std::string lastWords;
+    std::string place;     // "invariants.scenario:3: "; empty for a step of the search
+    std::string failed;    // the first failed step, "never MS is red: ..."
+    std::string lastWords; // the last line that the program printed; empty: none
     std::vector<std::string> notes;
 };
 

@@ -109,7 +109,7 @@ TEST(ExploreBounds, SayWhatIsWrong) {
         const char* reason;
     } rows[] = {
         {"[]", "takes an object"},
-        {"{", "parse error"},
+        {"{", ".json: parse error at line 1, column 2: "},
         {R"({"latest": 2})", "\"latest\" takes a time such as \"500ms\""},
         {R"({"latests": "2s"})", "there is no bound \"latests\""},
         {R"({"circumstances": 0})", "\"circumstances\" takes a number from 1 to 16"},

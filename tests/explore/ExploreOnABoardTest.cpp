@@ -246,7 +246,13 @@ TEST_F(ExploreOnABoardTest, SaysWhyItCannotSearch) {
         {{"--bounds", folder.Path("bounds.json")}, {"true"}, "the bounds name MS.blue"},
         {{"--length", "soon"}, {"true"}, "--length: takes a time such as 500ms or 30s, not soon"},
         {{"--set", "X=1"}, {"true"}, "X is no line of the board"},
-        {{}, {"/none/program"}, "/none/program cannot be run: cannot start /none/program: No such file"},
+        {{"--runs", "1.5"}, {"true"}, "--runs: expected a whole number from 1 to 1000000, not 1.5"},
+        {{"--seed", "x"}, {"true"}, "--seed: expected a whole number from 0 to 18446744073709551615, not x"},
+        {{"--seed", "-1"}, {"true"}, "--seed: expected a whole number from 0"},
+        {{"--jobs", "0"}, {"true"}, "--jobs: expected a whole number from 1 to 64, not 0"},
+        {{"--limit", "3601"}, {"true"}, "--limit: expected a whole number from 1 to 3600, not 3601"},
+        {{}, {"/none/program"}, "/none/program cannot be run: cannot start /none/program: No such file or directory"},
+        {{}, {"sh", "-c", "echo why >&2; exit 126"}, "sh cannot be run: why"},
         {{}, {}, "the program is missing"},
     };
     for (const auto& row : rows) {
