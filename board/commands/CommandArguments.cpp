@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "board/base/BoardError.h"
+#include "board/model/LevelText.h"
 #include "board/model/OxboModule.h"
 #include "tools/help/Reason.h"
 
@@ -70,10 +71,10 @@ void AddBeginningOptions(CLI::App& command, std::map<std::string, bool>& levels,
     const auto takeLevels = [&levels](const std::vector<std::string>& texts) {
         for (const std::string& text : texts) {
             const std::size_t equals = text.find('=');
-            const std::string level = equals == std::string::npos ? "" : text.substr(equals + 1);
-            if (level != "0" && level != "1")
-                throw CLI::ValidationError(SET, "takes LABEL=0 or LABEL=1");
-            levels.insert_or_assign(text.substr(0, equals), level == "1");
+            const auto level = ParseLevel(equals == std::string::npos ? "" : text.substr(equals + 1));
+            if (!level)
+                throw CLI::ValidationError(SET, "takes LABEL=low or LABEL=high");
+            levels.insert_or_assign(text.substr(0, equals), *level);
         }
     };
     const auto takeTime = [&oxboReadyAfter](const std::string& text) {
@@ -85,8 +86,8 @@ void AddBeginningOptions(CLI::App& command, std::map<std::string, bool>& levels,
     };
     command
         .add_option_function<std::vector<std::string>>(SET, takeLevels,
-                                                       "Level of an input from the start, such as OXBO_IRQ_N=0")
-        ->type_name("LABEL=0|1");
+                                                       "Level of an input from the start, such as OXBO_IRQ_N=low")
+        ->type_name("LABEL=low|high");
     command
         .add_option_function<std::string>("--oxbo-ready-after", takeTime,
                                           "When the Oxbo module pulls its interrupt line low after its reset; " +

@@ -41,7 +41,7 @@ constexpr struct {
     const char* type;
 } PASSED_ON[] = {
     {"--settings", "FILE"},          {"--isolation", "namespaces|preload|auto"},
-    {"--set", "LABEL=0|1"},          {"--without", "PATH"},
+    {"--set", "LABEL=low|high"},     {"--without", "PATH"},
     {"--fault", "NAME=FAULT"},       {"--oxbo-ready-after", "TIME|never"},
     {"--on-reboot", "restart|exit"}, {"--date", "DATE"},
     {"--unserved", "real|fail"},

@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 
 #include "board/base/BoardError.h"
+#include "board/model/LevelText.h"
 #include "board/model/OxboModule.h"
 
 namespace VelrixBoard {
@@ -87,10 +88,11 @@ void ControlPipe::Obey(std::string_view line) {
     const std::string_view verb = line.substr(0, blank);
     const std::string_view rest = line.substr(std::min(blank + 1, line.size()));
     if (verb == "set") {
-        const auto [name, level] = Split(rest);
-        if (level != "0" && level != "1")
-            throw BoardError("a level is 0 or 1");
-        control.DriveInput(FindSignal(state, name), level == "1", InputDriver::PIPE);
+        const auto [name, text] = Split(rest);
+        const auto level = ParseLevel(text);
+        if (!level)
+            throw BoardError("a level is low or high");
+        control.DriveInput(FindSignal(state, name), *level, InputDriver::PIPE);
     } else if (verb == "fault") {
         const auto [name, fault] = Split(rest);
         control.SetFault(FindSignal(state, name), fault == "none" ? std::nullopt : std::optional(ParseFault(fault)));

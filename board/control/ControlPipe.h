@@ -15,7 +15,7 @@ namespace VelrixBoard {
 
 // A named pipe for scripts that control a running board, one command per line:
 //
-//     set OXBO_MOD_1=1
+//     set OXBO_MOD_1=high
 //     fault MS.red=EIO
 //     fault MS.red=none
 //     oxbo-ready-after 40ms          or "never"

@@ -35,7 +35,7 @@ TEST(CommandTest, RefusesWhatItDoesNotUnderstandBeforeAnythingRuns) {
         {{"completion"}, "SHELL is missing: name of the shell\n"},
         {{"completion", "ksh"}, "velrix-board: SHELL cannot be \"ksh\"; there are: bash, zsh, fish\n"},
         {{"run", "--isolation", "auto", "--set"},
-         "velrix-board: --set takes LABEL=0|1\n\"velrix-board run --help\" says what can be given.\n"},
+         "velrix-board: --set takes LABEL=low|high\n\"velrix-board run --help\" says what can be given.\n"},
         {{"run", "--isolation", "auto", "--scenario", "--", "echo"}, "velrix-board: --scenario takes FILE\n"},
         {{"run", "--isolation", "--", "echo"}, "velrix-board: --isolation takes namespaces|preload|auto\n"},
         {{"run", "--settings", "--terminal", "--", "echo"}, "--settings: takes FILE, and --terminal is an option\n"},
@@ -50,9 +50,9 @@ TEST(CommandTest, RefusesWhatItDoesNotUnderstandBeforeAnythingRuns) {
         {{"diff", "a", "b", "--glitch"}, "velrix-board: --glitch takes TIME\n"},
         {{"run", "--unknown", "--", "echo"},
          "there is no option --unknown\n\"velrix-board run --help\" says what can be given.\n"},
-        {{"run", "--set", "OXBO_IRQ_N", "--", "echo"}, "LABEL=0 or LABEL=1"},
-        {{"run", "--set", "OXBO_IRQ_N=2", "--", "echo"}, "LABEL=0 or LABEL=1"},
-        {{"run", "--set", "OXBO_IRQ_N=", "--", "echo"}, "LABEL=0 or LABEL=1"},
+        {{"run", "--set", "OXBO_IRQ_N", "--", "echo"}, "takes LABEL=low or LABEL=high"},
+        {{"run", "--set", "OXBO_IRQ_N=2", "--", "echo"}, "takes LABEL=low or LABEL=high"},
+        {{"run", "--set", "OXBO_IRQ_N=", "--", "echo"}, "takes LABEL=low or LABEL=high"},
         {{"run", "--set", "OXBO_RL=1", "--", "echo"}, "OXBO_RL is an output"},
         {{"run", "--set", "X=1", "--", "echo"}, "X is no line of the board"},
         {{"run", "--fault", "MS.red", "--", "echo"}, "takes NAME=FAULT"},
@@ -120,7 +120,7 @@ TEST(CommandTest, GroupsTheOptionsOfARunWithItsHelpLast) {
 
         std::size_t place = 0;
         for (const char* each : {"\nThe program and its board:\n\n", "\n  --settings FILE ", "\nInputs and faults:\n\n",
-                                 "\n  --set LABEL=0|1 ", "\nRecords and verdicts:\n\n", "\n  --scenario FILE ",
+                                 "\n  --set LABEL=low|high", "\nRecords and verdicts:\n\n", "\n  --scenario FILE ",
                                  "\n  --timeline FILE.vcd ", "\nOther options:\n\n  -h, --help "}) {
             place = help.find(each, place);
             ASSERT_NE(place, std::string::npos) << command << each << help;
@@ -227,7 +227,7 @@ TEST(CommandTest, TakesOptionsMoreThanOnceWhereThatMakesSense) {
         CommandRun{
             OnBoard("cat /var/dev/gpio-inputs/oxboIrqN/value /var/dev/gpio-inputs/oxboMod1/value; ls -d /mnt/share "
                     "/var/log/apps",
-                    {"--set", "OXBO_IRQ_N=0", "--set", "OXBO_MOD_1=1", "--without", "/mnt/share", "--without",
+                    {"--set", "OXBO_IRQ_N=0", "--set", "OXBO_MOD_1=high", "--without", "/mnt/share", "--without",
                      "/var/log/apps/", "--oxbo-ready-after", "never"})}
             .Run();
 

@@ -36,6 +36,7 @@ protected:
 };
 
 TEST_F(ControlPipeTest, ObeysLinesWhenTheyAreComplete) {
+    EXPECT_EQ(Send("set OXBO_MOD_1=high\nset OXBO_MOD_1=low\n"), "drive OXBO_MOD_1 1\ndrive OXBO_MOD_1 0\n");
     EXPECT_EQ(Send("set OXBO_"), "");
     EXPECT_EQ(Send("MOD_1=1\nset OXBO_MOD_1=0\noxbo-ready-after never\nwa"),
               "drive OXBO_MOD_1 1\ndrive OXBO_MOD_1 0\nready after never\n");
@@ -45,7 +46,7 @@ TEST_F(ControlPipeTest, ObeysLinesWhenTheyAreComplete) {
 
 TEST_F(ControlPipeTest, LeavesOutTheWholeOfALineThatIsTooLong) {
     const std::string longest = "set OXBO_MOD_1=" + std::string(4096 - 15, '1');
-    EXPECT_EQ(Send(longest + "\n"), "control \"" + longest + "\": a level is 0 or 1\n");
+    EXPECT_EQ(Send(longest + "\n"), "control \"" + longest + "\": a level is low or high\n");
 
     EXPECT_EQ(Send(std::string(4096, 'x')), "");
     EXPECT_EQ(Send(std::string(4096, 'x')), "");

@@ -557,7 +557,7 @@ TEST(BoardTest, RunsBesideOthersAndInsideOfOne) {
     ASSERT_TRUE(PrivateBoard::WaitFor([&] { return first.Written(MS_RED) == "1"; }));
 
     const BoardResult inner = second.Run(
-        {VELRIX_BOARD_COMMAND, "run", "--set", "OXBO_IRQ_N=0", "--", "sh", "-c",
+        {VELRIX_BOARD_COMMAND, "run", "--set", "OXBO_IRQ_N=low", "--", "sh", "-c",
          std::string("trap '' TERM; /sbin/reboot inner; cat ") + MS_RED + "; cat " + IRQ + "; printf 1 > " + MS_RED});
 
     EXPECT_EQ(inner.output, "0\n0\n") << inner.errors;
@@ -783,7 +783,7 @@ TEST(BoardTest, SaysWhatIsWrongWithACommand) {
         const char* command;
         const char* reason;
     } rows[] = {{"set OXBO_RL=1", "OXBO_RL is an output"},
-                {"set OXBO_MOD_1=2", "a level is 0 or 1"},
+                {"set OXBO_MOD_1=2", "a level is low or high"},
                 {"set OXBO_MOD_1", "has no \"=\""},
                 {"set X=1", "X is no line or LED element"},
                 {"fault MS.red=broken", "\"broken\" is no fault"},
