@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The command velrix-emulator. 125 is the exit code of everything that goes wrong outside of the program.
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -105,19 +106,11 @@ private:
     StreamWriter errors{STDERR_FILENO};
 };
 
-// The machine's files besides its image. Adds the program if it is a file here, and makes its path absolute. Throws
-// ProgramRefusal.
-CpioArchive FilesFor(const EmulatorOptions& options, const GpioLines& lines, std::vector<std::string>& words) {
-    CpioArchive files;
-    lines.AddLinks(files);
-    if (options.settings)
-        files.AddFile("/etc/velrix.conf", *options.settings);
-    for (const std::filesystem::path& copy : options.copies)
-        files.AddTree(std::filesystem::absolute(copy).lexically_normal(), copy);
-    // A name without a slash is a command of the machine.
-    if (words[0].find('/') == std::string::npos)
-        return files;
-    const auto path = std::filesystem::absolute(words[0]).lexically_normal();
+// The path of a program that is a file here. A name without a slash is a command of the machine. Throws ProgramRefusal.
+std::optional<std::filesystem::path> ProgramHere(const std::string& word) {
+    if (word.find('/') == std::string::npos)
+        return std::nullopt;
+    const auto path = std::filesystem::absolute(word).lexically_normal();
     if (!std::filesystem::exists(path))
         throw ProgramRefusal{ProgramRefusal::NOT_FOUND,
                              path.native() + " does not exist; a name without a slash is a command of the machine"};
@@ -125,8 +118,20 @@ CpioArchive FilesFor(const EmulatorOptions& options, const GpioLines& lines, std
         throw ProgramRefusal{ProgramRefusal::NOT_RUNNABLE,
                              path.native() +
                                  " is no 32-bit ARM program; build it for the device, with arm-linux-gnueabihf-g++"};
-    AddArmProgram(files, path, options.libraries);
-    words[0] = path.native();
+    return path;
+}
+
+// The machine's files besides its image.
+CpioArchive FilesFor(const EmulatorOptions& options, const GpioLines& lines,
+                     const std::optional<std::filesystem::path>& programHere) {
+    CpioArchive files;
+    lines.AddLinks(files);
+    if (options.settings)
+        files.AddFile("/etc/velrix.conf", *options.settings);
+    for (const std::filesystem::path& copy : options.copies)
+        files.AddTree(std::filesystem::absolute(copy).lexically_normal(), copy);
+    if (programHere)
+        AddArmProgram(files, *programHere, options.libraries);
     return files;
 }
 
@@ -166,6 +171,19 @@ struct Watchers {
     }
 };
 
+// On a terminal says that the machine boots, since nothing else shows for many seconds. False when the user stops it.
+bool AwaitReady(Machine& machine, StopSignals& stop, ProgramStreams& streams) {
+    if (::isatty(STDERR_FILENO) == 0)
+        return machine.AwaitReady(&stop);
+    const auto begin = std::chrono::steady_clock::now();
+    streams.Say("the machine boots, which takes about ten seconds");
+    if (!machine.AwaitReady(&stop))
+        return false;
+    const auto taken = std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - begin);
+    streams.Say("the machine is up after " + std::to_string(taken.count()) + " s");
+    return true;
+}
+
 int RunOnEmulator(const EmulatorOptions& options) {
     // First of all, so that a signal while the machine boots ends in order.
     StopSignals stop("velrix-emulator", {SIGINT, SIGQUIT, SIGTERM});
@@ -174,17 +192,20 @@ int RunOnEmulator(const EmulatorOptions& options) {
         RequireContent(*options.settings);
     const std::filesystem::path image = options.image ? *options.image : DefaultImage();
     const BoardModel model = MakeModel("velrix-emulator", options.settings, options.levels);
+    const auto programHere = ProgramHere(options.command[0]); // before the image, which takes minutes to make
     RequireImage(image);
     const GpioLines lines(image / "lines.txt", model);
     BoardState state(model);
     MachineProgram program;
     program.words = options.command;
-    Machine machine(image, FilesFor(options, lines, program.words));
+    if (programHere)
+        program.words[0] = programHere->native();
+    Machine machine(image, FilesFor(options, lines, programHere));
     Watchers watchers(options, machine, state, program);
     ProgramStreams streams;
     streams.AddTo(program, state, machine);
 
-    if (!machine.AwaitReady(&stop))
+    if (!AwaitReady(machine, stop, streams))
         return MachineResult::SIGNALLED + stop.Signal();
     const FileDescriptor signalFile(::signalfd(-1, &signals.Blocked(), SFD_CLOEXEC | SFD_NONBLOCK));
     program.stop = &stop;

@@ -40,7 +40,7 @@ protected:
         if (process == 0) {
             const int file = ::open(folder.Path("output").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
             ::dup2(file, STDOUT_FILENO);
-            ::dup2(::open(folder.Path("errors").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+            ::dup2(::open(errorsFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOCTTY, 0600), STDERR_FILENO);
             ::execv(pointers[0], pointers.data());
             ::_exit(99);
         }
@@ -62,6 +62,7 @@ protected:
     const std::string image = ArmTestPrograms::ImageFolder();
     const std::string scenes = ArmTestPrograms::Path("tests/emulated/board-scenes");
     TestSupport::TemporaryFolder folder;
+    std::string errorsFile = folder.Path("errors");
     pid_t process = -1;
     std::string output;
     std::string errors;
@@ -220,6 +221,24 @@ TEST_F(EmulatorCommand, EndsByASecondSignalOfAProgramThatDoesNot) {
 
     EXPECT_EQ(Wait(), 130) << errors;
     EXPECT_EQ(errors, "velrix-emulator: kills the machine (a second SIGINT)\n");
+}
+
+TEST_F(EmulatorCommand, SaysOnATerminalThatTheMachineBoots) {
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ASSERT_EQ(::grantpt(terminal) | ::unlockpt(terminal), 0);
+    errorsFile = ::ptsname(terminal);
+    Start({"run", "--image", image, "--", "true"});
+
+    std::string said;
+    for (char c = 0; c != '\n' && ::read(terminal, &c, 1) == 1;)
+        said += c;
+    ::kill(process, SIGINT);
+
+    EXPECT_EQ(said, "velrix-emulator: the machine boots, which takes about ten seconds\r\n");
+    int status = 0;
+    EXPECT_EQ(::waitpid(process, &status, 0), process);
+    EXPECT_EQ(WEXITSTATUS(status), 130);
+    ::close(terminal);
 }
 
 TEST_F(EmulatorCommand, SaysWhatIsMissingAndWhatToDo) {

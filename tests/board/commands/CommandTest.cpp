@@ -161,6 +161,13 @@ TEST(CommandTest, SaysHowToMakeTheEmulatorsImageAndMakesIt) {
                                "/kernel is missing; make it from Debian's packages with: velrix-emulator image " +
                                image + "\n");
 
+    // It judges the program first: nobody should make an image for one that cannot be run.
+    const CommandRun missing{{VELRIX_EMULATOR_COMMAND, "run", "--image", image, "--", folder.Path("program")}};
+    EXPECT_EQ(missing.Run().ExitCode(), 127);
+    EXPECT_THAT(missing.Run().errors, HasSubstr("/program does not exist; a name without a slash"));
+    const CommandRun directory{{VELRIX_EMULATOR_COMMAND, "run", "--image", image, "--", folder.Path()}};
+    EXPECT_EQ(directory.Run().ExitCode(), 126);
+
     // The script, on a machine without its programs.
     std::filesystem::create_directory(folder.Path("few"));
     for (const char* program : {"bash", "dirname"})
