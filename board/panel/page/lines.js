@@ -21,15 +21,15 @@ function inputItem(line, send) {
     make('span', { class: 'knob', 'aria-hidden': 'true' }), make('span', { class: 'level' }, 'low'));
   control.addEventListener('click', () =>
     send(`inputs/${line.name}`, { level: control.getAttribute('aria-checked') !== 'true' }));
-  const driver = make('span', { class: 'driver', id: `${id}-driver` });
-  const parts = [make('span', { class: 'name' }, make('code', { id }, line.name), driver), make('span', { class: 'fault' })];
+  const driver = make('span', { class: 'drivers' }, make('span', { class: 'driver', id: `${id}-driver` }));
   if (line.module) {
     const release = make('button', { type: 'button', class: 'release', 'aria-label': `Give ${line.name} back to the module` }, 'Give back');
     release.hidden = true;
     release.addEventListener('click', () => send(`inputs/${line.name}`, { driver: 'module' }));
-    parts.push(release);
+    driver.append(release);
   }
-  return make('li', { 'data-line': line.name, title: line.path }, ...parts, control);
+  return make('li', { 'data-line': line.name, title: line.path },
+    make('span', { class: 'name' }, make('code', { id }, line.name), driver), make('span', { class: 'fault' }), control);
 }
 
 function outputItem(line) {

@@ -142,8 +142,12 @@ describe('the page', () => {
     await hasText(line('OXBO_IRQ_N'), 'by the module');
     const back = page.getByRole('button', { name: 'Give OXBO_IRQ_N back to the module' });
     assert.equal(await back.isVisible(), false);
+    const name = line('OXBO_IRQ_N').locator('code');
+    const { height } = await name.boundingBox();
     await page.getByRole('switch', { name: 'OXBO_IRQ_N' }).click();
     await hasText(line('OXBO_IRQ_N'), 'by the panel');
+    await back.waitFor();
+    assert.equal((await name.boundingBox()).height, height); // the button does not squeeze it into two rows
     assert.equal(await board.read('OXBO_IRQ_N'), '0');
     await back.focus();
     await page.keyboard.press('Enter');
