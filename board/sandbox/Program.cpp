@@ -4,7 +4,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
+#include <system_error>
 
 #include <elf.h>
 #include <unistd.h>
@@ -35,7 +37,11 @@ std::string WhyNot(const char* file, int error) {
     const Elf32_Ehdr header = error == ENOEXEC ? ReadHeader(file) : Elf32_Ehdr{};
     if (IsProgram(header) && header.e_ident[EI_CLASS] == ELFCLASS32 && header.e_machine == EM_ARM)
         return std::string(file) + " is built for 32-bit ARM; run it with velrix-emulator";
-    return std::string("cannot start ") + file + ": " + std::strerror(error);
+    std::error_code none;
+    const bool isHere =
+        error == ENOENT && std::strchr(file, '/') == nullptr && std::filesystem::is_regular_file(file, none);
+    return std::string("cannot start ") + file + ": " + std::strerror(error) +
+           (isHere ? std::string("; for the program in this directory, write ./") + file : "");
 }
 
 } // namespace

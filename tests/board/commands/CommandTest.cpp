@@ -241,6 +241,20 @@ TEST(CommandTest, TakesOptionsMoreThanOnceWhereThatMakesSense) {
     EXPECT_EQ(end.output, "0\n1\n");
 }
 
+TEST(CommandTest, SaysHowToRunTheProgramInThisDirectory) {
+    const TestSupport::TemporaryFolder folder;
+    folder.Write("my-program", "#!/bin/sh\n");
+    std::filesystem::create_directory(folder.Path("folder"));
+    const std::string run = "cd " + folder.Path() + " && " + VELRIX_BOARD_COMMAND + " run -- ";
+
+    const CommandEnd program = CommandRun{{"sh", "-c", run + "my-program"}}.Run();
+    EXPECT_EQ(program.ExitCode(), 127);
+    EXPECT_THAT(program.errors, testing::EndsWith("velrix-board: cannot start my-program: No such file or directory; "
+                                                  "for the program in this directory, write ./my-program\n"));
+    EXPECT_THAT((CommandRun{{"sh", "-c", run + "folder"}}).Run().errors,
+                testing::EndsWith("velrix-board: cannot start folder: No such file or directory\n"));
+}
+
 TEST(CommandTest, ReplacesARecordingWhenItMay) {
     const TestSupport::TemporaryFolder folder;
     folder.Write("file", "kept");
