@@ -146,6 +146,10 @@ std::string PanelFeed::Levels() {
     return levels;
 }
 
+std::string PanelFeed::TimeMessage() {
+    return Message({false, Levels()});
+}
+
 std::string PanelFeed::StatusOf(const std::string& name) {
     const std::lock_guard lock(mutex);
     const auto found = status.find(name);

@@ -68,6 +68,9 @@ public:
     // closed.
     std::optional<std::string> Next(Reader& reader, std::chrono::milliseconds longest);
 
+    // For any thread: a message without news, by which a page of a quiet board knows its time.
+    std::string TimeMessage();
+
     // For any thread: the changes of the signal before the one with that id, at most MOST_AT_ONCE, earliest first, as
     // JSON: {"changes": [...], "more": true}. Nothing for an unknown signal.
     std::optional<std::string> Older(std::size_t signal, std::uint64_t before);

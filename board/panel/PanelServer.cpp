@@ -30,9 +30,9 @@ constexpr const char* RESOURCE_POLICY = "Cross-Origin-Resource-Policy";
 // Pages get a single change at once, and many in batches of this duration.
 constexpr auto MESSAGE_DISTANCE = 25ms;
 // Interval of a page's thread to check whether the page is still connected, and the number of intervals between
-// keep-alive messages.
+// messages with the time, which keep the connection alive.
 constexpr auto LOOK_DISTANCE = 50ms;
-constexpr int PING_LOOKS = 20;
+constexpr int TIME_LOOKS = 20;
 // How long the board's end waits for pages to get the last message.
 constexpr auto LAST_MESSAGE = 200ms;
 // Longer than any command.
@@ -139,9 +139,9 @@ struct PanelServer::Inside {
                     sink.done();
                     return false;
                 }
-                if (message->empty() && ++looks % PING_LOOKS != 0)
+                if (message->empty() && ++looks % TIME_LOOKS != 0)
                     return sink.is_writable();
-                const std::string event = message->empty() ? ": ping\n\n" : "data: " + *message + "\n\n";
+                const std::string event = "data: " + (message->empty() ? feed.TimeMessage() : *message) + "\n\n";
                 if (!sink.write(event.data(), event.size()))
                     return false;
                 if (!message->empty())

@@ -134,6 +134,14 @@ TEST_F(PanelFeedTest, BeginsAgainWithAReaderThatIsFarBehind) {
     EXPECT_THAT(Next(reader), testing::AllOf(HasSubstr("\"board\""), HasSubstr("\"changes\":[[1,2049,")));
 }
 
+TEST_F(PanelFeedTest, SaysTheTimeWithoutNews) {
+    feed.Change(2, true, 1ms);
+    const std::string message = feed.TimeMessage();
+
+    EXPECT_THAT(message, testing::StartsWith("{\"now\":"));
+    EXPECT_THAT(message, testing::EndsWith(",\"levels\":\"101\",\"changes\":[]}"));
+}
+
 TEST_F(PanelFeedTest, SaysTheStateForAPicture) {
     feed.Change(2, true, 1ms);
     feed.Status("program", "1");
