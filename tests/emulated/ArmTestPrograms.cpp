@@ -81,7 +81,7 @@ void ArmTestPrograms::AddWhatTestsNeed(VelrixBoard::CpioArchive& files) {
           "tests/platform/led-life", "tests/platform/platform-scenes", "tests/runtime/trace-life",
           "tests/tools/velrixctl/platform-calls", "tools/velrixctl/velrixctl"})
         Add(files, Path(program));
-    for (const char* folder : {"/board/emulated/image", "/docs", "/tests"})
+    for (const char* folder : {"/board/emulated/image", "/docs", "/packaging/man", "/tests"})
         files.AddTree(std::string(SOURCE_FOLDER) + folder, std::string(SOURCE_FOLDER) + folder);
 }
 
