@@ -137,6 +137,7 @@ TEST(Gateway, BeginsItsTraceWithTheIdentityOfTheDevice) {
                              "(.|\n)*"));
 }
 
+#ifdef VIRTUAL_TIME
 TEST(Gateway, KeepsItsTimeWhenTheWallClockIsSet) {
     for (const std::string where : {"back", "forward"}) {
         TestSupport::TemporaryFolder folder;
@@ -157,6 +158,7 @@ TEST(Gateway, KeepsItsTimeWhenTheWallClockIsSet) {
                                                     ">end\n");
     }
 }
+#endif
 
 TEST(Gateway, RefusesArgumentsThatItDoesNotKnow) {
     const std::vector<std::vector<std::string>> rows = {

@@ -10,7 +10,6 @@
 
 #include <gtest/gtest.h>
 
-#include "board/sandbox/PreloadLibrary.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace VelrixBoard {
@@ -18,11 +17,6 @@ namespace {
 
 class TimeChoiceTest : public testing::Test {
 protected:
-    void SetUp() override {
-        if (PreloadLibrary().empty())
-            GTEST_SKIP() << "boards for 32-bit machines preload nothing";
-    }
-
     // Of a program of the machine.
     static std::string Content() {
         std::ifstream file("/bin/true", std::ios::binary);
